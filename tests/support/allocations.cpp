@@ -1,0 +1,96 @@
+// The wrapped C heap: the linker sends every call of malloc in a test program to __wrap_malloc.
+#include "support/allocations.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+
+extern "C" {
+void *__real_malloc(size_t size);
+void *__real_calloc(size_t count, size_t size);
+void *__real_realloc(void *block, size_t size);
+void __real_free(void *block);
+void *__wrap_malloc(size_t size);
+void *__wrap_calloc(size_t count, size_t size);
+void *__wrap_realloc(void *block, size_t size);
+void __wrap_free(void *block);
+}
+
+static thread_local AllocationWindow *currentWindow = nullptr;  // watches frees until it is destroyed
+static thread_local bool windowOpen = false;                    // watches allocations too
+
+AllocationWindow::AllocationWindow(int failAt) : failAt_(failAt) {
+    currentWindow = this;
+    windowOpen = true;
+}
+
+AllocationWindow::~AllocationWindow() {
+    windowOpen = false;
+    currentWindow = nullptr;
+}
+
+void AllocationWindow::close() {
+    windowOpen = false;
+}
+
+bool AllocationWindow::refuse(long long bytes) {
+    if (bytes > largest_) largest_ = bytes;
+    return ++count_ == failAt_;
+}
+
+void AllocationWindow::taken(void *block) {
+    if (!block) return;
+    if (live_ == MAX_BLOCKS) {
+        fputs("AllocationWindow: too many live blocks\n", stderr);
+        abort();
+    }
+    blocks_[live_++] = block;
+}
+
+void AllocationWindow::freed(void *block) {
+    for (int i = 0; i < live_; ++i) {
+        if (blocks_[i] == block) {
+            blocks_[i] = blocks_[--live_];
+            return;
+        }
+    }
+}
+
+AllocationPause::AllocationPause() : before_(windowOpen) {
+    windowOpen = false;
+}
+AllocationPause::~AllocationPause() {
+    windowOpen = before_;
+}
+
+void *__wrap_malloc(size_t size) {
+    if (!windowOpen) return __real_malloc(size);
+    if (currentWindow->refuse(static_cast<long long>(size))) return nullptr;
+    void *block = __real_malloc(size);
+    currentWindow->taken(block);
+    return block;
+}
+
+void *__wrap_calloc(size_t count, size_t size) {
+    if (!windowOpen) return __real_calloc(count, size);
+    if (currentWindow->refuse(static_cast<long long>(count * size))) return nullptr;
+    void *block = __real_calloc(count, size);
+    currentWindow->taken(block);
+    return block;
+}
+
+void *__wrap_realloc(void *block, size_t size) {
+    if (!windowOpen) return __real_realloc(block, size);
+    if (currentWindow->refuse(static_cast<long long>(size))) return nullptr;
+    void *moved = __real_realloc(block, size);
+    if (moved) {
+        currentWindow->freed(block);
+        currentWindow->taken(moved);
+    }
+    return moved;
+}
+
+void __wrap_free(void *block) {
+    if (currentWindow && block) currentWindow->freed(block);
+    __real_free(block);
+}

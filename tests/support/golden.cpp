@@ -1,0 +1,45 @@
+// The file of golden digests.
+#include "support/golden.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+
+uint64_t digestOf(const std::vector<uint8_t> &bytes, uint64_t start) {
+    uint64_t hash = start;
+    for (uint8_t byte : bytes)
+        hash = (hash ^ byte) * 0x100000001B3u;
+    return hash;
+}
+
+static std::map<std::string, std::string> readDigests() {
+    std::map<std::string, std::string> digests;
+    std::ifstream file(MOX_GOLDEN_FILE);
+    std::string name, hash;
+    while (file >> name >> hash)
+        digests[name] = hash;
+    return digests;
+}
+
+testing::AssertionResult digestIsGolden(const std::string &name, uint64_t digest) {
+    static std::map<std::string, std::string> digests = readDigests();
+    char text[17];
+    snprintf(text, sizeof text, "%016" PRIx64, digest);
+    if (getenv("MOX_GOLDEN_WRITE")) {
+        digests = readDigests();
+        digests[name] = text;
+        std::ofstream file(MOX_GOLDEN_FILE);
+        for (const auto &[each, hash] : digests)
+            file << each << ' ' << hash << '\n';
+        return testing::AssertionSuccess();
+    }
+    const auto found = digests.find(name);
+    if (found == digests.end())
+        return testing::AssertionFailure() << name << " has no golden digest; it gives " << text;
+    if (found->second != text) {
+        return testing::AssertionFailure() << name << " gives " << text << ", golden is " << found->second;
+    }
+    return testing::AssertionSuccess();
+}
