@@ -1,0 +1,31 @@
+# CPU levels. Kernel files are compiled once for each level, with OWN_LEVEL naming the namespace of that copy; nothing else in the library is
+# compiled with raised flags.
+
+# Every file of the library: exact arithmetic, one rounding for each operation written.
+add_library(mox_numbers INTERFACE)
+target_compile_options(mox_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-fast-math)
+
+set(MOX_LEVELS ownBase)
+set(MOX_LEVEL_FLAGS_ownBase "")
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  list(APPEND MOX_LEVELS ownV3 ownV4)
+  set(MOX_LEVEL_FLAGS_ownV3 -march=x86-64-v3)
+  set(MOX_LEVEL_FLAGS_ownV4 -march=x86-64-v4)
+  set(MOX_HAS_LEVELS ON)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "86|AMD64|amd64")
+  target_compile_options(mox_numbers INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+# Adds kernel files to a library target, once for each level.
+function(mox_add_kernels target)
+  foreach(level IN LISTS MOX_LEVELS)
+    add_library(${target}_${level} OBJECT ${ARGN})
+    target_include_directories(${target}_${level} PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
+    target_compile_definitions(${target}_${level} PRIVATE OWN_LEVEL=${level})
+    target_compile_options(${target}_${level} PRIVATE ${MOX_LIBRARY_OPTIONS} $<$<NOT:$<CONFIG:Debug>>:-O3>
+                           ${MOX_LEVEL_FLAGS_${level}})
+    target_link_libraries(${target}_${level} PRIVATE mox_warnings mox_numbers)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_${level}>)
+    target_sources(${target} INTERFACE $<TARGET_OBJECTS:${target}_${level}>)
+  endforeach()
+endfunction()

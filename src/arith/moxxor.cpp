@@ -1,0 +1,13 @@
+// XOR of two images, bit by bit.
+#include "arith/ownarith.h"
+#include "image/ownpoint.h"
+
+void MOX_CALL moxXor(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
+    OwnPoint point(OWN_CALLER("moxXor"), srcImageA, srcImageB, dstImage);
+    if (!point.open()) return;
+    if (dstImage->depth == MOX_DEPTH_32F) {
+        point.refuse("This function does not support depth 32F");
+        return;
+    }
+    point.run(ownRowsOf(ownArithRows().bitXor, dstImage));
+}

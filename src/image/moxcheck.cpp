@@ -1,0 +1,127 @@
+// Header validation: the tests that every operation makes on every image, in their fixed order.
+#include <climits>
+
+#include "image/ownimage.h"
+#include "image/owntile.h"
+
+namespace {
+
+constexpr MoxStatus MASK_FAULT = -100;
+
+// The tests of a header's own fields, which come before its mask is looked at.
+MoxStatus checkFields(const MoxImage *image) {
+    if (!image) return MOX_StatusHeaderNull;
+    const bool tiled = image->tileInfo != nullptr;
+    if ((image->imageData != nullptr) == tiled) return MOX_StatusHeaderNoData;
+    if (!tiled && image->imageSize < 1) return MOX_StatusHeaderSize;
+    if (!tiled && image->widthStep < 1) return MOX_StatusHeaderWidthStep;
+    if (image->width < 1 || image->height < 1) return MOX_StatusHeaderSize;
+    if (image->nChannels < 1) return MOX_StatusHeaderChannels;
+    if (image->nChannels != 1 && image->depth == MOX_DEPTH_1U) return MOX_StatusHeaderBitChannels;
+    if (ownDepthIndex(image->depth) < 0) return MOX_StatusHeaderDepth;
+    if (image->alphaChannel != 0 && image->alphaChannel != image->nChannels) return MOX_StatusHeaderAlpha;
+    if (image->dataOrder != MOX_DATA_ORDER_PIXEL && image->dataOrder != MOX_DATA_ORDER_PLANE)
+        return MOX_StatusHeaderOrder;
+    if (image->origin != MOX_ORIGIN_TL && image->origin != MOX_ORIGIN_BL) return MOX_StatusHeaderOrigin;
+    if (image->align != 4 && image->align != 8 && image->align != 16 && image->align != 32)
+        return MOX_StatusHeaderAlign;
+    return MOX_StatusNoError;
+}
+
+MoxStatus checkTiles(const MoxTileInfo *tileInfo) {
+    if (!tileInfo) return MOX_StatusNoError;
+    if (!tileInfo->callBack) return MOX_StatusNullCallback;
+    if (tileInfo->width < 1 || tileInfo->height < 1) return MOX_StatusTileSize;
+    if (tileInfo->width % 8 != 0 || tileInfo->height % 8 != 0) return MOX_StatusTileSize;
+    return MOX_StatusNoError;
+}
+
+MoxStatus checkRoi(const MoxImage *image) {
+    const MoxROI *roi = image->roi;
+    if (!roi) return MOX_StatusNoError;
+    if (roi->coi < 0 || roi->coi > image->nChannels) return MOX_StatusHeaderCoi;
+    if (roi->height < 1 || roi->width < 1) return MOX_StatusHeaderRoiSize;
+    if (roi->xOffset < 0 || roi->yOffset < 0) return MOX_StatusHeaderRoiOffset;
+    return MOX_StatusNoError;
+}
+
+// A mask may have a mask of its own, and so on, each fault counted 100 further down. The chain is followed without
+// recursion, since its length is the caller's; one that runs back into itself ends when every header in it has been
+// seen (Brent's cycle detection).
+MoxStatus checkMasks(const MoxImage *mask) {
+    int64_t offset = MASK_FAULT;
+    int64_t deepestRoiFault = 0;
+    const MoxImage *landmark = nullptr;
+    for (int64_t steps = 0, limit = 1; mask && mask != landmark; mask = mask->maskROI, offset += MASK_FAULT) {
+        int64_t fault = 0;
+        if (mask->depth != MOX_DEPTH_1U) {
+            fault = MOX_StatusHeaderDepth + offset;
+        } else if (mask->tileInfo) {
+            fault = MOX_StatusMaskTiled + offset - MASK_FAULT;
+        } else if (const MoxStatus own = checkFields(mask)) {
+            fault = own + offset;
+        }
+        if (fault != 0) return static_cast<MoxStatus>(fault);
+        // A region is tested on the way back from the inner masks.
+        if (const MoxStatus roi = checkRoi(mask)) deepestRoiFault = roi + offset;
+        if (++steps == limit) {
+            landmark = mask;
+            steps = 0;
+            limit *= 2;
+        }
+    }
+    return static_cast<MoxStatus>(deepestRoiFault);
+}
+
+MoxStatus findFault(const MoxImage *image) {
+    if (const MoxStatus fault = checkFields(image)) return fault;
+    if (const MoxStatus fault = checkMasks(image->maskROI)) return fault;
+    if (const MoxStatus fault = checkTiles(image->tileInfo)) return fault;
+    return checkRoi(image);
+}
+
+MoxStatus store(MoxStatus fault) {
+    if (fault != MOX_StatusNoError) moxSetErrStatus(fault);
+    return fault;
+}
+
+// Bytes of rows x step, and of all planes, within what an int counts.
+bool fitsInt(int64_t step, int64_t rows, int64_t planes) {
+    return step <= INT_MAX && step * rows <= INT_MAX && step * rows * planes <= INT_MAX;
+}
+
+}  // namespace
+
+MoxStatus MOX_CALL moxCheckImageHeader(const MoxImage *image) {
+    return store(findFault(image));
+}
+
+// Sizes of a valid header that cannot be those of an image in memory. Below these limits every product of sizes fits 64
+// bits, and every offset into an image fits an int.
+static MoxStatus findExcess(const MoxImage *image) {
+    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    const int planes = planar ? image->nChannels : 1;
+    const MoxTileInfo *tiles = image->tileInfo;
+    const int64_t columns = tiles ? tiles->width : image->width;
+    const int64_t samples = columns * (planar ? 1 : image->nChannels);
+    const int64_t fits = INT64_MAX / 64;
+    const int64_t rowBytes = samples > fits ? INT64_MAX : (samples * ownDepthBits(image->depth) + 7) / 8 + image->align;
+    if (tiles) return fitsInt(rowBytes, tiles->height, planes) ? MOX_StatusNoError : MOX_StatusTileSize;
+    if (rowBytes > INT_MAX || !fitsInt(image->widthStep, image->height, planes)) return MOX_StatusHeaderSize;
+    return MOX_StatusNoError;
+}
+
+MoxStatus ownCheckImage(const MoxImage *image) {
+    if (const MoxStatus fault = moxCheckImageHeader(image)) return fault;
+    if (const MoxStatus excess = findExcess(image)) return store(excess);
+    if (image->maskROI) {
+        if (const MoxStatus excess = findExcess(image->maskROI)) return store(excess + MASK_FAULT);
+    }
+    return MOX_StatusNoError;
+}
+
+bool ownAcceptImage(const OwnCaller &caller, const MoxImage *image) {
+    if (ownCheckImage(image) == MOX_StatusNoError) return true;
+    ownReport(caller, moxGetErrStatus(), "Incorrect Image");
+    return false;
+}

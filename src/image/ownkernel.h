@@ -1,0 +1,50 @@
+// What row kernels are made of: their types, and the means to write one as a plain loop over samples. Kernel files are
+// compiled once for each CPU level, so everything with code in it is unnamed or in the level's namespace.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The constants of a row: what a kernel does with them is between it and the operation that picked it.
+struct OwnConstant {
+    uint32_t value;  // in the element's width
+    uint32_t bias;   // added without carry to signed samples, to handle them as unsigned ones
+    float real;
+};
+
+// A row kernel: d[i] = f(a[i], b[i], constant) for n samples. b is null for unary kernels, a as well for those that
+// only write. d may be a or b.
+using OwnRow = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant);
+
+// The same under a mask of lanes as wide as the destination's samples: all ones where d[i] is stored, 0 where it stays.
+// On bytes the lanes act bit by bit.
+using OwnMaskedRow = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant,
+                              const void *lanes);
+
+struct OwnRowPair {
+    OwnRow plain;
+    OwnMaskedRow masked;
+};
+
+// The tables of the levels that this build has, in the order of OwnCpuLevel.
+#if defined(OWN_HAS_LEVELS)
+#define OWN_DECLARE_LEVELS(Table, name) \
+    namespace ownBase {                 \
+    extern const Table name;            \
+    }                                   \
+    namespace ownV3 {                   \
+    extern const Table name;            \
+    }                                   \
+    namespace ownV4 {                   \
+    extern const Table name;            \
+    }
+#define OWN_LEVEL_TABLES(name) \
+    { &ownBase::name, &ownV3::name, &ownV4::name }
+#else
+#define OWN_DECLARE_LEVELS(Table, name) \
+    namespace ownBase {                 \
+    extern const Table name;            \
+    }
+#define OWN_LEVEL_TABLES(name) \
+    { &ownBase::name }
+#endif

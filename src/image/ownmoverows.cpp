@@ -1,0 +1,249 @@
+// Row kernels that move samples, compiled once for each CPU level.
+#include "image/ownmove.h"
+
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+#include "image/ownsample.h"
+
+namespace OWN_LEVEL {
+namespace {
+
+struct Copy {
+    template <class D>
+    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &) {
+        return a;
+    }
+};
+
+template <class D>
+void copyRow(const void *a, const void *, void *d, size_t n, const OwnConstant &) {
+    std::memmove(d, a, n * sizeof(typename D::Sample));
+}
+
+template <class D>
+struct Fill {
+    static void plain(const void *, const void *, void *d_, size_t n, const OwnConstant &c) {
+        if constexpr (sizeof(typename D::Value) == 1) {
+            std::memset(d_, static_cast<int>(c.value & 0xFF), n);
+        } else {
+            auto *d = static_cast<typename D::Sample *>(d_);
+            const auto value = static_cast<typename D::Value>(c.value);
+            for (size_t i = 0; i < n; ++i)
+                d[i] = value;
+        }
+    }
+    static void masked(const void *, const void *, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
+        auto *d = static_cast<typename D::Sample *>(d_);
+        const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
+        const auto value = static_cast<typename D::Value>(c.value);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i)
+            d[i] = ownSelect<D>(lanes[i], value, d[i]);
+    }
+};
+
+// The images that exchange are both written: the frame hands the first one in as the source.
+template <class D>
+struct Exchange {
+    static void plain(const void *a_, const void *, void *d_, size_t n, const OwnConstant &) {
+        auto *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
+        auto *d = static_cast<typename D::Sample *>(d_);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i) {
+            const typename D::Value first = a[i], second = d[i];
+            a[i] = second;
+            d[i] = first;
+        }
+    }
+    static void masked(const void *a_, const void *, void *d_, size_t n, const OwnConstant &, const void *lanes_) {
+        auto *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
+        auto *d = static_cast<typename D::Sample *>(d_);
+        const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i) {
+            const typename D::Value first = a[i], second = d[i];
+            a[i] = ownSelect<D>(lanes[i], second, first);
+            d[i] = ownSelect<D>(lanes[i], first, second);
+        }
+    }
+};
+
+template <class D, int step>
+void gatherOne(const typename D::Sample *src, typename D::Sample *row, size_t pixels) {
+    for (size_t i = 0; i < pixels; ++i)
+        row[i] = src[i * step];
+}
+
+template <class D>
+void gather(const void *src_, int step, int count, void *row_, size_t pixels) {
+    const auto *src = static_cast<const typename D::Sample *>(src_);
+    auto *row = static_cast<typename D::Sample *>(row_);
+    if (count == 1) {
+        switch (step) {
+            case 2:
+                return gatherOne<D, 2>(src, row, pixels);
+            case 3:
+                return gatherOne<D, 3>(src, row, pixels);
+            case 4:
+                return gatherOne<D, 4>(src, row, pixels);
+            default:
+                break;
+        }
+    }
+    for (size_t i = 0; i < pixels; ++i, src += step, row += count) {
+        for (int c = 0; c < count; ++c)
+            row[c] = src[c];
+    }
+}
+
+template <class D, int step>
+void scatterOne(const typename D::Sample *row, typename D::Sample *dst, size_t pixels) {
+    for (size_t i = 0; i < pixels; ++i)
+        dst[i * step] = row[i];
+}
+
+template <class D>
+void scatter(const void *row_, void *dst_, int step, int count, size_t pixels) {
+    const auto *row = static_cast<const typename D::Sample *>(row_);
+    auto *dst = static_cast<typename D::Sample *>(dst_);
+    if (count == 1) {
+        switch (step) {
+            case 2:
+                return scatterOne<D, 2>(row, dst, pixels);
+            case 3:
+                return scatterOne<D, 3>(row, dst, pixels);
+            case 4:
+                return scatterOne<D, 4>(row, dst, pixels);
+            default:
+                break;
+        }
+    }
+    for (size_t i = 0; i < pixels; ++i, row += count, dst += step) {
+        for (int c = 0; c < count; ++c)
+            dst[c] = row[c];
+    }
+}
+
+// Eight byte lanes for each value of a mask byte, the first lane for the top bit.
+struct LaneTable {
+    uint8_t lanes[256][8];
+};
+constexpr LaneTable makeLaneTable() {
+    LaneTable table = {};
+    for (int bits = 0; bits < 256; ++bits) {
+        for (int i = 0; i < 8; ++i)
+            table.lanes[bits][i] = (bits >> (7 - i) & 1) != 0 ? 255 : 0;
+    }
+    return table;
+}
+constexpr LaneTable laneTable = makeLaneTable();
+
+void expandLanes8(const uint8_t *bits, void *lanes_, size_t n) {
+    auto *lanes = static_cast<uint8_t *>(lanes_);
+    size_t i = 0;
+#if defined(__AVX2__)
+    const __m256i spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2, 3,
+                                            3, 3, 3, 3, 3, 3, 3);
+    const __m256i bit = _mm256_set1_epi64x(0x0102040810204080);
+    for (; i + 32 <= n; i += 32) {
+        int word;
+        std::memcpy(&word, bits + i / 8, sizeof word);
+        const __m256i bytes = _mm256_shuffle_epi8(_mm256_set1_epi32(word), spread);
+        const __m256i set = _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bit), bit);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(lanes + i), set);
+    }
+#endif
+    for (; i < n; i += 8)
+        std::memcpy(lanes + i, laneTable.lanes[bits[i / 8]], 8);
+}
+
+// Wider lanes are the byte lanes with their sign extended.
+template <class Lane, class Signed>
+void expandWideLanes(const uint8_t *bits, void *lanes_, size_t n) {
+    auto *lanes = static_cast<unsigned char *>(lanes_);
+    constexpr size_t part = 256;
+    int8_t bytes[part];
+    for (size_t i = 0; i < n; i += part) {
+        const size_t count = n - i < part ? (n - i + 7) / 8 * 8 : part;
+        expandLanes8(bits + i / 8, bytes, count);
+        auto *out = reinterpret_cast<Lane *>(lanes + i * sizeof(Lane));
+        for (size_t k = 0; k < count; ++k)
+            out[k] = static_cast<Lane>(static_cast<Signed>(bytes[k]));
+    }
+}
+
+void expandLanes16(const uint8_t *bits, void *lanes, size_t n) {
+    expandWideLanes<uint16_t, int16_t>(bits, lanes, n);
+}
+void expandLanes32(const uint8_t *bits, void *lanes, size_t n) {
+    expandWideLanes<uint32_t, int32_t>(bits, lanes, n);
+}
+
+void shiftBits(const uint8_t *src, int left, uint8_t *out, size_t n) {
+    size_t k = 0;
+    // Big-endian words of eight bytes, of which the ninth's top bits fill the gap.
+    for (; k + 8 <= n; k += 8) {
+        uint64_t word;
+        std::memcpy(&word, src + k, sizeof word);
+        word = __builtin_bswap64(word) << left | static_cast<uint64_t>(src[k + 8] >> (8 - left));
+        word = __builtin_bswap64(word);
+        std::memcpy(out + k, &word, sizeof word);
+    }
+    for (; k < n; ++k)
+        out[k] = static_cast<uint8_t>(src[k] << left | src[k + 1] >> (8 - left));
+}
+
+void stream(void *dst_, const void *src_, size_t bytes) {
+#if defined(__SSE2__)
+    auto *dst = static_cast<char *>(dst_);
+    const auto *src = static_cast<const char *>(src_);
+    // Up to a cache line's start, then whole lines.
+    size_t head = -reinterpret_cast<uintptr_t>(dst) & 63;
+    if (head > bytes) head = bytes;
+    std::memcpy(dst, src, head);
+    size_t i = head;
+    for (; i + 64 <= bytes; i += 64) {
+#if defined(__AVX2__)
+        for (size_t k = 0; k < 64; k += 32) {
+            const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(src + i + k));
+            _mm256_stream_si256(reinterpret_cast<__m256i *>(dst + i + k), v);
+        }
+#else
+        for (size_t k = 0; k < 64; k += 16) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src + i + k));
+            _mm_stream_si128(reinterpret_cast<__m128i *>(dst + i + k), v);
+        }
+#endif
+    }
+    std::memcpy(dst + i, src + i, bytes - i);
+    _mm_sfence();
+#else
+    std::memcpy(dst_, src_, bytes);
+#endif
+}
+
+}  // namespace
+
+extern const OwnMoveRows moveRows;
+const OwnMoveRows moveRows = {
+    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked},
+     {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked},
+     {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked}},
+    {{Fill<Own8U>::plain, Fill<Own8U>::masked},
+     {Fill<Own16U>::plain, Fill<Own16U>::masked},
+     {Fill<Own32U>::plain, Fill<Own32U>::masked}},
+    {{Exchange<Own8U>::plain, Exchange<Own8U>::masked},
+     {Exchange<Own16U>::plain, Exchange<Own16U>::masked},
+     {Exchange<Own32U>::plain, Exchange<Own32U>::masked}},
+    {gather<Own8U>, gather<Own16U>, gather<Own32U>},
+    {scatter<Own8U>, scatter<Own16U>, scatter<Own32U>},
+    {expandLanes8, expandLanes16, expandLanes32},
+    shiftBits,
+    stream,
+};
+
+}  // namespace OWN_LEVEL

@@ -1,0 +1,463 @@
+// The row runner. A row is contiguous in every image and unmasked: the kernel runs straight on the images. In all other
+// cases it runs stretch by stretch, on rows gathered into a small scratch, under lanes that say which samples are
+// stored. Bits are aligned to the destination's bytes and are handled as bytes from there.
+#include "image/ownrows.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "image/ownmove.h"
+
+namespace {
+
+constexpr int SCRATCH_BYTES = 4096;
+// Scratch beyond this many bytes a pixel is not worth a row: channels are then processed one by one.
+constexpr int WIDEST_PIXEL = SCRATCH_BYTES / 64;
+// A pass over this much memory pushes everything else out of the caches, its own destination included.
+constexpr int64_t STREAM_BYTES = int64_t{24} << 20;
+
+struct alignas(64) Scratch {
+    uint8_t rows[OWN_MAX_SPANS][SCRATCH_BYTES];
+    uint8_t lanes[SCRATCH_BYTES + 64];
+    uint8_t pixelBits[SCRATCH_BYTES / 8 + 8];
+    uint8_t sampleBits[SCRATCH_BYTES / 8 + 64];
+    uint8_t pattern[SCRATCH_BYTES / 8 + 64];
+};
+
+const OwnSpan &destination(const OwnRows &rows) {
+    return rows.spans[rows.count - 1];
+}
+
+void callPlain(OwnRow kernel, uint8_t *const *at, int count, size_t n, const OwnConstant &constant) {
+    kernel(count > 1 ? at[0] : nullptr, count > 2 ? at[1] : nullptr, at[count - 1], n, constant);
+}
+
+void callMasked(OwnMaskedRow kernel, uint8_t *const *at, int count, size_t n, const OwnConstant &constant,
+                const void *lanes) {
+    kernel(count > 1 ? at[0] : nullptr, count > 2 ? at[1] : nullptr, at[count - 1], n, constant, lanes);
+}
+
+void startOfRow(const OwnRows &rows, int plane, int row, uint8_t **at) {
+    for (int i = 0; i < rows.count; ++i) {
+        const OwnSpan &span = rows.spans[i];
+        at[i] = span.start + plane * span.planeStep + row * span.rowStep;
+    }
+}
+
+// Runs a kernel into the scratch and moves the result past the caches.
+void runStreaming(uint8_t *const *from, int count, int bytes, OwnRow kernel, const OwnConstant &constant,
+                  int64_t samples) {
+    alignas(64) uint8_t row[SCRATCH_BYTES];
+    const auto stream = ownMoveRows().stream;
+    uint8_t *at[OWN_MAX_SPANS];
+    std::copy_n(from, count, at);
+    uint8_t *dst = at[count - 1];
+    at[count - 1] = row;
+    // The first stretch ends where a cache line of the destination does.
+    int64_t part = (SCRATCH_BYTES - static_cast<int64_t>(reinterpret_cast<uintptr_t>(dst) & 63)) / bytes;
+    for (int64_t done = 0; done < samples; done += part, part = SCRATCH_BYTES / bytes) {
+        part = std::min(part, samples - done);
+        callPlain(kernel, at, count, static_cast<size_t>(part), constant);
+        stream(dst, row, static_cast<size_t>(part * bytes));
+        dst += part * bytes;
+        for (int i = 0; i < count - 1; ++i)
+            at[i] += part * bytes;
+    }
+}
+
+// Storing past the caches pays where they could not keep the destination, unless a source has brought it in already.
+bool shouldStream(uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll, bool exchange) {
+    if (bytesOfAll * count < STREAM_BYTES || bytesOfRun < SCRATCH_BYTES || exchange || count == 1) return false;
+    for (int i = 0; i < count - 1; ++i) {
+        if (at[i] == at[count - 1]) return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------- contiguous rows
+
+bool isContiguous(const OwnSpan &span, int channels) {
+    return span.bytes > 0 && span.step == channels;
+}
+
+bool allContiguous(const OwnRows &rows) {
+    return std::all_of(rows.spans, rows.spans + rows.count,
+                       [&](const OwnSpan &span) { return isContiguous(span, rows.channels); });
+}
+
+void runContiguous(const OwnRows &rows, OwnRow kernel, const OwnConstant &constant) {
+    int64_t n = static_cast<int64_t>(rows.width) * rows.channels;
+    int height = rows.height, planes = rows.planes;
+    // Rows without padding between them are one row, and so are planes.
+    const auto follows = [&](auto field, int64_t samples) {
+        return std::all_of(rows.spans, rows.spans + rows.count,
+                           [&](const OwnSpan &span) { return span.*field == samples * span.bytes; });
+    };
+    if (height > 1 && follows(&OwnSpan::rowStep, n)) {
+        n *= height;
+        height = 1;
+    }
+    if (height == 1 && planes > 1 && follows(&OwnSpan::planeStep, n)) {
+        n *= planes;
+        planes = 1;
+    }
+    const int bytes = destination(rows).bytes;
+    uint8_t *at[OWN_MAX_SPANS];
+    startOfRow(rows, 0, 0, at);
+    const bool streaming = shouldStream(at, rows.count, n * bytes, n * bytes * height * planes, rows.exchange);
+    for (int plane = 0; plane < planes; ++plane) {
+        for (int row = 0; row < height; ++row) {
+            startOfRow(rows, plane, row, at);
+            if (streaming) {
+                runStreaming(at, rows.count, bytes, kernel, constant, n);
+            } else {
+                callPlain(kernel, at, rows.count, static_cast<size_t>(n), constant);
+            }
+        }
+    }
+}
+
+// --------------------------------------------------------------------------------------------- strided and masked rows
+
+// A mask byte's bits, each repeated: eight pixels' worth of samples, the first on top.
+template <int step>
+struct SpreadTable {
+    uint8_t bytes[256][step];
+};
+template <int step>
+constexpr SpreadTable<step> makeSpreadTable() {
+    SpreadTable<step> table = {};
+    for (int bits = 0; bits < 256; ++bits) {
+        for (int i = 0; i < 8 * step; ++i) {
+            if ((bits >> (7 - i / step) & 1) != 0) {
+                table.bytes[bits][i / 8] = static_cast<uint8_t>(table.bytes[bits][i / 8] | 128 >> i % 8);
+            }
+        }
+    }
+    return table;
+}
+template <int step>
+void spread(const uint8_t *bits, uint8_t *out, int64_t pixels) {
+    static constexpr SpreadTable<step> table = makeSpreadTable<step>();
+    for (int64_t i = 0; i < pixels; i += 8, out += step)
+        std::memcpy(out, table.bytes[bits[i / 8]], step);
+}
+
+// The bits of samples from those of pixels. Bits behind the last pixel are unspecified.
+void spreadBits(const uint8_t *bits, int step, uint8_t *out, int64_t pixels) {
+    switch (step) {
+        case 1:
+            std::memcpy(out, bits, static_cast<size_t>((pixels + 7) / 8));
+            return;
+        case 2:
+            return spread<2>(bits, out, pixels);
+        case 3:
+            return spread<3>(bits, out, pixels);
+        case 4:
+            return spread<4>(bits, out, pixels);
+        default:
+            break;
+    }
+    std::memset(out, 0, static_cast<size_t>((pixels * step + 7) / 8));
+    int64_t sample = 0;
+    for (int64_t i = 0; i < pixels; ++i) {
+        const bool set = (bits[i / 8] >> (7 - i % 8) & 1) != 0;
+        for (int c = 0; c < step; ++c, ++sample) {
+            if (set) out[sample / 8] = static_cast<uint8_t>(out[sample / 8] | 128 >> sample % 8);
+        }
+    }
+}
+
+// Rows of which not every sample is stored, or not every image is contiguous.
+class StretchRunner {
+  public:
+    StretchRunner(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant)
+        : rows_(rows), kernel_(kernel), constant_(constant), move_(ownMoveRows()) {
+        // Images of one pixel layout are processed through: all samples of the pixels, of which the channels of
+        // interest are stored.
+        const OwnSpan &dst = destination(rows);
+        through_ = dst.step > rows.channels && dst.step <= 4 * rows.channels && dst.step * dst.bytes <= WIDEST_PIXEL;
+        for (int i = 0; i < rows.count; ++i) {
+            through_ = through_ && rows.spans[i].step == dst.step && rows.spans[i].first == dst.first;
+        }
+        samples_ = through_ ? dst.step : rows.channels;
+        for (int i = 0; i < rows.count; ++i)
+            direct_[i] = through_ || isContiguous(rows.spans[i], samples_);
+        size_ = ownSampleSize(dst.bytes);
+        pixels_ = SCRATCH_BYTES / (dst.bytes * samples_) & ~7;
+        if (through_) makePattern();
+        if (through_ && !rows.masked) makeLanes(nullptr, std::min<int64_t>(pixels_, rows.width));
+    }
+
+    void run() {
+        for (int plane = 0; plane < rows_.planes; ++plane) {
+            for (int row = 0; row < rows_.height; ++row)
+                runRow(plane, row);
+        }
+    }
+
+  private:
+    // The stored samples of a stretch that begins at a pixel.
+    void makePattern() {
+        const int64_t samples = std::min<int64_t>(pixels_, rows_.width) * samples_;
+        const int first = destination(rows_).first;
+        std::memset(scratch_.pattern, 0, static_cast<size_t>((samples + 7) / 8));
+        for (int64_t pixel = first; pixel < samples; pixel += samples_) {
+            for (int64_t i = pixel; i < pixel + rows_.channels; ++i) {
+                scratch_.pattern[i / 8] = static_cast<uint8_t>(scratch_.pattern[i / 8] | 128 >> i % 8);
+            }
+        }
+    }
+
+    // Lanes for a stretch from the mask's bits (null for none) and the pattern.
+    void makeLanes(const uint8_t *pixelBits, int64_t pixels) {
+        const int64_t samples = pixels * samples_;
+        const uint8_t *bits = scratch_.pattern;
+        if (pixelBits) {
+            bits = pixelBits;
+            if (samples_ > 1) {
+                spreadBits(pixelBits, samples_, scratch_.sampleBits, pixels);
+                bits = scratch_.sampleBits;
+            }
+            if (through_) {
+                for (int64_t k = 0; k < (samples + 7) / 8; ++k)
+                    scratch_.sampleBits[k] &= scratch_.pattern[k];
+            }
+        }
+        move_.lanes[size_](bits, scratch_.lanes, static_cast<size_t>(samples));
+    }
+
+    void runRow(int plane, int row) {
+        uint8_t *at[OWN_MAX_SPANS];
+        startOfRow(rows_, plane, row, at);
+        if (through_) {
+            for (int i = 0; i < rows_.count; ++i)
+                at[i] -= rows_.spans[i].first * rows_.spans[i].bytes;
+        }
+        const uint8_t *maskRow = rows_.masked ? rows_.mask.start + row * rows_.mask.rowStep : nullptr;
+        for (int64_t x = 0; x < rows_.width; x += pixels_) {
+            const int64_t pixels = std::min<int64_t>(pixels_, rows_.width - x);
+            if (maskRow) {
+                const uint8_t *bits = maskRow + x / 8;
+                if (rows_.mask.bit != 0) {
+                    ownAlignBits(bits, rows_.mask.bit, scratch_.pixelBits, 0, pixels);
+                    bits = scratch_.pixelBits;
+                }
+                makeLanes(bits, pixels);
+            }
+            runStretch(at, pixels);
+            for (int i = 0; i < rows_.count; ++i)
+                at[i] += pixels * rows_.spans[i].step * rows_.spans[i].bytes;
+        }
+    }
+
+    void runStretch(uint8_t *const *at, int64_t pixelCount) {
+        const auto pixels = static_cast<size_t>(pixelCount);
+        const bool masked = rows_.masked || through_;
+        const int last = rows_.count - 1;
+        uint8_t *to[OWN_MAX_SPANS];
+        for (int i = 0; i <= last; ++i) {
+            to[i] = direct_[i] ? at[i] : scratch_.rows[i];
+            const bool read = i < last || masked || rows_.exchange;
+            if (!direct_[i] && read) {
+                move_.gather[size_](at[i], rows_.spans[i].step, rows_.channels, to[i], pixels);
+            }
+        }
+        const size_t n = pixels * static_cast<size_t>(samples_);
+        if (masked) {
+            callMasked(kernel_.masked, to, rows_.count, n, constant_, scratch_.lanes);
+        } else {
+            callPlain(kernel_.plain, to, rows_.count, n, constant_);
+        }
+        for (int i = rows_.exchange ? 0 : last; i <= last; ++i) {
+            if (!direct_[i]) move_.scatter[size_](to[i], at[i], rows_.spans[i].step, rows_.channels, pixels);
+        }
+    }
+
+    const OwnRows &rows_;
+    const OwnRowPair &kernel_;
+    const OwnConstant &constant_;
+    const OwnMoveRows &move_;
+    bool through_;
+    bool direct_[OWN_MAX_SPANS];
+    int samples_;  // in a pixel of the scratch
+    int pixels_;   // in a stretch, a multiple of 8
+    OwnSampleSize size_;
+    Scratch scratch_;
+};
+
+void runStretches(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant) {
+    if (rows.channels == 1 || rows.channels * destination(rows).bytes <= WIDEST_PIXEL) {
+        StretchRunner(rows, kernel, constant).run();
+        return;
+    }
+    OwnRows one = rows;
+    one.channels = 1;
+    for (int c = 0; c < rows.channels; ++c) {
+        StretchRunner(one, kernel, constant).run();
+        for (OwnSpan &span : one.spans) {
+            span.start += span.bytes;
+            span.first += 1;
+        }
+    }
+}
+
+// --------------------------------------------------------------------------------------------------------------- bits
+
+// A stretch of a row of bits, as bytes of the destination. Sources at another bit offset are aligned into the scratch.
+// In the first and last byte the bits beyond the run are put back.
+class BitRunner {
+  public:
+    BitRunner(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant)
+        : rows_(rows), kernel_(kernel), constant_(constant) {}
+
+    void run() {
+        for (int row = 0; row < rows_.height; ++row) {
+            uint8_t *at[OWN_MAX_SPANS];
+            int bit[OWN_MAX_SPANS];
+            startOfRow(rows_, 0, row, at);
+            for (int i = 0; i < rows_.count; ++i)
+                bit[i] = rows_.spans[i].bit;
+            const uint8_t *mask = rows_.masked ? rows_.mask.start + row * rows_.mask.rowStep : nullptr;
+            runRow(at, bit, mask);
+        }
+    }
+
+  private:
+    void runRow(uint8_t **at, int *bit, const uint8_t *mask) {
+        const int last = rows_.count - 1;
+        int maskBit = rows_.mask.bit;
+        for (int64_t left = rows_.width; left > 0;) {
+            const int64_t bits = std::min<int64_t>(left, SCRATCH_BYTES * 8 - bit[last]);
+            if (mask) ownAlignBits(mask, maskBit, lanes_, bit[last], bits);
+            runStretch(at, bit, bits, mask != nullptr);
+            for (int i = 0; i <= last; ++i)
+                advance(at[i], bit[i], bits);
+            if (mask) advance(mask, maskBit, bits);
+            left -= bits;
+        }
+    }
+
+    template <typename Byte>
+    static void advance(Byte *&at, int &bit, int64_t bits) {
+        at += (bit + bits) / 8;
+        bit = static_cast<int>((bit + bits) % 8);
+    }
+
+    void runStretch(uint8_t *const *at, const int *bit, int64_t bits, bool masked) {
+        const int last = rows_.count - 1;
+        const int offset = bit[last];
+        const int64_t bytes = (offset + bits + 7) / 8;
+        const uint8_t firstBits = ownFirstBits(offset), lastBits = ownLastBits(offset, bits);
+        uint8_t *to[OWN_MAX_SPANS];
+        for (int i = 0; i <= last; ++i) {
+            const bool aligned = bit[i] == offset;
+            to[i] = aligned ? at[i] : rows_scratch_[i];
+            if (!aligned) ownAlignBits(at[i], bit[i], to[i], offset, bits);
+        }
+        uint8_t *dst = to[last];
+        const uint8_t before = dst[0], beforeEnd = dst[bytes - 1];
+        if (rows_.exchange) return exchangeStretch(at, bit, to, bits, bytes, masked);
+        if (masked) {
+            callMasked(kernel_.masked, to, rows_.count, static_cast<size_t>(bytes), constant_, lanes_);
+        } else {
+            callPlain(kernel_.plain, to, rows_.count, static_cast<size_t>(bytes), constant_);
+        }
+        dst[bytes - 1] = static_cast<uint8_t>((dst[bytes - 1] & lastBits) | (beforeEnd & ~lastBits));
+        dst[0] = static_cast<uint8_t>((dst[0] & firstBits) | (before & ~firstBits));
+    }
+
+    // Both images are written: under lanes that leave the bits beyond the run alone, and the first one is put back at
+    // its own bit offset.
+    void exchangeStretch(uint8_t *const *at, const int *bit, uint8_t **to, int64_t bits, int64_t bytes, bool masked) {
+        const int offset = bit[1];
+        if (!masked) std::memset(lanes_, 255, static_cast<size_t>(bytes));
+        lanes_[0] &= ownFirstBits(offset);
+        lanes_[bytes - 1] &= ownLastBits(offset, bits);
+        callMasked(kernel_.masked, to, rows_.count, static_cast<size_t>(bytes), constant_, lanes_);
+        if (to[0] != at[0]) ownCopyBits(to[0], at[0], offset, bit[0], bits);
+    }
+
+    const OwnRows &rows_;
+    const OwnRowPair &kernel_;
+    const OwnConstant &constant_;
+    alignas(64) uint8_t rows_scratch_[OWN_MAX_SPANS - 1][SCRATCH_BYTES];
+    alignas(64) uint8_t lanes_[SCRATCH_BYTES];
+};
+
+// Rows that begin and end on bytes, and follow one another, are bytes.
+bool asBytes(const OwnRows &rows, OwnRows *bytes) {
+    if (rows.masked || rows.width % 8 != 0) return false;
+    *bytes = rows;
+    bytes->width = rows.width / 8;
+    for (int i = 0; i < rows.count; ++i) {
+        if (rows.spans[i].bit != 0) return false;
+        bytes->spans[i].bytes = 1;
+    }
+    return true;
+}
+
+}  // namespace
+
+OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
+    OwnSpan span = {};
+    span.start = reinterpret_cast<uint8_t *>(ownRoiStart(image, firstChannel, width, height, &span.bit));
+    span.rowStep = image->widthStep;
+    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    span.planeStep = planar ? static_cast<int64_t>(image->height) * image->widthStep : 0;
+    span.step = planar ? 1 : image->nChannels;
+    span.first = planar ? 0 : firstChannel;
+    span.bytes = ownDepthBytes(image->depth);
+    return span;
+}
+
+void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels, int count, int channels,
+                const MoxImage *mask) {
+    *rows = {};
+    rows->count = count;
+    rows->width = rows->height = INT32_MAX;
+    const auto limit = [&](int width, int height) {
+        rows->width = std::min(rows->width, width);
+        rows->height = std::min(rows->height, height);
+    };
+    int width, height;
+    for (int i = 0; i < count; ++i) {
+        rows->spans[i] = ownSpan(images[i], firstChannels[i], &width, &height);
+        limit(width, height);
+    }
+    if (mask) {
+        rows->mask = ownSpan(mask, 0, &width, &height);
+        rows->masked = true;
+        limit(width, height);
+    }
+    const bool planar = images[count - 1]->dataOrder == MOX_DATA_ORDER_PLANE;
+    rows->channels = planar ? std::min(channels, 1) : channels;
+    rows->planes = planar ? channels : 1;
+}
+
+void ownRunRows(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant) {
+    if (rows.width <= 0 || rows.height <= 0 || rows.channels <= 0) return;
+    OwnRows bytes;
+    if (destination(rows).bytes > 0) {
+        if (!rows.masked && allContiguous(rows)) {
+            runContiguous(rows, kernel.plain, constant);
+        } else {
+            runStretches(rows, kernel, constant);
+        }
+    } else if (asBytes(rows, &bytes)) {
+        runContiguous(bytes, kernel.plain, constant);
+    } else {
+        BitRunner(rows, kernel, constant).run();
+    }
+}
+
+void ownRunFlat(const OwnSpan *spans, int count, OwnRow kernel, const OwnConstant &constant, int64_t samples,
+                bool exchange) {
+    OwnRows rows = {};
+    std::copy_n(spans, count, rows.spans);
+    rows.count = count;
+    rows.exchange = exchange;
+    rows.width = static_cast<int>(samples);
+    rows.height = rows.channels = rows.planes = 1;
+    runContiguous(rows, kernel, constant);
+}
