@@ -1,0 +1,29 @@
+// The command line.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "chain.h"
+
+enum class Command {
+    done,  // help or version: already printed
+    list,
+    info,
+    run,
+    gallery
+};
+
+struct CommandLine {
+    Command command = Command::done;
+    bool namesOnly = false;  // list
+    std::string picture;     // info, gallery
+    std::string folder;      // gallery
+    RunRequest run;
+};
+
+// Throws Failure for a command line that makes no sense.
+CommandLine parseCommandLine(int argc, char **argv);
+
+// The words that follow `mox run`.
+RunRequest parseRunWords(const std::vector<std::string> &words);

@@ -1,0 +1,84 @@
+// Files that appear whole or not at all.
+#include "files.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "failure.h"
+
+namespace fs = std::filesystem;
+
+NewFile::~NewFile() {
+    if (stream) std::fclose(stream);
+    if (!temporary.empty()) ::unlink(temporary.c_str());
+}
+
+// A link is followed, so that the file it leads to is replaced and not the link. A device or a pipe is refused: a
+// rename would put a regular file in its place.
+static std::string resolveTarget(const std::string &name) {
+    std::error_code error;
+    const fs::file_status status = fs::status(name, error);
+    if (fs::is_directory(status)) fail(exitFile, name + ": is a folder");
+    if (!fs::exists(status)) {
+        if (fs::is_symlink(fs::symlink_status(name, error))) fail(exitFile, name + ": is a link that leads nowhere");
+        return name;
+    }
+    if (!fs::is_regular_file(status)) fail(exitFile, name + ": is not a regular file");
+    const fs::path resolved = fs::canonical(name, error);
+    if (error) fail(exitFile, name + ": " + error.message());
+    return resolved.string();
+}
+
+// mkstemp makes files that only their owner may read; a picture gets the rights that any new file of this user has.
+static void setUsualRights(int descriptor, const std::string &target) {
+    struct stat existing;
+    mode_t rights;
+    if (::stat(target.c_str(), &existing) == 0) {
+        rights = existing.st_mode & 0777;
+    } else {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        rights = 0666 & ~mask;
+    }
+    if (::fchmod(descriptor, rights) != 0) failErrno(target, errno);
+}
+
+void beginFile(NewFile *file, const std::string &name) {
+    if (name.empty()) fail(exitFile, "the name of a file to write is empty");
+    file->name = name;
+    file->target = resolveTarget(name);
+    std::string pattern = (fs::path(file->target).parent_path() / ".mox-XXXXXX").string();
+    const int descriptor = ::mkstemp(pattern.data());
+    if (descriptor < 0) failErrno(name, errno);
+    file->temporary = pattern;
+    file->stream = ::fdopen(descriptor, "wb");
+    if (!file->stream) {
+        const int error = errno;
+        ::close(descriptor);
+        failErrno(name, error);
+    }
+    setUsualRights(descriptor, file->target);
+}
+
+void commitFile(NewFile *file) {
+    std::FILE *const stream = file->stream;
+    file->stream = nullptr;
+    const bool written = std::fflush(stream) == 0 && !std::ferror(stream);
+    const int writeError = errno;
+    if (std::fclose(stream) != 0 && written) failErrno(file->name, errno);
+    if (!written) failErrno(file->name, writeError);
+    if (std::rename(file->temporary.c_str(), file->target.c_str()) != 0) failErrno(file->name, errno);
+    file->temporary.clear();
+}
+
+void writeText(const std::string &name, const std::string &text) {
+    NewFile file;
+    beginFile(&file, name);
+    if (std::fwrite(text.data(), 1, text.size(), file.stream) != text.size()) failErrno(name, errno);
+    commitFile(&file);
+}

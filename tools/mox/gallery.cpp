@@ -1,0 +1,137 @@
+// The gallery: every operation shown at work. Each result is made by the very command that stands below it, run in the
+// gallery's folder.
+#include "gallery.h"
+
+#include <mox.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "arguments.h"
+#include "chain.h"
+#include "examples.h"
+#include "failure.h"
+#include "files.h"
+#include "page.h"
+#include "scene.h"
+
+namespace {
+
+constexpr int sceneWidth = 480;
+constexpr int sceneHeight = 320;
+constexpr int longestSide = 640;
+constexpr int shiftedBy = 2;
+
+struct Gallery {
+    std::string folder;
+    Page page;
+    std::string commands;
+};
+
+void makeFolder(const std::string &folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error || !std::filesystem::is_directory(folder)) {
+        fail(exitFile, folder + ": " + (error ? error.message() : std::string("is not a folder")));
+    }
+}
+
+void addSource(Gallery *gallery, const char *file, const char *caption, const Picture &picture) {
+    writePng(picture, (std::filesystem::path(gallery->folder) / file).string());
+    gallery->page.sources.push_back({file, caption});
+}
+
+void writeSources(Gallery *gallery, const Picture &picture, const char *caption) {
+    const int width = picture.width;
+    const int height = picture.height;
+    addSource(gallery, "picture.png", caption, picture);
+    addSource(gallery, "discs.png", "Coloured lights on black.", drawDiscs(width, height, 1.0));
+    addSource(gallery, "faint.png", "The same at half their strength.", drawDiscs(width, height, 0.5));
+    addSource(gallery, "shifted.png", "The picture, two pixels to the right and down.",
+              drawShifted(picture, shiftedBy));
+    addSource(gallery, "negative.png", "The picture's negative.", drawNegative(picture));
+    addSource(gallery, "stripes.png", "All bits or none.", drawStripes(width, height));
+    addSource(gallery, "vignette.png", "Light in the middle.", drawVignette(width, height));
+    addSource(gallery, "mask.png", "A mask, of one bit a pixel.", drawMask(width, height));
+    addSource(gallery, "left.png", "One bit a pixel: left.", drawDisc(width, height, 0.37));
+    addSource(gallery, "right.png", "And right.", drawDisc(width, height, 0.63));
+    addSource(gallery, "tiny.png", "Twelve by eight pixels.", drawTiny());
+}
+
+std::string joined(const std::vector<std::string> &words) {
+    std::string text;
+    for (const std::string &word : words)
+        text += " " + word;
+    return text;
+}
+
+void addOnce(std::vector<std::string> *names, const std::string &name) {
+    if (!name.empty() && std::find(names->begin(), names->end(), name) == names->end()) names->push_back(name);
+}
+
+// Runs an example and describes it. The result's name is only used if there is a result.
+Card runExample(Gallery *gallery, const Example &example, const std::string &result) {
+    std::vector<std::string> words = exampleWords(example, gallery->page.width, gallery->page.height);
+    words.insert(words.begin(), example.input);
+    if (std::find(words.begin(), words.end(), "--no-output") == words.end()) words.push_back(result);
+    const RunRequest request = parseRunWords(words);
+    Card card;
+    card.caption = example.caption;
+    card.command = "mox run" + joined(words);
+    card.printed = runRequest(request, gallery->folder);
+    card.result = request.output;
+    addOnce(&card.inputs, request.input);
+    for (const Step &step : parseSteps(request.words))
+        addOnce(&card.inputs, step.picture);
+    addOnce(&card.inputs, request.mask);
+    gallery->commands += card.command + "\n";
+    return card;
+}
+
+void addOperation(Gallery *gallery, const Operation &operation, Section *section) {
+    int number = 0;
+    for (const Example &example : operation.examples) {
+        number++;
+        std::string result = operation.name;
+        if (number > 1) result.append("-").append(std::to_string(number));
+        Card card = runExample(gallery, example, result + ".png");
+        card.title = usageOf(operation);
+        if (number == 1) card.help = operation.help;
+        section->cards.push_back(card);
+    }
+    gallery->page.operations++;
+}
+
+void addWays(Gallery *gallery) {
+    Section section{"Regions, masks, channels, depths, tiles", {}};
+    for (const Way &way : ways()) {
+        Card card = runExample(gallery, way.example, std::string(way.name) + ".png");
+        card.title = way.title;
+        card.help = "";
+        section.cards.push_back(card);
+    }
+    gallery->page.sections.push_back(section);
+}
+
+}  // namespace
+
+void writeGallery(const std::string &folder, const std::string &picture) {
+    const Picture main = picture.empty() ? drawScene(sceneWidth, sceneHeight)
+                                         : reducedTo(withChannels(withBits(readPng(picture), 8), 3), longestSide);
+    Gallery gallery;
+    gallery.folder = folder;
+    gallery.page.version = moxGetLibVersion()->version;
+    gallery.page.width = main.width;
+    gallery.page.height = main.height;
+    makeFolder(folder);
+    writeSources(&gallery, main, picture.empty() ? "The picture: a scene drawn by mox." : "The picture.");
+    for (const Family *family : families()) {
+        Section section{family->title, {}};
+        for (const Operation &operation : family->operations)
+            addOperation(&gallery, operation, &section);
+        gallery.page.sections.push_back(section);
+    }
+    addWays(&gallery);
+    writeText((std::filesystem::path(folder) / "commands.txt").string(), gallery.commands);
+    writeText((std::filesystem::path(folder) / "index.html").string(), renderPage(gallery.page));
+}

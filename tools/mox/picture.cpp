@@ -1,0 +1,87 @@
+// Pictures in memory: sizes, bits and channels changed.
+#include "picture.h"
+
+#include <algorithm>
+
+Picture makePicture(int width, int height, int channels, int bits) {
+    Picture picture;
+    picture.width = width;
+    picture.height = height;
+    picture.channels = channels;
+    picture.bits = bits;
+    picture.samples.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                           static_cast<std::size_t>(channels));
+    return picture;
+}
+
+Picture withBits(const Picture &picture, int bits) {
+    if (picture.bits == bits) return picture;
+    Picture result = picture;
+    result.bits = bits;
+    const unsigned from = fullValue(picture.bits);
+    const unsigned to = fullValue(bits);
+    for (std::uint16_t &sample : result.samples)
+        sample = static_cast<std::uint16_t>(rescale(sample, from, to));
+    return result;
+}
+
+static unsigned grayOf(const std::uint16_t *pixel) {
+    return (77u * pixel[0] + 150u * pixel[1] + 29u * pixel[2] + 128u) >> 8;
+}
+
+static void convertPixel(const std::uint16_t *from, int fromChannels, std::uint16_t *to, int toChannels,
+                         std::uint16_t opaque) {
+    const bool fromColor = fromChannels > 2;
+    if (toChannels <= 2) {
+        to[0] = fromColor ? static_cast<std::uint16_t>(grayOf(from)) : from[0];
+    } else {
+        for (int c = 0; c < 3; c++)
+            to[c] = from[fromColor ? c : 0];
+    }
+    if (hasAlpha(toChannels)) to[toChannels - 1] = hasAlpha(fromChannels) ? from[fromChannels - 1] : opaque;
+}
+
+Picture withChannels(const Picture &picture, int channels) {
+    if (picture.channels == channels) return picture;
+    const Picture wide = withBits(picture, std::max(picture.bits, 8));
+    Picture result = makePicture(wide.width, wide.height, channels, wide.bits);
+    const auto opaque = static_cast<std::uint16_t>(fullValue(wide.bits));
+    for (int y = 0; y < wide.height; y++) {
+        for (int x = 0; x < wide.width; x++) {
+            convertPixel(pixelAt(&wide, x, y), wide.channels, pixelAt(&result, x, y), channels, opaque);
+        }
+    }
+    return result;
+}
+
+static void averageBlock(const Picture &picture, int factor, int x, int y, std::uint16_t *result) {
+    const int xEnd = std::min((x + 1) * factor, picture.width);
+    const int yEnd = std::min((y + 1) * factor, picture.height);
+    const auto count = static_cast<std::uint64_t>(xEnd - x * factor) * static_cast<std::uint64_t>(yEnd - y * factor);
+    for (int c = 0; c < picture.channels; c++) {
+        std::uint64_t sum = count / 2;
+        for (int row = y * factor; row < yEnd; row++) {
+            for (int column = x * factor; column < xEnd; column++)
+                sum += pixelAt(&picture, column, row)[c];
+        }
+        result[c] = static_cast<std::uint16_t>(sum / count);
+    }
+}
+
+Picture reducedTo(const Picture &picture, int limit) {
+    const int longest = std::max(picture.width, picture.height);
+    const int factor = (longest - 1) / limit + 1;
+    if (factor <= 1) return picture;
+    Picture result = makePicture((picture.width - 1) / factor + 1, (picture.height - 1) / factor + 1, picture.channels,
+                                 picture.bits);
+    for (int y = 0; y < result.height; y++) {
+        for (int x = 0; x < result.width; x++)
+            averageBlock(picture, factor, x, y, pixelAt(&result, x, y));
+    }
+    return result;
+}
+
+std::string channelsText(int channels) {
+    const std::string base = channels > 2 ? "RGB" : "gray";
+    return hasAlpha(channels) ? base + " with alpha" : base;
+}

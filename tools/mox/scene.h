@@ -1,0 +1,17 @@
+// Pictures that the gallery draws for itself.
+#pragma once
+
+#include "picture.h"
+
+// An evening by a lake, with hills, a low sun and balloons.
+Picture drawScene(int width, int height);
+
+// The rest fits a picture of any size.
+Picture drawDiscs(int width, int height, double strength);  // red, green and blue lights that overlap, on black
+Picture drawStripes(int width, int height);                 // black and white, aslant
+Picture drawVignette(int width, int height);                // white in the middle, dark in the corners
+Picture drawMask(int width, int height);                    // 1 bit: a flower
+Picture drawDisc(int width, int height, double x);          // 1 bit: a disc about x of the width
+Picture drawShifted(const Picture &picture, int by);        // the picture moved right and down, its edge repeated
+Picture drawNegative(const Picture &picture);
+Picture drawTiny();  // a few pixels to be seen one by one
