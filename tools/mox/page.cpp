@@ -9,7 +9,6 @@ constexpr const char *style = R"CSS(
   :root { --paper: #14171d; --card: #1d222b; --ink: #e8eaee; --quiet: #98a2b3; --line: #2d3440; --accent: #f0a070; --code: #262c37; }
 }
 * { box-sizing: border-box; }
-html { scroll-behavior: smooth; }
 body { margin: 0; background: var(--paper); color: var(--ink); font: 16px/1.5 system-ui, -apple-system, "Segoe UI", Roboto, "DejaVu Sans", sans-serif; }
 main, header > div { max-width: 1180px; margin: 0 auto; padding: 0 24px; }
 header { background: #10151f url(picture.png) center 62% / cover; color: #fff; }
