@@ -1,0 +1,64 @@
+// The comparison of calls with the model.
+#include "arith/arithcheck.h"
+
+#include <cstdio>
+
+const RefOp allOperations[20] = {
+    RefOp::Add,       RefOp::Subtract,    RefOp::Multiply,    RefOp::And, RefOp::Or,     RefOp::Xor,     RefOp::AddS,
+    RefOp::SubtractS, RefOp::MultiplyS,   RefOp::AndS,        RefOp::OrS, RefOp::XorS,   RefOp::LShiftS, RefOp::RShiftS,
+    RefOp::AddSFP,    RefOp::SubtractSFP, RefOp::MultiplySFP, RefOp::Not, RefOp::Square, RefOp::Abs};
+
+RefCall drawCall(Random &random, RefOp op, unsigned depth) {
+    RefCall call = {op};
+    call.flip = random.oneIn(2);
+    call.floatBits = drawSample(random, MOX_DEPTH_32F);
+    if (op == RefOp::LShiftS || op == RefOp::RShiftS) {
+        const int bits = static_cast<int>(depth & ~MOX_DEPTH_SIGN);
+        call.value = random.oneIn(6) ? drawInt(random) : random.below(bits + 2);
+    } else if (random.oneIn(3)) {
+        call.value = static_cast<int>(drawSample(random, depth == MOX_DEPTH_32F ? MOX_DEPTH_32S : depth));
+    } else {
+        call.value = drawInt(random);
+    }
+    return call;
+}
+
+std::string describeCall(const RefCall &call) {
+    char text[120];
+    snprintf(text, sizeof text, "%s value %d flip %d float 0x%08X", refName(call.op), call.value, call.flip,
+             call.floatBits);
+    return text;
+}
+
+SceneOptions sceneOptions(RefOp op, unsigned depth) {
+    SceneOptions options;
+    options.images = refIsBinary(op) ? 3 : 2;
+    options.depth = depth;
+    options.sameChannels = options.sameOrigin = op == RefOp::Abs;
+    return options;
+}
+
+std::vector<TestImage *> callImages(Scene &scene) {
+    return scene.entries();
+}
+
+void checkAgainstModel(const RefCall &call, Scene &scene) {
+    SCOPED_TRACE(describeCall(call) + "\n" + scene.describe());
+    const std::vector<TestImage *> images = callImages(scene);
+    scene.keep();
+    const RefResult wanted = refPoint(call, images);
+    forEachCpuLevel([&] {
+        ReportRecorder reports;
+        TileLog log;
+        AllocationWindow window;
+        refRunLibrary(call, images);
+        window.close();
+        EXPECT_TRUE(reports.none());
+        EXPECT_EQ(moxGetErrStatus(), 0);
+        EXPECT_TRUE(log.paired());
+        EXPECT_EQ(window.live(), 0) << "leaked blocks";
+        EXPECT_TRUE(images.back()->holds(wanted.expected, wanted.unspecified));
+        EXPECT_TRUE(scene.othersAreUntouched());
+        scene.restore();
+    });
+}

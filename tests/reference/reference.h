@@ -1,0 +1,82 @@
+// The reference model of the element-wise operations: slow, sample by sample, to be read as their definition.
+//
+//     RefCall call = {RefOp::AddS, 40};
+//     RefResult wanted = refPoint(call, {&source, &destination});       // before the call: sources and destination as
+//     they are now moxAddS(source.header(), destination.header(), 40); EXPECT_TRUE(destination.holds(wanted.expected,
+//     wanted.unspecified));
+//
+// expected is the destination's whole storage; unspecified marks the padding that a flat run may write, and nothing
+// else.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "support/testimage.h"
+#include "support/tilelog.h"
+
+enum class RefOp {
+    Add,
+    Subtract,
+    Multiply,
+    And,
+    Or,
+    Xor,
+    AddS,
+    SubtractS,
+    MultiplyS,
+    AndS,
+    OrS,
+    XorS,
+    LShiftS,
+    RShiftS,
+    AddSFP,
+    SubtractSFP,
+    MultiplySFP,
+    Not,
+    Square,
+    Abs,
+    Copy
+};
+
+// An operation with its constants. The float is a bit pattern, the shift an unsigned number in value.
+struct RefCall {
+    RefOp op;
+    int value = 0;
+    bool flip = false;
+    uint32_t floatBits = 0;
+};
+
+struct RefResult {
+    TestBytes expected;
+    TestBytes unspecified;
+};
+
+bool refIsBinary(RefOp op);                 // two sources
+bool refAccepts(RefOp op, unsigned depth);  // refused depths are reported
+const char *refName(RefOp op);              // the exported function
+
+// One sample from one or two.
+uint32_t refElement(const RefCall &call, unsigned depth, uint32_t a, uint32_t b);
+
+// The area that a call covers: the smallest regions of images and masks.
+void refCommonSize(const std::vector<TestImage *> &images, int *width, int *height);
+// The combined mask at pixel (i, j) of the covered area.
+bool refMaskedIn(const std::vector<TestImage *> &images, int i, int j);
+bool refHasMask(const std::vector<TestImage *> &images);
+// Whether the call is one run over the whole buffers.
+bool refRunsFlat(const std::vector<TestImage *> &images);
+
+// Sources and, last, the destination.
+RefResult refPoint(const RefCall &call, const std::vector<TestImage *> &images);
+TestBytes refSet(TestImage &image, uint32_t value);
+// What both images hold after an exchange.
+void refExchange(TestImage &image1, TestImage &image2, TestBytes *expected1, TestBytes *expected2);
+
+// Calls the library.
+void refRunLibrary(const RefCall &call, const std::vector<TestImage *> &images);
+
+// The requests and releases of the walk over tiles, sources in their order and the destination last.
+std::vector<TileEvent> refTileWalk(const std::vector<TestImage *> &images);
+// The same up to the n-th request, which is refused: it is the last event.
+std::vector<TileEvent> refTileWalkUpTo(const std::vector<TestImage *> &images, int refusedRequest);
