@@ -31,7 +31,7 @@ bool fillByValue(MoxImage *srcImage, MoxImage *dstImage, int64_t value, bool fli
 
 // A kernel and its constant.
 struct Subtraction {
-    const OwnRowPair *kernel;
+    const OwnRowForms *kernel;
     OwnConstant constant;
 };
 
@@ -42,7 +42,7 @@ Subtraction chooseSmall(unsigned depth, int64_t value, bool flip) {
     const int index = ownDepthIndex(depth);
     const int64_t max = (int64_t{1} << ownDepthBits(depth)) - 1;
     const int64_t bias = (depth & MOX_DEPTH_SIGN) != 0 ? (max + 1) / 2 : 0;
-    const auto choose = [&](const OwnRowPair(&table)[OWN_DEPTHS], int64_t constant) {
+    const auto choose = [&](const OwnRowForms(&table)[OWN_DEPTHS], int64_t constant) {
         return Subtraction{&table[index],
                            {static_cast<uint32_t>(std::min(constant, max)), static_cast<uint32_t>(bias), 0}};
     };

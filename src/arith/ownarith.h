@@ -6,40 +6,40 @@
 
 struct OwnArithRows {
     // d = a op b. At depth 1 on bytes of eight samples.
-    OwnRowPair add[OWN_DEPTHS];
-    OwnRowPair subtract[OWN_DEPTHS];
-    OwnRowPair multiply[OWN_DEPTHS];
-    OwnRowPair bitAnd[OWN_DEPTHS];
-    OwnRowPair bitOr[OWN_DEPTHS];
-    OwnRowPair bitXor[OWN_DEPTHS];
+    OwnRowForms add[OWN_DEPTHS];
+    OwnRowForms subtract[OWN_DEPTHS];
+    OwnRowForms multiply[OWN_DEPTHS];
+    OwnRowForms bitAnd[OWN_DEPTHS];
+    OwnRowForms bitOr[OWN_DEPTHS];
+    OwnRowForms bitXor[OWN_DEPTHS];
 
     // d = a op value; bits repeat the value over the width that the kernel works in.
-    OwnRowPair andS[OWN_DEPTHS];
-    OwnRowPair orS[OWN_DEPTHS];
-    OwnRowPair xorS[OWN_DEPTHS];
-    OwnRowPair shiftLeft[OWN_DEPTHS];
-    OwnRowPair shiftRight[OWN_DEPTHS];
-    OwnRowPair multiplyS[OWN_DEPTHS];  // the value within the depth's range, 8S and 16S up to 128 and 32768
+    OwnRowForms andS[OWN_DEPTHS];
+    OwnRowForms orS[OWN_DEPTHS];
+    OwnRowForms xorS[OWN_DEPTHS];
+    OwnRowForms shiftLeft[OWN_DEPTHS];
+    OwnRowForms shiftRight[OWN_DEPTHS];
+    OwnRowForms multiplyS[OWN_DEPTHS];  // the value within the depth's range, 8S and 16S up to 128 and 32768
 
     // 8 and 16 bits: on samples with the bias added, which makes signed ones unsigned. The value is 0 to the largest
     // sample.
-    OwnRowPair addUp[OWN_DEPTHS];      // a + value, up to the largest sample
-    OwnRowPair takeDown[OWN_DEPTHS];   // a - value, down to 0
-    OwnRowPair fromValue[OWN_DEPTHS];  // value - a, down to 0
-    OwnRowPair fromAbove[OWN_DEPTHS];  // (largest sample + value) - a, up to the largest sample
+    OwnRowForms addUp[OWN_DEPTHS];      // a + value, up to the largest sample
+    OwnRowForms takeDown[OWN_DEPTHS];   // a - value, down to 0
+    OwnRowForms fromValue[OWN_DEPTHS];  // value - a, down to 0
+    OwnRowForms fromAbove[OWN_DEPTHS];  // (largest sample + value) - a, up to the largest sample
     // 32 bits, signed and float.
-    OwnRowPair addS[OWN_DEPTHS];          // a + value
-    OwnRowPair subtractS[OWN_DEPTHS];     // a - value
-    OwnRowPair subtractFrom[OWN_DEPTHS];  // value - a
+    OwnRowForms addS[OWN_DEPTHS];          // a + value
+    OwnRowForms subtractS[OWN_DEPTHS];     // a - value
+    OwnRowForms subtractFrom[OWN_DEPTHS];  // value - a
 
-    OwnRowPair square[OWN_DEPTHS];
-    OwnRowPair absolute[OWN_DEPTHS];
+    OwnRowForms square[OWN_DEPTHS];
+    OwnRowForms absolute[OWN_DEPTHS];
 };
 
 const OwnArithRows &ownArithRows();
 
 // The kernels of an operation for an image of a valid depth.
-inline const OwnRowPair &ownRowsOf(const OwnRowPair (&rows)[OWN_DEPTHS], const MoxImage *image) {
+inline const OwnRowForms &ownRowsOf(const OwnRowForms (&rows)[OWN_DEPTHS], const MoxImage *image) {
     return rows[ownDepthIndex(image->depth)];
 }
 

@@ -20,6 +20,12 @@ template <class T>
     return a < b ? a : b;
 }
 
+// The complement of an unsigned sample, in a form that the compiler keeps in the sample's width.
+template <class D>
+[[gnu::always_inline]] constexpr typename D::Value complement(typename D::Value a) {
+    return as<D>(a ^ as<D>(~0u));
+}
+
 template <class D>
 constexpr bool isFloat = false;
 template <>
@@ -50,7 +56,7 @@ struct Add {
             const auto sum = as<D>(static_cast<Bits>(static_cast<Bits>(a) + static_cast<Bits>(b)));
             return ((a ^ sum) & (b ^ sum)) < 0 ? endOnSideOf<D>(a) : sum;
         } else {
-            return as<D>(a + least(b, as<D>(~a)));
+            return as<D>(a + least(b, complement<D>(a)));
         }
     }
 };
@@ -78,13 +84,19 @@ struct Subtract {
     return static_cast<int32_t>(product);
 }
 
+// A product in twice the width, clamped.
 template <class D>
-[[gnu::always_inline]] inline typename D::Value product(typename D::Value a, typename D::Wide b) {
+[[gnu::always_inline]] inline typename D::Value clampedWide(typename D::Wide p) {
     using Wide = typename D::Wide;
-    auto p = static_cast<Wide>(static_cast<Wide>(a) * b);
     p = p > static_cast<Wide>(D::high) ? static_cast<Wide>(D::high) : p;
     if constexpr (isSigned<D>) p = p < static_cast<Wide>(D::low) ? static_cast<Wide>(D::low) : p;
     return as<D>(p);
+}
+
+template <class D>
+[[gnu::always_inline]] inline typename D::Value product(typename D::Value a, typename D::Value b) {
+    using Wide = typename D::Wide;
+    return clampedWide<D>(static_cast<Wide>(static_cast<Wide>(a) * static_cast<Wide>(b)));
 }
 
 struct Multiply {
@@ -100,6 +112,63 @@ struct Multiply {
     }
 };
 
+#if defined(__SSE2__)
+// The product's halves are one instruction each for 16-bit samples, which the compiler finds, and so is the saturating
+// way back, which it does not.
+#if defined(__AVX2__)
+using Vector = __m256i;
+inline Vector load(const char *p) {
+    return _mm256_loadu_si256(reinterpret_cast<const Vector *>(p));
+}
+inline void store(char *p, Vector v) {
+    _mm256_storeu_si256(reinterpret_cast<Vector *>(p), v);
+}
+inline Vector clampedProducts(Vector a, Vector b, Own16S) {
+    const Vector low = _mm256_mullo_epi16(a, b), high = _mm256_mulhi_epi16(a, b);
+    return _mm256_packs_epi32(_mm256_unpacklo_epi16(low, high), _mm256_unpackhi_epi16(low, high));
+}
+inline Vector clampedProducts(Vector a, Vector b, Own16U) {
+    const Vector low = _mm256_mullo_epi16(a, b), high = _mm256_mulhi_epu16(a, b);
+    const Vector fits = _mm256_cmpeq_epi16(high, _mm256_setzero_si256());
+    return _mm256_or_si256(low, _mm256_xor_si256(fits, _mm256_set1_epi32(-1)));
+}
+#else
+using Vector = __m128i;
+inline Vector load(const char *p) {
+    return _mm_loadu_si128(reinterpret_cast<const Vector *>(p));
+}
+inline void store(char *p, Vector v) {
+    _mm_storeu_si128(reinterpret_cast<Vector *>(p), v);
+}
+inline Vector clampedProducts(Vector a, Vector b, Own16S) {
+    const Vector low = _mm_mullo_epi16(a, b), high = _mm_mulhi_epi16(a, b);
+    return _mm_packs_epi32(_mm_unpacklo_epi16(low, high), _mm_unpackhi_epi16(low, high));
+}
+inline Vector clampedProducts(Vector a, Vector b, Own16U) {
+    const Vector low = _mm_mullo_epi16(a, b), high = _mm_mulhi_epu16(a, b);
+    const Vector fits = _mm_cmpeq_epi16(high, _mm_setzero_si128());
+    return _mm_or_si128(low, _mm_xor_si128(fits, _mm_set1_epi32(-1)));
+}
+#endif
+
+template <class D>
+struct Multiply16Block {
+    static void block(const char *a, const char *b, void *d, const OwnConstant &) {
+        for (size_t i = 0; i < 64; i += sizeof(Vector)) {
+            store(static_cast<char *>(d) + i, clampedProducts(load(a + i), load(b + i), D()));
+        }
+    }
+    static void tail(const char *a, const char *b, void *d, size_t n, const OwnConstant &c) {
+        OwnBinary<D, Multiply>::plain(a, b, d, n, c);
+    }
+};
+template <class D>
+using Multiply16 = OwnBlockForms<D, Multiply16Block<D>>;
+#else
+template <class D>
+using Multiply16 = OwnBinary<D, Multiply>;
+#endif
+
 struct MultiplyS {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
@@ -108,7 +177,9 @@ struct MultiplyS {
         } else if constexpr (sizeof(typename D::Value) == 4) {
             return clampedProduct(a, static_cast<int32_t>(c.value));
         } else {
-            return product<D>(a, static_cast<typename D::Wide>(c.value));
+            // The factor may be one beyond the range, and so has the wide type.
+            using Wide = typename D::Wide;
+            return clampedWide<D>(static_cast<Wide>(static_cast<Wide>(a) * static_cast<Wide>(c.value)));
         }
     }
 };
@@ -154,6 +225,7 @@ struct AndNot {
     }
 };
 
+// Shifts of 16 and 32 bits.
 struct ShiftLeft {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
@@ -168,12 +240,52 @@ struct ShiftRight {
     }
 };
 
+// Shifts of bytes, for which processors have no instruction: on words of eight, with the bits from the neighbours cut
+// off.
+constexpr uint64_t everyByte = 0x0101010101010101u;
+
+struct ShiftBytesLeft {
+    static uint64_t word(uint64_t w, unsigned shift) { return w << shift & everyByte * (0xFFu << shift & 0xFF); }
+};
+struct ShiftBytesRight {
+    static uint64_t word(uint64_t w, unsigned shift) { return w >> shift & everyByte * (0xFFu >> shift); }
+};
+// Signed bytes are shifted with 128 added, of which 128 >> shift is left to take off again. The top bit, free after the
+// shift, keeps that from borrowing.
+struct ShiftSignedBytesRight {
+    static uint64_t word(uint64_t w, unsigned shift) {
+        constexpr uint64_t top = everyByte * 0x80;
+        const uint64_t shifted = (w ^ top) >> shift & everyByte * (0xFFu >> shift);
+        return ((shifted | top) - everyByte * (0x80u >> shift)) ^ top;
+    }
+};
+
+template <class F>
+struct ShiftBlock {
+    static void block(const char *a, const char *, void *d, const OwnConstant &c) {
+        // Taken in before any is stored: the destination may be the source.
+        uint64_t words[8];
+        __builtin_memcpy(words, a, sizeof words);
+        for (uint64_t &word : words)
+            word = F::word(word, c.value);
+        __builtin_memcpy(d, words, sizeof words);
+    }
+    static void tail(const char *a, const char *, void *d, size_t n, const OwnConstant &c) {
+        const auto *bytes = reinterpret_cast<const unsigned char *>(a);
+        for (size_t i = 0; i < n; ++i) {
+            static_cast<unsigned char *>(d)[i] = static_cast<unsigned char>(F::word(bytes[i], c.value));
+        }
+    }
+};
+template <class F>
+using ShiftBytes = OwnBlockForms<Own8U, ShiftBlock<F>>;
+
 // The four ways to add to or subtract from 8- and 16-bit samples, all on unsigned values.
 struct AddUp {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         const auto u = as<D>(a ^ as<D>(c.bias));
-        return as<D>((u + least(as<D>(c.value), as<D>(~u))) ^ as<D>(c.bias));
+        return as<D>((u + least(as<D>(c.value), complement<D>(u))) ^ as<D>(c.bias));
     }
 };
 struct TakeDown {
@@ -194,7 +306,7 @@ struct FromAbove {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         const auto u = as<D>(a ^ as<D>(c.bias));
-        return as<D>((as<D>(~u) + least(u, as<D>(c.value))) ^ as<D>(c.bias));
+        return as<D>((complement<D>(u) + least(u, as<D>(c.value))) ^ as<D>(c.bias));
     }
 };
 
@@ -260,10 +372,10 @@ struct DropSign {
 };
 
 template <class D, class F>
-constexpr OwnRowPair two = OwnBinary<D, F>::pair;
+constexpr OwnRowForms two = OwnBinary<D, F>::forms;
 template <class D, class F>
-constexpr OwnRowPair one = OwnUnary<D, F>::pair;
-constexpr OwnRowPair none = {nullptr, nullptr};
+constexpr OwnRowForms one = OwnUnary<D, F>::forms;
+constexpr OwnRowForms none = {nullptr, nullptr, nullptr};
 
 }  // namespace
 
@@ -274,7 +386,7 @@ const OwnArithRows arithRows = {
             two<Own32F, Add>},
     .subtract = {two<Own8U, AndNot>, two<Own8U, Subtract>, two<Own8S, Subtract>, two<Own16U, Subtract>,
                  two<Own16S, Subtract>, two<Own32S, Subtract>, two<Own32F, Subtract>},
-    .multiply = {none, two<Own8U, Multiply>, two<Own8S, Multiply>, two<Own16U, Multiply>, two<Own16S, Multiply>,
+    .multiply = {none, two<Own8U, Multiply>, two<Own8S, Multiply>, Multiply16<Own16U>::forms, Multiply16<Own16S>::forms,
                  two<Own32S, Multiply>, two<Own32F, Multiply>},
     .bitAnd = {two<Own8U, And>, two<Own8U, And>, two<Own8U, And>, two<Own16U, And>, two<Own16U, And>, two<Own32U, And>,
                none},
@@ -286,10 +398,10 @@ const OwnArithRows arithRows = {
     .orS = {one<Own8U, Or>, one<Own8U, Or>, one<Own8U, Or>, one<Own16U, Or>, one<Own16U, Or>, one<Own32U, Or>, none},
     .xorS = {one<Own8U, Xor>, one<Own8U, Xor>, one<Own8U, Xor>, one<Own16U, Xor>, one<Own16U, Xor>, one<Own32U, Xor>,
              none},
-    .shiftLeft = {none, one<Own8U, ShiftLeft>, one<Own8U, ShiftLeft>, one<Own16U, ShiftLeft>, one<Own16U, ShiftLeft>,
-                  one<Own32U, ShiftLeft>, none},
-    .shiftRight = {none, one<Own8U, ShiftRight>, one<Own8S, ShiftRight>, one<Own16U, ShiftRight>,
-                   one<Own16S, ShiftRight>, one<Own32S, ShiftRight>, none},
+    .shiftLeft = {none, ShiftBytes<ShiftBytesLeft>::forms, ShiftBytes<ShiftBytesLeft>::forms, one<Own16U, ShiftLeft>,
+                  one<Own16U, ShiftLeft>, one<Own32U, ShiftLeft>, none},
+    .shiftRight = {none, ShiftBytes<ShiftBytesRight>::forms, ShiftBytes<ShiftSignedBytesRight>::forms,
+                   one<Own16U, ShiftRight>, one<Own16S, ShiftRight>, one<Own32S, ShiftRight>, none},
     .multiplyS = {none, one<Own8U, MultiplyS>, one<Own8S, MultiplyS>, one<Own16U, MultiplyS>, one<Own16S, MultiplyS>,
                   one<Own32S, MultiplyS>, one<Own32F, MultiplyS>},
     .addUp = {none, one<Own8U, AddUp>, one<Own8U, AddUp>, one<Own16U, AddUp>, one<Own16U, AddUp>, none, none},

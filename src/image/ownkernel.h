@@ -21,9 +21,12 @@ using OwnRow = void (*)(const void *a, const void *b, void *d, size_t n, const O
 using OwnMaskedRow = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant,
                               const void *lanes);
 
-struct OwnRowPair {
+// The forms of one kernel. The streamed form stores past the caches, for runs that they could not keep; d must not be a
+// source, and whoever ran it orders the stores with OwnMoveRows::fence. Null where the plain form does as well.
+struct OwnRowForms {
     OwnRow plain;
     OwnMaskedRow masked;
+    OwnRow streamed;
 };
 
 // The tables of the levels that this build has, in the order of OwnCpuLevel.

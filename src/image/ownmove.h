@@ -10,9 +10,9 @@ constexpr OwnSampleSize ownSampleSize(int bytes) {
 }
 
 struct OwnMoveRows {
-    OwnRowPair copy[OWN_SAMPLE_SIZES];      // d = a
-    OwnRowPair fill[OWN_SAMPLE_SIZES];      // d = value
-    OwnRowPair exchange[OWN_SAMPLE_SIZES];  // a and d change places: these write to a as well
+    OwnRowForms copy[OWN_SAMPLE_SIZES];      // d = a
+    OwnRowForms fill[OWN_SAMPLE_SIZES];      // d = value
+    OwnRowForms exchange[OWN_SAMPLE_SIZES];  // a and d change places: these write to a as well
 
     // count samples of each pixel of step samples, to and from a contiguous row.
     void (*gather[OWN_SAMPLE_SIZES])(const void *src, int step, int count, void *row, size_t pixels);
@@ -25,8 +25,8 @@ struct OwnMoveRows {
     // out[k] = src[k] << left | src[k + 1] >> (8 - left), for left in 1..7.
     void (*shiftBits)(const uint8_t *src, int left, uint8_t *out, size_t n);
 
-    // Copies without bringing the destination into the caches. Ends with a fence.
-    void (*stream)(void *dst, const void *src, size_t bytes);
+    // Orders what streamed kernels have stored before whatever comes next.
+    void (*fence)();
 };
 
 const OwnMoveRows &ownMoveRows();

@@ -3,10 +3,6 @@
 
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <immintrin.h>
-#endif
-
 #include "image/ownsample.h"
 
 namespace OWN_LEVEL {
@@ -183,46 +179,24 @@ void expandLanes32(const uint8_t *bits, void *lanes, size_t n) {
     expandWideLanes<uint32_t, int32_t>(bits, lanes, n);
 }
 
+// Words of eight bytes, each byte shifted on its own: the bits that its neighbours would bring are cut off.
 void shiftBits(const uint8_t *src, int left, uint8_t *out, size_t n) {
-    size_t k = 0;
-    // Big-endian words of eight bytes, of which the ninth's top bits fill the gap.
-    for (; k + 8 <= n; k += 8) {
-        uint64_t word;
-        std::memcpy(&word, src + k, sizeof word);
-        word = __builtin_bswap64(word) << left | static_cast<uint64_t>(src[k + 8] >> (8 - left));
-        word = __builtin_bswap64(word);
-        std::memcpy(out + k, &word, sizeof word);
-    }
-    for (; k < n; ++k)
-        out[k] = static_cast<uint8_t>(src[k] << left | src[k + 1] >> (8 - left));
+    constexpr uint64_t everyByte = 0x0101010101010101u;
+    const int right = 8 - left;
+    const uint64_t high = everyByte * (0xFFu << left & 0xFF), low = everyByte * (0xFFu >> right);
+    const auto *words = reinterpret_cast<const OwnAnyU64 *>(src);
+    const auto *following = reinterpret_cast<const OwnAnyU64 *>(src + 1);
+    auto *shifted = reinterpret_cast<OwnAnyU64 *>(out);
+    OWN_ELEMENTWISE
+    for (size_t k = 0; k < n / 8; ++k)
+        shifted[k] = (words[k] << left & high) | (following[k] >> right & low);
+    for (size_t k = n / 8 * 8; k < n; ++k)
+        out[k] = static_cast<uint8_t>(src[k] << left | src[k + 1] >> right);
 }
 
-void stream(void *dst_, const void *src_, size_t bytes) {
+void fence() {
 #if defined(__SSE2__)
-    auto *dst = static_cast<char *>(dst_);
-    const auto *src = static_cast<const char *>(src_);
-    // Up to a cache line's start, then whole lines.
-    size_t head = -reinterpret_cast<uintptr_t>(dst) & 63;
-    if (head > bytes) head = bytes;
-    std::memcpy(dst, src, head);
-    size_t i = head;
-    for (; i + 64 <= bytes; i += 64) {
-#if defined(__AVX2__)
-        for (size_t k = 0; k < 64; k += 32) {
-            const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(src + i + k));
-            _mm256_stream_si256(reinterpret_cast<__m256i *>(dst + i + k), v);
-        }
-#else
-        for (size_t k = 0; k < 64; k += 16) {
-            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src + i + k));
-            _mm_stream_si128(reinterpret_cast<__m128i *>(dst + i + k), v);
-        }
-#endif
-    }
-    std::memcpy(dst + i, src + i, bytes - i);
     _mm_sfence();
-#else
-    std::memcpy(dst_, src_, bytes);
 #endif
 }
 
@@ -230,20 +204,20 @@ void stream(void *dst_, const void *src_, size_t bytes) {
 
 extern const OwnMoveRows moveRows;
 const OwnMoveRows moveRows = {
-    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked},
-     {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked},
-     {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked}},
-    {{Fill<Own8U>::plain, Fill<Own8U>::masked},
-     {Fill<Own16U>::plain, Fill<Own16U>::masked},
-     {Fill<Own32U>::plain, Fill<Own32U>::masked}},
-    {{Exchange<Own8U>::plain, Exchange<Own8U>::masked},
-     {Exchange<Own16U>::plain, Exchange<Own16U>::masked},
-     {Exchange<Own32U>::plain, Exchange<Own32U>::masked}},
+    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked, nullptr},
+     {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked, nullptr},
+     {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked, nullptr}},
+    {{Fill<Own8U>::plain, Fill<Own8U>::masked, nullptr},
+     {Fill<Own16U>::plain, Fill<Own16U>::masked, nullptr},
+     {Fill<Own32U>::plain, Fill<Own32U>::masked, nullptr}},
+    {{Exchange<Own8U>::plain, Exchange<Own8U>::masked, nullptr},
+     {Exchange<Own16U>::plain, Exchange<Own16U>::masked, nullptr},
+     {Exchange<Own32U>::plain, Exchange<Own32U>::masked, nullptr}},
     {gather<Own8U>, gather<Own16U>, gather<Own32U>},
     {scatter<Own8U>, scatter<Own16U>, scatter<Own32U>},
     {expandLanes8, expandLanes16, expandLanes32},
     shiftBits,
-    stream,
+    fence,
 };
 
 }  // namespace OWN_LEVEL

@@ -51,7 +51,7 @@ bool OwnPair::open() {
     return width_ > 0 && height_ > 0;
 }
 
-void OwnPair::runPlain(const OwnRowPair (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const {
+void OwnPair::runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const {
     const int channels = ownChannels(dst_);
     if (ownChannels(src_) != channels) {
         ownReport(caller_, MOX_StatusBadArgument,

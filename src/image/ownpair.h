@@ -28,7 +28,7 @@ class OwnPair {
     int64_t height() const { return height_; }
 
     // Runs a moving kernel over two plain images.
-    void runPlain(const OwnRowPair (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const;
+    void runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const;
 
     // A step within failed: it has been reported, and this call reports its own trace.
     void traceFailure() const { ownReport(caller_, MOX_StatusBacktrace, ""); }

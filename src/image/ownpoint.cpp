@@ -83,7 +83,7 @@ bool OwnPoint::combineMasks() {
 // What a cell of the walk, or the whole call on plain images, needs to know.
 struct OwnPoint::Cell {
     const OwnPoint &point;
-    const OwnRowPair &kernel;
+    const OwnRowForms &kernel;
     const OwnConstant &constant;
 
     void run(MoxImage *const *images, const MoxImage *mask) const {
@@ -109,11 +109,11 @@ struct OwnPoint::Cell {
             spans[i].step = 1;
             size = std::min<int64_t>(size, images[i]->imageSize);
         }
-        ownRunFlat(spans, point.count_, kernel.plain, constant, size / bytes, false);
+        ownRunFlat(spans, point.count_, kernel, constant, size / bytes);
     }
 };
 
-void OwnPoint::run(const OwnRowPair &kernel, const OwnConstant &constant) {
+void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
     Cell cell = {*this, kernel, constant};
     const bool tiled = std::any_of(images_, images_ + count_, [](const MoxImage *image) { return image->tileInfo; });
     if (!tiled) {

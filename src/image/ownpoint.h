@@ -33,7 +33,7 @@ class OwnPoint {
     // A fault that the operation itself finds.
     void refuse(const char *message) const { ownReport(caller_, MOX_StatusBadArgument, message); }
 
-    void run(const OwnRowPair &kernel, const OwnConstant &constant = {});
+    void run(const OwnRowForms &kernel, const OwnConstant &constant = {});
 
   private:
     struct Cell;

@@ -14,7 +14,8 @@ constexpr int SCRATCH_BYTES = 4096;
 // Scratch beyond this many bytes a pixel is not worth a row: channels are then processed one by one.
 constexpr int WIDEST_PIXEL = SCRATCH_BYTES / 64;
 // A pass over this much memory pushes everything else out of the caches, its own destination included.
-constexpr int64_t STREAM_BYTES = int64_t{24} << 20;
+constexpr int64_t STREAM_BYTES = int64_t{32} << 20;
+constexpr int64_t SHORTEST_STREAM = 1024;
 
 struct alignas(64) Scratch {
     uint8_t rows[OWN_MAX_SPANS][SCRATCH_BYTES];
@@ -44,34 +45,10 @@ void startOfRow(const OwnRows &rows, int plane, int row, uint8_t **at) {
     }
 }
 
-// Runs a kernel into the scratch and moves the result past the caches.
-void runStreaming(uint8_t *const *from, int count, int bytes, OwnRow kernel, const OwnConstant &constant,
-                  int64_t samples) {
-    alignas(64) uint8_t row[SCRATCH_BYTES];
-    const auto stream = ownMoveRows().stream;
-    uint8_t *at[OWN_MAX_SPANS];
-    std::copy_n(from, count, at);
-    uint8_t *dst = at[count - 1];
-    at[count - 1] = row;
-    // The first stretch ends where a cache line of the destination does.
-    int64_t part = (SCRATCH_BYTES - static_cast<int64_t>(reinterpret_cast<uintptr_t>(dst) & 63)) / bytes;
-    for (int64_t done = 0; done < samples; done += part, part = SCRATCH_BYTES / bytes) {
-        part = std::min(part, samples - done);
-        callPlain(kernel, at, count, static_cast<size_t>(part), constant);
-        stream(dst, row, static_cast<size_t>(part * bytes));
-        dst += part * bytes;
-        for (int i = 0; i < count - 1; ++i)
-            at[i] += part * bytes;
-    }
-}
-
 // Storing past the caches pays where they could not keep the destination, unless a source has brought it in already.
-bool shouldStream(uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll, bool exchange) {
-    if (bytesOfAll * count < STREAM_BYTES || bytesOfRun < SCRATCH_BYTES || exchange || count == 1) return false;
-    for (int i = 0; i < count - 1; ++i) {
-        if (at[i] == at[count - 1]) return false;
-    }
-    return true;
+bool shouldStream(const OwnRowForms &kernel, uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll) {
+    if (!kernel.streamed || bytesOfAll * count < STREAM_BYTES || bytesOfRun < SHORTEST_STREAM) return false;
+    return std::find(at, at + count - 1, at[count - 1]) == at + count - 1;
 }
 
 // ---------------------------------------------------------------------------------------------------- contiguous rows
@@ -85,7 +62,7 @@ bool allContiguous(const OwnRows &rows) {
                        [&](const OwnSpan &span) { return isContiguous(span, rows.channels); });
 }
 
-void runContiguous(const OwnRows &rows, OwnRow kernel, const OwnConstant &constant) {
+void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
     int64_t n = static_cast<int64_t>(rows.width) * rows.channels;
     int height = rows.height, planes = rows.planes;
     // Rows without padding between them are one row, and so are planes.
@@ -104,17 +81,15 @@ void runContiguous(const OwnRows &rows, OwnRow kernel, const OwnConstant &consta
     const int bytes = destination(rows).bytes;
     uint8_t *at[OWN_MAX_SPANS];
     startOfRow(rows, 0, 0, at);
-    const bool streaming = shouldStream(at, rows.count, n * bytes, n * bytes * height * planes, rows.exchange);
+    const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, n * bytes * height * planes);
+    const OwnRow form = streaming ? kernel.streamed : kernel.plain;
     for (int plane = 0; plane < planes; ++plane) {
         for (int row = 0; row < height; ++row) {
             startOfRow(rows, plane, row, at);
-            if (streaming) {
-                runStreaming(at, rows.count, bytes, kernel, constant, n);
-            } else {
-                callPlain(kernel, at, rows.count, static_cast<size_t>(n), constant);
-            }
+            callPlain(form, at, rows.count, static_cast<size_t>(n), constant);
         }
     }
+    if (streaming) ownMoveRows().fence();
 }
 
 // --------------------------------------------------------------------------------------------- strided and masked rows
@@ -122,7 +97,7 @@ void runContiguous(const OwnRows &rows, OwnRow kernel, const OwnConstant &consta
 // A mask byte's bits, each repeated: eight pixels' worth of samples, the first on top.
 template <int step>
 struct SpreadTable {
-    uint8_t bytes[256][step];
+    uint8_t bytes[256][4];
 };
 template <int step>
 constexpr SpreadTable<step> makeSpreadTable() {
@@ -171,7 +146,7 @@ void spreadBits(const uint8_t *bits, int step, uint8_t *out, int64_t pixels) {
 // Rows of which not every sample is stored, or not every image is contiguous.
 class StretchRunner {
   public:
-    StretchRunner(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant)
+    StretchRunner(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant)
         : rows_(rows), kernel_(kernel), constant_(constant), move_(ownMoveRows()) {
         // Images of one pixel layout are processed through: all samples of the pixels, of which the channels of
         // interest are stored.
@@ -275,7 +250,7 @@ class StretchRunner {
     }
 
     const OwnRows &rows_;
-    const OwnRowPair &kernel_;
+    const OwnRowForms &kernel_;
     const OwnConstant &constant_;
     const OwnMoveRows &move_;
     bool through_;
@@ -286,7 +261,22 @@ class StretchRunner {
     Scratch scratch_;
 };
 
-void runStretches(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant) {
+// Whole rows without padding, under a mask without padding, are one row.
+OwnRows joinRows(const OwnRows &rows) {
+    OwnRows joined = rows;
+    const auto follows = [&](const OwnSpan &span) {
+        return span.rowStep == static_cast<int64_t>(rows.width) * span.step * span.bytes;
+    };
+    const bool maskFollows = !rows.masked || (rows.mask.bit == 0 && rows.mask.rowStep * 8 == rows.width);
+    if (maskFollows && std::all_of(rows.spans, rows.spans + rows.count, follows)) {
+        joined.width = rows.width * rows.height;
+        joined.height = 1;
+    }
+    return joined;
+}
+
+void runStretches(const OwnRows &all, const OwnRowForms &kernel, const OwnConstant &constant) {
+    const OwnRows rows = joinRows(all);
     if (rows.channels == 1 || rows.channels * destination(rows).bytes <= WIDEST_PIXEL) {
         StretchRunner(rows, kernel, constant).run();
         return;
@@ -308,7 +298,7 @@ void runStretches(const OwnRows &rows, const OwnRowPair &kernel, const OwnConsta
 // In the first and last byte the bits beyond the run are put back.
 class BitRunner {
   public:
-    BitRunner(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant)
+    BitRunner(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant)
         : rows_(rows), kernel_(kernel), constant_(constant) {}
 
     void run() {
@@ -379,7 +369,7 @@ class BitRunner {
     }
 
     const OwnRows &rows_;
-    const OwnRowPair &kernel_;
+    const OwnRowForms &kernel_;
     const OwnConstant &constant_;
     alignas(64) uint8_t rows_scratch_[OWN_MAX_SPANS - 1][SCRATCH_BYTES];
     alignas(64) uint8_t lanes_[SCRATCH_BYTES];
@@ -435,28 +425,27 @@ void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels
     rows->planes = planar ? channels : 1;
 }
 
-void ownRunRows(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant) {
+void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
     if (rows.width <= 0 || rows.height <= 0 || rows.channels <= 0) return;
     OwnRows bytes;
     if (destination(rows).bytes > 0) {
         if (!rows.masked && allContiguous(rows)) {
-            runContiguous(rows, kernel.plain, constant);
+            runContiguous(rows, kernel, constant);
         } else {
             runStretches(rows, kernel, constant);
         }
     } else if (asBytes(rows, &bytes)) {
-        runContiguous(bytes, kernel.plain, constant);
+        runContiguous(bytes, kernel, constant);
     } else {
         BitRunner(rows, kernel, constant).run();
     }
 }
 
-void ownRunFlat(const OwnSpan *spans, int count, OwnRow kernel, const OwnConstant &constant, int64_t samples,
-                bool exchange) {
+void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant,
+                int64_t samples) {
     OwnRows rows = {};
     std::copy_n(spans, count, rows.spans);
     rows.count = count;
-    rows.exchange = exchange;
     rows.width = static_cast<int>(samples);
     rows.height = rows.channels = rows.planes = 1;
     runContiguous(rows, kernel, constant);

@@ -38,9 +38,8 @@ void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels
                 const MoxImage *mask);
 
 // Runs the kernel over all rows.
-void ownRunRows(const OwnRows &rows, const OwnRowPair &kernel, const OwnConstant &constant);
+void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant);
 
-// Runs the kernel once, over bytes that are contiguous in every image. It may store past the caches where the run is
-// too long for them.
-void ownRunFlat(const OwnSpan *spans, int count, OwnRow kernel, const OwnConstant &constant, int64_t samples,
-                bool exchange);
+// Runs the kernel once, over samples that are contiguous in every image.
+void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant,
+                int64_t samples);

@@ -4,6 +4,10 @@
 
 #include "image/ownkernel.h"
 
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
 // The destination may be a source: equal positions, so that no iteration depends on another.
 #if defined(__clang__)
 #define OWN_ELEMENTWISE _Pragma("clang loop vectorize(assume_safety)")
@@ -77,52 +81,155 @@ template <class D>
     }
 }
 
-// Kernels of an element function f(a, b, constant) at a depth.
-template <class D, class F>
-struct OwnBinary {
+// What a streamed kernel computes aside at a time: a few cache lines, so that reading and writing of memory alternate.
+constexpr size_t OWN_STREAM_BLOCK = 256;
+
+// Stores a block past the caches, where the processor can. Both are aligned to 64 bytes.
+[[gnu::always_inline]] inline void ownStreamBlock(void *to, const void *block) {
+#if defined(__AVX2__)
+    for (size_t k = 0; k < OWN_STREAM_BLOCK / 32; ++k) {
+        _mm256_stream_si256(static_cast<__m256i *>(to) + k, _mm256_load_si256(static_cast<const __m256i *>(block) + k));
+    }
+#elif defined(__SSE2__)
+    for (size_t k = 0; k < OWN_STREAM_BLOCK / 16; ++k) {
+        _mm_stream_si128(static_cast<__m128i *>(to) + k, _mm_load_si128(static_cast<const __m128i *>(block) + k));
+    }
+#else
+    __builtin_memcpy(to, block, OWN_STREAM_BLOCK);
+#endif
+}
+
+// The three forms of a kernel whose element i is compute(i, a, b, constant).
+template <class D, class Element>
+struct OwnForms {
+    using Sample = typename D::Sample;
+    using Value = typename D::Value;
+
     static void plain(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        const auto *a = static_cast<const typename D::Sample *>(a_);
-        const auto *b = static_cast<const typename D::Sample *>(b_);
-        auto *d = static_cast<typename D::Sample *>(d_);
+        const auto *a = static_cast<const Sample *>(a_);
+        const auto *b = static_cast<const Sample *>(b_);
+        auto *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
-            d[i] = F::template f<D>(a[i], b[i], constant);
+            d[i] = Element::compute(i, a, b, constant);
     }
+
     static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
-        const auto *a = static_cast<const typename D::Sample *>(a_);
-        const auto *b = static_cast<const typename D::Sample *>(b_);
+        const auto *a = static_cast<const Sample *>(a_);
+        const auto *b = static_cast<const Sample *>(b_);
         const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
-        auto *d = static_cast<typename D::Sample *>(d_);
+        auto *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
-            d[i] = ownSelect<D>(lanes[i], F::template f<D>(a[i], b[i], constant), d[i]);
+            d[i] = ownSelect<D>(lanes[i], Element::compute(i, a, b, constant), d[i]);
     }
-    static constexpr OwnRowPair pair = {plain, masked};
+
+    // Whole blocks are computed aside and streamed; what lies before and behind them is stored plainly.
+    static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
+        constexpr size_t block = OWN_STREAM_BLOCK / sizeof(Value);
+        const size_t toLine = -reinterpret_cast<uintptr_t>(d_) & 63;
+        const size_t head = toLine / sizeof(Value);
+        if (toLine % sizeof(Value) != 0 || n < head + block) return plain(a_, b_, d_, n, c);
+        const auto *a = static_cast<const Sample *>(a_);
+        const auto *b = static_cast<const Sample *>(b_);
+        auto *d = static_cast<Sample *>(d_);
+        const OwnConstant constant = c;
+        for (size_t i = 0; i < head; ++i)
+            d[i] = Element::compute(i, a, b, constant);
+        size_t i = head;
+        for (; i + block <= n; i += block) {
+            alignas(64) Value values[block];
+            for (size_t k = 0; k < block; ++k)
+                values[k] = Element::compute(i + k, a, b, constant);
+            ownStreamBlock(d + i, values);
+        }
+        for (; i < n; ++i)
+            d[i] = Element::compute(i, a, b, constant);
+    }
+
+    static constexpr OwnRowForms forms = {plain, masked, streamed};
 };
 
-// The same for f(a, constant).
+// The three forms of a kernel that works on 64 bytes at a time, by F::block(a, b, d, constant): where a processor has
+// an instruction that no loop over samples becomes. What is left of a row goes through F::tail, which does up to 64
+// bytes the plain way.
 template <class D, class F>
-struct OwnUnary {
-    static void plain(const void *a_, const void *, void *d_, size_t n, const OwnConstant &c) {
-        const auto *a = static_cast<const typename D::Sample *>(a_);
-        auto *d = static_cast<typename D::Sample *>(d_);
-        const OwnConstant constant = c;
-        OWN_ELEMENTWISE
-        for (size_t i = 0; i < n; ++i)
-            d[i] = F::template f<D>(a[i], constant);
+struct OwnBlockForms {
+    static constexpr size_t samples = 64 / sizeof(typename D::Value);
+    static const char *at(const void *p, size_t block) {
+        return p ? static_cast<const char *>(p) + block * 64 : nullptr;
     }
-    static void masked(const void *a_, const void *, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
-        const auto *a = static_cast<const typename D::Sample *>(a_);
-        const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
-        auto *d = static_cast<typename D::Sample *>(d_);
+    static char *at(void *p, size_t block) { return static_cast<char *>(p) + block * 64; }
+
+    static void plain(const void *a, const void *b, void *d, size_t n, const OwnConstant &c) {
         const OwnConstant constant = c;
-        OWN_ELEMENTWISE
-        for (size_t i = 0; i < n; ++i)
-            d[i] = ownSelect<D>(lanes[i], F::template f<D>(a[i], constant), d[i]);
+        const size_t blocks = n / samples;
+        for (size_t k = 0; k < blocks; ++k)
+            F::block(at(a, k), at(b, k), at(d, k), constant);
+        F::tail(at(a, blocks), at(b, blocks), at(d, blocks), n % samples, constant);
     }
-    static constexpr OwnRowPair pair = {plain, masked};
+
+    static void masked(const void *a, const void *b, void *d, size_t n, const OwnConstant &c, const void *lanes) {
+        const OwnConstant constant = c;
+        for (size_t k = 0; k * samples < n; ++k) {
+            alignas(64) typename D::Value values[samples];
+            const size_t left = n - k * samples < samples ? n - k * samples : samples;
+            if (left == samples) {
+                F::block(at(a, k), at(b, k), values, constant);
+            } else {
+                F::tail(at(a, k), at(b, k), values, left, constant);
+            }
+            const auto *selected = reinterpret_cast<const typename D::Lane *>(at(lanes, k));
+            auto *out = reinterpret_cast<typename D::Sample *>(at(d, k));
+            for (size_t i = 0; i < left; ++i)
+                out[i] = ownSelect<D>(selected[i], values[i], out[i]);
+        }
+    }
+
+    static void streamed(const void *a, const void *b, void *d, size_t n, const OwnConstant &c) {
+        const OwnConstant constant = c;
+        const size_t toLine = -reinterpret_cast<uintptr_t>(d) & 63;
+        const size_t head = toLine / sizeof(typename D::Value);
+        if (toLine % sizeof(typename D::Value) != 0 || n < head) return plain(a, b, d, n, c);
+        F::tail(at(a, 0), at(b, 0), d, head, constant);
+        const char *a1 = a ? at(a, 0) + toLine : nullptr, *b1 = b ? at(b, 0) + toLine : nullptr;
+        char *d1 = at(d, 0) + toLine;
+        constexpr size_t lines = OWN_STREAM_BLOCK / 64;
+        const size_t blocks = (n - head) / samples / lines * lines;
+        for (size_t k = 0; k < blocks; k += lines) {
+            alignas(64) char values[OWN_STREAM_BLOCK];
+            for (size_t i = 0; i < lines; ++i)
+                F::block(at(a1, k + i), at(b1, k + i), values + i * 64, constant);
+            ownStreamBlock(d1 + k * 64, values);
+        }
+        plain(at(a1, blocks), at(b1, blocks), at(d1, blocks), n - head - blocks * samples, constant);
+    }
+
+    static constexpr OwnRowForms forms = {plain, masked, streamed};
 };
+
+// Kernels of an element function f(a, b, constant) at a depth, and of f(a, constant).
+template <class D, class F>
+struct OwnBinaryElement {
+    using Sample = typename D::Sample;
+    [[gnu::always_inline]] static typename D::Value compute(size_t i, const Sample *a, const Sample *b,
+                                                            const OwnConstant &c) {
+        return F::template f<D>(a[i], b[i], c);
+    }
+};
+template <class D, class F>
+struct OwnUnaryElement {
+    using Sample = typename D::Sample;
+    [[gnu::always_inline]] static typename D::Value compute(size_t i, const Sample *a, const Sample *,
+                                                            const OwnConstant &c) {
+        return F::template f<D>(a[i], c);
+    }
+};
+template <class D, class F>
+using OwnBinary = OwnForms<D, OwnBinaryElement<D, F>>;
+template <class D, class F>
+using OwnUnary = OwnForms<D, OwnUnaryElement<D, F>>;
 
 }  // namespace
