@@ -127,6 +127,31 @@ TEST(FlatRun, heightsOfTenNineElevenStayWithinEveryBuffer) {
     }
 }
 
+TEST(FlatRun, widthsOfTwelveElevenThirteenStayWithinEveryBuffer) {
+    TestImage a(TestLayout::of(MOX_DEPTH_8U, 12, 5), 1), b(TestLayout::of(MOX_DEPTH_8U, 11, 5), 2),
+        d(TestLayout::of(MOX_DEPTH_8U, 13, 5), 3);
+    ASSERT_TRUE(refRunsFlat({&a, &b, &d}));
+    const RefResult wanted = refPoint({RefOp::Add}, {&a, &b, &d});
+    ReportRecorder reports;
+    moxAdd(a.header(), b.header(), d.header());
+    EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified));
+}
+
+// imageSize is a field like any other: what it claims beyond widthStep x height is not there.
+TEST(FlatRun, DISABLED_doesNotBelieveAnImageSizeBeyondTheBuffer) {
+    for (unsigned depth : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16S, MOX_DEPTH_32S}) {
+        TestImage a(TestLayout::of(depth, 13, 4), 1), d(TestLayout::of(depth, 13, 4), 2);
+        const RefResult wanted = refPoint({RefOp::Xor}, {&a, &a, &d}), wantedNot = refPoint({RefOp::Not}, {&a, &d});
+        a.header()->imageSize += 16;
+        d.header()->imageSize += 16;
+        ReportRecorder reports;
+        moxXor(a.header(), a.header(), d.header());
+        EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified)) << depthName(depth);
+        moxNot(a.header(), d.header());
+        EXPECT_TRUE(d.holds(wantedNot.expected, wantedNot.unspecified)) << depthName(depth);
+    }
+}
+
 TEST(FlatRun, isRuledOutByARegionOverTheWholeImageWithoutAChannel) {
     TestLayout plain = TestLayout::of(MOX_DEPTH_8U, 13, 5), region = plain;
     region.setRoi(0, 0, 0, 13, 5);

@@ -13,7 +13,7 @@ TEST_P(EveryOperation, agreesWithTheModelOverRandomLayouts) {
     for (unsigned depth : allDepths) {
         if (!refAccepts(GetParam(), depth)) continue;
         SCOPED_TRACE(depthName(depth));
-        forEachCase(250, [&](Random &random) {
+        forEachCase(600, [&](Random &random) {
             Scene scene(random, sceneOptions(GetParam(), depth));
             checkAgainstModel(drawCall(random, GetParam(), depth), scene);
         });
@@ -24,7 +24,7 @@ TEST_P(EveryOperation, agreesWithTheModelOnTiles) {
     for (unsigned depth : allDepths) {
         if (!refAccepts(GetParam(), depth)) continue;
         SCOPED_TRACE(depthName(depth));
-        forEachCase(60, [&](Random &random) {
+        forEachCase(150, [&](Random &random) {
             SceneOptions options = sceneOptions(GetParam(), depth);
             options.tiledAlways = true;
             Scene scene(random, options);
@@ -38,7 +38,7 @@ TEST_P(EveryOperation, agreesWithTheModelOnWideRows) {
     for (unsigned depth : allDepths) {
         if (!refAccepts(GetParam(), depth)) continue;
         SCOPED_TRACE(depthName(depth));
-        forEachCase(30, [&](Random &random) {
+        forEachCase(60, [&](Random &random) {
             SceneOptions options = sceneOptions(GetParam(), depth);
             options.maxWidth = 900;
             options.maxHeight = 3;
@@ -76,6 +76,38 @@ TEST_P(EveryOperation, isRightAtEveryLength) {
             });
             if (HasFailure()) return;
         }
+    }
+}
+
+// Two headers over the same pixels count as two images; results are defined where equal positions coincide.
+TEST_P(EveryOperation, runsInPlaceThroughAnotherHeader) {
+    for (unsigned depth : allDepths) {
+        if (!refAccepts(GetParam(), depth)) continue;
+        forEachCase(40, [&](Random &random) {
+            TestLayout layout =
+                TestLayout::of(depth, random.between(1, 300), 3, depth == MOX_DEPTH_1U ? 1 : random.between(1, 3));
+            if (random.oneIn(2)) layout.setRoi(random.oneIn(2) ? 1 : 0, random.below(4), 0, 1000, 1000);
+            TestImage d(layout, random.next()), other(layout, random.next()), mask(TestLayout::ofMask(300, 3), 5);
+            if (random.oneIn(3)) d.setMask(&mask);
+            const RefCall call = drawCall(random, GetParam(), depth);
+            const bool second = refIsBinary(GetParam()) && random.oneIn(2);
+            std::vector<TestImage *> images = {&d, &d};
+            if (refIsBinary(GetParam()))
+                images = second ? std::vector<TestImage *>{&other, &d, &d} : std::vector<TestImage *>{&d, &other, &d};
+            const RefResult wanted = refPoint(call, images);
+            const TestBytes before = d.bytes();
+            SCOPED_TRACE(describeCall(call) + " " + layout.describe());
+            forEachCpuLevel([&] {
+                ReportRecorder reports;
+                MoxImage alias = *d.header();
+                MoxImage *destination = d.header();
+                refRunLibraryOn(call, second || !refIsBinary(GetParam()) ? images[0]->header() : &alias,
+                                second ? &alias : images[1]->header(), refIsBinary(GetParam()) ? destination : &alias);
+                EXPECT_TRUE(reports.none());
+                EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified));
+                d.setBytes(before);
+            });
+        });
     }
 }
 

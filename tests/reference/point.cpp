@@ -150,9 +150,10 @@ void refExchange(TestImage &image1, TestImage &image2, TestBytes *expected1, Tes
 }
 
 void refRunLibrary(const RefCall &call, const std::vector<TestImage *> &images) {
-    MoxImage *a = images[0]->header();
-    MoxImage *b = images[1]->header();  // of a unary operation the destination
-    MoxImage *d = images.back()->header();
+    refRunLibraryOn(call, images[0]->header(), images[1]->header(), images.back()->header());
+}
+
+void refRunLibraryOn(const RefCall &call, MoxImage *a, MoxImage *b, MoxImage *d) {
     const float scalar = std::bit_cast<float>(call.floatBits);
     switch (call.op) {
         case RefOp::Add:

@@ -73,8 +73,9 @@ TestBytes refSet(TestImage &image, uint32_t value);
 // What both images hold after an exchange.
 void refExchange(TestImage &image1, TestImage &image2, TestBytes *expected1, TestBytes *expected2);
 
-// Calls the library.
+// Calls the library; b counts for two-image operations alone.
 void refRunLibrary(const RefCall &call, const std::vector<TestImage *> &images);
+void refRunLibraryOn(const RefCall &call, MoxImage *a, MoxImage *b, MoxImage *d);
 
 // The requests and releases of the walk over tiles, sources in their order and the destination last.
 std::vector<TileEvent> refTileWalk(const std::vector<TestImage *> &images);

@@ -40,10 +40,10 @@ struct SceneShape {
 };
 
 static void drawRegion(Random &random, TestLayout &layout, int coi) {
-    const int x = random.oneIn(20) ? layout.width + random.below(3) : random.below(std::max(1, layout.width / 2));
-    const int y = random.oneIn(20) ? layout.height + random.below(3) : random.below(std::max(1, layout.height / 2));
-    const int width = random.oneIn(4) ? 1000 : random.between(1, layout.width);
-    const int height = random.oneIn(4) ? 1000 : random.between(1, layout.height);
+    const int x = random.oneIn(40) ? layout.width + random.below(3) : random.below(std::max(1, layout.width / 2));
+    const int y = random.oneIn(40) ? layout.height + random.below(3) : random.below(std::max(1, layout.height / 2));
+    const int width = random.oneIn(2) ? 1000 : random.between(1, layout.width);
+    const int height = random.oneIn(2) ? 1000 : random.between(1, layout.height);
     layout.setRoi(coi, x, y, width, height);
 }
 
@@ -82,9 +82,11 @@ static TestLayout drawLayout(Random &random, const SceneShape &shape, const Scen
         layout.height = shape.height;
         return layout;
     }
-    const bool sameSize = random.oneIn(3);
-    layout.width = sameSize ? shape.width : random.between(1, options.maxWidth);
-    layout.height = sameSize ? shape.height : random.between(1, options.maxHeight);
+    // Sizes that differ much leave little in common: most are near the largest.
+    const bool sameSize = random.oneIn(2), small = random.oneIn(8);
+    layout.width = sameSize ? shape.width : random.between(small ? 1 : (options.maxWidth + 1) / 2, options.maxWidth);
+    layout.height =
+        sameSize ? shape.height : random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
     if (coi != 0 || random.oneIn(2)) drawRegion(random, layout, coi);
     const int sampleBytes = std::max(1, layout.bits() / 8);
     if (random.oneIn(3)) layout.extraStride = sampleBytes * random.between(1, 9);
@@ -104,7 +106,7 @@ TestLayout drawMaskLayout(Random &random, int width, int height) {
     layout.order = random.below(2);
     layout.origin = random.below(2);
     layout.align = aligns[random.below(4)];
-    if (random.oneIn(3)) {
+    if (random.oneIn(4)) {
         layout.width = random.between(1, width + 20);
         layout.height = random.between(1, height + 5);
     }
@@ -112,8 +114,8 @@ TestLayout drawMaskLayout(Random &random, int width, int height) {
         layout.width += 24;
         layout.height += 4;
         layout.setRoi(random.below(2), random.below(26), random.below(5),
-                      random.oneIn(3) ? 1000 : random.between(1, width),
-                      random.oneIn(3) ? 1000 : random.between(1, height));
+                      random.oneIn(2) ? 1000 : random.between(1, width),
+                      random.oneIn(2) ? 1000 : random.between(1, height));
     }
     if (random.oneIn(3)) layout.extraStride = random.between(1, 9);
     if (random.oneIn(3)) layout.dataShift = random.below(32);
@@ -130,8 +132,9 @@ Scene::Scene(Random &random, const SceneOptions &options) {
     shape.depth = options.depth ? options.depth : allDepths[random.below(static_cast<int>(std::size(allDepths)))];
     shape.order = options.order >= 0 ? options.order : random.below(2);
     shape.origin = random.below(2);
-    shape.width = random.between(1, options.maxWidth);
-    shape.height = random.between(1, options.maxHeight);
+    const bool small = random.oneIn(4);
+    shape.width = random.between(small ? 1 : (options.maxWidth + 1) / 2, options.maxWidth);
+    shape.height = random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
     shape.flat = !options.tiledAlways && random.oneIn(6);
     shape.extracts = !shape.flat && random.oneIn(2);
     shape.channels = shape.depth == MOX_DEPTH_1U || shape.extracts ? 1 : random.between(1, 4);
