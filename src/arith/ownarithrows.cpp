@@ -1,7 +1,7 @@
 // Row kernels of arithmetic and logic, compiled once for each CPU level. Every result is the exact one, clamped; the
 // forms are those that vectorise without widening.
 #include "arith/ownarith.h"
-#include "image/ownsample.h"
+#include "image/ownvector.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -112,61 +112,36 @@ struct Multiply {
     }
 };
 
-#if defined(__SSE2__)
-// The product's halves are one instruction each for 16-bit samples, which the compiler finds, and so is the saturating
-// way back, which it does not.
-#if defined(__AVX2__)
-using Vector = __m256i;
-inline Vector load(const char *p) {
-    return _mm256_loadu_si256(reinterpret_cast<const Vector *>(p));
-}
-inline void store(char *p, Vector v) {
-    _mm256_storeu_si256(reinterpret_cast<Vector *>(p), v);
-}
-inline Vector clampedProducts(Vector a, Vector b, Own16S) {
-    const Vector low = _mm256_mullo_epi16(a, b), high = _mm256_mulhi_epi16(a, b);
-    return _mm256_packs_epi32(_mm256_unpacklo_epi16(low, high), _mm256_unpackhi_epi16(low, high));
-}
-inline Vector clampedProducts(Vector a, Vector b, Own16U) {
-    const Vector low = _mm256_mullo_epi16(a, b), high = _mm256_mulhi_epu16(a, b);
-    const Vector fits = _mm256_cmpeq_epi16(high, _mm256_setzero_si256());
-    return _mm256_or_si256(low, _mm256_xor_si256(fits, _mm256_set1_epi32(-1)));
-}
-#else
-using Vector = __m128i;
-inline Vector load(const char *p) {
-    return _mm_loadu_si128(reinterpret_cast<const Vector *>(p));
-}
-inline void store(char *p, Vector v) {
-    _mm_storeu_si128(reinterpret_cast<Vector *>(p), v);
-}
-inline Vector clampedProducts(Vector a, Vector b, Own16S) {
-    const Vector low = _mm_mullo_epi16(a, b), high = _mm_mulhi_epi16(a, b);
-    return _mm_packs_epi32(_mm_unpacklo_epi16(low, high), _mm_unpackhi_epi16(low, high));
-}
-inline Vector clampedProducts(Vector a, Vector b, Own16U) {
-    const Vector low = _mm_mullo_epi16(a, b), high = _mm_mulhi_epu16(a, b);
-    const Vector fits = _mm_cmpeq_epi16(high, _mm_setzero_si128());
-    return _mm_or_si128(low, _mm_xor_si128(fits, _mm_set1_epi32(-1)));
-}
-#endif
-
-template <class D>
-struct Multiply16Block {
-    static void block(const char *a, const char *b, void *d, const OwnConstant &) {
-        for (size_t i = 0; i < 64; i += sizeof(Vector)) {
-            store(static_cast<char *>(d) + i, clampedProducts(load(a + i), load(b + i), D()));
-        }
-    }
-    static void tail(const char *a, const char *b, void *d, size_t n, const OwnConstant &c) {
-        OwnBinary<D, Multiply>::plain(a, b, d, n, c);
+#if defined(OWN_HAS_VECTORS)
+// What processors have for signed saturation and for products of 16 bits.
+struct AddVector8 {
+    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(adds, epi8)(a, b); }
+};
+struct AddVector16 {
+    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(adds, epi16)(a, b); }
+};
+struct SubtractVector8 {
+    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(subs, epi8)(a, b); }
+};
+struct SubtractVector16 {
+    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(subs, epi16)(a, b); }
+};
+// A product's two halves are one instruction each.
+struct MultiplyVector16S {
+    static OwnVector vector(OwnVector a, OwnVector b) {
+        const OwnVector low = OWN_VECTOR(mullo, epi16)(a, b), high = OWN_VECTOR(mulhi, epi16)(a, b);
+        return OWN_VECTOR(packs, epi32)(OWN_VECTOR(unpacklo, epi16)(low, high), OWN_VECTOR(unpackhi, epi16)(low, high));
     }
 };
-template <class D>
-using Multiply16 = OwnBlockForms<D, Multiply16Block<D>>;
+struct MultiplyVector16U {
+    static OwnVector vector(OwnVector a, OwnVector b) {
+        const OwnVector low = OWN_VECTOR(mullo, epi16)(a, b), high = OWN_VECTOR(mulhi, epu16)(a, b);
+        return ownOr(low, ownNot(OWN_VECTOR(cmpeq, epi16)(high, ownZero())));
+    }
+};
+#define OWN_VECTOR_FORMS(D, F, Plain) OwnVectorBinary<D, F, Plain>::forms
 #else
-template <class D>
-using Multiply16 = OwnBinary<D, Multiply>;
+#define OWN_VECTOR_FORMS(D, F, Plain) OwnBinary<D, Plain>::forms
 #endif
 
 struct MultiplyS {
@@ -185,6 +160,7 @@ struct MultiplyS {
 };
 
 struct And {
+    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a & b; }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         return as<D>(a & b);
@@ -196,6 +172,7 @@ struct And {
 };
 
 struct Or {
+    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a | b; }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         return as<D>(a | b);
@@ -207,6 +184,7 @@ struct Or {
 };
 
 struct Xor {
+    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a ^ b; }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         return as<D>(a ^ b);
@@ -217,12 +195,19 @@ struct Xor {
     }
 };
 
+struct AndValue {
+    static uint64_t word(uint64_t a, uint64_t, uint64_t value) { return a & value; }
+};
+struct OrValue {
+    static uint64_t word(uint64_t a, uint64_t, uint64_t value) { return a | value; }
+};
+struct XorValue {
+    static uint64_t word(uint64_t a, uint64_t, uint64_t value) { return a ^ value; }
+};
+
 // a - b of single bits that do not go below 0.
 struct AndNot {
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
-        return as<D>(a & ~b);
-    }
+    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a & ~b; }
 };
 
 // Shifts of 16 and 32 bits.
@@ -382,22 +367,26 @@ constexpr OwnRowForms none = {nullptr, nullptr, nullptr};
 // In the order 1U, 8U, 8S, 16U, 16S, 32S, 32F.
 extern const OwnArithRows arithRows;
 const OwnArithRows arithRows = {
-    .add = {none, two<Own8U, Add>, two<Own8S, Add>, two<Own16U, Add>, two<Own16S, Add>, two<Own32S, Add>,
-            two<Own32F, Add>},
-    .subtract = {two<Own8U, AndNot>, two<Own8U, Subtract>, two<Own8S, Subtract>, two<Own16U, Subtract>,
-                 two<Own16S, Subtract>, two<Own32S, Subtract>, two<Own32F, Subtract>},
-    .multiply = {none, two<Own8U, Multiply>, two<Own8S, Multiply>, Multiply16<Own16U>::forms, Multiply16<Own16S>::forms,
-                 two<Own32S, Multiply>, two<Own32F, Multiply>},
-    .bitAnd = {two<Own8U, And>, two<Own8U, And>, two<Own8U, And>, two<Own16U, And>, two<Own16U, And>, two<Own32U, And>,
-               none},
-    .bitOr = {two<Own8U, Or>, two<Own8U, Or>, two<Own8U, Or>, two<Own16U, Or>, two<Own16U, Or>, two<Own32U, Or>, none},
-    .bitXor = {two<Own8U, Xor>, two<Own8U, Xor>, two<Own8U, Xor>, two<Own16U, Xor>, two<Own16U, Xor>, two<Own32U, Xor>,
-               none},
-    .andS = {one<Own8U, And>, one<Own8U, And>, one<Own8U, And>, one<Own16U, And>, one<Own16U, And>, one<Own32U, And>,
-             none},
-    .orS = {one<Own8U, Or>, one<Own8U, Or>, one<Own8U, Or>, one<Own16U, Or>, one<Own16U, Or>, one<Own32U, Or>, none},
-    .xorS = {one<Own8U, Xor>, one<Own8U, Xor>, one<Own8U, Xor>, one<Own16U, Xor>, one<Own16U, Xor>, one<Own32U, Xor>,
-             none},
+    .add = {none, two<Own8U, Add>, OWN_VECTOR_FORMS(Own8S, AddVector8, Add), two<Own16U, Add>,
+            OWN_VECTOR_FORMS(Own16S, AddVector16, Add), two<Own32S, Add>, two<Own32F, Add>},
+    .subtract = {OwnLogicForms<AndNot>::forms, two<Own8U, Subtract>, OWN_VECTOR_FORMS(Own8S, SubtractVector8, Subtract),
+                 two<Own16U, Subtract>, OWN_VECTOR_FORMS(Own16S, SubtractVector16, Subtract), two<Own32S, Subtract>,
+                 two<Own32F, Subtract>},
+    .multiply = {none, two<Own8U, Multiply>, two<Own8S, Multiply>,
+                 OWN_VECTOR_FORMS(Own16U, MultiplyVector16U, Multiply),
+                 OWN_VECTOR_FORMS(Own16S, MultiplyVector16S, Multiply), two<Own32S, Multiply>, two<Own32F, Multiply>},
+    .bitAnd = {OwnLogicForms<And>::forms, OwnLogicForms<And>::forms, OwnLogicForms<And>::forms, two<Own16U, And>,
+               two<Own16U, And>, two<Own32U, And>, none},
+    .bitOr = {OwnLogicForms<Or>::forms, OwnLogicForms<Or>::forms, OwnLogicForms<Or>::forms, two<Own16U, Or>,
+              two<Own16U, Or>, two<Own32U, Or>, none},
+    .bitXor = {OwnLogicForms<Xor>::forms, OwnLogicForms<Xor>::forms, OwnLogicForms<Xor>::forms, two<Own16U, Xor>,
+               two<Own16U, Xor>, two<Own32U, Xor>, none},
+    .andS = {OwnLogicForms<AndValue>::forms, OwnLogicForms<AndValue>::forms, OwnLogicForms<AndValue>::forms,
+             one<Own16U, And>, one<Own16U, And>, one<Own32U, And>, none},
+    .orS = {OwnLogicForms<OrValue>::forms, OwnLogicForms<OrValue>::forms, OwnLogicForms<OrValue>::forms,
+            one<Own16U, Or>, one<Own16U, Or>, one<Own32U, Or>, none},
+    .xorS = {OwnLogicForms<XorValue>::forms, OwnLogicForms<XorValue>::forms, OwnLogicForms<XorValue>::forms,
+             one<Own16U, Xor>, one<Own16U, Xor>, one<Own32U, Xor>, none},
     .shiftLeft = {none, ShiftBytes<ShiftBytesLeft>::forms, ShiftBytes<ShiftBytesLeft>::forms, one<Own16U, ShiftLeft>,
                   one<Own16U, ShiftLeft>, one<Own32U, ShiftLeft>, none},
     .shiftRight = {none, ShiftBytes<ShiftBytesRight>::forms, ShiftBytes<ShiftSignedBytesRight>::forms,

@@ -152,6 +152,70 @@ struct OwnForms {
     static constexpr OwnRowForms forms = {plain, masked, streamed};
 };
 
+// The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant): in words of eight, so that what
+// is left of a row of bits is a few bytes and not nearly a vector's worth. b is ignored by unary kernels, and may be
+// null for them.
+template <class F>
+struct OwnLogicForms {
+    static constexpr uint64_t everyByte = 0x0101010101010101u;
+
+    static void plain(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
+        const auto *a = static_cast<const uint8_t *>(a_);
+        const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        auto *d = static_cast<uint8_t *>(d_);
+        const uint64_t constant = everyByte * (c.value & 0xFF);
+        const auto *wordsA = reinterpret_cast<const OwnAnyU64 *>(a);
+        const auto *wordsB = reinterpret_cast<const OwnAnyU64 *>(b);
+        auto *words = reinterpret_cast<OwnAnyU64 *>(d);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n / 8; ++i)
+            words[i] = F::word(wordsA[i], wordsB[i], constant);
+        for (size_t i = n / 8 * 8; i < n; ++i)
+            d[i] = static_cast<uint8_t>(F::word(a[i], b[i], constant));
+    }
+
+    static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
+        const auto *a = static_cast<const uint8_t *>(a_);
+        const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        const auto *lanes = static_cast<const uint8_t *>(lanes_);
+        auto *d = static_cast<uint8_t *>(d_);
+        const uint64_t constant = everyByte * (c.value & 0xFF);
+        const auto *wordsA = reinterpret_cast<const OwnAnyU64 *>(a);
+        const auto *wordsB = reinterpret_cast<const OwnAnyU64 *>(b);
+        const auto *selected = reinterpret_cast<const OwnAnyU64 *>(lanes);
+        auto *words = reinterpret_cast<OwnAnyU64 *>(d);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n / 8; ++i) {
+            words[i] = (F::word(wordsA[i], wordsB[i], constant) & selected[i]) | (words[i] & ~selected[i]);
+        }
+        for (size_t i = n / 8 * 8; i < n; ++i) {
+            d[i] = ownSelect<Own8U>(lanes[i], static_cast<uint8_t>(F::word(a[i], b[i], constant)), d[i]);
+        }
+    }
+
+    static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
+        const auto *a = static_cast<const uint8_t *>(a_);
+        const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        auto *d = static_cast<uint8_t *>(d_);
+        const uint64_t constant = everyByte * (c.value & 0xFF);
+        const size_t head = -reinterpret_cast<uintptr_t>(d_) & 63;
+        if (n < head) return plain(a, b, d, n, c);
+        plain(a, b, d, head, c);
+        size_t i = head;
+        for (; i + OWN_STREAM_BLOCK <= n; i += OWN_STREAM_BLOCK) {
+            alignas(64) uint64_t words[OWN_STREAM_BLOCK / 8];
+            const auto *wordsA = reinterpret_cast<const OwnAnyU64 *>(a + i);
+            const auto *wordsB = reinterpret_cast<const OwnAnyU64 *>(b + i);
+            for (size_t k = 0; k < OWN_STREAM_BLOCK / 8; ++k)
+                words[k] = F::word(wordsA[k], wordsB[k], constant);
+            ownStreamBlock(d + i, words);
+        }
+        plain(a + i, b + i, d + i, n - i, c);
+    }
+
+    static constexpr OwnRowForms forms = {plain, masked, streamed};
+};
+
 // The three forms of a kernel that works on 64 bytes at a time, by F::block(a, b, d, constant): where a processor has
 // an instruction that no loop over samples becomes. What is left of a row goes through F::tail, which does up to 64
 // bytes the plain way.
