@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <iostream>
+#include <iterator>
 
 #include "failure.h"
 #include "image.h"
@@ -122,6 +122,19 @@ RunRequest understandRun(const RunWords &words) {
     return request;
 }
 
+// The parser takes -.5 for an option and -0.5 for a number.
+std::string withLeadingZero(const std::string &word) {
+    const bool bareFraction = word.size() > 2 && word.starts_with("-.") && word[2] >= '0' && word[2] <= '9';
+    return bareFraction ? "-0" + word.substr(1) : word;
+}
+
+// The parser wants the last word first.
+std::vector<std::string> preparedWords(const std::vector<std::string> &words) {
+    std::vector<std::string> prepared;
+    std::transform(words.rbegin(), words.rend(), std::back_inserter(prepared), withLeadingZero);
+    return prepared;
+}
+
 std::string versionText() {
     const MoxLibVersion *version = moxGetLibVersion();
     return "mox " + std::to_string(version->major) + "." + std::to_string(version->minor) + "." +
@@ -157,7 +170,7 @@ CommandLine parseCommandLine(int argc, char **argv) {
         ->type_name("PICTURE");
 
     try {
-        app.parse(argc, argv);
+        app.parse(preparedWords({argv + 1, argv + argc}));
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == 0) {
             app.exit(error);  // prints help or version
@@ -179,9 +192,8 @@ RunRequest parseRunWords(const std::vector<std::string> &words) {
     RunWords run;
     CLI::App app;
     addRunArguments(&app, &run);
-    std::vector<std::string> reversed(words.rbegin(), words.rend());
     try {
-        app.parse(reversed);
+        app.parse(preparedWords(words));
     } catch (const CLI::ParseError &error) {
         fail(exitUsage, error.what());
     }

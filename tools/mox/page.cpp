@@ -69,8 +69,7 @@ std::string firstWord(const std::string &text) {
 
 // What is made of the tiny picture is shown pixel by pixel.
 std::string image(const std::string &file, bool tiny) {
-    return "<img src=\"" + escaped(file) + "\" alt=\"" + escaped(file) + "\"" + (tiny ? " class=\"pixels\"" : "") +
-           " loading=\"lazy\">";
+    return "<img src=\"" + escaped(file) + "\" alt=\"" + escaped(file) + "\"" + (tiny ? " class=\"pixels\"" : "") + ">";
 }
 
 std::string figure(const std::string &file, const char *kind, bool tiny) {

@@ -1,0 +1,121 @@
+// Served tile by tile, or in planes, a chain gives the very bytes that it gives in one piece.
+#include <sstream>
+
+#include "toolbench.h"
+
+namespace {
+
+std::string named(std::string letter, const std::string &number) {
+    return letter.append(number).append(".png");
+}
+
+class Tiles : public Bench {
+  protected:
+    void SetUp() override {
+        Bench::SetUp();
+        for (unsigned channels = 1; channels <= 4; channels++) {
+            const std::string number = std::to_string(channels);
+            write(named("a", number), randomPng(101, 67, static_cast<int>(channels), 8, channels));
+            write(named("b", number), randomPng(101, 67, static_cast<int>(channels), 8, 10 + channels));
+        }
+        write("a0.png", randomPng(101, 67, 1, 1, 30));
+        write("b0.png", randomPng(101, 67, 1, 1, 31));
+        write("m.png", randomPng(101, 67, 1, 1, 40));
+    }
+
+    void expectSame(const std::string &line) {
+        runLineWell("run " + line + " plain.png");
+        const std::string plain = readBytes("plain.png");
+        for (const char *way :
+             {"--tiles 8x8", "--tiles 32x24", "--tiles 256x256", "--tiles 16x48 --planes", "--planes"}) {
+            runLineWell("run " + line + " " + way + " tiled.png");
+            EXPECT_EQ(readBytes("tiled.png") == plain, true) << line << " " << way;
+        }
+    }
+};
+
+// Words for each kind of argument that an operation has.
+std::string exampleOf(const std::string &usage, const std::string &picture, int samples) {
+    std::istringstream stream(usage);
+    std::string words;
+    std::string word;
+    stream >> words;
+    while (stream >> word) {
+        if (word == "PICTURE") {
+            words += " " + picture;
+        } else if (word == "V,V,...") {
+            words += " 1";
+            for (int c = 1; c < samples; c++)
+                words += ",1";
+        } else if (word == "VALUE" || word == "N" || word == "X" || word == "Y") {
+            words += word == "N" ? " 2" : " 33";
+        } else if (word == "[flip]") {
+            words += " flip";
+        } else {
+            ADD_FAILURE() << "no example for the argument " << word;
+        }
+    }
+    return words;
+}
+
+std::vector<std::string> usages(const std::string &list) {
+    std::vector<std::string> result;
+    std::istringstream stream(list);
+    std::string line;
+    while (std::getline(stream, line)) {
+        if (!line.starts_with("  ")) continue;
+        // Two spaces stand between usage and help.
+        result.push_back(line.substr(2, line.find("  ", 2) - 2));
+        while (result.back().ends_with(' '))
+            result.back().pop_back();
+    }
+    return result;
+}
+
+bool onlyFloat(const std::string &usage) {
+    const std::string name = usage.substr(0, usage.find(' '));
+    return name.ends_with("fp");
+}
+
+}  // namespace
+
+TEST_F(Tiles, EveryOperation) {
+    // The usage column is 28 wide, so it ends before two spaces for all that are shorter.
+    int count = 0;
+    for (const std::string &usage : usages(runWell({"list"}))) {
+        for (const int channels : {0, 3, 4}) {
+            if (channels == 0 && onlyFloat(usage)) continue;
+            const std::string number = std::to_string(channels);
+            const std::string depth = onlyFloat(usage) ? " --depth 32f " : " ";
+            expectSame(named("a", number) + depth + exampleOf(usage, named("b", number), std::max(channels, 1)));
+            count++;
+        }
+    }
+    EXPECT_GE(count, 26 * 2);
+}
+
+TEST_F(Tiles, EveryDepth) {
+    for (const char *depth : {"1u", "8u", "8s", "16u", "16s", "32s"}) {
+        expectSame(std::string("a3.png --depth ") + depth + " add b3.png add-s 3 not");
+        expectSame(std::string("a2.png --depth ") + depth + " subtract b2.png abs");
+    }
+    expectSame("a3.png --depth 32f add b3.png multiply-sfp 0.5");
+}
+
+TEST_F(Tiles, RegionsMasksAndChannels) {
+    for (const char *words : {"add-s 50", "add b3.png", "copy b3.png", "exchange b3.png", "set 9"}) {
+        for (const char *limits : {"--roi 13,5,61,50", "--mask m.png", "--coi 2",
+                                   "--mask m.png --roi 13,5,61,50 --coi 3", "--roi 13,5,61,50 --from 3,17"}) {
+            expectSame(std::string("a3.png ") + limits + " " + words);
+        }
+    }
+}
+
+TEST_F(Tiles, BitsUnderRegionsAndMasks) {
+    for (const char *words : {"xor b0.png", "copy b0.png", "exchange b0.png", "set 1", "set 0", "not"}) {
+        for (const char *limits : {"--roi 13,5,61,50", "--mask m.png", "--mask m.png --roi 13,5,61,50",
+                                   "--mask m.png --roi 13,5,61,50 --from 6,9"}) {
+            expectSame(std::string("a0.png ") + limits + " " + words);
+        }
+    }
+}

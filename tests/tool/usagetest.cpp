@@ -1,0 +1,83 @@
+// What the tool says about itself, about operations and about pictures.
+#include <algorithm>
+
+#include "toolbench.h"
+
+using Usage = Bench;
+
+static std::vector<std::string> lines(const std::string &text) {
+    std::vector<std::string> result;
+    std::size_t begin = 0;
+    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin)) {
+        result.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return result;
+}
+
+TEST_F(Usage, HelpNamesEveryCommandAndExitCode) {
+    const std::string text = runWell({"--help"});
+    for (const char *word :
+         {"list", "info", "run", "gallery", "--version", "Exit codes: 0", "1 an operation", "2 the", "3 a file"}) {
+        EXPECT_NE(text.find(word), std::string::npos) << word;
+    }
+}
+
+TEST_F(Usage, HelpOfRunNamesEveryOption) {
+    const std::string text = runWell({"run", "--help"});
+    for (const char *word : {"--roi", "--coi", "--mask", "--from", "--depth", "--tiles", "--planes", "--no-output"}) {
+        EXPECT_NE(text.find(word), std::string::npos) << word;
+    }
+}
+
+TEST_F(Usage, Version) {
+    EXPECT_EQ(runWell({"--version"}), "mox 2.5.9 (library 2.5 Release SP1)\n");
+}
+
+TEST_F(Usage, ListTellsEveryOperationWithArgumentsAndHelp) {
+    const std::string list = runWell({"list"});
+    const std::vector<std::string> names = lines(runWell({"list", "--names"}));
+    EXPECT_GE(names.size(), 26u);
+    for (const std::string &name : names) {
+        const auto all = lines(list);
+        const auto found = std::find_if(all.begin(), all.end(),
+                                        [&](const std::string &line) { return line.starts_with("  " + name + " "); });
+        ASSERT_NE(found, all.end()) << name;
+        EXPECT_GT(split(*found).size(), 2u) << name << " has no explanation";
+    }
+    EXPECT_NE(list.find("subtract-s VALUE [flip]"), std::string::npos);
+    EXPECT_NE(list.find("put-pixel X Y V,V,..."), std::string::npos);
+}
+
+TEST_F(Usage, ListHasNoNameTwice) {
+    std::vector<std::string> names = lines(runWell({"list", "--names"}));
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end());
+}
+
+TEST_F(Usage, Info) {
+    Png picture = randomPng(3, 1, 3, 8, 1);
+    picture.samples = {10, 200, 0, 20, 100, 0, 60, 150, 255};
+    write("a.png", picture);
+    EXPECT_EQ(runWell({"info", "a.png"}),
+              "a.png: 3 x 1, RGB, 8 bits a sample; depth 8u\n"
+              "  channel 1  red       10 to    60, mean 30.00\n"
+              "  channel 2  green    100 to   200, mean 150.00\n"
+              "  channel 3  blue       0 to   255, mean 85.00\n");
+}
+
+TEST_F(Usage, InfoOfOtherKinds) {
+    write("bits.png", randomPng(9, 2, 1, 1, 1));
+    EXPECT_NE(runWell({"info", "bits.png"}).find("9 x 2, gray, 1 bit a sample; depth 1u"), std::string::npos);
+    write("deep.png", randomPng(4, 4, 4, 16, 1));
+    const std::string text = runWell({"info", "deep.png"});
+    EXPECT_NE(text.find("4 x 4, RGB with alpha, 16 bits a sample; depth 16u"), std::string::npos);
+    EXPECT_NE(text.find("channel 4  alpha"), std::string::npos);
+}
+
+TEST_F(Usage, NothingAskedIsAnError) {
+    const Outcome outcome = run({});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_TRUE(outcome.err.starts_with("mox: "));
+    EXPECT_EQ(outcome.out, "");
+}
