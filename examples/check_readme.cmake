@@ -1,0 +1,12 @@
+# TEXT must hold the file PROGRAM as a block of C, and the file OUTPUT as a plain block.
+file(READ ${TEXT} text)
+file(READ ${PROGRAM} program)
+file(READ ${OUTPUT} output)
+string(FIND "${text}" "```c\n${program}```" position)
+if(position EQUAL -1)
+  message(FATAL_ERROR "${TEXT} does not show ${PROGRAM} as it is")
+endif()
+string(FIND "${text}" "```\n${output}```" position)
+if(position EQUAL -1)
+  message(FATAL_ERROR "${TEXT} does not show what ${PROGRAM} prints")
+endif()
