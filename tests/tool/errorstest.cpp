@@ -1,6 +1,8 @@
 // What goes wrong, and that it goes wrong cleanly: the exit code, a message that helps, and no file half written.
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -136,6 +138,32 @@ TEST_F(Errors, AFullDiskLeavesNothingHalfWritten) {
     EXPECT_NE(outcome.err.find("out.png"), std::string::npos) << outcome.err;
     EXPECT_EQ(readBytes("out.png"), "old");
     EXPECT_EQ(files(), before);
+}
+
+TEST_F(Errors, EndedInTheMiddleItLeavesNothing) {
+    write("large.png", randomPng(2200, 2200, 3, 8, 2));
+    writeBytes("out.png", "old");
+    const std::vector<std::string> before = files();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::chdir(folder.c_str()) != 0) ::_exit(126);
+        ::execl(MOX_TOOL_PATH, "mox", "run", "large.png", "not", "out.png", static_cast<char *>(nullptr));
+        ::_exit(127);
+    }
+    // As soon as the temporary file has appeared, long before five million pixels are packed.
+    bool begun = false;
+    for (int i = 0; i < 60000 && !begun; i++) {
+        ::usleep(1000);
+        for (const std::string &name : files())
+            begun = begun || name.starts_with(".mox-");
+    }
+    ASSERT_TRUE(begun);
+    ASSERT_EQ(::kill(child, SIGTERM), 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+    EXPECT_EQ(files(), before);
+    EXPECT_EQ(readBytes("out.png"), "old");
 }
 
 TEST_F(Errors, InAndOutMayBeOneFile) {

@@ -2,7 +2,9 @@
 #include "files.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -13,9 +15,37 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// The temporary file of the moment, for when the user ends the tool in the middle of it. One is written at a time.
+char pendingName[4096];
+
+extern "C" void removePending(int signal) {
+    if (pendingName[0]) ::unlink(pendingName);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void setPending(const std::string &name) {
+    pendingName[0] = 0;
+    if (name.size() >= sizeof pendingName) return;
+    std::memcpy(pendingName + 1, name.c_str() + 1, name.size());
+    pendingName[0] = name[0];  // last, since a signal may come in between
+}
+
+// A signal that is ignored stays ignored.
+void catchEndingSignals() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        if (std::signal(signal, removePending) == SIG_IGN) std::signal(signal, SIG_IGN);
+    }
+}
+
+}  // namespace
+
 NewFile::~NewFile() {
     if (stream) std::fclose(stream);
     if (!temporary.empty()) ::unlink(temporary.c_str());
+    pendingName[0] = 0;
 }
 
 // A link is followed, so that the file it leads to is replaced and not the link. A device or a pipe is refused: a
@@ -52,10 +82,12 @@ void beginFile(NewFile *file, const std::string &name) {
     if (name.empty()) fail(exitFile, "the name of a file to write is empty");
     file->name = name;
     file->target = resolveTarget(name);
+    catchEndingSignals();
     std::string pattern = (fs::path(file->target).parent_path() / ".mox-XXXXXX").string();
     const int descriptor = ::mkstemp(pattern.data());
     if (descriptor < 0) failErrno(name, errno);
     file->temporary = pattern;
+    setPending(pattern);
     file->stream = ::fdopen(descriptor, "wb");
     if (!file->stream) {
         const int error = errno;

@@ -116,14 +116,15 @@ void addWays(Gallery *gallery) {
 }  // namespace
 
 void writeGallery(const std::string &folder, const std::string &picture) {
-    const Picture main = picture.empty() ? drawScene(sceneWidth, sceneHeight)
-                                         : reducedTo(withChannels(withBits(readPng(picture), 8), 3), longestSide);
+    Picture main;
+    if (!picture.empty()) main = reducedTo(withChannels(withBits(readPng(picture), 8), 3), longestSide);
+    makeFolder(folder);
+    if (picture.empty()) main = drawScene(sceneWidth, sceneHeight);
     Gallery gallery;
     gallery.folder = folder;
     gallery.page.version = moxGetLibVersion()->version;
     gallery.page.width = main.width;
     gallery.page.height = main.height;
-    makeFolder(folder);
     writeSources(&gallery, main, picture.empty() ? "The picture: a scene drawn by mox." : "The picture.");
     for (const Family *family : families()) {
         Section section{family->title, {}};
