@@ -1,0 +1,16 @@
+// Small images: what a call costs from its checks to its return.
+#include "rows.h"
+
+void addCallRows(std::vector<Row> *rows) {
+    for (const Operation &operation : allOperations()) {
+        Row row = makeRow("Calls", operation, "", OWN_8U, 16);
+        row.goal = {GOAL_NS_PER_CALL, 200};
+        rows->push_back(row);
+    }
+    for (const char *name : {"copy", "add", "not"}) {
+        Row row = makeRow("Calls", findOperation(name), "region", OWN_8U, 16);
+        row.layout.region = true;
+        row.goal = {GOAL_NS_PER_CALL, 200};
+        rows->push_back(row);
+    }
+}

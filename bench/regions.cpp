@@ -1,0 +1,27 @@
+// Regions of larger images, channels of interest and images with alpha.
+#include "rows.h"
+
+void addRegionRows(std::vector<Row> *rows) {
+    // Rows begin anywhere, and differently in every image.
+    Layout region;
+    region.region = true;
+    region.x[0] = 5;
+    region.x[1] = 18;
+    region.x[2] = 31;
+    region.y = 3;
+    addLayoutRows({"Regions", "region", region, {}, true, {GOAL_RATIO, 1.1}}, rows);
+
+    Layout rgb, rgbRegion = region;
+    rgb.channels = rgbRegion.channels = 3;
+    addLayoutRows({"Regions", "rgb-region", rgbRegion, rgb, true, {GOAL_RATIO, 1.1}}, rows);
+
+    // The second of three channels, beside an image of one channel.
+    Layout coi = rgb;
+    coi.coi = 2;
+    addLayoutRows({"Channels", "coi", coi, {}, true, {GOAL_RATIO, 3}}, rows);
+
+    Layout alpha;
+    alpha.channels = 4;
+    alpha.alpha = true;
+    addLayoutRows({"Channels", "alpha", alpha, rgb, true, {}}, rows);
+}
