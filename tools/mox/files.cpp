@@ -33,6 +33,23 @@ void setPending(const std::string &name) {
     pendingName[0] = name[0];  // last, since a signal may come in between
 }
 
+// mkstemp, with no moment in which the file is there and a signal would not remove it. Returns the descriptor, or -1
+// and errno.
+int makeTemporary(std::string *pattern) {
+    sigset_t ending;
+    sigset_t before;
+    sigemptyset(&ending);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&ending, signal);
+    sigprocmask(SIG_BLOCK, &ending, &before);
+    const int descriptor = ::mkstemp(pattern->data());
+    const int error = errno;
+    if (descriptor >= 0) setPending(*pattern);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    errno = error;
+    return descriptor;
+}
+
 // A signal that is ignored stays ignored.
 void catchEndingSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
@@ -84,10 +101,9 @@ void beginFile(NewFile *file, const std::string &name) {
     file->target = resolveTarget(name);
     catchEndingSignals();
     std::string pattern = (fs::path(file->target).parent_path() / ".mox-XXXXXX").string();
-    const int descriptor = ::mkstemp(pattern.data());
+    const int descriptor = makeTemporary(&pattern);
     if (descriptor < 0) failErrno(name, errno);
     file->temporary = pattern;
-    setPending(pattern);
     file->stream = ::fdopen(descriptor, "wb");
     if (!file->stream) {
         const int error = errno;
