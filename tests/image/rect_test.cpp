@@ -331,6 +331,10 @@ TEST_F(GetRect, RefusesBadArguments) {
     int rowBytes = 0;
     AllocationWindow window;
     EXPECT_EQ(ownGetRect(nullptr, 0, 0, 1, 1, &rowBytes), nullptr);
+    for (int size : {0, -1, INT_MIN}) {
+        EXPECT_EQ(ownGetRect(image.header(), 0, 0, size, 1, &rowBytes), nullptr);
+        EXPECT_EQ(ownGetRect(image.header(), 0, 0, 1, size, &rowBytes), nullptr);
+    }
     MoxImage good = *image.header();
     for (int order : {-1, 2}) {
         image.header()->dataOrder = order;

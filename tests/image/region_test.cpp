@@ -8,6 +8,7 @@
 #include "image/owntile.h"
 #include "support/scene.h"
 #include "support/testimage.h"
+#include "support/tilelog.h"
 
 namespace {
 
@@ -280,6 +281,96 @@ TEST(TileRowBytes, OfAnImageComeFromItsHeader) {
     moxSetErrStatus(0);
     TestImage plain(TestLayout::of(MOX_DEPTH_8U, 10, 10));
     EXPECT_EQ(ownTileRowBytesOf(plain.header()), 0);
+}
+
+// --- Scratch headers and the start of a walk ------------------------------------------------------------------------
+
+TEST(Scratch, IsTheHeaderWithARegionOfItsOwn) {
+    TestLayout layout = TestLayout::of(MOX_DEPTH_16S, 30, 12, 3);
+    for (bool hasRoi : {false, true}) {
+        if (hasRoi) layout.setRoi(2, 1, 2, 3, 4);
+        TestImage image(layout);
+        OwnScratchImage scratch;
+        ownMakeScratch(image.header(), &scratch);
+        EXPECT_EQ(scratch.header.roi, &scratch.roi);
+        EXPECT_EQ(scratch.roi.coi, hasRoi ? 2 : 0);
+        MoxImage header = scratch.header;
+        header.roi = image.header()->roi;
+        EXPECT_EQ(header.imageData, image.header()->imageData);
+        EXPECT_EQ(header.width, 30);
+        EXPECT_EQ(header.height, 12);
+        EXPECT_EQ(header.widthStep, image.header()->widthStep);
+        EXPECT_EQ(header.nChannels, 3);
+        EXPECT_TRUE(image.headerIsUntouched());
+    }
+}
+
+TEST(TileWalkSetup, OfAPlainImageKeepsItsHeader) {
+    TestImage image(TestLayout::of(MOX_DEPTH_8U, 30, 12));
+    OwnScratchImage scratch;
+    ownMakeScratch(image.header(), &scratch);
+    OwnImageRect rect = {3, 20, 2, 10, 8, 17};
+    MoxTileWalk walk = {};
+    ownTileWalkSetup(image.header(), &scratch.header, &rect, &walk);
+    EXPECT_FALSE(walk.tiled);
+    EXPECT_EQ(scratch.header.width, 30);
+    EXPECT_EQ(scratch.header.height, 12);
+    EXPECT_EQ(scratch.header.imageData, image.header()->imageData);
+}
+
+TEST(TileWalkSetup, OfATiledImageStandsOnTheTileOfItsCorner) {
+    forEachCase(300, [](Random &random) {
+        TestLayout layout;
+        layout.depth = allDepths[random.below(7)];
+        layout.channels = layout.depth == MOX_DEPTH_1U ? 1 : random.between(1, 4);
+        layout.order = random.below(2);
+        layout.align = 4 << random.below(4);
+        layout.width = random.between(40, 90);
+        layout.height = random.between(20, 40);
+        layout.tileWidth = 8 * random.between(1, 4);
+        layout.tileHeight = 8 * random.between(1, 3);
+        TestImage image(layout);
+        OwnScratchImage scratch;
+        ownMakeScratch(image.header(), &scratch);
+        OwnImageRect rect = {random.below(40), 0, random.below(20), 0, 1, 1};
+        rect.xEnd = rect.x + 1;
+        rect.yEnd = rect.y + 1;
+        MoxTileWalk walk = {};
+        ownTileWalkSetup(image.header(), &scratch.header, &rect, &walk);
+        int64_t column = rect.x / layout.tileWidth, row = rect.y / layout.tileHeight;
+        EXPECT_TRUE(walk.tiled);
+        EXPECT_EQ(walk.tileWidth, layout.tileWidth);
+        EXPECT_EQ(walk.tileHeight, layout.tileHeight);
+        EXPECT_EQ(walk.column, column);
+        EXPECT_EQ(walk.row, row);
+        EXPECT_EQ(walk.tileX0, column * layout.tileWidth);
+        EXPECT_EQ(walk.tileXEnd, (column + 1) * layout.tileWidth);
+        EXPECT_EQ(walk.tileY0, row * layout.tileHeight);
+        EXPECT_EQ(walk.tileYEnd, (row + 1) * layout.tileHeight);
+        int64_t rowBytes = ownTileRowBytes(layout.order, layout.depth, layout.align, layout.channels, layout.tileWidth);
+        EXPECT_EQ(scratch.header.tileInfo, nullptr);
+        EXPECT_EQ(scratch.header.widthStep, rowBytes);
+        EXPECT_EQ(scratch.header.width, layout.tileWidth);
+        EXPECT_EQ(scratch.header.height, layout.tileHeight);
+        EXPECT_EQ(scratch.header.imageSize,
+                  rowBytes * layout.tileHeight * (layout.order == MOX_DATA_ORDER_PLANE ? layout.channels : 1));
+    });
+}
+
+TEST(TileRequest, GivesTheAddressThatIsBackAtTheRelease) {
+    TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 30, 20);
+    layout.tileWidth = layout.tileHeight = 8;
+    TestImage image(layout);
+    TileLog log(3);
+    char *first = ownRequestTile(image.header(), 2, 1, MOX_TileRead);
+    char *second = ownRequestTile(image.header(), 3, 2, MOX_TileWrite);
+    EXPECT_EQ(first, image.tileAddress(2, 1));
+    EXPECT_EQ(second, image.tileAddress(3, 2));
+    EXPECT_EQ(ownRequestTile(image.header(), 0, 0, MOX_TileRead), nullptr);
+    ownReleaseTile(image.header(), 2, 1, first);
+    ownReleaseTile(image.header(), 3, 2, second);
+    EXPECT_TRUE(log.clean());
+    EXPECT_EQ(image.tilesInHand(), 0u);
 }
 
 }  // namespace
