@@ -10,6 +10,7 @@ void addCallRows(std::vector<Row> *rows) {
     for (const char *name : {"copy", "add", "not"}) {
         Row row = makeRow("Calls", findOperation(name), "region", OWN_8U, 16);
         row.layout.region = true;
+        row.layout.x[0] = row.layout.x[1] = row.layout.x[2] = 64;
         row.goal = {GOAL_NS_PER_CALL, 200};
         rows->push_back(row);
     }

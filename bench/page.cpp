@@ -37,8 +37,9 @@ the machine does for others does not count) and medians of the rounds; quotients
 - **beside** is the time per sample in units of the row's counterpart: for a region, mask or tile the same operation on whole plain
   images, with as many channels; for a channel of interest an image of one channel; for `rgb-region`, `rgb-masked` and `alpha` an image
   of three channels in pixel order; for bits at an offset the same at byte boundaries.
+- Regions begin at a cache line in every row (`region`, `rgb-region`) or anywhere, and elsewhere in each image (`odd-region`).
 - The sizes are 256 x 256, which fits in L2 at 8 bits, 1024 x 1024, which fits in a last-level cache, and 4096 x 4096,
-  which is in memory only.
+  which is in memory only (but for one or two 8-bit images, which a large last-level cache may hold).
 
 Float images hold numbers from 1 to 2, all others random bytes; masks are random bits, the least convenient ones.
 A goal that was missed is marked with **!**.

@@ -43,10 +43,11 @@ void addPlainRows(const char *subject, OperationGroup group, std::vector<Row> *r
     }
 }
 
-const std::vector<const char *> &layoutOperations() {
+const std::vector<const char *> &layoutOperations(bool brief) {
+    static const std::vector<const char *> few = {"copy", "set", "add", "not"};
     static const std::vector<const char *> names = {"copy", "set",   "exchange",   "add", "multiply",
                                                     "and",  "add-s", "multiply-s", "not"};
-    return names;
+    return brief ? few : names;
 }
 
 const std::vector<int> &layoutDepths() {
@@ -55,7 +56,7 @@ const std::vector<int> &layoutDepths() {
 }
 
 void addLayoutRows(const LayoutSubject &of, std::vector<Row> *rows) {
-    for (const char *name : layoutOperations()) {
+    for (const char *name : layoutOperations(of.brief)) {
         const Operation &operation = findOperation(name);
         for (const int depth : layoutDepths()) {
             if (!supports(operation, depth)) continue;

@@ -45,7 +45,7 @@ constexpr int LARGE = 4096;
 
 // A few operations and depths stand for all where a layout is measured: what differs between operations is measured on
 // plain images.
-const std::vector<const char *> &layoutOperations();
+const std::vector<const char *> &layoutOperations(bool brief);
 const std::vector<int> &layoutDepths();
 
 struct LayoutSubject {
@@ -55,6 +55,7 @@ struct LayoutSubject {
     Layout reference;
     bool hasReference;
     Goal goal;
+    bool brief;  // copy, set, add and not only
 };
 void addLayoutRows(const LayoutSubject &subject, std::vector<Row> *rows);
 

@@ -113,7 +113,7 @@ void makeScene(const Operation &operation, int depthIndex, int size, const Layou
     scene->traffic = trafficOf(operation, depthIndex, size, layout);
     for (int i = 0; i < scene->count; ++i) {
         // A region leaves something of the image on all sides.
-        const int margin = layout.region ? 64 : 0;
+        const int margin = layout.region ? 128 : 0;
         MoxImage *image =
             makeHeader(layout.channels, layout.alpha, depthCode(depthIndex), size + margin, size + margin);
         scene->images[i] = image;

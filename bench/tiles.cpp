@@ -4,5 +4,5 @@
 void addTileRows(std::vector<Row> *rows) {
     Layout tiled;
     tiled.tile = 256;
-    addLayoutRows({"Tiles", "tiled", tiled, {}, true, {GOAL_RATIO, 1.15}}, rows);
+    addLayoutRows({"Tiles", "tiled", tiled, {}, true, {GOAL_RATIO, 1.15}, false}, rows);
 }
