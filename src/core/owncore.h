@@ -17,10 +17,18 @@ static_assert(sizeof(void *) != 4 || sizeof(MoxImage) == 112);
 #endif
 
 // A second exported name for a function: one address. (Signatures that differ in pointer types only are one function to
-// the machine.)
-#define OWN_ALIAS(declaration, target)                                                                            \
-    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattribute-alias\"") extern "C" declaration \
-        __attribute__((alias(#target), visibility("default")));                                                   \
+// the machine.) 32-bit Windows decorates the target's name with the bytes of its one argument.
+#if defined(_WIN32) && !defined(_WIN64)
+#define OWN_SAME_AS(target) __attribute__((nothrow, alias(#target "@4")))
+#elif defined(_WIN32)
+#define OWN_SAME_AS(target) __attribute__((nothrow, alias(#target)))
+#else
+#define OWN_SAME_AS(target) __attribute__((alias(#target), visibility("default")))
+#endif
+#define OWN_ALIAS(declaration, target)                                                                          \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wpragmas\"")                              \
+        _Pragma("GCC diagnostic ignored \"-Wunknown-warning-option\"")                                          \
+            _Pragma("GCC diagnostic ignored \"-Wattribute-alias\"") extern "C" declaration OWN_SAME_AS(target); \
     _Pragma("GCC diagnostic pop") static_assert(true)
 
 // The exported function on whose behalf a report is made, and the place in its module.
