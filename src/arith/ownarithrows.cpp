@@ -160,7 +160,10 @@ struct MultiplyS {
 };
 
 struct And {
-    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a & b; }
+    template <class W>
+    static W word(W a, W b, W) {
+        return static_cast<W>(a & b);
+    }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         return as<D>(a & b);
@@ -172,7 +175,10 @@ struct And {
 };
 
 struct Or {
-    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a | b; }
+    template <class W>
+    static W word(W a, W b, W) {
+        return static_cast<W>(a | b);
+    }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         return as<D>(a | b);
@@ -184,7 +190,10 @@ struct Or {
 };
 
 struct Xor {
-    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a ^ b; }
+    template <class W>
+    static W word(W a, W b, W) {
+        return static_cast<W>(a ^ b);
+    }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         return as<D>(a ^ b);
@@ -196,18 +205,30 @@ struct Xor {
 };
 
 struct AndValue {
-    static uint64_t word(uint64_t a, uint64_t, uint64_t value) { return a & value; }
+    template <class W>
+    static W word(W a, W, W value) {
+        return static_cast<W>(a & value);
+    }
 };
 struct OrValue {
-    static uint64_t word(uint64_t a, uint64_t, uint64_t value) { return a | value; }
+    template <class W>
+    static W word(W a, W, W value) {
+        return static_cast<W>(a | value);
+    }
 };
 struct XorValue {
-    static uint64_t word(uint64_t a, uint64_t, uint64_t value) { return a ^ value; }
+    template <class W>
+    static W word(W a, W, W value) {
+        return static_cast<W>(a ^ value);
+    }
 };
 
 // a - b of single bits that do not go below 0.
 struct AndNot {
-    static uint64_t word(uint64_t a, uint64_t b, uint64_t) { return a & ~b; }
+    template <class W>
+    static W word(W a, W b, W) {
+        return static_cast<W>(a & ~b);
+    }
 };
 
 // Shifts of 16 and 32 bits.

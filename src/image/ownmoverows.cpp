@@ -179,18 +179,27 @@ void expandLanes32(const uint8_t *bits, void *lanes, size_t n) {
     expandWideLanes<uint32_t, int32_t>(bits, lanes, n);
 }
 
-// Words of eight bytes, each byte shifted on its own: the bits that its neighbours would bring are cut off.
+// Words of eight bytes, each byte shifted on its own: the bits that its neighbours would bring are cut off. The last
+// vector overlaps the one before, since out is not src.
 void shiftBits(const uint8_t *src, int left, uint8_t *out, size_t n) {
     constexpr uint64_t everyByte = 0x0101010101010101u;
     const int right = 8 - left;
     const uint64_t high = everyByte * (0xFFu << left & 0xFF), low = everyByte * (0xFFu >> right);
-    const auto *words = reinterpret_cast<const OwnAnyU64 *>(src);
-    const auto *following = reinterpret_cast<const OwnAnyU64 *>(src + 1);
-    auto *shifted = reinterpret_cast<OwnAnyU64 *>(out);
-    OWN_ELEMENTWISE
-    for (size_t k = 0; k < n / 8; ++k)
-        shifted[k] = (words[k] << left & high) | (following[k] >> right & low);
-    for (size_t k = n / 8 * 8; k < n; ++k)
+    const auto shift = [&](size_t k) {
+        OwnWords word, following;
+        std::memcpy(&word, src + k, sizeof word);
+        std::memcpy(&following, src + k + 1, sizeof following);
+        word = (word << left & high) | (following >> right & low);
+        std::memcpy(out + k, &word, sizeof word);
+    };
+    constexpr size_t step = sizeof(OwnWords);
+    if (n >= step) {
+        for (size_t k = 0; k + step <= n; k += step)
+            shift(k);
+        shift(n - step);
+        return;
+    }
+    for (size_t k = 0; k < n; ++k)
         out[k] = static_cast<uint8_t>(src[k] << left | src[k + 1] >> right);
 }
 

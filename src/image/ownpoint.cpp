@@ -98,17 +98,22 @@ struct OwnPoint::Cell {
         ownRunRows(rows, kernel, constant);
     }
 
-    // The whole buffers, row padding included, as far as the smallest of them goes.
+    // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond the rows of
+    // every image is not believed.
     void runFlat(MoxImage *const *images) const {
         OwnSpan spans[3] = {};
-        int64_t size = INT64_MAX;
+        int64_t size = INT64_MAX, extent = 0;
         const int bytes = std::max(ownDepthBytes(images[0]->depth), 1);
         for (int i = 0; i < point.count_; ++i) {
-            spans[i].start = reinterpret_cast<uint8_t *>(images[i]->imageData);
+            const MoxImage *image = images[i];
+            const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
+            spans[i].start = reinterpret_cast<uint8_t *>(image->imageData);
             spans[i].bytes = bytes;
             spans[i].step = 1;
-            size = std::min<int64_t>(size, images[i]->imageSize);
+            size = std::min<int64_t>(size, image->imageSize);
+            extent = std::max(extent, int64_t{1} * image->widthStep * image->height * planes);
         }
+        size = std::min(size, extent);
         ownRunFlat(spans, point.count_, kernel, constant, size / bytes);
     }
 };

@@ -316,6 +316,10 @@ class BitRunner {
   private:
     void runRow(uint8_t **at, int *bit, const uint8_t *mask) {
         const int last = rows_.count - 1;
+        if (rows_.width <= SCRATCH_BYTES * 8 - bit[last]) {
+            if (mask) ownAlignBits(mask, rows_.mask.bit, lanes_, bit[last], rows_.width);
+            return runStretch(at, bit, rows_.width, mask != nullptr);
+        }
         int maskBit = rows_.mask.bit;
         for (int64_t left = rows_.width; left > 0;) {
             const int64_t bits = std::min<int64_t>(left, SCRATCH_BYTES * 8 - bit[last]);

@@ -152,26 +152,43 @@ struct OwnForms {
     static constexpr OwnRowForms forms = {plain, masked, streamed};
 };
 
-// The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant): in words of eight, so that what
-// is left of a row of bits is a few bytes and not nearly a vector's worth. b is ignored by unary kernels, and may be
-// null for them.
+// As many bytes as the level's plain vectors have, for bitwise logic.
+#if defined(__AVX2__)
+typedef uint64_t OwnWords __attribute__((vector_size(32), aligned(1), may_alias));
+#else
+typedef uint64_t OwnWords __attribute__((vector_size(16), aligned(1), may_alias));
+#endif
+
+// The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant). Rows of bits are short: the end
+// of one is a vector that overlaps the one before. It is computed first, since the destination may be a source, and
+// stored last. b is ignored by unary kernels, and may be null for them.
 template <class F>
 struct OwnLogicForms {
-    static constexpr uint64_t everyByte = 0x0101010101010101u;
+    static OwnWords repeat(const OwnConstant &c) { return OwnWords{} + 0x0101010101010101u * (c.value & 0xFF); }
+    static OwnWords load(const void *p) {
+        OwnWords words;
+        __builtin_memcpy(&words, p, sizeof words);
+        return words;
+    }
+    static void store(void *p, OwnWords words) { __builtin_memcpy(p, &words, sizeof words); }
 
     static void plain(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
         const auto *a = static_cast<const uint8_t *>(a_);
         const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         auto *d = static_cast<uint8_t *>(d_);
-        const uint64_t constant = everyByte * (c.value & 0xFF);
-        const auto *wordsA = reinterpret_cast<const OwnAnyU64 *>(a);
-        const auto *wordsB = reinterpret_cast<const OwnAnyU64 *>(b);
-        auto *words = reinterpret_cast<OwnAnyU64 *>(d);
-        OWN_ELEMENTWISE
-        for (size_t i = 0; i < n / 8; ++i)
-            words[i] = F::word(wordsA[i], wordsB[i], constant);
-        for (size_t i = n / 8 * 8; i < n; ++i)
-            d[i] = static_cast<uint8_t>(F::word(a[i], b[i], constant));
+        const OwnWords constant = repeat(c);
+        constexpr size_t step = sizeof(OwnWords);
+        if (n >= step) {
+            const OwnWords end = F::word(load(a + n - step), load(b + n - step), constant);
+            OWN_ELEMENTWISE
+            for (size_t i = 0; i + step <= n; i += step)
+                store(d + i, F::word(load(a + i), load(b + i), constant));
+            store(d + n - step, end);
+            return;
+        }
+        const auto value = static_cast<uint8_t>(c.value);
+        for (size_t i = 0; i < n; ++i)
+            d[i] = static_cast<uint8_t>(F::word(a[i], b[i], value));
     }
 
     static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
@@ -179,17 +196,23 @@ struct OwnLogicForms {
         const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         const auto *lanes = static_cast<const uint8_t *>(lanes_);
         auto *d = static_cast<uint8_t *>(d_);
-        const uint64_t constant = everyByte * (c.value & 0xFF);
-        const auto *wordsA = reinterpret_cast<const OwnAnyU64 *>(a);
-        const auto *wordsB = reinterpret_cast<const OwnAnyU64 *>(b);
-        const auto *selected = reinterpret_cast<const OwnAnyU64 *>(lanes);
-        auto *words = reinterpret_cast<OwnAnyU64 *>(d);
-        OWN_ELEMENTWISE
-        for (size_t i = 0; i < n / 8; ++i) {
-            words[i] = (F::word(wordsA[i], wordsB[i], constant) & selected[i]) | (words[i] & ~selected[i]);
+        const OwnWords constant = repeat(c);
+        constexpr size_t step = sizeof(OwnWords);
+        const auto select = [](auto lane, auto result, auto before) { return (result & lane) | (before & ~lane); };
+        const auto at = [&](size_t i) {
+            return select(load(lanes + i), F::word(load(a + i), load(b + i), constant), load(d + i));
+        };
+        if (n >= step) {
+            const OwnWords end = at(n - step);
+            OWN_ELEMENTWISE
+            for (size_t i = 0; i + step <= n; i += step)
+                store(d + i, at(i));
+            store(d + n - step, end);
+            return;
         }
-        for (size_t i = n / 8 * 8; i < n; ++i) {
-            d[i] = ownSelect<Own8U>(lanes[i], static_cast<uint8_t>(F::word(a[i], b[i], constant)), d[i]);
+        const auto value = static_cast<uint8_t>(c.value);
+        for (size_t i = 0; i < n; ++i) {
+            d[i] = ownSelect<Own8U>(lanes[i], static_cast<uint8_t>(F::word(a[i], b[i], value)), d[i]);
         }
     }
 
@@ -197,18 +220,17 @@ struct OwnLogicForms {
         const auto *a = static_cast<const uint8_t *>(a_);
         const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         auto *d = static_cast<uint8_t *>(d_);
-        const uint64_t constant = everyByte * (c.value & 0xFF);
+        const OwnWords constant = repeat(c);
         const size_t head = -reinterpret_cast<uintptr_t>(d_) & 63;
         if (n < head) return plain(a, b, d, n, c);
         plain(a, b, d, head, c);
         size_t i = head;
         for (; i + OWN_STREAM_BLOCK <= n; i += OWN_STREAM_BLOCK) {
-            alignas(64) uint64_t words[OWN_STREAM_BLOCK / 8];
-            const auto *wordsA = reinterpret_cast<const OwnAnyU64 *>(a + i);
-            const auto *wordsB = reinterpret_cast<const OwnAnyU64 *>(b + i);
-            for (size_t k = 0; k < OWN_STREAM_BLOCK / 8; ++k)
-                words[k] = F::word(wordsA[k], wordsB[k], constant);
-            ownStreamBlock(d + i, words);
+            alignas(64) uint8_t block[OWN_STREAM_BLOCK];
+            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += sizeof(OwnWords)) {
+                store(block + k, F::word(load(a + i + k), load(b + i + k), constant));
+            }
+            ownStreamBlock(d + i, block);
         }
         plain(a + i, b + i, d + i, n - i, c);
     }
