@@ -42,7 +42,7 @@ the machine does for others does not count) and medians of the rounds; quotients
   which is in memory only (but for one or two 8-bit images, which a large last-level cache may hold).
 
 Float images hold numbers from 1 to 2, all others random bytes; masks are random bits, the least convenient ones.
-A goal that was missed is marked with **!**.
+A goal that was missed is marked with **!** in the tables.
 )";
 
 void writeFacts(std::ofstream &out, const Facts &facts) {
@@ -51,21 +51,64 @@ void writeFacts(std::ofstream &out, const Facts &facts) {
         out << "| " << fact << " | " << value << " |\n";
 }
 
-void writeGoals(std::ofstream &out, const std::vector<Result> &results) {
-    const auto hasGoal = [](const Result &row) { return row.goal.kind != GOAL_NONE; };
-    const auto goals = std::count_if(results.begin(), results.end(), hasGoal);
-    const auto missed = std::count_if(results.begin(), results.end(), [](const Result &row) { return !isMet(row); });
-    out << "\n## Goals\n\n" << goals << " of " << results.size() << " rows have a goal; " << missed << " miss it";
-    if (missed == 0) {
-        out << ".\n";
-        return;
+// How far a row is from its goal: above 1 it misses.
+double excess(const Result &row) {
+    switch (row.goal.kind) {
+        case GOAL_SHARE:
+            return row.goal.bound / row.share;
+        case GOAL_RATIO:
+            return row.ratio / row.goal.bound;
+        case GOAL_NS_PER_SAMPLE:
+            return row.nsPerSample / row.goal.bound;
+        case GOAL_NS_PER_CALL:
+            return row.nsPerCall / row.goal.bound;
+        default:
+            return 0;
     }
-    out << ":\n\n| Row | ns/sample | limit | beside | goal |\n|---|--:|--:|--:|---|\n";
+}
+
+std::string valueText(const Result &row) {
+    switch (row.goal.kind) {
+        case GOAL_SHARE:
+            return formatted("%.2f", row.share);
+        case GOAL_RATIO:
+            return formatted("%.2f", row.ratio);
+        case GOAL_NS_PER_SAMPLE:
+            return formatted("%.4f", row.nsPerSample);
+        default:
+            return formatted("%.0f", row.nsPerCall);
+    }
+}
+
+// Rows of one subject, layout and goal, counted.
+struct GoalGroup {
+    const Result *worst;
+    int rows, met;
+};
+
+std::vector<GoalGroup> groupGoals(const std::vector<Result> &results) {
+    std::vector<GoalGroup> groups;
     for (const Result &row : results) {
-        if (isMet(row)) continue;
-        out << "| " << row.name << " | " << formatted("%.4f", row.nsPerSample) << " | "
-            << (row.share > 0 ? formatted("%.2f", row.share) : "") << " | "
-            << (row.ratio > 0 ? formatted("%.2f", row.ratio) : "") << " | " << goalText(row.goal) << " |\n";
+        if (row.goal.kind == GOAL_NONE) continue;
+        auto group = std::find_if(groups.begin(), groups.end(), [&](const GoalGroup &other) {
+            return other.worst->subject == row.subject && other.worst->layout == row.layout &&
+                   goalText(other.worst->goal) == goalText(row.goal);
+        });
+        if (group == groups.end()) group = groups.insert(groups.end(), {&row, 0, 0});
+        group->rows += 1;
+        group->met += isMet(row) ? 1 : 0;
+        if (excess(row) > excess(*group->worst)) group->worst = &row;
+    }
+    return groups;
+}
+
+void writeGoals(std::ofstream &out, const std::vector<Result> &results) {
+    out << "\n## Goals\n\n| Rows | Layout | Goal | Met | Of | Worst | |\n|---|---|---|--:|--:|---|--:|\n";
+    for (const GoalGroup &group : groupGoals(results)) {
+        const Result &worst = *group.worst;
+        out << "| " << worst.subject << " | " << (worst.layout.empty() ? "plain" : worst.layout) << " | "
+            << goalText(worst.goal) << " | " << group.met << " | " << group.rows << " | " << worst.name << " | "
+            << valueText(worst) << " |\n";
     }
 }
 
