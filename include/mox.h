@@ -19,10 +19,11 @@
  * Failures. An operation that cannot run calls moxError once and returns with its destination untouched; what it returns is
  * nothing, so read moxGetErrStatus(). The status word is sticky: only moxSetErrStatus(0) clears it. A new thread starts in
  * MOX_ErrModeLeaf, where a report may end the application: most applications begin with moxSetErrMode(MOX_ErrModeParent).
- * A header whose size fields multiply to more than a 32-bit count of bytes is refused by every operation with MOX_StatusHeaderSize
- * (a tile of such a size with MOX_StatusTileSize) before any memory is touched, although moxCheckImageHeader accepts it.
- * What the library cannot see is the caller's to guarantee: that imageData points to widthStep x height bytes
- * (x nChannels in plane order), and a tile's tileData to a whole tile.
+ * A header that passes moxCheckImageHeader but cannot be that of an image in memory is refused by every operation before any
+ * memory is touched: with MOX_StatusHeaderSize (or MOX_StatusTileSize) where its sizes multiply to more than a 32-bit count of bytes,
+ * with MOX_StatusHeaderWidthStep where a row is longer than widthStep; 100 less for a mask.
+ * What the library cannot see is the caller's to guarantee: that imageData points to widthStep x height bytes (x nChannels in plane
+ * order), and a tile's tileData to a whole tile.
  *
  * Threads. The library starts no thread and takes no lock. Status, error mode and report function belong to the calling thread.
  * Threads may share sources; a header or tile record that an operation writes serves one operation at a time. The bytes that an
@@ -523,6 +524,26 @@ MOX_EXPORT void MOX_CALL moxSquare(MoxImage *srcImage, MoxImage *dstImage);
  * "(nChSrc != nChDst)".
  */
 MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Neighbourhood filters.
+ *
+ * What a window reads beyond the image follows the source's border rules (moxSetBorderMode); pixels of the image beyond its region are
+ * real input. A source that is the destination gives the same result as a copy of it, tiled or not.
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * dst(x, y) = the mean of the nCols x nRows window whose top left is at (x - anchorX, y - anchorY). The sum is multiplied by the float 1 / (nCols x nRows) and cut off
+ * towards zero, without rounding: 5 x 5 pixels of value 10 give 9. Integer sums have 32 bits and wrap. At 32F sums and product are single precision, chopped, and the window's
+ * sum slides along the row: rounding errors add up, and start anew with each tile of a tiled destination. At depth 1 a bit is set where half of the window is. A window of
+ * 1 x 1 is moxCopy, with its rules and reports. The cost of a sample does not depend on the window. The images' dataOrder may differ.
+ *
+ * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth!=dstImage->depth)", "(nRows<0||nCols<0)", "(anchorX<0||anchorY<0)",
+ * "(anchorX>=nCols||anchorY>=nRows)"; -18 "bad alpha channel's number" where an image or mask with alpha and no coi has no other channel; -15 "bad channel's number" where the numbers
+ * of processed channels differ; -4 "Allocation failure", also for a source tile that is not delivered; -5 "(dstImage->tileInfo->tileData == 0)".
+ */
+MOX_EXPORT void MOX_CALL moxBlur(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
+                                 int anchorY);
 
 #ifdef __cplusplus
 }

@@ -85,9 +85,11 @@ MoxStatus store(MoxStatus fault) {
     return fault;
 }
 
-// Bytes of rows x step, and of all planes, within what an int counts.
-bool fitsInt(int64_t step, int64_t rows, int64_t planes) {
-    return step <= INT_MAX && step * rows <= INT_MAX && step * rows * planes <= INT_MAX;
+// Whether rows of so many bytes, each padded by less than padding, are an int of bytes, and all planes of them too.
+bool fitsInt(int64_t rowBytes, int64_t padding, int64_t rows, int64_t planes) {
+    if (rowBytes > INT_MAX - padding) return false;
+    const int64_t plane = (rowBytes + padding) * rows;
+    return plane <= INT_MAX && plane * planes <= INT_MAX;
 }
 
 }  // namespace
@@ -96,19 +98,22 @@ MoxStatus MOX_CALL moxCheckImageHeader(const MoxImage *image) {
     return store(findFault(image));
 }
 
-// Sizes of a valid header that cannot be those of an image in memory. Below these limits every product of sizes fits 64
-// bits, and every offset into an image fits an int.
+// What no image in memory can have, although a header's tests let it pass: sizes beyond an int of bytes, and rows
+// longer than the stride. Below these limits every product of sizes fits 64 bits, and every offset lies within
+// widthStep x height bytes of a plane.
 static MoxStatus findExcess(const MoxImage *image) {
     const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
     const int planes = planar ? image->nChannels : 1;
     const MoxTileInfo *tiles = image->tileInfo;
     const int64_t columns = tiles ? tiles->width : image->width;
     const int64_t samples = columns * (planar ? 1 : image->nChannels);
-    const int64_t fits = INT64_MAX / 64;
-    const int64_t rowBytes = samples > fits ? INT64_MAX : (samples * ownDepthBits(image->depth) + 7) / 8 + image->align;
-    if (tiles) return fitsInt(rowBytes, tiles->height, planes) ? MOX_StatusNoError : MOX_StatusTileSize;
-    if (rowBytes > INT_MAX || !fitsInt(image->widthStep, image->height, planes)) return MOX_StatusHeaderSize;
-    return MOX_StatusNoError;
+    // An int of bytes holds no more samples than this, and its bits can be counted.
+    const int64_t most = int64_t{INT_MAX} * 8;
+    const int64_t rowBytes = samples > most ? INT64_MAX : (samples * ownDepthBits(image->depth) + 7) / 8;
+    if (tiles) return fitsInt(rowBytes, 32, tiles->height, planes) ? MOX_StatusNoError : MOX_StatusTileSize;
+    if (!fitsInt(rowBytes, 0, 1, 1) || !fitsInt(image->widthStep, 0, image->height, planes))
+        return MOX_StatusHeaderSize;
+    return rowBytes > image->widthStep ? MOX_StatusHeaderWidthStep : MOX_StatusNoError;
 }
 
 MoxStatus ownCheckImage(const MoxImage *image) {
