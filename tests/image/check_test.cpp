@@ -403,6 +403,29 @@ TEST_F(Check, RefusesHugeHeadersOnlyForOperations) {
     EXPECT_TRUE(recorder.none());
 }
 
+// Rows may be as far apart as they like, but not overlap.
+TEST_F(Check, RefusesRowsLongerThanTheStrideForOperations) {
+    Subject subject;
+    subject.image.widthStep = 39;
+    EXPECT_EQ(check(subject), 0);
+    EXPECT_EQ(ownCheckImage(&subject.image), -13);
+    EXPECT_EQ(moxGetErrStatus(), -13);
+    moxSetErrStatus(0);
+    subject.image.dataOrder = 1;
+    EXPECT_EQ(ownCheckImage(&subject.image), 0);
+    subject.image.widthStep = 9;
+    EXPECT_EQ(ownCheckImage(&subject.image), -13);
+    moxSetErrStatus(0);
+    subject.image.widthStep = 10;
+    EXPECT_EQ(ownCheckImage(&subject.image), 0);
+    subject.mask.widthStep = 1;
+    EXPECT_EQ(check(subject), 0);
+    EXPECT_EQ(ownCheckImage(&subject.image), -113);
+    moxSetErrStatus(0);
+    subject.mask.widthStep = 2;
+    EXPECT_EQ(ownCheckImage(&subject.image), 0);
+}
+
 TEST_F(Check, RefusesHugeMasksForOperations) {
     for (const Huge &huge : hugeMasks) {
         Subject subject;
