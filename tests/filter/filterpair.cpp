@@ -1,0 +1,160 @@
+// Random layouts of two images.
+#include "filter/filterpair.h"
+
+#include <algorithm>
+#include <bit>
+
+void drawBorders(Random &random, TestImage &image, bool handMade) {
+    const int oneMode = random.below(6);
+    for (int side = 0; side < 4; ++side) {
+        // Modes count by their two low bits.
+        const int mode = oneMode < 4 ? oneMode : random.below(4);
+        const int constant =
+            random.oneIn(3) ? drawInt(random) : static_cast<int>(drawSample(random, image.layout().depth));
+        moxSetBorderMode(image.header(), random.oneIn(8) ? mode + 4 : mode, 1 << side, constant);
+        if (handMade) image.header()->borderConst[side] = drawInt(random);
+    }
+    image.keepHeader();
+}
+
+// Samples that let sums round without overflowing.
+static void drawModerately(Random &random, TestImage &image) {
+    const TestLayout &layout = image.layout();
+    for (int y = 0; y < layout.height; ++y) {
+        for (int x = 0; x < layout.width; ++x) {
+            for (int channel = 0; channel < layout.channels; ++channel) {
+                const float value = static_cast<float>(random.between(-100000, 100000)) / 977.0f;
+                image.set(channel, x, y, std::bit_cast<uint32_t>(random.oneIn(9) ? value * 65536.0f : value));
+            }
+        }
+    }
+}
+
+void FilterPair::drawChannels(Random &random, TestLayout &layout, const FilterPairOptions &options) {
+    if (options.depth == MOX_DEPTH_1U) {
+        layout.roi.coi = coi_ || (!options.strict && random.oneIn(4)) ? 1 : 0;
+        return;
+    }
+    // One processed channel may be a coi, in an image with as many channels as it likes.
+    const bool coi = options.strict ? coi_ : processed_ == 1 && random.oneIn(2);
+    if (coi) {
+        layout.channels = random.between(1, 5);
+        if (random.oneIn(3)) layout.alpha = layout.channels;
+        layout.roi.coi = random.between(1, layout.channels);
+        return;
+    }
+    layout.channels = processed_;
+    if (random.oneIn(4)) layout.alpha = ++layout.channels;
+}
+
+TestLayout FilterPair::drawLayout(Random &random, int which, const FilterPairOptions &options) {
+    static const int aligns[] = {4, 8, 16, 32};
+    TestLayout layout;
+    layout.depth = options.depth;
+    layout.order = options.strict ? order_ : random.below(2);
+    layout.origin = options.sameOrigin ? origin_ : random.below(2);
+    layout.align = aligns[random.below(4)];
+    drawChannels(random, layout, options);
+    const bool small = random.oneIn(5);
+    layout.width = random.between(small ? 1 : (options.maxWidth + 1) / 2, options.maxWidth);
+    layout.height = random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
+    if (layout.roi.coi != 0 || random.oneIn(2)) {
+        const int reach = !options.strict && random.oneIn(40) ? 3 : 0;
+        layout.setRoi(layout.roi.coi, random.below(reach ? layout.width + reach : std::max(1, layout.width / 2)),
+                      random.below(reach ? layout.height + reach : std::max(1, layout.height / 2)),
+                      random.oneIn(2) ? 1000 : random.between(1, layout.width),
+                      random.oneIn(2) ? 1000 : random.between(1, layout.height));
+    }
+    const int sampleBytes = std::max(1, layout.bits() / 8);
+    if (random.oneIn(3)) layout.extraStride = sampleBytes * random.between(1, 9);
+    if (random.oneIn(3)) layout.dataShift = sampleBytes * random.below(32 / sampleBytes);
+    if (options.tiled[which] == 1 || (options.tiled[which] < 0 && random.oneIn(4))) {
+        layout.tileWidth = 8 * random.between(1, 4);
+        layout.tileHeight = 8 * random.between(1, 2);
+        layout.transientTiles = random.oneIn(2);
+        layout.extraStride = 0;
+    }
+    return layout;
+}
+
+FilterPair::FilterPair(Random &random, const FilterPairOptions &options)
+    : processed_(options.depth == MOX_DEPTH_1U || random.oneIn(3) ? 1 : random.between(1, 4)),
+      order_(random.below(2)),
+      origin_(random.below(2)),
+      coi_(random.oneIn(3)) {
+    if (options.strict && coi_) processed_ = 1;
+    const bool inPlace = options.inPlace < 0 ? random.oneIn(4) : options.inPlace == 1;
+    const bool moderate = options.depth == MOX_DEPTH_32F && options.moderate && !random.oneIn(4);
+    for (int which = 0; which < (inPlace ? 1 : 2); ++which) {
+        images_[which] = std::make_unique<TestImage>(drawLayout(random, which, options), random.next());
+        if (moderate) drawModerately(random, *images_[which]);
+        drawBorders(random, *images_[which], options.handMadeBorders);
+    }
+    if (!options.masks || random.oneIn(2)) return;
+    for (int which = 0; which < 2; ++which) {
+        TestImage *image = images_[which].get();
+        if (!image || random.oneIn(2)) continue;
+        masks_[which] = std::make_unique<TestImage>(
+            drawMaskLayout(random, image->layout().width, image->layout().height), random.next());
+        image->setMask(masks_[which].get());
+    }
+    if (images_[1] && masks_[0] && random.oneIn(5)) images_[1]->setMask(masks_[0].get());
+}
+
+std::vector<TestImage *> FilterPair::all() const {
+    std::vector<TestImage *> images;
+    for (const auto *each : {&images_[0], &images_[1], &masks_[0], &masks_[1]}) {
+        if (*each) images.push_back(each->get());
+    }
+    return images;
+}
+
+static std::string describeBorders(TestImage &image) {
+    std::string text = " borders";
+    for (int side = 0; side < 4; ++side) {
+        text.append(" ").append(std::to_string(image.header()->borderMode[side]));
+        if (image.header()->borderMode[side] & 3) continue;
+        text.append("(").append(std::to_string(image.header()->borderConst[side])).append(")");
+    }
+    return text;
+}
+
+std::string FilterPair::describe() const {
+    std::string text;
+    for (int which = 0; which < 2; ++which) {
+        TestImage *image = images_[which].get();
+        text += which ? "destination " : "source ";
+        text += image ? image->layout().describe() + describeBorders(*image) : std::string("is the source");
+        if (image && image->mask()) text += "\n  mask " + image->mask()->layout().describe();
+        text += "\n";
+    }
+    return text;
+}
+
+void FilterPair::keep() {
+    kept_.clear();
+    for (TestImage *image : all())
+        kept_.push_back(image->bytes());
+}
+
+testing::AssertionResult FilterPair::restIsUntouched() const {
+    const std::vector<TestImage *> images = all();
+    const TestImage *destination = images_[1] ? images_[1].get() : images_[0].get();
+    for (size_t i = 0; i < images.size(); ++i) {
+        testing::AssertionResult result = images[i]->headerIsUntouched();
+        if (result && images[i] != destination) result = images[i]->holds(kept_[i]);
+        if (!result) return result;
+    }
+    return testing::AssertionSuccess();
+}
+
+void FilterPair::restore() {
+    const std::vector<TestImage *> images = all();
+    for (size_t i = 0; i < images.size(); ++i)
+        images[i]->setBytes(kept_[i]);
+}
+
+void FilterPair::abandonTiles() {
+    for (TestImage *image : all())
+        image->abandonTiles();
+}

@@ -1,0 +1,99 @@
+// Golden digests of the filters, which every CPU level and every platform must give.
+#include <bit>
+
+#include "filter/filtercheck.h"
+#include "support/golden.h"
+
+namespace {
+
+struct GoldenLayout {
+    const char *name;
+    int channels, order, mode;
+    bool coi, masked, tiled;
+};
+
+const GoldenLayout goldenLayouts[] = {{"plain", 1, MOX_DATA_ORDER_PIXEL, MOX_BORDER_REPLICATE, false, false, false},
+                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, MOX_BORDER_REFLECT, false, true, false},
+                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, MOX_BORDER_WRAP, false, false, true},
+                                      {"coi", 3, MOX_DATA_ORDER_PIXEL, MOX_BORDER_CONSTANT, true, true, true}};
+
+TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int shift) {
+    TestLayout layout = TestLayout::of(depth, 61, 19, depth == MOX_DEPTH_1U ? 1 : golden.channels, golden.order);
+    if (golden.coi) layout.setRoi(depth == MOX_DEPTH_1U ? 1 : 2, 3 + shift, 1, 55, 17);
+    if (golden.tiled) {
+        layout.tileWidth = 16;
+        layout.tileHeight = 8;
+    }
+    return layout;
+}
+
+// At 32F numbers only: the payload of a NaN is nobody's to rely on.
+void drawNumbers(TestImage &image, uint64_t seed) {
+    if (image.layout().depth != MOX_DEPTH_32F) return;
+    Random random(seed);
+    for (int y = 0; y < image.layout().height; ++y) {
+        for (int x = 0; x < image.layout().width; ++x) {
+            for (int channel = 0; channel < image.layout().channels; ++channel) {
+                const float value = static_cast<float>(random.between(-1000000, 1000000)) / 1024.0f / 3.0f;
+                image.set(channel, x, y, std::bit_cast<uint32_t>(value));
+            }
+        }
+    }
+}
+
+uint64_t digestOfSamples(const TestImage &image, uint64_t digest) {
+    TestBytes samples;
+    for (int y = 0; y < image.layout().height; ++y) {
+        for (int x = 0; x < image.layout().width; ++x) {
+            for (int channel = 0; channel < image.layout().channels; ++channel) {
+                const uint32_t sample = image.get(channel, x, y);
+                for (int byte = 0; byte < 4; ++byte)
+                    samples.push_back(static_cast<uint8_t>(sample >> 8 * byte));
+            }
+        }
+    }
+    return digestOf(samples, digest);
+}
+
+// One step of a digest: the model's result wanted before the call, and the call.
+using Step = std::function<RefResult(TestImage &src, TestImage &dst)>;
+using Call = std::function<void(MoxImage *src, MoxImage *dst)>;
+
+void checkGolden(const std::string &name, unsigned depth, const std::vector<std::pair<Step, Call>> &steps) {
+    for (const GoldenLayout &golden : goldenLayouts) {
+        forEachCpuLevel([&] {
+            uint64_t digest = digestOf({});
+            for (const auto &[model, call] : steps) {
+                TestImage src(layoutOf(golden, depth, 0), 11), dst(layoutOf(golden, depth, 2), 13);
+                TestImage mask(TestLayout::ofMask(60, 18), 14);
+                drawNumbers(src, 15);
+                drawNumbers(dst, 16);
+                moxSetBorderMode(src.header(), golden.mode, 15, 77);
+                if (golden.masked) dst.setMask(&mask);
+                const RefResult wanted = model(src, dst);
+                ReportRecorder reports;
+                call(src.header(), dst.header());
+                EXPECT_TRUE(reports.none());
+                ASSERT_TRUE(dst.holds(wanted.expected, wanted.unspecified)) << "no digest is taken of a wrong result";
+                digest = digestOfSamples(dst, digest);
+            }
+            EXPECT_TRUE(digestIsGolden("filter/" + name + "/" + depthName(depth) + "/" + golden.name, digest));
+        });
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+TEST(FilterGolden, blur) {
+    std::vector<std::pair<Step, Call>> steps;
+    for (const RefWindow &window :
+         {RefWindow{3, 3, 1, 1}, RefWindow{5, 5, 2, 2}, RefWindow{7, 2, 6, 0}, RefWindow{31, 40, 3, 20}}) {
+        steps.push_back({[=](TestImage &src, TestImage &dst) { return refBlur(src, dst, window); },
+                         [=](MoxImage *src, MoxImage *dst) {
+                             moxBlur(src, dst, window.nCols, window.nRows, window.anchorX, window.anchorY);
+                         }});
+    }
+    for (unsigned depth : allDepths)
+        checkGolden("moxBlur", depth, steps);
+}
+
+}  // namespace
