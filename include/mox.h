@@ -156,7 +156,7 @@ MOX_EXPORT MoxStatus MOX_CALL moxStdErrReport(MoxStatus status, const char *func
  * there, and a line is read; its first letter answers (y or n, o or c, in either case), and the question is asked again until one
  * does. Where there is no terminal, or it ends before an answer, title and text go to the standard error stream and the answer is
  * the safe one: Yes in MOX_ErrModeLeaf (the process ends, as with moxStdErrReport), OK in MOX_ErrModeParent (the caller goes on).
- * It never waits where nobody can answer.
+ * It never waits where nobody can answer. Before the process ends, "MOX Library: terminating the application" goes to the standard error stream.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxGuiBoxReport(MoxStatus status, const char *functionName, const char *message,
                                               const char *fileName, int line);
@@ -544,6 +544,98 @@ MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
  */
 MOX_EXPORT void MOX_CALL moxBlur(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
                                  int anchorY);
+
+/**
+ * A kernel of integer coefficients. Made by moxCreateConvKernel, read by moxGetConvKernel: the record holds the coefficients in reverse order and the
+ * anchor mirrored. Read-only during a convolution, so calls and threads may share it.
+ */
+typedef struct MoxConvKernel {
+    int nCols;
+    int nRows;
+    int anchorX; /**< nCols - 1 - the anchor given */
+    int anchorY; /**< nRows - 1 - the anchor given */
+    int *values; /**< nCols x nRows, the last one given first */
+    int nShiftR; /**< the right shift of each sum */
+} MoxConvKernel;
+
+/** A kernel of float coefficients, for depth 32F; see MoxConvKernel. */
+typedef struct MoxConvKernelFP {
+    int nCols;
+    int nRows;
+    int anchorX;
+    int anchorY;
+    float *values;
+} MoxConvKernelFP;
+
+/** How the results r1..rn of several kernels become one. */
+enum {
+    MOX_COMBINE_SUM = 0,       /**< r1 + ... + rn */
+    MOX_COMBINE_SUMSQ = 1,     /**< r1 x r1 + ... + rn x rn */
+    MOX_COMBINE_SUMSQROOT = 2, /**< the square root of that */
+    MOX_COMBINE_MAX = 3,       /**< the largest */
+    MOX_COMBINE_MIN = 4        /**< the smallest */
+};
+
+/**
+ * Creates a kernel from nCols x nRows coefficients, row by row. The coefficient at the anchor multiplies the pixel itself. Each sum is shifted right by nShiftR, rounding down; shifts of
+ * 32 and more, and negative ones, have no defined result. Free it with moxDeleteConvKernel.
+ * Null and a report: -5 "(values == 0)", "(nRows<=0 || nCols<=0)", "(anchorX<0 ||anchorY<0 ||nRows<=anchorY || nCols<=anchorX)"; -4 "Allocation failure".
+ */
+MOX_EXPORT MoxConvKernel *MOX_CALL moxCreateConvKernel(int nCols, int nRows, int anchorX, int anchorY,
+                                                       const int *values, int nShiftR);
+
+/** moxCreateConvKernel from signed bytes. */
+MOX_EXPORT MoxConvKernel *MOX_CALL moxCreateConvKernelChar(int nCols, int nRows, int anchorX, int anchorY,
+                                                           const signed char *values, int nShiftR);
+
+/** moxCreateConvKernel from floats, without a shift. Free it with moxDeleteConvKernelFP. */
+MOX_EXPORT MoxConvKernelFP *MOX_CALL moxCreateConvKernelFP(int nCols, int nRows, int anchorX, int anchorY,
+                                                           const float *values);
+
+/**
+ * Gives back what a kernel was made from; *values is the caller's array of nCols x nRows. Nothing is filled, and the fault returned, after any of: -5 "kernel==0",
+ * "ownBadKernel((OwnConvKernel*)kernel)", "nRows==0" and "nCols==0", "anchorX==0" and "anchorY==0" (both of a pair are reported), "values==0", "nShiftR==0"; and while the status word is
+ * negative from an earlier fault. Returns 0 otherwise.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxGetConvKernel(MoxConvKernel *kernel, int *nCols, int *nRows, int *anchorX,
+                                               int *anchorY, int **values, int *nShiftR);
+
+/** moxGetConvKernel into signed bytes: the low 8 bits of each coefficient. */
+MOX_EXPORT MoxStatus MOX_CALL moxGetConvKernelChar(MoxConvKernel *kernel, int *nCols, int *nRows, int *anchorX,
+                                                   int *anchorY, signed char **values, int *nShiftR);
+
+/** moxGetConvKernel of a float kernel. */
+MOX_EXPORT MoxStatus MOX_CALL moxGetConvKernelFP(MoxConvKernelFP *kernel, int *nCols, int *nRows, int *anchorX,
+                                                 int *anchorY, float **values);
+
+/** Frees a kernel. -5 "kernel==0", "kernel->values==0". */
+MOX_EXPORT void MOX_CALL moxDeleteConvKernel(MoxConvKernel *kernel);
+
+/** Frees a float kernel. -5 "kernel==0", "kernel->values==0". */
+MOX_EXPORT void MOX_CALL moxDeleteConvKernelFP(MoxConvKernelFP *kernel);
+
+/**
+ * dst(x, y) = sum over r, c of values[r][c] x src(x + anchorX - c, y + anchorY - r), shifted right by nShiftR, saturated; of 1 to 10 kernels, combined by combineMethod (MOX_COMBINE_..., of
+ * which a single kernel takes the square of its result, or for the root its absolute value). Every depth but 32F.
+ *
+ * Arithmetic: 16-bit integers for a kernel whose sums cannot leave them, on samples of up to 8 bits; 32-bit integers where sums cannot leave those; single precision, and rounding to the
+ * nearest integer, for all other kernels, for coefficients beyond 16 bits and for depth 32S. A single kernel's square wraps in its own width. Several kernels combine in 32-bit integers if
+ * all of them have 16-bit sums, else in single precision.
+ *
+ * Failures, in this order: "Incorrect Image" (source, destination); -11 "Bad ROI offsets"; -5 "kernel==0", "(nKernels<=0 || nKernels>10)", "Inadmissible method" (for several kernels),
+ * "kernel[i]==0", "Bad kernel structure", "Uncompatible images" (depth or dataOrder), "32F images can be processed only with FP kernel". Where the regions have anything in
+ * common: -5 "One of the COI is not defined", "No channel to operate", "Uncompatible images" (numbers of processed channels); -4 "Allocation failure", also for a source tile that is not
+ * delivered; -5 "Internal error" for a tile of the destination.
+ */
+MOX_EXPORT void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernel **kernel, int nKernels,
+                                       int combineMethod);
+
+/**
+ * moxConvolve2D for depth 32F, with float kernels, in single precision: products are added to 0 one after the other, two rows of the kernel at a time and in these column by column. -5 "FP
+ * kernel can be used only for 32F images".
+ */
+MOX_EXPORT void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP **kernel,
+                                         int nKernels, int combineMethod);
 
 #ifdef __cplusplus
 }

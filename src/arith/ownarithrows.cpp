@@ -277,7 +277,7 @@ struct ShiftBlock {
         __builtin_memcpy(d, words, sizeof words);
     }
     static void tail(const char *a, const char *, void *d, size_t n, const OwnConstant &c) {
-        const auto *bytes = reinterpret_cast<const unsigned char *>(a);
+        const unsigned char *bytes = reinterpret_cast<const unsigned char *>(a);
         for (size_t i = 0; i < n; ++i) {
             static_cast<unsigned char *>(d)[i] = static_cast<unsigned char>(F::word(bytes[i], c.value));
         }

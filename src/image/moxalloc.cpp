@@ -96,8 +96,9 @@ bool ownImageSizes(const MoxImage *image, int *widthStep, int *imageSize) {
     const int64_t samples = static_cast<int64_t>(image->width) * (planar ? 1 : image->nChannels);
     if (samples > INT_MAX * int64_t{8}) return false;
     const int64_t step = roundUp(samples * ownDepthBits(image->depth), int64_t{8} * image->align) / 8;
+    if (step > INT_MAX) return false;
     const int64_t plane = step * image->height;
-    if (step > INT_MAX || plane > INT_MAX) return false;
+    if (plane > INT_MAX) return false;
     const int64_t size = plane * (planar ? image->nChannels : 1);
     if (size > INT_MAX) return false;
     *widthStep = static_cast<int>(step);

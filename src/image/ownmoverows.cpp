@@ -26,19 +26,35 @@ struct Fill {
         if constexpr (sizeof(typename D::Value) == 1) {
             std::memset(d_, static_cast<int>(c.value & 0xFF), n);
         } else {
-            auto *d = static_cast<typename D::Sample *>(d_);
+            typename D::Sample *d = static_cast<typename D::Sample *>(d_);
             const auto value = static_cast<typename D::Value>(c.value);
             for (size_t i = 0; i < n; ++i)
                 d[i] = value;
         }
     }
     static void masked(const void *, const void *, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
-        auto *d = static_cast<typename D::Sample *>(d_);
-        const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
+        typename D::Sample *d = static_cast<typename D::Sample *>(d_);
+        const typename D::Lane *lanes = static_cast<const typename D::Lane *>(lanes_);
         const auto value = static_cast<typename D::Value>(c.value);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
             d[i] = ownSelect<D>(lanes[i], value, d[i]);
+    }
+
+    static void streamed(const void *, const void *, void *d_, size_t n, const OwnConstant &c) {
+        using Value = typename D::Value;
+        constexpr size_t block = OWN_STREAM_BLOCK / sizeof(Value);
+        const size_t toLine = -reinterpret_cast<uintptr_t>(d_) & 63;
+        const size_t head = toLine / sizeof(Value);
+        if (toLine % sizeof(Value) != 0 || n < head) return plain(nullptr, nullptr, d_, n, c);
+        alignas(64) Value values[block];
+        plain(nullptr, nullptr, values, block, c);
+        plain(nullptr, nullptr, d_, head, c);
+        typename D::Sample *d = static_cast<typename D::Sample *>(d_);
+        size_t i = head;
+        for (; i + block <= n; i += block)
+            ownStreamBlock(d + i, values);
+        plain(nullptr, nullptr, d + i, n - i, c);
     }
 };
 
@@ -46,8 +62,8 @@ struct Fill {
 template <class D>
 struct Exchange {
     static void plain(const void *a_, const void *, void *d_, size_t n, const OwnConstant &) {
-        auto *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
-        auto *d = static_cast<typename D::Sample *>(d_);
+        typename D::Sample *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
+        typename D::Sample *d = static_cast<typename D::Sample *>(d_);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i) {
             const typename D::Value first = a[i], second = d[i];
@@ -56,9 +72,9 @@ struct Exchange {
         }
     }
     static void masked(const void *a_, const void *, void *d_, size_t n, const OwnConstant &, const void *lanes_) {
-        auto *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
-        auto *d = static_cast<typename D::Sample *>(d_);
-        const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
+        typename D::Sample *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
+        typename D::Sample *d = static_cast<typename D::Sample *>(d_);
+        const typename D::Lane *lanes = static_cast<const typename D::Lane *>(lanes_);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i) {
             const typename D::Value first = a[i], second = d[i];
@@ -76,8 +92,8 @@ void gatherOne(const typename D::Sample *src, typename D::Sample *row, size_t pi
 
 template <class D>
 void gather(const void *src_, int step, int count, void *row_, size_t pixels) {
-    const auto *src = static_cast<const typename D::Sample *>(src_);
-    auto *row = static_cast<typename D::Sample *>(row_);
+    const typename D::Sample *src = static_cast<const typename D::Sample *>(src_);
+    typename D::Sample *row = static_cast<typename D::Sample *>(row_);
     if (count == 1) {
         switch (step) {
             case 2:
@@ -104,8 +120,8 @@ void scatterOne(const typename D::Sample *row, typename D::Sample *dst, size_t p
 
 template <class D>
 void scatter(const void *row_, void *dst_, int step, int count, size_t pixels) {
-    const auto *row = static_cast<const typename D::Sample *>(row_);
-    auto *dst = static_cast<typename D::Sample *>(dst_);
+    const typename D::Sample *row = static_cast<const typename D::Sample *>(row_);
+    typename D::Sample *dst = static_cast<typename D::Sample *>(dst_);
     if (count == 1) {
         switch (step) {
             case 2:
@@ -139,7 +155,7 @@ constexpr LaneTable makeLaneTable() {
 constexpr LaneTable laneTable = makeLaneTable();
 
 void expandLanes8(const uint8_t *bits, void *lanes_, size_t n) {
-    auto *lanes = static_cast<uint8_t *>(lanes_);
+    uint8_t *lanes = static_cast<uint8_t *>(lanes_);
     size_t i = 0;
 #if defined(__AVX2__)
     const __m256i spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2, 3,
@@ -160,13 +176,13 @@ void expandLanes8(const uint8_t *bits, void *lanes_, size_t n) {
 // Wider lanes are the byte lanes with their sign extended.
 template <class Lane, class Signed>
 void expandWideLanes(const uint8_t *bits, void *lanes_, size_t n) {
-    auto *lanes = static_cast<unsigned char *>(lanes_);
+    unsigned char *lanes = static_cast<unsigned char *>(lanes_);
     constexpr size_t part = 256;
     int8_t bytes[part];
     for (size_t i = 0; i < n; i += part) {
         const size_t count = n - i < part ? (n - i + 7) / 8 * 8 : part;
         expandLanes8(bits + i / 8, bytes, count);
-        auto *out = reinterpret_cast<Lane *>(lanes + i * sizeof(Lane));
+        Lane *out = reinterpret_cast<Lane *>(lanes + i * sizeof(Lane));
         for (size_t k = 0; k < count; ++k)
             out[k] = static_cast<Lane>(static_cast<Signed>(bytes[k]));
     }
@@ -213,12 +229,12 @@ void fence() {
 
 extern const OwnMoveRows moveRows;
 const OwnMoveRows moveRows = {
-    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked, nullptr},
-     {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked, nullptr},
-     {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked, nullptr}},
-    {{Fill<Own8U>::plain, Fill<Own8U>::masked, nullptr},
-     {Fill<Own16U>::plain, Fill<Own16U>::masked, nullptr},
-     {Fill<Own32U>::plain, Fill<Own32U>::masked, nullptr}},
+    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked, OwnUnary<Own8U, Copy>::streamed},
+     {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked, OwnUnary<Own16U, Copy>::streamed},
+     {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked, OwnUnary<Own32U, Copy>::streamed}},
+    {{Fill<Own8U>::plain, Fill<Own8U>::masked, Fill<Own8U>::streamed},
+     {Fill<Own16U>::plain, Fill<Own16U>::masked, Fill<Own16U>::streamed},
+     {Fill<Own32U>::plain, Fill<Own32U>::masked, Fill<Own32U>::streamed}},
     {{Exchange<Own8U>::plain, Exchange<Own8U>::masked, nullptr},
      {Exchange<Own16U>::plain, Exchange<Own16U>::masked, nullptr},
      {Exchange<Own32U>::plain, Exchange<Own32U>::masked, nullptr}},

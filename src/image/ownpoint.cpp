@@ -85,6 +85,7 @@ struct OwnPoint::Cell {
     const OwnPoint &point;
     const OwnRowForms &kernel;
     const OwnConstant &constant;
+    int64_t whole;  // bytes of each image that the call passes over, where it does so tile by tile
 
     void run(MoxImage *const *images, const MoxImage *mask) const {
         const int count = point.count_;
@@ -95,6 +96,7 @@ struct OwnPoint::Cell {
         }
         OwnRows rows;
         ownSetRows(&rows, images, point.first_, count, point.channels_, mask);
+        rows.whole = whole;
         ownRunRows(rows, kernel, constant);
     }
 
@@ -119,12 +121,15 @@ struct OwnPoint::Cell {
 };
 
 void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
-    Cell cell = {*this, kernel, constant};
+    Cell cell = {*this, kernel, constant, 0};
     const bool tiled = std::any_of(images_, images_ + count_, [](const MoxImage *image) { return image->tileInfo; });
     if (!tiled) {
         cell.run(images_, mask_);
         return;
     }
+    OwnImageRect rect;
+    ownImageRect(destination(), &rect);
+    cell.whole = rect.width * rect.height * channels_ * ownDepthBytes(destination()->depth);
     const auto runCell = [](void *operation, MoxImage *const *images, MoxImage *mask) {
         static_cast<const Cell *>(operation)->run(images, mask);
     };

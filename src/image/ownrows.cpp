@@ -81,7 +81,8 @@ void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnCons
     const int bytes = destination(rows).bytes;
     uint8_t *at[OWN_MAX_SPANS];
     startOfRow(rows, 0, 0, at);
-    const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, n * bytes * height * planes);
+    const int64_t whole = std::max(rows.whole, n * bytes * height * planes);
+    const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, whole);
     const OwnRow form = streaming ? kernel.streamed : kernel.plain;
     for (int plane = 0; plane < planes; ++plane) {
         for (int row = 0; row < height; ++row) {

@@ -25,8 +25,10 @@ struct OwnRows {
     bool masked;
     bool exchange;  // the first span is written as well
     int width, height;
-    int channels;  // processed in each pixel
-    int planes;    // processed one after the other
+    int channels;   // processed in each pixel
+    int planes;     // processed one after the other
+    int64_t whole;  // bytes of each image that the operation passes over, of which these rows are a part; 0 where they
+                    // are all
 };
 
 // The share of an image that begins at a channel, and its region's size.

@@ -9,7 +9,9 @@
 #endif
 
 // The destination may be a source: equal positions, so that no iteration depends on another.
-#if defined(__clang__)
+#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define OWN_ELEMENTWISE  // nothing vectorises, and the annotation would draw a warning
+#elif defined(__clang__)
 #define OWN_ELEMENTWISE _Pragma("clang loop vectorize(assume_safety)")
 #else
 #define OWN_ELEMENTWISE _Pragma("GCC ivdep")
@@ -106,9 +108,9 @@ struct OwnForms {
     using Value = typename D::Value;
 
     static void plain(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        const auto *a = static_cast<const Sample *>(a_);
-        const auto *b = static_cast<const Sample *>(b_);
-        auto *d = static_cast<Sample *>(d_);
+        const Sample *a = static_cast<const Sample *>(a_);
+        const Sample *b = static_cast<const Sample *>(b_);
+        Sample *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
@@ -116,10 +118,10 @@ struct OwnForms {
     }
 
     static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
-        const auto *a = static_cast<const Sample *>(a_);
-        const auto *b = static_cast<const Sample *>(b_);
-        const auto *lanes = static_cast<const typename D::Lane *>(lanes_);
-        auto *d = static_cast<Sample *>(d_);
+        const Sample *a = static_cast<const Sample *>(a_);
+        const Sample *b = static_cast<const Sample *>(b_);
+        const typename D::Lane *lanes = static_cast<const typename D::Lane *>(lanes_);
+        Sample *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
@@ -132,9 +134,9 @@ struct OwnForms {
         const size_t toLine = -reinterpret_cast<uintptr_t>(d_) & 63;
         const size_t head = toLine / sizeof(Value);
         if (toLine % sizeof(Value) != 0 || n < head + block) return plain(a_, b_, d_, n, c);
-        const auto *a = static_cast<const Sample *>(a_);
-        const auto *b = static_cast<const Sample *>(b_);
-        auto *d = static_cast<Sample *>(d_);
+        const Sample *a = static_cast<const Sample *>(a_);
+        const Sample *b = static_cast<const Sample *>(b_);
+        Sample *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
         for (size_t i = 0; i < head; ++i)
             d[i] = Element::compute(i, a, b, constant);
@@ -173,9 +175,9 @@ struct OwnLogicForms {
     static void store(void *p, OwnWords words) { __builtin_memcpy(p, &words, sizeof words); }
 
     static void plain(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        const auto *a = static_cast<const uint8_t *>(a_);
-        const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
-        auto *d = static_cast<uint8_t *>(d_);
+        const uint8_t *a = static_cast<const uint8_t *>(a_);
+        const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        uint8_t *d = static_cast<uint8_t *>(d_);
         const OwnWords constant = repeat(c);
         constexpr size_t step = sizeof(OwnWords);
         if (n >= step) {
@@ -192,10 +194,10 @@ struct OwnLogicForms {
     }
 
     static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
-        const auto *a = static_cast<const uint8_t *>(a_);
-        const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
-        const auto *lanes = static_cast<const uint8_t *>(lanes_);
-        auto *d = static_cast<uint8_t *>(d_);
+        const uint8_t *a = static_cast<const uint8_t *>(a_);
+        const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        const uint8_t *lanes = static_cast<const uint8_t *>(lanes_);
+        uint8_t *d = static_cast<uint8_t *>(d_);
         const OwnWords constant = repeat(c);
         constexpr size_t step = sizeof(OwnWords);
         const auto select = [](auto lane, auto result, auto before) { return (result & lane) | (before & ~lane); };
@@ -217,9 +219,9 @@ struct OwnLogicForms {
     }
 
     static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        const auto *a = static_cast<const uint8_t *>(a_);
-        const auto *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
-        auto *d = static_cast<uint8_t *>(d_);
+        const uint8_t *a = static_cast<const uint8_t *>(a_);
+        const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        uint8_t *d = static_cast<uint8_t *>(d_);
         const OwnWords constant = repeat(c);
         const size_t head = -reinterpret_cast<uintptr_t>(d_) & 63;
         if (n < head) return plain(a, b, d, n, c);
@@ -267,8 +269,8 @@ struct OwnBlockForms {
             } else {
                 F::tail(at(a, k), at(b, k), values, left, constant);
             }
-            const auto *selected = reinterpret_cast<const typename D::Lane *>(at(lanes, k));
-            auto *out = reinterpret_cast<typename D::Sample *>(at(d, k));
+            const typename D::Lane *selected = reinterpret_cast<const typename D::Lane *>(at(lanes, k));
+            typename D::Sample *out = reinterpret_cast<typename D::Sample *>(at(d, k));
             for (size_t i = 0; i < left; ++i)
                 out[i] = ownSelect<D>(selected[i], values[i], out[i]);
         }
