@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <numbers>
 
 namespace {
@@ -80,7 +81,9 @@ Color skyAt(double x, double y) {
     color = mix(color, bottom, smooth(0.46, horizon, y));
     const double distance = std::hypot(x - sunX, (y - sunY) * 1.15);
     color = plus(color, scaled({0.9, 0.5, 0.2}, 0.55 * std::exp(-distance * 4.2)));
-    const double cloud = smooth(0.50, 0.74, ruggedNoise(x * 2.1 + 3, y * 8.5 + 1)) * smooth(0.62, 0.3, y);
+    if (distance < 0.070) return sunColor;
+    const double thinning = smooth(0.62, 0.3, y);
+    const double cloud = thinning > 0 ? smooth(0.50, 0.74, ruggedNoise(x * 2.1 + 3, y * 8.5 + 1)) * thinning : 0;
     const Color lit = mix({0.98, 0.72, 0.62}, {1.0, 0.90, 0.80}, smooth(0.9, 0.2, distance));
     color = mix(color, lit, 0.75 * cloud);
     return mix(color, sunColor, smooth(0.076, 0.070, distance));
@@ -99,17 +102,22 @@ constexpr Hills ridges[] = {{0.07, 0.30, 2.4, 5.3, {0.42, 0.40, 0.62}, {0.80, 0.
                             {0.03, 0.24, 3.0, 31.7, {0.27, 0.30, 0.47}, {0.56, 0.46, 0.52}},
                             {-0.01, 0.16, 3.6, 57.1, {0.11, 0.24, 0.24}, {0.23, 0.38, 0.30}}};
 
+Color hillsAt(const Hills &hills, double ridge, double x, double y) {
+    const double texture = 0.10 * (ruggedNoise(x * 14 + hills.seed, y * 22) - 0.5);
+    const double towardsSun = 0.20 * std::exp(-std::abs(x - sunX) * 2.5);
+    const Color color = mix(hills.top, hills.foot, smooth(ridge, horizon + 0.02, y));
+    return plus(scaled(color, 1 + texture), scaled({0.7, 0.4, 0.15}, towardsSun));
+}
+
+// The nearest ridge that reaches up to here hides the others.
 Color landAt(double x, double y) {
-    Color color = skyAt(x, y);
-    for (const Hills &hills : ridges) {
-        const double ridge = horizon - hills.base - hills.height * (ruggedNoise(x * hills.scale, hills.seed) - 0.32);
-        if (y < ridge) continue;
-        const double texture = 0.10 * (ruggedNoise(x * 14 + hills.seed, y * 22) - 0.5);
-        const double towardsSun = 0.20 * std::exp(-std::abs(x - sunX) * 2.5);
-        color = mix(hills.top, hills.foot, smooth(ridge, horizon + 0.02, y));
-        color = plus(scaled(color, 1 + texture), scaled({0.7, 0.4, 0.15}, towardsSun));
+    for (auto hills = std::rbegin(ridges); hills != std::rend(ridges); ++hills) {
+        if (y < horizon - hills->base - 0.68 * hills->height) continue;
+        const double ridge =
+            horizon - hills->base - hills->height * (ruggedNoise(x * hills->scale, hills->seed) - 0.32);
+        if (y >= ridge) return hillsAt(*hills, ridge, x, y);
     }
-    return color;
+    return skyAt(x, y);
 }
 
 struct Balloon {
@@ -186,10 +194,12 @@ double bankAt(double x) {
 }
 
 bool shoreAt(double x, double y) {
+    if (y < 0.45) return false;  // above the highest top
     if (y > bankAt(x)) return true;
     constexpr double spruces[][2] = {{0.035, 0.36}, {0.115, 0.27}, {0.185, 0.40}, {0.27, 0.22}, {0.335, 0.14}};
     for (const auto &spruce : spruces) {
-        if (spruceAt(x - spruce[0], y, bankAt(spruce[0]) + 0.02, spruce[1])) return true;
+        const bool near = std::abs(x - spruce[0]) < 0.25 * spruce[1];
+        if (near && spruceAt(x - spruce[0], y, bankAt(spruce[0]) + 0.02, spruce[1])) return true;
     }
     return false;
 }
