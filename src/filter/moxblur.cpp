@@ -60,7 +60,7 @@ bool check(const OwnCaller &caller, const OwnWindow &window, int nCols, int nRow
 
 // Whether window sums of samples of 8 bits fit the 24 bits of a float.
 bool sumsAreWide(unsigned depth, int64_t windowSize) {
-    return ownDepthBits(depth) == 8 && windowSize * 255 >= 1 << 24;
+    return ownDepthBits(depth) == 8 && windowSize > ((1 << 24) - 1) / 255;
 }
 
 // The channels of a pass of the window frame, which takes planes one by one.

@@ -1,0 +1,374 @@
+// Two-dimensional convolution with one kernel or several, whose results are combined. Each kernel is computed in the
+// narrowest accumulator that its sums cannot leave; that choice is part of the result, since what follows (squares,
+// shifts, combining) is done in the accumulator's own arithmetic.
+#include <algorithm>
+#include <climits>
+
+#include "filter/ownconv.h"
+#include "image/ownwindow.h"
+
+namespace {
+
+constexpr int MAX_KERNELS = 10;
+
+// ------------------------------------------------------------------------------------------------ kernels at work
+
+struct Kernel {
+    OwnConvKernel view;
+    bool real;  // values are float
+    int shift;
+    OwnConvClass accumulator;
+    size_t taps;  // where its taps begin
+    size_t tapCount;
+
+    int intValue(int64_t i) const { return static_cast<const int *>(view.values)[i]; }
+    float value(int64_t i) const {
+        return real ? static_cast<const float *>(view.values)[i] : static_cast<float>(intValue(i));
+    }
+    int64_t size() const { return static_cast<int64_t>(view.nCols) * view.nRows; }
+};
+
+// A tap's place in the window: row, and pixels from the left end.
+struct Place {
+    int64_t row, column;
+};
+
+struct Convolution {
+    const OwnConvRows *rows;
+    int depth, bytes;
+    int method;
+    Kernel kernels[MAX_KERNELS];
+    int count;
+    bool mergesInt;
+    OwnConvTap *taps;  // of all kernels
+    Place *places;
+};
+
+struct PixelRange {
+    double low, high;
+};
+PixelRange rangeOf(int depth) {
+    switch (depth) {
+        case OWN_1U:
+            return {0, 1};
+        case OWN_8U:
+            return {0, 255};
+        case OWN_8S:
+            return {-128, 127};
+        case OWN_16U:
+            return {0, 65535};
+        default:
+            return {-32768, 32767};
+    }
+}
+
+// The lowest and highest sums decide. With samples of 8 bits, sums within 16 bits have products within them.
+OwnConvClass accumulatorOf(const Kernel &kernel, int depth) {
+    if (depth == OWN_32S || depth == OWN_32F) return OWN_CONV_FLOAT;
+    const PixelRange range = rangeOf(depth);
+    double low = 0, high = 0;
+    for (int64_t i = 0; i < kernel.size(); ++i) {
+        const int value = kernel.intValue(i);
+        if (value < -32768 || value > 32767) return OWN_CONV_FLOAT;
+        low += value * (value > 0 ? range.low : range.high);
+        high += value * (value > 0 ? range.high : range.low);
+    }
+    const bool wide = depth == OWN_16U || depth == OWN_16S;
+    if (!wide && low > -32768 && high < 32767) return OWN_CONV_16;
+    return low > -2147483648.0 && high < 2147483647.0 ? OWN_CONV_32 : OWN_CONV_FLOAT;
+}
+
+// Taps in the order in which their products are added: row by row, at 32F two rows at a time and column by column
+// within them. Zeros change no sum but one of floats that may be infinite.
+template <class Visit>
+void visitTaps(const Kernel &kernel, int depth, Visit visit) {
+    const int height = depth == OWN_32F ? 2 : 1;
+    const int nCols = kernel.view.nCols, nRows = kernel.view.nRows;
+    for (int top = 0; top < nRows; top += std::min(height, nRows - top)) {
+        for (int u = 0; u < nCols; ++u) {
+            for (int v = top; v < std::min(top + height, nRows); ++v) {
+                const int64_t i = static_cast<int64_t>(v) * nCols + u;
+                if (kernel.real || kernel.intValue(i) != 0) visit(u, v, i);
+            }
+        }
+    }
+}
+
+void placeTaps(Convolution *convolution, const OwnWindow &window) {
+    size_t next = 0;
+    for (int k = 0; k < convolution->count; ++k) {
+        Kernel &kernel = convolution->kernels[k];
+        kernel.taps = next;
+        visitTaps(kernel, convolution->depth, [&](int u, int v, int64_t i) {
+            convolution->taps[next] = {nullptr, kernel.real ? 0 : kernel.intValue(i), kernel.value(i)};
+            convolution->places[next] = {window.top - kernel.view.anchorY + v, window.left - kernel.view.anchorX + u};
+            ++next;
+        });
+        kernel.tapCount = next - kernel.taps;
+    }
+}
+
+// ----------------------------------------------------------------------------------------------------------- rows
+
+constexpr size_t SEGMENT = 1024;
+
+OwnConvMerge mergeOf(int method, bool first) {
+    switch (method) {
+        case MOX_COMBINE_SUMSQ:
+        case MOX_COMBINE_SUMSQROOT:
+            return first ? OWN_MERGE_STORE_SQUARE : OWN_MERGE_ADD_SQUARE;
+        case MOX_COMBINE_MAX:
+            return first ? OWN_MERGE_STORE : OWN_MERGE_MAX;
+        case MOX_COMBINE_MIN:
+            return first ? OWN_MERGE_STORE : OWN_MERGE_MIN;
+        default:
+            return first ? OWN_MERGE_STORE : OWN_MERGE_ADD;
+    }
+}
+
+void sumSegment(const Convolution &c, const Kernel &kernel, size_t from, void *sums, size_t n) {
+    c.rows->sum[kernel.accumulator][c.depth](c.taps + kernel.taps, kernel.tapCount, from, sums, n);
+    if (kernel.shift != 0) c.rows->shift[kernel.accumulator](sums, n, kernel.shift);
+}
+
+void runOne(const Convolution &c, size_t from, uint8_t *out, size_t n) {
+    alignas(64) uint8_t sums[SEGMENT * 4];
+    const OwnConvClass accumulator = c.kernels[0].accumulator;
+    sumSegment(c, c.kernels[0], from, sums, n);
+    if (c.method == MOX_COMBINE_SUMSQ) c.rows->square[accumulator](sums, n);
+    if (c.method == MOX_COMBINE_SUMSQROOT) c.rows->absolute[accumulator](sums, n);
+    c.rows->store[accumulator][c.depth](sums, out, n);
+}
+
+void runSeveral(const Convolution &c, size_t from, uint8_t *out, size_t n) {
+    alignas(64) uint8_t sums[SEGMENT * 4];
+    alignas(64) uint8_t merged[SEGMENT * 4];
+    for (int k = 0; k < c.count; ++k) {
+        sumSegment(c, c.kernels[k], from, sums, n);
+        const OwnConvMerge how = mergeOf(c.method, k == 0);
+        const auto merge = c.mergesInt ? c.rows->mergeInt[how] : c.rows->mergeFloat[how][c.kernels[k].accumulator];
+        merge(sums, merged, n);
+    }
+    if (c.method == MOX_COMBINE_SUMSQROOT) (c.mergesInt ? c.rows->rootInt : c.rows->rootFloat)(merged, n);
+    c.rows->store[c.mergesInt ? OWN_CONV_32 : OWN_CONV_FLOAT][c.depth](merged, out, n);
+}
+
+void convolveRow(void *filter, const OwnWindowRow &row) {
+    const auto &c = *static_cast<const Convolution *>(filter);
+    const Kernel &last = c.kernels[c.count - 1];
+    for (size_t t = 0; t < last.taps + last.tapCount; ++t)
+        c.taps[t].row = row.rows[c.places[t].row] + c.places[t].column * row.channels * c.bytes;
+    const size_t n = row.width * static_cast<size_t>(row.channels);
+    for (size_t i = 0; i < n; i += SEGMENT) {
+        uint8_t *out = row.out + i * static_cast<size_t>(c.bytes);
+        (c.count == 1 ? runOne : runSeveral)(c, i, out, std::min(SEGMENT, n - i));
+    }
+}
+
+// -------------------------------------------------------------------------------------------------------- the worker
+
+enum Outcome { DONE, NO_CHANNEL, DIFFERENT_CHANNELS, NO_MEMORY, BAD_DEPTHS, COI_MISSING, NO_TILE };
+
+Outcome checkChannels(const MoxImage *src, const MoxImage *dst) {
+    if (ownHasCoi(src) != ownHasCoi(dst)) return COI_MISSING;
+    if (ownHasCoi(src)) return DONE;
+    if (ownChannels(src) == 0 || ownChannels(dst) == 0) return NO_CHANNEL;
+    return ownChannels(src) == ownChannels(dst) ? DONE : DIFFERENT_CHANNELS;
+}
+
+// The size of the images' regions, each within its mask.
+void limitSize(OwnWindow *window) {
+    ownWindowSize(window);
+    for (const MoxImage *mask : {window->src->maskROI, window->dst->maskROI}) {
+        if (!mask) continue;
+        OwnImageRect rect;
+        ownImageRect(mask, &rect);
+        window->width = std::min(window->width, rect.width);
+        window->height = std::min(window->height, rect.height);
+    }
+}
+
+// A constant beyond the depth's range, put there by hand.
+int clampedConstant(const MoxImage *image, int constant) {
+    switch (ownDepthIndex(image->depth)) {
+        case OWN_1U:
+            return constant < 1 ? 0 : 1;
+        case OWN_32S:
+        case OWN_32F:
+            return constant;
+        default:
+            break;
+    }
+    const PixelRange range = rangeOf(ownDepthIndex(image->depth));
+    return std::clamp(constant, static_cast<int>(range.low), static_cast<int>(range.high));
+}
+
+// True if a constant had to be clamped.
+bool ownClampBorderConst(MoxImage *image) {
+    bool changed = false;
+    for (int &constant : image->borderConst) {
+        const int clamped = clampedConstant(image, constant);
+        changed = changed || clamped != constant;
+        constant = clamped;
+    }
+    return changed;
+}
+
+void setReach(OwnWindow *window, const Convolution &convolution) {
+    for (int k = 0; k < convolution.count; ++k) {
+        const OwnConvKernel &view = convolution.kernels[k].view;
+        window->left = std::max<int64_t>(window->left, view.anchorX);
+        window->top = std::max<int64_t>(window->top, view.anchorY);
+        window->right = std::max<int64_t>(window->right, view.nCols - view.anchorX - 1);
+        window->bottom = std::max<int64_t>(window->bottom, view.nRows - view.anchorY - 1);
+    }
+}
+
+Outcome runMasked(OwnWindow *window, Convolution *convolution) {
+    int64_t taps = 0;
+    for (int k = 0; k < convolution->count; ++k)
+        taps += convolution->kernels[k].size();
+    constexpr int64_t tapBytes = sizeof(OwnConvTap) + sizeof(Place);
+    if (taps > INT_MAX / tapBytes) return NO_MEMORY;
+    void *memory = moxMalloc(static_cast<int>(taps * tapBytes));
+    if (!memory) return NO_MEMORY;
+    convolution->places = static_cast<Place *>(memory);
+    convolution->taps = reinterpret_cast<OwnConvTap *>(convolution->places + taps);
+    setReach(window, *convolution);
+    placeTaps(convolution, *window);
+    window->function = convolveRow;
+    window->filter = convolution;
+    const OwnWindowResult result = ownRunWindow(*window);
+    moxFree(memory);
+    return result == OWN_WINDOW_NO_ROWS ? NO_MEMORY : result == OWN_WINDOW_NO_TILE ? NO_TILE : DONE;
+}
+
+Outcome run(MoxImage *src, MoxImage *dst, Convolution *convolution) {
+    OwnWindow window = {};
+    window.src = src;
+    window.dst = dst;
+    limitSize(&window);
+    if (window.width < 1 || window.height < 1) return DONE;
+    if (const Outcome fault = checkChannels(src, dst)) return fault;
+
+    // The tiles' callback sees the caller's own header, unless constants in it cannot be used as they are.
+    MoxImage clamped = *src;
+    if (ownClampBorderConst(&clamped)) {
+        window.src = &clamped;
+        if (dst == src) window.dst = &clamped;
+    }
+    OwnMaskState state;
+    MoxImage *second = dst->maskROI != src->maskROI ? dst->maskROI : nullptr;
+    window.mask = ownCombineMasks(src->maskROI, second, nullptr, &state);
+    if (state == OWN_MASK_NO_MEMORY) return NO_MEMORY;
+    if (state == OWN_MASK_EMPTY) return DONE;
+    const Outcome outcome = runMasked(&window, convolution);
+    if (state == OWN_MASK_TEMPORARY) moxDeallocate(window.mask, MOX_FreeHeader | MOX_FreeData);
+    return outcome;
+}
+
+// ------------------------------------------------------------------------------------------------------------ checks
+
+bool refuse(const OwnCaller &caller, MoxStatus status, const char *message) {
+    ownReport(caller, status, message);
+    return false;
+}
+
+bool hasBadOffsets(const MoxImage *image) {
+    const MoxROI *roi = image->roi;
+    return roi &&
+           (roi->xOffset < 0 || roi->yOffset < 0 || roi->xOffset >= image->width || roi->yOffset >= image->height);
+}
+
+template <class Record>
+bool check(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, Record *const *kernel, int nKernels,
+           int combineMethod) {
+    if (!ownAcceptImage(caller, src) || !ownAcceptImage(caller, dst)) return false;
+    if (hasBadOffsets(src) || hasBadOffsets(dst)) return refuse(caller, MOX_StatusHeaderRoiOffset, "Bad ROI offsets");
+    constexpr MoxStatus bad = MOX_StatusBadArgument;
+    if (!kernel) return refuse(caller, bad, "kernel==0");
+    if (nKernels < 1 || nKernels > MAX_KERNELS) return refuse(caller, bad, "(nKernels<=0 || nKernels>10)");
+    if (nKernels > 1 && (combineMethod < MOX_COMBINE_SUM || combineMethod > MOX_COMBINE_MIN))
+        return refuse(caller, bad, "Inadmissible method");
+    for (int i = 0; i < nKernels; ++i) {
+        if (!kernel[i]) return refuse(caller, bad, "kernel[i]==0");
+        if (ownBadKernel(ownConvKernel(kernel[i]))) return refuse(caller, bad, "Bad kernel structure");
+    }
+    if (src->depth != dst->depth || src->dataOrder != dst->dataOrder) return refuse(caller, bad, "Uncompatible images");
+    return true;
+}
+
+void report(const OwnCaller &caller, Outcome outcome) {
+    switch (outcome) {
+        case DONE:
+            return;
+        case NO_CHANNEL:
+            refuse(caller, MOX_StatusBadArgument, "No channel to operate");
+            return;
+        case DIFFERENT_CHANNELS:
+            refuse(caller, MOX_StatusBadArgument, "Uncompatible images");
+            return;
+        case NO_MEMORY:
+            refuse(caller, MOX_StatusNoMemory, "Allocation failure");
+            return;
+        case BAD_DEPTHS:
+            refuse(caller, MOX_StatusHeaderDepth, "Inadmissible images depths");
+            return;
+        case COI_MISSING:
+            refuse(caller, MOX_StatusBadArgument, "One of the COI is not defined");
+            return;
+        default:
+            refuse(caller, MOX_StatusBadArgument, "Internal error");
+            return;
+    }
+}
+
+Convolution makeConvolution(const MoxImage *image, int nKernels, int combineMethod) {
+    Convolution convolution = {};
+    convolution.rows = &ownConvRows();
+    convolution.depth = ownDepthIndex(image->depth);
+    convolution.bytes = std::max(ownDepthBytes(image->depth), 1);
+    convolution.method = combineMethod;
+    convolution.count = nKernels;
+    return convolution;
+}
+
+}  // namespace
+
+void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernel **kernel, int nKernels,
+                            int combineMethod) {
+    const OwnCaller caller = OWN_CALLER("moxConvolve2D");
+    if (!check(caller, srcImage, dstImage, kernel, nKernels, combineMethod)) return;
+    if (srcImage->depth == MOX_DEPTH_32F) {
+        refuse(caller, MOX_StatusBadArgument, "32F images can be processed only with FP kernel");
+        return;
+    }
+    Convolution convolution = makeConvolution(srcImage, nKernels, combineMethod);
+    convolution.mergesInt = true;
+    for (int i = 0; i < nKernels; ++i) {
+        Kernel &k = convolution.kernels[i];
+        k.view = ownConvKernel(kernel[i]);
+        // Shifts from 32 on, and to the left, have no defined result; this one leaves the sign.
+        k.shift = kernel[i]->nShiftR >= 0 ? std::min(kernel[i]->nShiftR, 31) : 31;
+        k.accumulator = accumulatorOf(k, convolution.depth);
+        convolution.mergesInt = convolution.mergesInt && k.accumulator == OWN_CONV_16;
+    }
+    report(caller, run(srcImage, dstImage, &convolution));
+}
+
+void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP **kernel, int nKernels,
+                              int combineMethod) {
+    const OwnCaller caller = OWN_CALLER("moxConvolve2DFP");
+    if (!check(caller, srcImage, dstImage, kernel, nKernels, combineMethod)) return;
+    if (srcImage->depth != MOX_DEPTH_32F) {
+        refuse(caller, MOX_StatusBadArgument, "FP kernel can be used only for 32F images");
+        return;
+    }
+    Convolution convolution = makeConvolution(srcImage, nKernels, combineMethod);
+    for (int i = 0; i < nKernels; ++i) {
+        convolution.kernels[i].view = ownConvKernel(kernel[i]);
+        convolution.kernels[i].real = true;
+        convolution.kernels[i].accumulator = OWN_CONV_FLOAT;
+    }
+    report(caller, run(srcImage, dstImage, &convolution));
+}

@@ -1,0 +1,68 @@
+// Two-dimensional convolution: its row kernels, and the view of a kernel record that both kinds share.
+#pragma once
+
+#include "core/owncore.h"
+#include "image/ownkernel.h"
+
+// Accumulators, from the narrowest that a kernel's sums cannot leave.
+enum OwnConvClass { OWN_CONV_16, OWN_CONV_32, OWN_CONV_FLOAT, OWN_CONV_CLASSES };
+
+// How one kernel's results go into the accumulator of several. Of the squares, and of sums, the first kernel's are
+// stored and the others' added.
+enum OwnConvMerge {
+    OWN_MERGE_STORE,
+    OWN_MERGE_ADD,
+    OWN_MERGE_STORE_SQUARE,
+    OWN_MERGE_ADD_SQUARE,
+    OWN_MERGE_MAX,
+    OWN_MERGE_MIN,
+    OWN_MERGES
+};
+
+// A coefficient and the row of samples that it multiplies.
+struct OwnConvTap {
+    const uint8_t *row;
+    int32_t value;
+    float real;
+};
+
+// Kernels over n samples of a row, from sample `from` of each tap's row on. Bits are bytes 0 and 1. Where an
+// accumulator is of no use at a depth the entry is null.
+struct OwnConvRows {
+    // sums = the taps' products, added to 0 one after the other.
+    void (*sum[OWN_CONV_CLASSES][OWN_DEPTHS])(const OwnConvTap *taps, size_t count, size_t from, void *sums, size_t n);
+
+    // On sums in place: an arithmetic shift, the square in the accumulator's width, the absolute value.
+    void (*shift[OWN_CONV_CLASSES])(void *sums, size_t n, int shift);
+    void (*square[OWN_CONV_CLASSES])(void *sums, size_t n);
+    void (*absolute[OWN_CONV_CLASSES])(void *sums, size_t n);
+
+    // Sums of one kernel into the accumulator of several, which is 32-bit integers if all kernels are of the first
+    // class and float otherwise; then its square root.
+    void (*mergeInt[OWN_MERGES])(const void *sums, void *merged, size_t n);
+    void (*mergeFloat[OWN_MERGES][OWN_CONV_CLASSES])(const void *sums, void *merged, size_t n);
+    void (*rootInt)(void *merged, size_t n);
+    void (*rootFloat)(void *merged, size_t n);
+
+    // Saturated to the depth.
+    void (*store[OWN_CONV_CLASSES][OWN_DEPTHS])(const void *sums, void *out, size_t n);
+};
+
+const OwnConvRows &ownConvRows();
+
+// MoxConvKernel and MoxConvKernelFP up to their values.
+struct OwnConvKernel {
+    int nCols, nRows;
+    int anchorX, anchorY;
+    const void *values;
+};
+
+// True if the kernel is none that the create functions make.
+bool ownBadKernel(const OwnConvKernel &kernel);
+
+inline OwnConvKernel ownConvKernel(const MoxConvKernel *kernel) {
+    return {kernel->nCols, kernel->nRows, kernel->anchorX, kernel->anchorY, kernel->values};
+}
+inline OwnConvKernel ownConvKernel(const MoxConvKernelFP *kernel) {
+    return {kernel->nCols, kernel->nRows, kernel->anchorX, kernel->anchorY, kernel->values};
+}
