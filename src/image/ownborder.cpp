@@ -46,7 +46,7 @@ void unpackBits(const uint8_t *row, int64_t first, int64_t count, uint8_t *out) 
     for (int64_t done = 0; done < count; done += piece) {
         const int64_t x = first + done, n = std::min(count - done, piece);
         ownAlignBits(row + x / 8, static_cast<int>(x % 8), bits, 0, n);
-        ownMoveRows().lanes[OWN_1_BYTE](bits, lanes, static_cast<size_t>(n));
+        ownMoveRows().lanes[OWN_1_BYTE](bits, 1, lanes, static_cast<size_t>(n));
         for (int64_t i = 0; i < n; ++i)
             out[done + i] = lanes[i] & 1;
     }

@@ -18,9 +18,9 @@ struct OwnMoveRows {
     void (*gather[OWN_SAMPLE_SIZES])(const void *src, int step, int count, void *row, size_t pixels);
     void (*scatter[OWN_SAMPLE_SIZES])(const void *row, void *dst, int step, int count, size_t pixels);
 
-    // Lanes of a masked kernel from bits, the first bit on top of a byte: all ones for a set bit. Up to 8 lanes beyond
-    // n are written.
-    void (*lanes[OWN_SAMPLE_SIZES])(const uint8_t *bits, void *lanes, size_t n);
+    // Lanes of a masked kernel from bits, the first bit on top of a byte: all ones for a set bit, each repeated 1 to 4
+    // times for the samples of a pixel. Lanes for up to 8 bits beyond the count are written.
+    void (*lanes[OWN_SAMPLE_SIZES])(const uint8_t *bits, int repeat, void *lanes, size_t count);
 
     // out[k] = src[k] << left | src[k + 1] >> (8 - left), for left in 1..7.
     void (*shiftBits)(const uint8_t *src, int left, uint8_t *out, size_t n);

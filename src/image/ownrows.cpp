@@ -19,7 +19,7 @@ constexpr int64_t SHORTEST_STREAM = 1024;
 
 struct alignas(64) Scratch {
     uint8_t rows[OWN_MAX_SPANS][SCRATCH_BYTES];
-    uint8_t lanes[SCRATCH_BYTES + 64];
+    uint8_t lanes[SCRATCH_BYTES + 128];
     uint8_t pixelBits[SCRATCH_BYTES / 8 + 8];
     uint8_t sampleBits[SCRATCH_BYTES / 8 + 64];
     uint8_t pattern[SCRATCH_BYTES / 8 + 64];
@@ -187,20 +187,22 @@ class StretchRunner {
 
     // Lanes for a stretch from the mask's bits (null for none) and the pattern.
     void makeLanes(const uint8_t *pixelBits, int64_t pixels) {
+        const auto expand = move_.lanes[size_];
+        if (pixelBits && !through_ && samples_ <= 4) {
+            expand(pixelBits, samples_, scratch_.lanes, static_cast<size_t>(pixels));
+            return;
+        }
         const int64_t samples = pixels * samples_;
         const uint8_t *bits = scratch_.pattern;
         if (pixelBits) {
-            bits = pixelBits;
-            if (samples_ > 1) {
-                spreadBits(pixelBits, samples_, scratch_.sampleBits, pixels);
-                bits = scratch_.sampleBits;
-            }
+            spreadBits(pixelBits, samples_, scratch_.sampleBits, pixels);
+            bits = scratch_.sampleBits;
             if (through_) {
                 for (int64_t k = 0; k < (samples + 7) / 8; ++k)
                     scratch_.sampleBits[k] &= scratch_.pattern[k];
             }
         }
-        move_.lanes[size_](bits, scratch_.lanes, static_cast<size_t>(samples));
+        expand(bits, 1, scratch_.lanes, static_cast<size_t>(samples));
     }
 
     void runRow(int plane, int row) {
