@@ -261,19 +261,21 @@ struct OwnBlockForms {
 
     static void masked(const void *a, const void *b, void *d, size_t n, const OwnConstant &c, const void *lanes) {
         const OwnConstant constant = c;
-        for (size_t k = 0; k * samples < n; ++k) {
-            alignas(64) typename D::Value values[samples];
-            const size_t left = n - k * samples < samples ? n - k * samples : samples;
-            if (left == samples) {
-                F::block(at(a, k), at(b, k), values, constant);
-            } else {
-                F::tail(at(a, k), at(b, k), values, left, constant);
-            }
+        const size_t blocks = n / samples;
+        alignas(64) typename D::Value values[samples];
+        const auto select = [&](size_t k, size_t count) {
             const typename D::Lane *selected = reinterpret_cast<const typename D::Lane *>(at(lanes, k));
             typename D::Sample *out = reinterpret_cast<typename D::Sample *>(at(d, k));
-            for (size_t i = 0; i < left; ++i)
+            OWN_ELEMENTWISE
+            for (size_t i = 0; i < count; ++i)
                 out[i] = ownSelect<D>(selected[i], values[i], out[i]);
+        };
+        for (size_t k = 0; k < blocks; ++k) {
+            F::block(at(a, k), at(b, k), values, constant);
+            select(k, samples);
         }
+        F::tail(at(a, blocks), at(b, blocks), values, n % samples, constant);
+        select(blocks, n % samples);
     }
 
     static void streamed(const void *a, const void *b, void *d, size_t n, const OwnConstant &c) {
