@@ -18,6 +18,7 @@ struct Kernel {
     bool real;  // values are float
     int shift;
     OwnConvClass accumulator;
+    bool bytes;   // unsigned bytes, coefficients of 8 bits, 16-bit sums
     size_t taps;  // where its taps begin
     size_t tapCount;
 
@@ -78,6 +79,15 @@ OwnConvClass accumulatorOf(const Kernel &kernel, int depth) {
     return low > -2147483648.0 && high < 2147483647.0 ? OWN_CONV_32 : OWN_CONV_FLOAT;
 }
 
+// Whether the kernel's coefficients and an image's samples are bytes that one instruction can multiply.
+bool fitsBytes(const Kernel &kernel, int depth) {
+    if (kernel.accumulator != OWN_CONV_16 || (depth != OWN_8U && depth != OWN_1U)) return false;
+    for (int64_t i = 0; i < kernel.size(); ++i) {
+        if (kernel.intValue(i) < -128 || kernel.intValue(i) > 127) return false;
+    }
+    return true;
+}
+
 // Taps in the order in which their products are added: row by row, at 32F two rows at a time and column by column
 // within them. Zeros change no sum but one of floats that may be infinite.
 template <class Visit>
@@ -94,17 +104,40 @@ void visitTaps(const Kernel &kernel, int depth, Visit visit) {
     }
 }
 
+// Both coefficients of each pair of taps side by side, the first one below.
+void pairTaps(OwnConvTap *taps, size_t count) {
+    for (size_t t = 0; t < count; t += 2) {
+        const auto first = static_cast<uint32_t>(taps[t].value);
+        const uint32_t second = t + 1 < count ? static_cast<uint32_t>(taps[t + 1].value) : 0;
+        taps[t].pair = (first & 0xFFFF) | second << 16;
+        taps[t].bytePair = static_cast<uint16_t>((first & 0xFF) | (second & 0xFF) << 8);
+    }
+}
+
+// Where the taps' samples are.
+void aimTaps(const Convolution &c, const OwnWindowRow &row) {
+    for (int k = 0; k < c.count; ++k) {
+        const size_t end = c.kernels[k].taps + c.kernels[k].tapCount;
+        for (size_t t = end; t-- > c.kernels[k].taps;) {
+            c.taps[t].row = row.rows[c.places[t].row] + c.places[t].column * row.channels * c.bytes;
+            c.taps[t].next = c.taps[t + 1 < end ? t + 1 : t].row;
+        }
+    }
+}
+
 void placeTaps(Convolution *convolution, const OwnWindow &window) {
     size_t next = 0;
     for (int k = 0; k < convolution->count; ++k) {
         Kernel &kernel = convolution->kernels[k];
         kernel.taps = next;
         visitTaps(kernel, convolution->depth, [&](int u, int v, int64_t i) {
-            convolution->taps[next] = {nullptr, kernel.real ? 0 : kernel.intValue(i), kernel.value(i)};
+            const int value = kernel.real ? 0 : kernel.intValue(i);
+            convolution->taps[next] = {nullptr, nullptr, value, kernel.value(i), 0, 0};
             convolution->places[next] = {window.top - kernel.view.anchorY + v, window.left - kernel.view.anchorX + u};
             ++next;
         });
         kernel.tapCount = next - kernel.taps;
+        pairTaps(convolution->taps + kernel.taps, kernel.tapCount);
     }
 }
 
@@ -127,7 +160,8 @@ OwnConvMerge mergeOf(int method, bool first) {
 }
 
 void sumSegment(const Convolution &c, const Kernel &kernel, size_t from, void *sums, size_t n) {
-    c.rows->sum[kernel.accumulator][c.depth](c.taps + kernel.taps, kernel.tapCount, from, sums, n);
+    const auto sum = kernel.bytes ? c.rows->sumBytes : c.rows->sum[kernel.accumulator][c.depth];
+    sum(c.taps + kernel.taps, kernel.tapCount, from, sums, n);
     if (kernel.shift != 0) c.rows->shift[kernel.accumulator](sums, n, kernel.shift);
 }
 
@@ -155,9 +189,7 @@ void runSeveral(const Convolution &c, size_t from, uint8_t *out, size_t n) {
 
 void convolveRow(void *filter, const OwnWindowRow &row) {
     const auto &c = *static_cast<const Convolution *>(filter);
-    const Kernel &last = c.kernels[c.count - 1];
-    for (size_t t = 0; t < last.taps + last.tapCount; ++t)
-        c.taps[t].row = row.rows[c.places[t].row] + c.places[t].column * row.channels * c.bytes;
+    aimTaps(c, row);
     const size_t n = row.width * static_cast<size_t>(row.channels);
     for (size_t i = 0; i < n; i += SEGMENT) {
         uint8_t *out = row.out + i * static_cast<size_t>(c.bytes);
@@ -214,6 +246,33 @@ bool ownClampBorderConst(MoxImage *image) {
     return changed;
 }
 
+// A source whose border constants are clamped. The callback of its tiles sees the caller's own header all the same.
+struct ClampedImage {
+    MoxImage header;
+    MoxTileInfo tiles;
+};
+
+int MOX_CALL forwardRequest(MoxImage *image, int xIndex, int yIndex, int mode) {
+    auto *own = static_cast<MoxImage *>(image->tileInfo->id);
+    own->tileInfo->tileData = image->tileInfo->tileData;
+    const int result = own->tileInfo->callBack(own, xIndex, yIndex, mode);
+    image->tileInfo->tileData = own->tileInfo->tileData;
+    return result;
+}
+
+// The image itself, if there is nothing to clamp.
+MoxImage *clampSource(MoxImage *image, ClampedImage *clamped) {
+    clamped->header = *image;
+    if (!ownClampBorderConst(&clamped->header)) return image;
+    if (image->tileInfo) {
+        clamped->tiles = *image->tileInfo;
+        clamped->tiles.callBack = forwardRequest;
+        clamped->tiles.id = image;
+        clamped->header.tileInfo = &clamped->tiles;
+    }
+    return &clamped->header;
+}
+
 void setReach(OwnWindow *window, const Convolution &convolution) {
     for (int k = 0; k < convolution.count; ++k) {
         const OwnConvKernel &view = convolution.kernels[k].view;
@@ -251,12 +310,9 @@ Outcome run(MoxImage *src, MoxImage *dst, Convolution *convolution) {
     if (window.width < 1 || window.height < 1) return DONE;
     if (const Outcome fault = checkChannels(src, dst)) return fault;
 
-    // The tiles' callback sees the caller's own header, unless constants in it cannot be used as they are.
-    MoxImage clamped = *src;
-    if (ownClampBorderConst(&clamped)) {
-        window.src = &clamped;
-        if (dst == src) window.dst = &clamped;
-    }
+    ClampedImage clamped;
+    window.src = clampSource(src, &clamped);
+    if (dst == src) window.dst = window.src;
     OwnMaskState state;
     MoxImage *second = dst->maskROI != src->maskROI ? dst->maskROI : nullptr;
     window.mask = ownCombineMasks(src->maskROI, second, nullptr, &state);
@@ -351,6 +407,7 @@ void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKerne
         // Shifts from 32 on, and to the left, have no defined result; this one leaves the sign.
         k.shift = kernel[i]->nShiftR >= 0 ? std::min(kernel[i]->nShiftR, 31) : 31;
         k.accumulator = accumulatorOf(k, convolution.depth);
+        k.bytes = fitsBytes(k, convolution.depth);
         convolution.mergesInt = convolution.mergesInt && k.accumulator == OWN_CONV_16;
     }
     report(caller, run(srcImage, dstImage, &convolution));

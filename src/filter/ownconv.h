@@ -19,11 +19,15 @@ enum OwnConvMerge {
     OWN_MERGES
 };
 
-// A coefficient and the row of samples that it multiplies.
+// A coefficient and the row of samples that it multiplies. Of every second tap the next one is at hand as well, for
+// instructions that take two: with its row, and with both coefficients side by side. The last tap of an odd number has
+// one of 0 behind it.
 struct OwnConvTap {
-    const uint8_t *row;
+    const uint8_t *row, *next;
     int32_t value;
     float real;
+    uint32_t pair;      // 16 bits each
+    uint16_t bytePair;  // 8 bits each
 };
 
 // Kernels over n samples of a row, from sample `from` of each tap's row on. Bits are bytes 0 and 1. Where an
@@ -31,6 +35,9 @@ struct OwnConvTap {
 struct OwnConvRows {
     // sums = the taps' products, added to 0 one after the other.
     void (*sum[OWN_CONV_CLASSES][OWN_DEPTHS])(const OwnConvTap *taps, size_t count, size_t from, void *sums, size_t n);
+
+    // 16-bit sums of unsigned bytes (and bits), with coefficients of 8 bits.
+    void (*sumBytes)(const OwnConvTap *taps, size_t count, size_t from, void *sums, size_t n);
 
     // On sums in place: an arithmetic shift, the square in the accumulator's width, the absolute value.
     void (*shift[OWN_CONV_CLASSES])(void *sums, size_t n, int shift);

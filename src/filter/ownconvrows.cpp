@@ -4,49 +4,114 @@
 
 #include "filter/ownconv.h"
 #include "image/ownsample.h"
+#include "image/ownvector.h"
 
 namespace OWN_LEVEL {
 namespace {
 
-// --------------------------------------------------------------------------------------------------------------- sums
+// ------------------------------------------------------------------------------------------------ vectors of samples
 
-#if defined(__AVX512BW__)
-constexpr size_t VECTOR_BYTES = 64;
-#elif defined(__AVX2__)
+#if defined(__AVX2__)
 constexpr size_t VECTOR_BYTES = 32;
 #else
 constexpr size_t VECTOR_BYTES = 16;
 #endif
+constexpr size_t SHORTS = VECTOR_BYTES / 2, INTS = VECTOR_BYTES / 4;
+typedef int16_t Shorts __attribute__((vector_size(VECTOR_BYTES)));
+typedef int32_t Ints __attribute__((vector_size(VECTOR_BYTES)));
+typedef float Floats __attribute__((vector_size(VECTOR_BYTES)));
 
-// Vectors of as many samples as a vector of accumulators has.
-template <class Accumulator>
-struct Vectors {
-    static constexpr size_t lanes = VECTOR_BYTES / sizeof(Accumulator);
-    typedef Accumulator Sums __attribute__((vector_size(VECTOR_BYTES)));
-    typedef int32_t Ints __attribute__((vector_size(VECTOR_BYTES)));
-    template <class Value>
-    struct Of {
-        typedef Value Samples __attribute__((vector_size(lanes * sizeof(Value))));
-    };
-};
-
-template <class D, class Accumulator>
-[[gnu::always_inline]] inline typename Vectors<Accumulator>::Sums loadSamples(const char *at) {
-    using V = Vectors<Accumulator>;
-    typename V::template Of<typename D::Value>::Samples samples;
+// Samples widened by the instructions that there are for it.
+#if defined(__AVX2__)
+inline Shorts widenToShorts(const char *at, uint8_t) {
+    return (Shorts)_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(at)));
+}
+inline Shorts widenToShorts(const char *at, int8_t) {
+    return (Shorts)_mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(at)));
+}
+inline Ints widenToInts(const char *at, uint8_t) {
+    return (Ints)_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(at)));
+}
+inline Ints widenToInts(const char *at, int8_t) {
+    return (Ints)_mm256_cvtepi8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(at)));
+}
+inline Ints widenToInts(const char *at, uint16_t) {
+    return (Ints)_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(at)));
+}
+inline Ints widenToInts(const char *at, int16_t) {
+    return (Ints)_mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(at)));
+}
+#elif defined(__SSE2__)
+inline Shorts widenToShorts(const char *at, uint8_t) {
+    return (Shorts)_mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(at)), _mm_setzero_si128());
+}
+inline Shorts widenToShorts(const char *at, int8_t) {
+    const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(at));
+    return (Shorts)_mm_srai_epi16(_mm_unpacklo_epi8(v, v), 8);
+}
+inline __m128i loadFour(const char *at) {
+    int word;
+    std::memcpy(&word, at, sizeof word);
+    return _mm_cvtsi32_si128(word);
+}
+inline Ints widenToInts(const char *at, uint8_t) {
+    const __m128i zero = _mm_setzero_si128();
+    return (Ints)_mm_unpacklo_epi16(_mm_unpacklo_epi8(loadFour(at), zero), zero);
+}
+inline Ints widenToInts(const char *at, int8_t) {
+    __m128i v = loadFour(at);
+    v = _mm_unpacklo_epi8(v, v);
+    return (Ints)_mm_srai_epi32(_mm_unpacklo_epi16(v, v), 24);
+}
+inline Ints widenToInts(const char *at, uint16_t) {
+    return (Ints)_mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(at)), _mm_setzero_si128());
+}
+inline Ints widenToInts(const char *at, int16_t) {
+    const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(at));
+    return (Ints)_mm_srai_epi32(_mm_unpacklo_epi16(v, v), 16);
+}
+#else
+template <class Value>
+inline Shorts widenToShorts(const char *at, Value) {
+    typedef Value Samples __attribute__((vector_size(SHORTS * sizeof(Value))));
+    Samples samples;
     std::memcpy(&samples, at, sizeof samples);
-    if constexpr (sizeof(Accumulator) == 4) {
-        // Samples become float by way of integers: for that there are instructions.
-        if constexpr (!__is_same(typename D::Value, float)) {
-            const auto ints = __builtin_convertvector(samples, typename V::Ints);
-            return __builtin_convertvector(ints, typename V::Sums);
-        } else {
-            return samples;
-        }
+    return __builtin_convertvector(samples, Shorts);
+}
+template <class Value>
+inline Ints widenToInts(const char *at, Value) {
+    typedef Value Samples __attribute__((vector_size(INTS * sizeof(Value))));
+    Samples samples;
+    std::memcpy(&samples, at, sizeof samples);
+    return __builtin_convertvector(samples, Ints);
+}
+#endif
+
+template <class Vector>
+inline Vector loadVector(const char *at) {
+    Vector v;
+    std::memcpy(&v, at, sizeof v);
+    return v;
+}
+
+// Samples as a vector of an accumulator's type.
+template <class D, class Accumulator>
+[[gnu::always_inline]] inline auto loadSamples(const char *at) {
+    using Value = typename D::Value;
+    if constexpr (__is_same(Accumulator, int16_t)) {
+        return widenToShorts(at, Value{});
+    } else if constexpr (__is_same(Accumulator, int32_t)) {
+        return widenToInts(at, Value{});
+    } else if constexpr (__is_same(Value, float)) {
+        return loadVector<Floats>(at);
+    } else if constexpr (__is_same(Value, int32_t)) {
+        return __builtin_convertvector(loadVector<Ints>(at), Floats);
     } else {
-        return __builtin_convertvector(samples, typename V::Sums);
+        return __builtin_convertvector(widenToInts(at, Value{}), Floats);
     }
 }
+
+// --------------------------------------------------------------------------------------------------------------- sums
 
 template <class Accumulator>
 [[gnu::always_inline]] inline Accumulator coefficient(const OwnConvTap &tap) {
@@ -57,36 +122,151 @@ template <class Accumulator>
     }
 }
 
-// The sums of a few vectors side by side.
-template <class D, class Accumulator, size_t vectors>
-[[gnu::always_inline]] inline void sumBlock(const OwnConvTap *taps, size_t count, size_t from, char *sums) {
-    using V = Vectors<Accumulator>;
-    typename V::Sums sum[vectors] = {};
-    for (size_t t = 0; t < count; ++t) {
-        const char *at = reinterpret_cast<const char *>(taps[t].row) + from * sizeof(typename D::Value);
-        const typename V::Sums value = typename V::Sums{} + coefficient<Accumulator>(taps[t]);
+// Tap after tap: the sums of a few vectors side by side.
+template <class D_, class Accumulator_>
+struct TapByTap {
+    using D = D_;
+    using Accumulator = Accumulator_;
+    static constexpr size_t lanes = VECTOR_BYTES / sizeof(Accumulator);
+
+    template <size_t vectors>
+    [[gnu::always_inline]] static void block(const OwnConvTap *taps, size_t count, size_t from, char *sums) {
+        using Vector = decltype(loadSamples<D, Accumulator>(nullptr));
+        constexpr size_t sampleBytes = sizeof(typename D::Value);
+        Vector sum[vectors] = {};
+        for (size_t t = 0; t < count; ++t) {
+            const char *at = reinterpret_cast<const char *>(taps[t].row) + from * sampleBytes;
+            const Vector value = Vector{} + coefficient<Accumulator>(taps[t]);
+#pragma GCC unroll 8
+            for (size_t k = 0; k < vectors; ++k)
+                sum[k] += loadSamples<D, Accumulator>(at + k * lanes * sampleBytes) * value;
+        }
 #pragma GCC unroll 8
         for (size_t k = 0; k < vectors; ++k)
-            sum[k] += loadSamples<D, Accumulator>(at + k * V::lanes * sizeof(typename D::Value)) * value;
+            std::memcpy(sums + k * sizeof(Vector), &sum[k], sizeof(Vector));
     }
-#pragma GCC unroll 8
-    for (size_t k = 0; k < vectors; ++k)
-        std::memcpy(sums + k * VECTOR_BYTES, &sum[k], VECTOR_BYTES);
+};
+
+#if defined(OWN_HAS_VECTORS)
+// Two vectors whose lanes an unpacking has left in the order of half vectors, put in order and stored.
+[[gnu::always_inline]] inline void storeUnpacked(char *to, OwnVector low, OwnVector high) {
+#if defined(__AVX2__)
+    ownStore(to, _mm256_permute2x128_si256(low, high, 0x20));
+    ownStore(to + sizeof(OwnVector), _mm256_permute2x128_si256(low, high, 0x31));
+#else
+    ownStore(to, low);
+    ownStore(to + sizeof(OwnVector), high);
+#endif
 }
 
-template <class D, class Accumulator>
+// 16-bit samples, or 8-bit ones widened. Unsigned ones of 16 bits become signed: their sums are put right by the bias.
+template <class D>
+[[gnu::always_inline]] inline OwnVector loadShorts(const char *at) {
+    if constexpr (__is_same(D, Own16S)) {
+        return ownLoad(at);
+    } else if constexpr (__is_same(D, Own16U)) {
+        return OWN_VECTOR(add, epi16)(ownLoad(at), OWN_VECTOR(set1, epi16)(INT16_MIN));
+    } else {
+#if defined(__AVX2__)
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+        return __is_same(D, Own8U) ? _mm256_cvtepu8_epi16(bytes) : _mm256_cvtepi8_epi16(bytes);
+#else
+        return (OwnVector)widenToShorts(at, typename D::Value{});
+#endif
+    }
+}
+
+// Two taps at a time, whose products one instruction adds up to 32-bit sums.
+template <class D_>
+struct PairByPair {
+    using D = D_;
+    using Accumulator = int32_t;
+    static constexpr size_t lanes = sizeof(OwnVector) / 2;
+
+    static int32_t biasOf(const OwnConvTap *taps, size_t count) {
+        uint32_t bias = 0;
+        if constexpr (__is_same(D, Own16U)) {
+            for (size_t t = 0; t < count; ++t)
+                bias += static_cast<uint32_t>(taps[t].value) << 15;
+        }
+        return static_cast<int32_t>(bias);
+    }
+
+    template <size_t vectors>
+    [[gnu::always_inline]] static void block(const OwnConvTap *taps, size_t count, size_t from, char *sums) {
+        constexpr size_t sampleBytes = sizeof(typename D::Value);
+        OwnVector low[vectors], high[vectors];
+        const OwnVector bias = OWN_VECTOR(set1, epi32)(biasOf(taps, count));
+        for (size_t k = 0; k < vectors; ++k)
+            low[k] = high[k] = bias;
+        for (size_t t = 0; t < count; t += 2) {
+            const char *a = reinterpret_cast<const char *>(taps[t].row) + from * sampleBytes;
+            const char *b = reinterpret_cast<const char *>(taps[t].next) + from * sampleBytes;
+            const OwnVector values = OWN_VECTOR(set1, epi32)(static_cast<int32_t>(taps[t].pair));
+#pragma GCC unroll 8
+            for (size_t k = 0; k < vectors; ++k) {
+                const OwnVector va = loadShorts<D>(a + k * lanes * sampleBytes);
+                const OwnVector vb = loadShorts<D>(b + k * lanes * sampleBytes);
+                const OwnVector first = OWN_VECTOR(madd, epi16)(OWN_VECTOR(unpacklo, epi16)(va, vb), values);
+                const OwnVector second = OWN_VECTOR(madd, epi16)(OWN_VECTOR(unpackhi, epi16)(va, vb), values);
+                low[k] = OWN_VECTOR(add, epi32)(low[k], first);
+                high[k] = OWN_VECTOR(add, epi32)(high[k], second);
+            }
+        }
+#pragma GCC unroll 8
+        for (size_t k = 0; k < vectors; ++k)
+            storeUnpacked(sums + k * 2 * sizeof(OwnVector), low[k], high[k]);
+    }
+};
+#endif
+
+#if defined(__AVX2__)
+// Two taps at a time on unsigned bytes, whose products one instruction adds up to 16-bit sums.
+struct BytePairByPair {
+    using D = Own8U;
+    using Accumulator = int16_t;
+    static constexpr size_t lanes = sizeof(OwnVector);
+
+    template <size_t vectors>
+    [[gnu::always_inline]] static void block(const OwnConvTap *taps, size_t count, size_t from, char *sums) {
+        OwnVector low[vectors], high[vectors];
+        for (size_t k = 0; k < vectors; ++k)
+            low[k] = high[k] = ownZero();
+        for (size_t t = 0; t < count; t += 2) {
+            const char *a = reinterpret_cast<const char *>(taps[t].row) + from;
+            const char *b = reinterpret_cast<const char *>(taps[t].next) + from;
+            const OwnVector values = _mm256_set1_epi16(static_cast<int16_t>(taps[t].bytePair));
+#pragma GCC unroll 8
+            for (size_t k = 0; k < vectors; ++k) {
+                const OwnVector va = ownLoad(a + k * lanes), vb = ownLoad(b + k * lanes);
+                const OwnVector first = _mm256_maddubs_epi16(_mm256_unpacklo_epi8(va, vb), values);
+                const OwnVector second = _mm256_maddubs_epi16(_mm256_unpackhi_epi8(va, vb), values);
+                low[k] = _mm256_add_epi16(low[k], first);
+                high[k] = _mm256_add_epi16(high[k], second);
+            }
+        }
+#pragma GCC unroll 8
+        for (size_t k = 0; k < vectors; ++k)
+            storeUnpacked(sums + k * 2 * sizeof(OwnVector), low[k], high[k]);
+    }
+};
+#endif
+
+template <class Way>
 void sum(const OwnConvTap *taps, size_t count, size_t from, void *sums_, size_t n) {
-    constexpr size_t lanes = Vectors<Accumulator>::lanes;
+    using D = typename Way::D;
+    using Accumulator = typename Way::Accumulator;
+    constexpr size_t lanes = Way::lanes;
     auto *sums = static_cast<char *>(sums_);
     const auto at = [&](size_t i) { return sums + i * sizeof(Accumulator); };
     size_t i = 0;
     for (; i + 4 * lanes <= n; i += 4 * lanes)
-        sumBlock<D, Accumulator, 4>(taps, count, from + i, at(i));
+        Way::template block<4>(taps, count, from + i, at(i));
     for (; i + lanes <= n; i += lanes)
-        sumBlock<D, Accumulator, 1>(taps, count, from + i, at(i));
+        Way::template block<1>(taps, count, from + i, at(i));
     if (i == n) return;
     // What is left: a vector that overlaps the one before, or single samples.
-    if (n >= lanes) return sumBlock<D, Accumulator, 1>(taps, count, from + n - lanes, at(n - lanes));
+    if (n >= lanes) return Way::template block<1>(taps, count, from + n - lanes, at(n - lanes));
     for (; i < n; ++i) {
         Accumulator one = 0;
         for (size_t t = 0; t < count; ++t) {
@@ -97,6 +277,23 @@ void sum(const OwnConvTap *taps, size_t count, size_t from, void *sums_, size_t 
         std::memcpy(at(i), &one, sizeof one);
     }
 }
+
+#if defined(OWN_HAS_VECTORS)
+template <class D>
+constexpr auto sumInts = sum<PairByPair<D>>;
+#else
+template <class D>
+constexpr auto sumInts = sum<TapByTap<D, int32_t>>;
+#endif
+template <class D>
+constexpr auto sumShorts = sum<TapByTap<D, int16_t>>;
+template <class D>
+constexpr auto sumFloats = sum<TapByTap<D, float>>;
+#if defined(__AVX2__)
+constexpr auto sumBytes = sum<BytePairByPair>;
+#else
+constexpr auto sumBytes = sumShorts<Own8U>;
+#endif
 
 // ------------------------------------------------------------------------------------------------------ steps on sums
 
@@ -256,14 +453,15 @@ void store32F(const void *sums, void *out, size_t n) {
 }  // namespace
 
 extern const OwnConvRows convRows;
-#define OWN_SUMS_8(T) sum<Own8U, T>, sum<Own8U, T>, sum<Own8S, T>
 #define OWN_STORES_8(T) store<Bits, T>, store<Own8U, T>, store<Own8S, T>
 #define OWN_MERGE_FLOAT(how) \
     { merge<int16_t, float, how>, merge<int32_t, float, how>, merge<float, float, how> }
 const OwnConvRows convRows = {
-    {{OWN_SUMS_8(int16_t), nullptr, nullptr, nullptr, nullptr},
-     {OWN_SUMS_8(int32_t), sum<Own16U, int32_t>, sum<Own16S, int32_t>, nullptr, nullptr},
-     {OWN_SUMS_8(float), sum<Own16U, float>, sum<Own16S, float>, sum<Own32S, float>, sum<Own32F, float>}},
+    {{sumShorts<Own8U>, sumShorts<Own8U>, sumShorts<Own8S>, nullptr, nullptr, nullptr, nullptr},
+     {sumInts<Own8U>, sumInts<Own8U>, sumInts<Own8S>, sumInts<Own16U>, sumInts<Own16S>, nullptr, nullptr},
+     {sumFloats<Own8U>, sumFloats<Own8U>, sumFloats<Own8S>, sumFloats<Own16U>, sumFloats<Own16S>, sumFloats<Own32S>,
+      sumFloats<Own32F>}},
+    sumBytes,
     {shift<int16_t>, shift<int32_t>, shift<float>},
     {square<int16_t>, square<int32_t>, square<float>},
     {absolute<int16_t>, absolute<int32_t>, absolute<float>},
