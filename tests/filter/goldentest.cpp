@@ -1,7 +1,7 @@
 // Golden digests of the filters, which every CPU level and every platform must give.
 #include <bit>
 
-#include "filter/filtercheck.h"
+#include "filter/kernelset.h"
 #include "support/golden.h"
 
 namespace {
@@ -94,6 +94,48 @@ TEST(FilterGolden, blur) {
     }
     for (unsigned depth : allDepths)
         checkGolden("moxBlur", depth, steps);
+}
+
+// Kernels of every class, alone and combined by every method.
+TEST(FilterGolden, convolution) {
+    const RefKernel right = {{3, 3, 1, 1}, {-1, 0, 1, -2, 0, 2, -1, 0, 1}, 0},
+                    down = {{3, 3, 1, 1}, {-1, -2, -1, 0, 0, 0, 1, 2, 1}, 0},
+                    smooth = {{5, 5, 2, 2}, std::vector<int>(25, 5), 7},
+                    wide = {{4, 3, 3, 0}, {900, -77, 13, 1, 0, 0, 5, 1000, -950, 300, 2, 1}, 10},
+                    coarse = {{2, 2, 0, 1}, {40000, -3, 1, 70000}, 16};
+    const std::vector<std::vector<RefKernel>> sets = {
+        {right}, {smooth}, {wide}, {coarse}, {right, down}, {wide, coarse}, {smooth, wide, down}};
+    std::vector<std::pair<Step, Call>> steps;
+    for (const std::vector<RefKernel> &kernels : sets) {
+        for (int method = MOX_COMBINE_SUM; method <= MOX_COMBINE_MIN; ++method) {
+            steps.push_back({[=](TestImage &src, TestImage &dst) { return refConvolve2D(src, dst, kernels, method); },
+                             [=](MoxImage *src, MoxImage *dst) {
+                                 KernelSet set(kernels);
+                                 moxConvolve2D(src, dst, set.records(), set.count(), method);
+                             }});
+        }
+    }
+    for (unsigned depth : allDepths) {
+        if (depth != MOX_DEPTH_32F) checkGolden("moxConvolve2D", depth, steps);
+    }
+}
+
+TEST(FilterGolden, floatConvolution) {
+    const RefKernelFP sharp = {{3, 3, 1, 1}, {-0.1f, -0.2f, -0.1f, -0.2f, 2.2f, -0.2f, -0.1f, -0.2f, -0.1f}},
+                      slope = {{3, 2, 0, 1}, {1, 0.25f, -1, 0.5f, 0, -0.75f}},
+                      flat = {{5, 5, 1, 3}, std::vector<float>(25, 0.04f)};
+    const std::vector<std::vector<RefKernelFP>> sets = {{sharp}, {slope}, {flat}, {sharp, slope}, {flat, slope, sharp}};
+    std::vector<std::pair<Step, Call>> steps;
+    for (const std::vector<RefKernelFP> &kernels : sets) {
+        for (int method = MOX_COMBINE_SUM; method <= MOX_COMBINE_MIN; ++method) {
+            steps.push_back({[=](TestImage &src, TestImage &dst) { return refConvolve2DFP(src, dst, kernels, method); },
+                             [=](MoxImage *src, MoxImage *dst) {
+                                 KernelSetFP set(kernels);
+                                 moxConvolve2DFP(src, dst, set.records(), set.count(), method);
+                             }});
+        }
+    }
+    checkGolden("moxConvolve2DFP", MOX_DEPTH_32F, steps);
 }
 
 }  // namespace
