@@ -52,6 +52,43 @@ void unpackBits(const uint8_t *row, int64_t first, int64_t count, uint8_t *out) 
     }
 }
 
+// Pixels in reverse. A size that the compiler knows makes each a move of its own.
+template <size_t bytes>
+void mirrorPixels(const uint8_t *last, int64_t step, int64_t count, uint8_t *out) {
+    for (int64_t k = 0; k < count; ++k)
+        std::memcpy(out + k * static_cast<int64_t>(bytes), last - k * step, bytes);
+}
+
+void mirror(const uint8_t *last, int64_t step, size_t bytes, int64_t count, uint8_t *out) {
+    switch (bytes) {
+        case 1:
+            return mirrorPixels<1>(last, step, count, out);
+        case 2:
+            return mirrorPixels<2>(last, step, count, out);
+        case 3:
+            return mirrorPixels<3>(last, step, count, out);
+        case 4:
+            return mirrorPixels<4>(last, step, count, out);
+        case 6:
+            return mirrorPixels<6>(last, step, count, out);
+        case 12:
+            return mirrorPixels<12>(last, step, count, out);
+        default:
+            for (int64_t k = 0; k < count; ++k)
+                std::memcpy(out + k * static_cast<int64_t>(bytes), last - k * step, bytes);
+    }
+}
+
+// Fills a run with its first pixel: what is there is doubled until the run is full.
+void repeatPixel(uint8_t *run, int64_t pixelBytes, int64_t count) {
+    const int64_t size = count * pixelBytes;
+    for (int64_t done = pixelBytes; done < size;) {
+        const int64_t part = std::min(done, size - done);
+        std::memcpy(run + done, run, static_cast<size_t>(part));
+        done += part;
+    }
+}
+
 // Pixels of one row of the image, whichever it is.
 struct RowReader {
     const OwnRowSource &source;
@@ -61,18 +98,21 @@ struct RowReader {
     RowReader(const OwnRowSource &of, int64_t y)
         : source(of), row(of.start + y * of.rowStep), pixelBytes(int64_t{of.channels} * ownRowSampleBytes(of)) {}
 
-    void readPixel(int64_t x, uint8_t *out) const {
+    bool bit(int64_t x) const { return (row[x / 8] >> (7 - x % 8) & 1) != 0; }
+
+    void readMirrored(const Span &span, uint8_t *out) const {
         if (source.bytes == 0) {
-            out[0] = static_cast<uint8_t>(row[x / 8] >> (7 - x % 8) & 1);
+            for (int64_t k = 0; k < span.count; ++k)
+                out[k] = bit(span.first - k) ? 1 : 0;
         } else {
-            std::memcpy(out, row + x * source.step * source.bytes, static_cast<size_t>(pixelBytes));
+            const int64_t step = static_cast<int64_t>(source.step) * source.bytes;
+            mirror(row + span.first * step, step, static_cast<size_t>(pixelBytes), span.count, out);
         }
     }
 
     void read(const Span &span, uint8_t *out) const {
         if (!span.forwards) {
-            for (int64_t k = 0; k < span.count; ++k)
-                readPixel(span.first - k, out + k * pixelBytes);
+            readMirrored(span, out);
         } else if (source.bytes == 0) {
             unpackBits(row, span.first, span.count, out);
         } else if (source.step == source.channels) {
@@ -99,16 +139,17 @@ void RowReader::readOutside(int mode, uint32_t constant, int64_t x, int64_t end,
         if (x < end) fillConstant(source, constant, end - x, out);
         return;
     }
+    if (mode == MOX_BORDER_REPLICATE) {
+        if (x >= end) return;
+        read({x < 0 ? 0 : source.width - 1, 1, true}, out);
+        repeatPixel(out, pixelBytes, end - x);
+        return;
+    }
     while (x < end) {
-        Span span = {x < 0 ? 0 : source.width - 1, 1, true};
-        if (mode != MOX_BORDER_REPLICATE) span = fold(mode, x, end, source.width);
+        const Span span = fold(mode, x, end, source.width);
         read(span, out);
         x += span.count;
         out += span.count * pixelBytes;
-        if (mode == MOX_BORDER_REPLICATE) {
-            for (; x < end; ++x, out += pixelBytes)
-                std::memcpy(out, out - pixelBytes, static_cast<size_t>(pixelBytes));
-        }
     }
 }
 
