@@ -51,14 +51,18 @@ static void checkRecords(void) {
     EXPECT(offsetof(MoxImage, imageDataBase) > offsetof(MoxImage, borderConst));
 }
 
-/* Function pointers of different types are compared by their bytes. */
+/* Compared when the test runs: to a compiler two functions are never one. On Windows a program sees the jumps of its
+ * import library, one for each name. */
 typedef void (*AnyFunction)(void);
 static void checkAliases(void) {
-    AnyFunction ints = (AnyFunction)moxiMalloc, floats = (AnyFunction)moxsMalloc;
-    AnyFunction memory = (AnyFunction)moxFree, roi = (AnyFunction)moxDeleteROI, tile = (AnyFunction)moxDeleteTileInfo;
+#if !defined(_WIN32)
+    AnyFunction volatile ints = (AnyFunction)moxiMalloc, floats = (AnyFunction)moxsMalloc;
+    AnyFunction volatile memory = (AnyFunction)moxFree, roi = (AnyFunction)moxDeleteROI,
+                         tile = (AnyFunction)moxDeleteTileInfo;
     EXPECT(ints == floats);
     EXPECT(memory == roi);
     EXPECT(memory == tile);
+#endif
 }
 
 static void checkCall(void) {

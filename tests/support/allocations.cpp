@@ -2,8 +2,13 @@
 #include "support/allocations.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 extern "C" {
 void *__real_malloc(size_t size);
@@ -16,8 +21,30 @@ void *__wrap_realloc(void *block, size_t size);
 void __wrap_free(void *block);
 }
 
+#if defined(_WIN32)
+// Thread-local variables live in heap blocks here, taken at their first use: within malloc that would never end. Before
+// its constructor has run a variable is empty.
+template <typename Value>
+class ThreadVariable {
+  public:
+    ThreadVariable() : slot_(TlsAlloc()), made_(true) {}
+    operator Value() const { return made_ ? (Value)(uintptr_t)TlsGetValue(slot_) : Value{}; }
+    ThreadVariable &operator=(Value value) {
+        TlsSetValue(slot_, (void *)(uintptr_t)value);
+        return *this;
+    }
+    Value operator->() const { return *this; }
+
+  private:
+    DWORD slot_;
+    bool made_;
+};
+static ThreadVariable<AllocationWindow *> currentWindow;
+static ThreadVariable<bool> windowOpen;
+#else
 static thread_local AllocationWindow *currentWindow = nullptr;  // watches frees until it is destroyed
 static thread_local bool windowOpen = false;                    // watches allocations too
+#endif
 
 AllocationWindow::AllocationWindow(int failAt) : failAt_(failAt) {
     currentWindow = this;
