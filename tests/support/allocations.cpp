@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -121,3 +122,18 @@ void __wrap_free(void *block) {
     if (currentWindow && block) currentWindow->freed(block);
     __real_free(block);
 }
+
+#if defined(_WIN32)
+// The C++ library is linked statically here, so its calls are wrapped as well: the tests' own objects pass by.
+void *operator new(size_t size) {
+    void *block = __real_malloc(size);
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+void operator delete(void *block) noexcept {
+    __real_free(block);
+}
+void operator delete(void *block, size_t) noexcept {
+    __real_free(block);
+}
+#endif
