@@ -2,7 +2,8 @@
 #include "operations.h"
 
 const std::vector<const Family *> &families() {
-    static const std::vector<const Family *> all = {&movingFamily(), &arithmeticPair(), &arithmeticOne()};
+    static const std::vector<const Family *> all = {&movingFamily(), &arithmeticPair(), &arithmeticOne(),
+                                                    &filterFamily()};
     return all;
 }
 

@@ -60,6 +60,7 @@ struct Family {
 const Family &movingFamily();    // opsmove.cpp
 const Family &arithmeticPair();  // opsarith.cpp
 const Family &arithmeticOne();   // opsarith.cpp
+const Family &filterFamily();    // opsfilter.cpp
 
 // All of them, in the order of the list.
 const std::vector<const Family *> &families();
