@@ -27,7 +27,9 @@ uint64_t testSeed() {
 
 int testCount(int usualCount) {
     const long long factor = numberFromEnvironment("MOX_TEST_FACTOR", 1);
-    return static_cast<int>(usualCount * (factor > 0 ? factor : 1));
+    const long long divisor = numberFromEnvironment("MOX_TEST_DIVISOR", 1);
+    const long long count = usualCount * (factor > 0 ? factor : 1) / (divisor > 0 ? divisor : 1);
+    return static_cast<int>(count > 0 ? count : 1);
 }
 
 void forEachCase(int usualCount, const std::function<void(Random &)> &run) {

@@ -4,7 +4,8 @@
 //     seed and case forEachCpuLevel([&] { ... });                          // every level of this machine; the one in
 //     use before comes back
 //
-// MOX_TEST_SEED=n chooses other cases, MOX_TEST_CASE=n runs one case alone, MOX_TEST_FACTOR=n multiplies their number.
+// MOX_TEST_SEED=n chooses other cases, MOX_TEST_CASE=n runs one case alone, MOX_TEST_FACTOR=n multiplies their number,
+// MOX_TEST_DIVISOR=n divides it.
 #pragma once
 
 #include <gtest/gtest.h>
