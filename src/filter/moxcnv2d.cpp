@@ -174,6 +174,16 @@ void runOne(const Convolution &c, size_t from, uint8_t *out, size_t n) {
     c.rows->store[accumulator][c.depth](sums, out, n);
 }
 
+// Two kernels of 16-bit sums, and the root of their squares' sum.
+void runGradient(const Convolution &c, size_t from, uint8_t *out, size_t n) {
+    alignas(64) uint8_t across[SEGMENT * 2];
+    alignas(64) uint8_t down[SEGMENT * 2];
+    sumSegment(c, c.kernels[0], from, across, n);
+    sumSegment(c, c.kernels[1], from, down, n);
+    c.rows->rootOfTwo(across, down, down, n);
+    c.rows->store[OWN_CONV_16][c.depth](down, out, n);
+}
+
 void runSeveral(const Convolution &c, size_t from, uint8_t *out, size_t n) {
     alignas(64) uint8_t sums[SEGMENT * 4];
     alignas(64) uint8_t merged[SEGMENT * 4];
@@ -191,9 +201,11 @@ void convolveRow(void *filter, const OwnWindowRow &row) {
     const auto &c = *static_cast<const Convolution *>(filter);
     aimTaps(c, row);
     const size_t n = row.width * static_cast<size_t>(row.channels);
+    const bool gradient = c.count == 2 && c.mergesInt && c.method == MOX_COMBINE_SUMSQROOT;
+    const auto run = c.count == 1 ? runOne : gradient ? runGradient : runSeveral;
     for (size_t i = 0; i < n; i += SEGMENT) {
         uint8_t *out = row.out + i * static_cast<size_t>(c.bytes);
-        (c.count == 1 ? runOne : runSeveral)(c, i, out, std::min(SEGMENT, n - i));
+        run(c, i, out, std::min(SEGMENT, n - i));
     }
 }
 

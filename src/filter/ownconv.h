@@ -51,6 +51,9 @@ struct OwnConvRows {
     void (*rootInt)(void *merged, size_t n);
     void (*rootFloat)(void *merged, size_t n);
 
+    // 16-bit sums of two kernels, whose squares' sum's root is left as 16-bit sums.
+    void (*rootOfTwo)(const void *a, const void *b, void *roots, size_t n);
+
     // Saturated to the depth.
     void (*store[OWN_CONV_CLASSES][OWN_DEPTHS])(const void *sums, void *out, size_t n);
 };
