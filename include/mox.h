@@ -10,25 +10,25 @@
  *   coi       the channel of interest of the region, counted from 1; 0 means all channels but alpha.
  *   maskROI   a 1-bit image: where its bit is 0 the destination keeps what it holds. The masks of all images of a call
  *             are combined. A mask's own maskROI is checked with its header and otherwise ignored.
- *   alpha     alphaChannel is 0 or nChannels; operations leave the alpha samples of the destination alone unless they say otherwise.
- *   tileInfo  tiles are requested from the callback, used, and released, one at a time for each image.
+ *   alpha     alphaChannel is 0 or nChannels; operations leave the alpha samples of the destination alone unless they
+ * say otherwise. tileInfo  tiles are requested from the callback, used, and released, one at a time for each image.
  *
- * Unless told otherwise an operation runs in place: the destination may be the same header as a source. Two different headers
- * over overlapping memory are not detected; results are defined where equal positions coincide.
+ * Unless told otherwise an operation runs in place: the destination may be the same header as a source. Two different
+ * headers over overlapping memory are not detected; results are defined where equal positions coincide.
  *
- * Failures. An operation that cannot run calls moxError once and returns with its destination untouched; what it returns is
- * nothing, so read moxGetErrStatus(). The status word is sticky: only moxSetErrStatus(0) clears it. A new thread starts in
- * MOX_ErrModeLeaf, where a report may end the application: most applications begin with moxSetErrMode(MOX_ErrModeParent).
- * A header that passes moxCheckImageHeader but cannot be that of an image in memory is refused by every operation before any
- * memory is touched: with MOX_StatusHeaderSize (or MOX_StatusTileSize) where its sizes multiply to more than a 32-bit count of bytes,
- * with MOX_StatusHeaderWidthStep where a row is longer than widthStep; 100 less for a mask.
- * What the library cannot see is the caller's to guarantee: that imageData points to widthStep x height bytes (x nChannels in plane
- * order), and a tile's tileData to a whole tile.
+ * Failures. An operation that cannot run calls moxError once and returns with its destination untouched; what it
+ * returns is nothing, so read moxGetErrStatus(). The status word is sticky: only moxSetErrStatus(0) clears it. A new
+ * thread starts in MOX_ErrModeLeaf, where a report may end the application: most applications begin with
+ * moxSetErrMode(MOX_ErrModeParent). A header that passes moxCheckImageHeader but cannot be that of an image in memory
+ * is refused by every operation before any memory is touched: with MOX_StatusHeaderSize (or MOX_StatusTileSize) where
+ * its sizes multiply to more than a 32-bit count of bytes, with MOX_StatusHeaderWidthStep where a row is longer than
+ * widthStep; 100 less for a mask. What the library cannot see is the caller's to guarantee: that imageData points to
+ * widthStep x height bytes (x nChannels in plane order), and a tile's tileData to a whole tile.
  *
- * Threads. The library starts no thread and takes no lock. Status, error mode and report function belong to the calling thread.
- * Threads may share sources; a header or tile record that an operation writes serves one operation at a time. The bytes that an
- * operation rewrites unchanged (masked-out samples, channels that are not of interest, bits of a byte beyond the region) belong to
- * the destination, which one thread at a time may process.
+ * Threads. The library starts no thread and takes no lock. Status, error mode and report function belong to the calling
+ * thread. Threads may share sources; a header or tile record that an operation writes serves one operation at a time.
+ * The bytes that an operation rewrites unchanged (masked-out samples, channels that are not of interest, bits of a byte
+ * beyond the region) belong to the destination, which one thread at a time may process.
  */
 #ifndef MOX_H
 #define MOX_H
@@ -60,14 +60,14 @@ typedef int MoxStatus;
 
 enum {
     MOX_StatusNoError = 0,
-    MOX_StatusBacktrace = -1,     /**< a step above an inner failure; reported, never stored */
-    MOX_StatusGeneral = -2,       /**< has a message but no code of its own */
-    MOX_StatusInternal = -3,      /**< a state that should not arise */
+    MOX_StatusBacktrace = -1, /**< a step above an inner failure; reported, never stored */
+    MOX_StatusGeneral = -2,   /**< has a message but no code of its own */
+    MOX_StatusInternal = -3,  /**< a state that should not arise */
     MOX_StatusNoMemory = -4,
-    MOX_StatusBadArgument = -5,   /**< the message is the failed test */
+    MOX_StatusBadArgument = -5, /**< the message is the failed test */
     MOX_StatusUnsupported = -6,
     MOX_StatusNoConvergence = -7,
-    MOX_StatusAutotrace = -8,     /**< reported, never stored */
+    MOX_StatusAutotrace = -8, /**< reported, never stored */
     /* Faults of an image header. In the header of a mask they are 100 less. */
     MOX_StatusHeaderNull = -9,
     MOX_StatusHeaderSize = -10,
@@ -102,9 +102,9 @@ enum {
 };
 
 /**
- * A report function: what moxError calls. functionName names the exported function that failed, message is a short sentence or
- * the failed test, fileName and line say where in the library. The strings are valid during the call.
- * The value that it returns is what moxError returns.
+ * A report function: what moxError calls. functionName names the exported function that failed, message is a short
+ * sentence or the failed test, fileName and line say where in the library. The strings are valid during the call. The
+ * value that it returns is what moxError returns.
  */
 typedef MoxStatus(MOX_CALL *MoxErrorCallback)(MoxStatus status, const char *functionName, const char *message,
                                               const char *fileName, int line);
@@ -127,9 +127,9 @@ MOX_EXPORT void MOX_CALL moxSetErrMode(int mode);
 MOX_EXPORT MoxErrorCallback MOX_CALL moxRedirectError(MoxErrorCallback report);
 
 /**
- * Reports a failure as the library's own functions do. -1 and -8 leave the status word as it is and call the report function.
- * 0 is stored, and nothing is reported. Any other status is stored and reported.
- * Returns what the report function returned, or 0.
+ * Reports a failure as the library's own functions do. -1 and -8 leave the status word as it is and call the report
+ * function. 0 is stored, and nothing is reported. Any other status is stored and reported. Returns what the report
+ * function returned, or 0.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxError(MoxStatus status, const char *functionName, const char *message,
                                        const char *fileName, int line);
@@ -142,21 +142,23 @@ MOX_EXPORT MoxStatus MOX_CALL moxNulDevReport(MoxStatus status, const char *func
                                               const char *fileName, int line);
 
 /**
- * A report function that writes to the standard error stream. In MOX_ErrModeLeaf it then ends the process with exit code 1;
- * in MOX_ErrModeSilent it writes nothing. Returns status.
+ * A report function that writes to the standard error stream. In MOX_ErrModeLeaf it then ends the process with exit
+ * code 1; in MOX_ErrModeSilent it writes nothing. Returns status.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxStdErrReport(MoxStatus status, const char *functionName, const char *message,
                                               const char *fileName, int line);
 
 /**
- * The report function of a new thread: asks the user, in MOX_ErrModeLeaf "Terminate the application?" (Yes ends the process with
- * exit code 1), in MOX_ErrModeParent "Continue?" (Cancel ends it). In every other mode nothing is shown. Returns status.
+ * The report function of a new thread: asks the user, in MOX_ErrModeLeaf "Terminate the application?" (Yes ends the
+ * process with exit code 1), in MOX_ErrModeParent "Continue?" (Cancel ends it). In every other mode nothing is shown.
+ * Returns status.
  *
- * On Windows it asks by a message box. Elsewhere it asks on the controlling terminal of the process: title and text are written
- * there, and a line is read; its first letter answers (y or n, o or c, in either case), and the question is asked again until one
- * does. Where there is no terminal, or it ends before an answer, title and text go to the standard error stream and the answer is
- * the safe one: Yes in MOX_ErrModeLeaf (the process ends, as with moxStdErrReport), OK in MOX_ErrModeParent (the caller goes on).
- * It never waits where nobody can answer. Before the process ends, "MOX Library: terminating the application" goes to the standard error stream.
+ * On Windows it asks by a message box. Elsewhere it asks on the controlling terminal of the process: title and text are
+ * written there, and a line is read; its first letter answers (y or n, o or c, in either case), and the question is
+ * asked again until one does. Where there is no terminal, or it ends before an answer, title and text go to the
+ * standard error stream and the answer is the safe one: Yes in MOX_ErrModeLeaf (the process ends, as with
+ * moxStdErrReport), OK in MOX_ErrModeParent (the caller goes on). It never waits where nobody can answer. Before the
+ * process ends, "MOX Library: terminating the application" goes to the standard error stream.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxGuiBoxReport(MoxStatus status, const char *functionName, const char *message,
                                               const char *fileName, int line);
@@ -166,13 +168,14 @@ MOX_EXPORT MoxStatus MOX_CALL moxGuiBoxReport(MoxStatus status, const char *func
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
- * Memory aligned to 32 bytes: bytes, 16-bit items, 32-bit items (two names), 64-bit items. Null for a count below 1, for more than a
- * 32-bit count of bytes, and when memory runs out; nothing is reported. Give it back with moxFree, never with free.
+ * Memory aligned to 32 bytes: bytes, 16-bit items, 32-bit items (two names), 64-bit items. Null for a count below 1,
+ * for more than a 32-bit count of bytes, and when memory runs out; nothing is reported. Give it back with moxFree,
+ * never with free.
  */
 MOX_EXPORT void *MOX_CALL moxMalloc(int length);
-MOX_EXPORT short *MOX_CALL moxwMalloc(int length);  /**< 16-bit items, see moxMalloc */
-MOX_EXPORT int *MOX_CALL moxiMalloc(int length);    /**< 32-bit integers, see moxMalloc */
-MOX_EXPORT float *MOX_CALL moxsMalloc(int length);  /**< 32-bit floats, see moxMalloc; the same function as moxiMalloc */
+MOX_EXPORT short *MOX_CALL moxwMalloc(int length); /**< 16-bit items, see moxMalloc */
+MOX_EXPORT int *MOX_CALL moxiMalloc(int length);   /**< 32-bit integers, see moxMalloc */
+MOX_EXPORT float *MOX_CALL moxsMalloc(int length); /**< 32-bit floats, see moxMalloc; the same function as moxiMalloc */
 MOX_EXPORT double *MOX_CALL moxdMalloc(int length); /**< 64-bit floats, see moxMalloc */
 
 /** Frees memory of the functions above. Null is ignored. */
@@ -197,8 +200,8 @@ typedef struct MoxLibVersion {
 MOX_EXPORT const MoxLibVersion *MOX_CALL moxGetLibVersion(void);
 
 /**
- * A 64-bit tick counter that does not run backwards on a thread: the processor's time-stamp counter on x86, a monotonic clock in nanoseconds
- * elsewhere. Use differences only.
+ * A 64-bit tick counter that does not run backwards on a thread: the processor's time-stamp counter on x86, a monotonic
+ * clock in nanoseconds elsewhere. Use differences only.
  */
 MOX_EXPORT long long MOX_CALL moxGetCycleCounter(void);
 
@@ -252,7 +255,8 @@ enum {
     MOX_FreeMask = 16 /**< the mask image with its header, data, region and tile record */
 };
 
-/** A region of interest. Records from moxCreateROI go back through moxDeleteROI; one region may serve several images. */
+/** A region of interest. Records from moxCreateROI go back through moxDeleteROI; one region may serve several images.
+ */
 typedef struct MoxROI {
     int coi;     /**< channel of interest, counted from 1; 0 for all */
     int xOffset; /**< pixels from the left, at least 0 */
@@ -264,10 +268,11 @@ typedef struct MoxROI {
 struct MoxImage;
 
 /**
- * The tile access function. Called with the image whose operation is running, the tile's column and row, and one of MOX_TileRead,
- * MOX_TileWrite, MOX_TileRelease. A request is answered by storing the tile's address in image->tileInfo->tileData; null means failure.
- * A tile is laid out like an image of tile width x tile height with the depth, channels, order and align of the image, rows rounded up to
- * align; edge tiles are whole. The value that it returns is not used.
+ * The tile access function. Called with the image whose operation is running, the tile's column and row, and one of
+ * MOX_TileRead, MOX_TileWrite, MOX_TileRelease. A request is answered by storing the tile's address in
+ * image->tileInfo->tileData; null means failure. A tile is laid out like an image of tile width x tile height with the
+ * depth, channels, order and align of the image, rows rounded up to align; edge tiles are whole. The value that it
+ * returns is not used.
  */
 typedef int(MOX_CALL *MoxTileCallback)(struct MoxImage *image, int xIndex, int yIndex, int mode);
 
@@ -282,39 +287,42 @@ typedef struct MoxTileInfo {
 
 /** The image header. */
 typedef struct MoxImage {
-    int headerSize;        /**< sizeof(MoxImage) */
-    int headerId;          /**< 0 */
-    int nChannels;         /**< at least 1; exactly 1 at depth 1 */
-    int alphaChannel;      /**< 0, or nChannels: the last channel is alpha */
-    unsigned depth;        /**< a MOX_DEPTH_ code */
-    char colorModel[4];    /**< "GRAY", "RGB", ...: copied, not interpreted here */
-    char channelSeq[4];    /**< "G", "RGB", "BGR", ... */
-    int dataOrder;         /**< MOX_DATA_ORDER_PIXEL or MOX_DATA_ORDER_PLANE */
-    int origin;            /**< MOX_ORIGIN_TL or MOX_ORIGIN_BL */
-    int align;             /**< row alignment in bytes: 4, 8, 16 or 32 */
-    int width;             /**< in pixels, at least 1 */
-    int height;            /**< in rows, at least 1 */
-    MoxROI *roi;           /**< null for the whole image and all channels */
+    int headerSize;           /**< sizeof(MoxImage) */
+    int headerId;             /**< 0 */
+    int nChannels;            /**< at least 1; exactly 1 at depth 1 */
+    int alphaChannel;         /**< 0, or nChannels: the last channel is alpha */
+    unsigned depth;           /**< a MOX_DEPTH_ code */
+    char colorModel[4];       /**< "GRAY", "RGB", ...: copied, not interpreted here */
+    char channelSeq[4];       /**< "G", "RGB", "BGR", ... */
+    int dataOrder;            /**< MOX_DATA_ORDER_PIXEL or MOX_DATA_ORDER_PLANE */
+    int origin;               /**< MOX_ORIGIN_TL or MOX_ORIGIN_BL */
+    int align;                /**< row alignment in bytes: 4, 8, 16 or 32 */
+    int width;                /**< in pixels, at least 1 */
+    int height;               /**< in rows, at least 1 */
+    MoxROI *roi;              /**< null for the whole image and all channels */
     struct MoxImage *maskROI; /**< null, or a 1-bit image in memory */
-    void *imageId;         /**< the caller's */
-    MoxTileInfo *tileInfo; /**< null, or the tile source; exactly one of tileInfo and imageData is set */
-    int imageSize;         /**< bytes of all pixel data */
-    char *imageData;       /**< first byte of the pixels */
-    int widthStep;         /**< bytes from a row to the next, in plane order within a plane */
-    int borderMode[4];     /**< see moxSetBorderMode */
+    void *imageId;            /**< the caller's */
+    MoxTileInfo *tileInfo;    /**< null, or the tile source; exactly one of tileInfo and imageData is set */
+    int imageSize;            /**< bytes of all pixel data */
+    char *imageData;          /**< first byte of the pixels */
+    int widthStep;            /**< bytes from a row to the next, in plane order within a plane */
+    int borderMode[4];        /**< see moxSetBorderMode */
     int borderConst[4];
-    char *imageDataBase;   /**< what the heap returned; moxDeallocateImage frees this */
+    char *imageDataBase; /**< what the heap returned; moxDeallocateImage frees this */
 } MoxImage;
 
 /**
  * Creates a header without pixels: imageData is null, widthStep and imageSize are computed, all borders are constant 0.
- * widthStep is width x bits (x nChannels in pixel order) rounded up to align bytes; imageSize is widthStep x height (x nChannels in
- * plane order). colorModel and channelSeq are read to four characters, with no end mark needed; a shorter string is filled with zero bytes.
- * The header does not own roi, maskROI and tileInfo, and does not copy them. Free it with moxDeallocate.
+ * widthStep is width x bits (x nChannels in pixel order) rounded up to align bytes; imageSize is widthStep x height (x
+ * nChannels in plane order). colorModel and channelSeq are read to four characters, with no end mark needed; a shorter
+ * string is filled with zero bytes. The header does not own roi, maskROI and tileInfo, and does not copy them. Free it
+ * with moxDeallocate.
  *
- * Null and a report "Incorrect data-ins" for the first of: height or width below 1 (-10); nChannels below 1 (-15); several channels at depth 1
- * (-16); a null string (-14); depth (-17); alphaChannel neither 0 nor nChannels (-18); dataOrder (-19); origin (-20); align (-21); an imageSize beyond
- * 32 bits (-10); a mask that is not 1-bit (-117), is tiled (-26), or has a fault of its own (its code less 100). Null without report when memory runs out.
+ * Null and a report "Incorrect data-ins" for the first of: height or width below 1 (-10); nChannels below 1 (-15);
+ * several channels at depth 1
+ * (-16); a null string (-14); depth (-17); alphaChannel neither 0 nor nChannels (-18); dataOrder (-19); origin (-20);
+ * align (-21); an imageSize beyond 32 bits (-10); a mask that is not 1-bit (-117), is tiled (-26), or has a fault of
+ * its own (its code less 100). Null without report when memory runs out.
  */
 MOX_EXPORT MoxImage *MOX_CALL moxCreateImageHeader(int nChannels, int alphaChannel, int depth, const char *colorModel,
                                                    const char *channelSeq, int dataOrder, int origin, int align,
@@ -322,9 +330,10 @@ MOX_EXPORT MoxImage *MOX_CALL moxCreateImageHeader(int nChannels, int alphaChann
                                                    MoxTileInfo *tileInfo);
 
 /**
- * Allocates the pixels of a header of any depth but 32F; widthStep and imageSize are computed anew. With doFill every sample, padding included, becomes
- * fillValue cut to the depth's low bits; without, memory is as the heap delivers it. -5 when the image is null, has data, is tiled or is 32F; the header tests of
- * moxCreateImageHeader as "Incorrect data-ins"; -4 "for allocate image data".
+ * Allocates the pixels of a header of any depth but 32F; widthStep and imageSize are computed anew. With doFill every
+ * sample, padding included, becomes fillValue cut to the depth's low bits; without, memory is as the heap delivers it.
+ * -5 when the image is null, has data, is tiled or is 32F; the header tests of moxCreateImageHeader as "Incorrect
+ * data-ins"; -4 "for allocate image data".
  */
 MOX_EXPORT void MOX_CALL moxAllocateImage(MoxImage *image, int doFill, int fillValue);
 
@@ -332,7 +341,8 @@ MOX_EXPORT void MOX_CALL moxAllocateImage(MoxImage *image, int doFill, int fillV
 MOX_EXPORT void MOX_CALL moxAllocateImageFP(MoxImage *image, int doFill, float fillValue);
 
 /**
- * Frees what the flags name, in the order region, mask, tile record, pixels, header, and clears the pointers. Null image and null parts are ignored.
+ * Frees what the flags name, in the order region, mask, tile record, pixels, header, and clears the pointers. Null
+ * image and null parts are ignored.
  */
 MOX_EXPORT void MOX_CALL moxDeallocate(MoxImage *image, int flag);
 
@@ -355,30 +365,34 @@ MOX_EXPORT void MOX_CALL moxDeleteROI(MoxROI *roi);
 MOX_EXPORT MoxTileInfo *MOX_CALL moxCreateTileInfo(MoxTileCallback callBack, void *id, int width, int height);
 
 /** Sets all fields of a tile record and clears tileData; null is ignored. */
-MOX_EXPORT void MOX_CALL moxSetTileInfo(MoxTileInfo *tileInfo, MoxTileCallback callBack, void *id, int width, int height);
+MOX_EXPORT void MOX_CALL moxSetTileInfo(MoxTileInfo *tileInfo, MoxTileCallback callBack, void *id, int width,
+                                        int height);
 
 /** Frees a record of moxCreateTileInfo; the same function as moxFree. */
 MOX_EXPORT void MOX_CALL moxDeleteTileInfo(MoxTileInfo *tileInfo);
 
 /**
- * Checks a header as every operation does. Returns and stores the first fault: -9 null; -12 not exactly one of imageData and tileInfo; -10 imageSize below 1 and
- * -13 widthStep below 1 (both not for tiled images); -10 width or height; -15; -16; -17; -18; -19; -20; -21; the mask: -117 not 1-bit, -26 tiled, else its own fault
- * less 100; the tiles: -22 no callback, -23 a size not a positive multiple of 8; the region: -24 coi, -25 size, -11 offset. A clean header returns 0 and leaves
- * the status word alone. Nothing is reported.
+ * Checks a header as every operation does. Returns and stores the first fault: -9 null; -12 not exactly one of
+ * imageData and tileInfo; -10 imageSize below 1 and -13 widthStep below 1 (both not for tiled images); -10 width or
+ * height; -15; -16; -17; -18; -19; -20; -21; the mask: -117 not 1-bit, -26 tiled, else its own fault less 100; the
+ * tiles: -22 no callback, -23 a size not a positive multiple of 8; the region: -24 coi, -25 size, -11 offset. A clean
+ * header returns 0 and leaves the status word alone. Nothing is reported.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxCheckImageHeader(const MoxImage *image);
 
 /**
- * A copy of an image with pixels of its own. The copy keeps borders and region (a record of its own), and has no mask, tile source or imageId. Of a tiled image only the
- * header is cloned: the pixels stay unset. An image whose stride is not the computed one gets the computed one in the clone. Free it with
- * moxDeallocate(clone, MOX_FreeHeader | MOX_FreeData | MOX_FreeRoi).
- * Null and a report: "Incorrect Image" with the header's fault; -4 "Not enough memory to allocate header for clone image", "... roi ...", "... imageData ...".
+ * A copy of an image with pixels of its own. The copy keeps borders and region (a record of its own), and has no mask,
+ * tile source or imageId. Of a tiled image only the header is cloned: the pixels stay unset. An image whose stride is
+ * not the computed one gets the computed one in the clone. Free it with moxDeallocate(clone, MOX_FreeHeader |
+ * MOX_FreeData | MOX_FreeRoi). Null and a report: "Incorrect Image" with the header's fault; -4 "Not enough memory to
+ * allocate header for clone image", "... roi ...", "... imageData ...".
  */
 MOX_EXPORT MoxImage *MOX_CALL moxCloneImage(MoxImage *image);
 
 /**
- * Sets mode and constant of every side whose bit is in sides. The mode is stored unchecked (operations read its two low bits); the constant is clamped to the depth's
- * range, at 32 bits stored as it is. No checks, no error: image must not be null.
+ * Sets mode and constant of every side whose bit is in sides. The mode is stored unchecked (operations read its two low
+ * bits); the constant is clamped to the depth's range, at 32 bits stored as it is. No checks, no error: image must not
+ * be null.
  */
 MOX_EXPORT void MOX_CALL moxSetBorderMode(MoxImage *image, int mode, int sides, int constant);
 
@@ -387,51 +401,61 @@ MOX_EXPORT void MOX_CALL moxSetBorderMode(MoxImage *image, int mode, int sides, 
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
- * dst = src. Depth and origin must agree, and so must dataOrder unless both images have one channel. nChannels may differ as long as the numbers of processed channels
- * agree, so that a coi extracts or inserts a channel. A copy onto itself does nothing.
+ * dst = src. Depth and origin must agree, and so must dataOrder unless both images have one channel. nChannels may
+ * differ as long as the numbers of processed channels agree, so that a coi extracts or inserts a channel. A copy onto
+ * itself does nothing.
  *
- * Does nothing while the status word is negative, also from an earlier fault. "Incorrect Image"; -5 "srcImage->depth != dstImage->depth",
- * "srcImage->origin != dstImage->origin", "srcImage->dataOrder != dstImage->dataOrder", "Number of processed channels of srcImage != Number of processed channels of
- * dstImage"; -2 "Error get tile to read", "Error get tile to write"; -1 with an empty message after a failure within.
+ * Does nothing while the status word is negative, also from an earlier fault. "Incorrect Image"; -5 "srcImage->depth !=
+ * dstImage->depth", "srcImage->origin != dstImage->origin", "srcImage->dataOrder != dstImage->dataOrder", "Number of
+ * processed channels of srcImage != Number of processed channels of dstImage"; -2 "Error get tile to read", "Error get
+ * tile to write"; -1 with an empty message after a failure within.
  */
 MOX_EXPORT void MOX_CALL moxCopy(MoxImage *srcImage, MoxImage *dstImage);
 
 /**
- * Sets every sample of the region to fillValue, clamped to the depth's range. Not for 32F: -17 "You should use moxSetFP for this image". "Incorrect Image"; -2 "Error get tile to
- * write". A 1-bit tiled image under a mask: the caller's mask is inverted for the duration of the call.
+ * Sets every sample of the region to fillValue, clamped to the depth's range. Not for 32F: -17 "You should use moxSetFP
+ * for this image". "Incorrect Image"; -2 "Error get tile to write". A 1-bit tiled image under a mask: the caller's mask
+ * is inverted for the duration of the call.
  */
 MOX_EXPORT void MOX_CALL moxSet(MoxImage *image, int fillValue);
 
 /**
- * moxSet for depth 32F; the value is stored bit for bit. image->depth is changed for the duration of the call. -5 "dstImage==0"; -17 "You should use moxSet for this image";
- * a fault within is reported by moxSet, then as -1.
+ * moxSet for depth 32F; the value is stored bit for bit. image->depth is changed for the duration of the call. -5
+ * "dstImage==0"; -17 "You should use moxSet for this image"; a fault within is reported by moxSet, then as -1.
  */
 MOX_EXPORT void MOX_CALL moxSetFP(MoxImage *image, float fillValue);
 
-/** Swaps the samples of two images; rules, checks and messages are those of moxCopy, image1 being the source. Two tiled images take a temporary of the common region. */
+/** Swaps the samples of two images; rules, checks and messages are those of moxCopy, image1 being the source. Two tiled
+ * images take a temporary of the common region. */
 MOX_EXPORT void MOX_CALL moxExchange(MoxImage *image1, MoxImage *image2);
 
 /**
- * Reads all nChannels samples of a pixel, alpha included, into pixel, in the element type of the depth (at depth 1 a byte, 0 or 1). With origin MOX_ORIGIN_BL y counts from the last
- * row. Region, coi and mask play no part. "Incorrect Image"; -5 "((x>img->width-1) || (x<0))", "((y>img->height-1) || (y<0))"; -5 "pixel==0"; -2 "Error get tile to read".
+ * Reads all nChannels samples of a pixel, alpha included, into pixel, in the element type of the depth (at depth 1 a
+ * byte, 0 or 1). With origin MOX_ORIGIN_BL y counts from the last row. Region, coi and mask play no part. "Incorrect
+ * Image"; -5 "((x>img->width-1) || (x<0))", "((y>img->height-1) || (y<0))"; -5 "pixel==0"; -2 "Error get tile to read".
  */
 MOX_EXPORT void MOX_CALL moxGetPixel(MoxImage *image, int x, int y, void *pixel);
 
-/** Writes all nChannels samples of a pixel; the rules of moxGetPixel. At depth 1 only bit 0 of the first byte counts. -2 "Error get tile to write". */
+/** Writes all nChannels samples of a pixel; the rules of moxGetPixel. At depth 1 only bit 0 of the first byte counts.
+ * -2 "Error get tile to write". */
 MOX_EXPORT void MOX_CALL moxPutPixel(MoxImage *image, int x, int y, const void *pixel);
 
 /* ------------------------------------------------------------------------------------------------------------------
  * Arithmetic and logic on two images.
  *
- * The three images have one depth and one dataOrder and equal numbers of processed channels. Integer results are exact, then clamped to
- * the range of the depth. Float results are single precision; where both operands are NaN the first one's payload is kept.
+ * The three images have one depth and one dataOrder and equal numbers of processed channels. Integer results are exact,
+ * then clamped to the range of the depth. Float results are single precision; where both operands are NaN the first
+ * one's payload is kept.
  *
- * Failures, in this order: "Incorrect Image" with the fault of A, B or the destination; -5 "(srcImageA->depth != dstImage->depth)", "(srcImageB->depth != dstImage->depth)",
- * "(srcImageA->dataOrder != dstImage->dataOrder)", "(srcImageB->dataOrder != dstImage->dataOrder)", "(nChSrcA != nChDst)", "(nChSrcB != nChDst)"; -4 "Out of memory" for the combined
- * mask; -5 "(srcImageA->tileInfo->tileData == 0)" and likewise srcImageB, dstImage for a tile that was not delivered: what was done before stays, tiles in hand are not released.
+ * Failures, in this order: "Incorrect Image" with the fault of A, B or the destination; -5 "(srcImageA->depth !=
+ * dstImage->depth)", "(srcImageB->depth != dstImage->depth)",
+ * "(srcImageA->dataOrder != dstImage->dataOrder)", "(srcImageB->dataOrder != dstImage->dataOrder)", "(nChSrcA !=
+ * nChDst)", "(nChSrcB != nChDst)"; -4 "Out of memory" for the combined mask; -5 "(srcImageA->tileInfo->tileData == 0)"
+ * and likewise srcImageB, dstImage for a tile that was not delivered: what was done before stays, tiles in hand are not
+ * released.
  *
- * Where no region, alpha or mask is in the way and the images agree in width, height, imageSize and align, the whole buffers are processed in one run, row padding included; in
- * all other cases no padding byte is written.
+ * Where no region, alpha or mask is in the way and the images agree in width, height, imageSize and align, the whole
+ * buffers are processed in one run, row padding included; in all other cases no padding byte is written.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /** dst = A + B. At depth 1 the call becomes moxOr before any check. -5 "srcImageA==0". */
@@ -455,31 +479,37 @@ MOX_EXPORT void MOX_CALL moxXor(MoxImage *srcImageA, MoxImage *srcImageB, MoxIma
 /* ------------------------------------------------------------------------------------------------------------------
  * One image and a constant, and unary operations.
  *
- * Both images have one depth and dataOrder and equal numbers of processed channels; results as above. Many calls become another operation before any check, and then
- * report under its name: a fault of moxAddS at 8 and 16 bits is a report of moxSubtractS, moxOrS or moxAndS.
+ * Both images have one depth and dataOrder and equal numbers of processed channels; results as above. Many calls become
+ * another operation before any check, and then report under its name: a fault of moxAddS at 8 and 16 bits is a report
+ * of moxSubtractS, moxOrS or moxAndS.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth != dstImage->depth)", "(srcImage->dataOrder != dstImage->dataOrder)", "(nChSrc != nChDst)"; -4 "Out of
- * memory"; -5 "(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)". Where a null source is tested: -5 "srcImage==0".
+ * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth != dstImage->depth)",
+ * "(srcImage->dataOrder != dstImage->dataOrder)", "(nChSrc != nChDst)"; -4 "Out of memory"; -5
+ * "(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)". Where a null source is tested: -5
+ * "srcImage==0".
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
- * dst = src + value. At depth 1 it is moxOrS; at 8 and 16 bits moxSubtractS of -value. Null source tested. -5 "For processing depth 32F use function moxAddSFP".
+ * dst = src + value. At depth 1 it is moxOrS; at 8 and 16 bits moxSubtractS of -value. Null source tested. -5 "For
+ * processing depth 32F use function moxAddSFP".
  */
 MOX_EXPORT void MOX_CALL moxAddS(MoxImage *srcImage, MoxImage *dstImage, int value);
 
 /**
- * dst = src - value, or value - src where flip is not 0. At depth 1 moxXorS or moxAndS, at unsigned depths moxAndS or moxOrS for values beyond the range. Null source
- * tested. -5 "For processing depth 32F use function moxSubtractSFP".
+ * dst = src - value, or value - src where flip is not 0. At depth 1 moxXorS or moxAndS, at unsigned depths moxAndS or
+ * moxOrS for values beyond the range. Null source tested. -5 "For processing depth 32F use function moxSubtractSFP".
  */
 MOX_EXPORT void MOX_CALL moxSubtractS(MoxImage *srcImage, MoxImage *dstImage, int value, int flip);
 
 /**
- * dst = src x value. At depth 1 moxAndS; at unsigned depths moxAndS for a value of 0 or less. Null source tested. -5 "For processing depth 32F use function moxMultiplySFP".
+ * dst = src x value. At depth 1 moxAndS; at unsigned depths moxAndS for a value of 0 or less. Null source tested. -5
+ * "For processing depth 32F use function moxMultiplySFP".
  */
 MOX_EXPORT void MOX_CALL moxMultiplyS(MoxImage *srcImage, MoxImage *dstImage, int value);
 
 /**
- * dst = src AND value, bit by bit, with the low bits of value that the depth has (at depth 1 bit 0). -5 "This function does not support depth 32F".
+ * dst = src AND value, bit by bit, with the low bits of value that the depth has (at depth 1 bit 0). -5 "This function
+ * does not support depth 32F".
  */
 MOX_EXPORT void MOX_CALL moxAndS(MoxImage *srcImage, MoxImage *dstImage, int value);
 
@@ -490,26 +520,30 @@ MOX_EXPORT void MOX_CALL moxOrS(MoxImage *srcImage, MoxImage *dstImage, int valu
 MOX_EXPORT void MOX_CALL moxXorS(MoxImage *srcImage, MoxImage *dstImage, int value);
 
 /**
- * dst = src << nShift within the sample's width; bits that leave are lost. 0 becomes moxXorS with 0 (a copy), a shift of the whole width moxAndS with 0. Null source tested. -5 "This
- * function does not support depth 32F".
+ * dst = src << nShift within the sample's width; bits that leave are lost. 0 becomes moxXorS with 0 (a copy), a shift
+ * of the whole width moxAndS with 0. Null source tested. -5 "This function does not support depth 32F".
  */
 MOX_EXPORT void MOX_CALL moxLShiftS(MoxImage *srcImage, MoxImage *dstImage, unsigned nShift);
 
 /**
- * dst = src >> nShift, logical for unsigned depths, arithmetic for signed ones (rounding down), where a shift beyond the width leaves the sign. 0 and, for unsigned depths, a shift
- * of the whole width become moxXorS and moxAndS with 0. Null source tested. -5 "This function does not support depth 32F".
+ * dst = src >> nShift, logical for unsigned depths, arithmetic for signed ones (rounding down), where a shift beyond
+ * the width leaves the sign. 0 and, for unsigned depths, a shift of the whole width become moxXorS and moxAndS with 0.
+ * Null source tested. -5 "This function does not support depth 32F".
  */
 MOX_EXPORT void MOX_CALL moxRShiftS(MoxImage *srcImage, MoxImage *dstImage, unsigned nShift);
 
-/** dst = src + value in single precision. Depth 32F only: -5 "For processing this depth use function moxAddS". Null source tested. */
+/** dst = src + value in single precision. Depth 32F only: -5 "For processing this depth use function moxAddS". Null
+ * source tested. */
 MOX_EXPORT void MOX_CALL moxAddSFP(MoxImage *srcImage, MoxImage *dstImage, float value);
 
 /**
- * dst = src - value, or value - src where flip is not 0, in single precision. Depth 32F only: -5 "For processing this depth use function moxSubtractS". Null source tested.
+ * dst = src - value, or value - src where flip is not 0, in single precision. Depth 32F only: -5 "For processing this
+ * depth use function moxSubtractS". Null source tested.
  */
 MOX_EXPORT void MOX_CALL moxSubtractSFP(MoxImage *srcImage, MoxImage *dstImage, float value, int flip);
 
-/** dst = src x value in single precision. Depth 32F only: -5 "For processing this depth use function moxMultiplyS". Null source tested. */
+/** dst = src x value in single precision. Depth 32F only: -5 "For processing this depth use function moxMultiplyS".
+ * Null source tested. */
 MOX_EXPORT void MOX_CALL moxMultiplySFP(MoxImage *srcImage, MoxImage *dstImage, float value);
 
 /** dst = NOT src: moxXorS with -1, and reports under that name. */
@@ -519,8 +553,10 @@ MOX_EXPORT void MOX_CALL moxNot(MoxImage *srcImage, MoxImage *dstImage);
 MOX_EXPORT void MOX_CALL moxSquare(MoxImage *srcImage, MoxImage *dstImage);
 
 /**
- * dst = |src|; the most negative integer becomes the largest, -0.0 becomes +0.0. Unsigned depths are copied by moxCopy (and so not while the status word is negative), a fault there is
- * followed by -1 "moxCopy is failed". -5 "srcImage==0", "dstImage==0"; besides the tests above -5 "(srcImage->nChannels != dstImage->nChannels)", "(nChSrcCoi != nChDstCoi)" in place of
+ * dst = |src|; the most negative integer becomes the largest, -0.0 becomes +0.0. Unsigned depths are copied by moxCopy
+ * (and so not while the status word is negative), a fault there is followed by -1 "moxCopy is failed". -5
+ * "srcImage==0", "dstImage==0"; besides the tests above -5 "(srcImage->nChannels != dstImage->nChannels)", "(nChSrcCoi
+ * != nChDstCoi)" in place of
  * "(nChSrc != nChDst)".
  */
 MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
@@ -528,26 +564,31 @@ MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
 /* ------------------------------------------------------------------------------------------------------------------
  * Neighbourhood filters.
  *
- * What a window reads beyond the image follows the source's border rules (moxSetBorderMode); pixels of the image beyond its region are
- * real input. A source that is the destination gives the same result as a copy of it, tiled or not.
+ * What a window reads beyond the image follows the source's border rules (moxSetBorderMode); pixels of the image beyond
+ * its region are real input. A source that is the destination gives the same result as a copy of it, tiled or not.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
- * dst(x, y) = the mean of the nCols x nRows window whose top left is at (x - anchorX, y - anchorY). The sum is multiplied by the float 1 / (nCols x nRows) and cut off
- * towards zero, without rounding: 5 x 5 pixels of value 10 give 9. Integer sums have 32 bits and wrap. At 32F sums and product are single precision, chopped, and the window's
- * sum slides along the row: rounding errors add up, and start anew with each tile of a tiled destination. At depth 1 a bit is set where half of the window is. A window of
- * 1 x 1 is moxCopy, with its rules and reports. The cost of a sample does not depend on the window. The images' dataOrder may differ.
+ * dst(x, y) = the mean of the nCols x nRows window whose top left is at (x - anchorX, y - anchorY). The sum is
+ * multiplied by the float 1 / (nCols x nRows) and cut off towards zero, without rounding: 5 x 5 pixels of value 10
+ * give 9. Integer sums have 32 bits and wrap. At 32F sums and product are single precision, chopped, and the window's
+ * sum slides along the row: rounding errors add up, and start anew with each tile of a tiled destination. At depth 1 a
+ * bit is set where half of the window is. A window of 1 x 1 is moxCopy, with its rules and reports. The cost of a
+ * sample does not depend on the window. The images' dataOrder may differ.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth!=dstImage->depth)", "(nRows<0||nCols<0)", "(anchorX<0||anchorY<0)",
- * "(anchorX>=nCols||anchorY>=nRows)"; -18 "bad alpha channel's number" where an image or mask with alpha and no coi has no other channel; -15 "bad channel's number" where the numbers
- * of processed channels differ; -4 "Allocation failure", also for a source tile that is not delivered; -5 "(dstImage->tileInfo->tileData == 0)".
+ * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth!=dstImage->depth)",
+ * "(nRows<0||nCols<0)", "(anchorX<0||anchorY<0)",
+ * "(anchorX>=nCols||anchorY>=nRows)"; -18 "bad alpha channel's number" where an image or mask with alpha and no coi has
+ * no other channel; -15 "bad channel's number" where the numbers of processed channels differ; -4 "Allocation failure",
+ * also for a source tile that is not delivered; -5 "(dstImage->tileInfo->tileData == 0)".
  */
 MOX_EXPORT void MOX_CALL moxBlur(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
                                  int anchorY);
 
 /**
- * A kernel of integer coefficients. Made by moxCreateConvKernel, read by moxGetConvKernel: the record holds the coefficients in reverse order and the
- * anchor mirrored. Read-only during a convolution, so calls and threads may share it.
+ * A kernel of integer coefficients. Made by moxCreateConvKernel, read by moxGetConvKernel: the record holds the
+ * coefficients in reverse order and the anchor mirrored. Read-only during a convolution, so calls and threads may share
+ * it.
  */
 typedef struct MoxConvKernel {
     int nCols;
@@ -577,9 +618,10 @@ enum {
 };
 
 /**
- * Creates a kernel from nCols x nRows coefficients, row by row. The coefficient at the anchor multiplies the pixel itself. Each sum is shifted right by nShiftR, rounding down; shifts of
- * 32 and more, and negative ones, have no defined result. Free it with moxDeleteConvKernel.
- * Null and a report: -5 "(values == 0)", "(nRows<=0 || nCols<=0)", "(anchorX<0 ||anchorY<0 ||nRows<=anchorY || nCols<=anchorX)"; -4 "Allocation failure".
+ * Creates a kernel from nCols x nRows coefficients, row by row. The coefficient at the anchor multiplies the pixel
+ * itself. Each sum is shifted right by nShiftR, rounding down; shifts of 32 and more, and negative ones, have no
+ * defined result. Free it with moxDeleteConvKernel. Null and a report: -5 "(values == 0)", "(nRows<=0 || nCols<=0)",
+ * "(anchorX<0 ||anchorY<0 ||nRows<=anchorY || nCols<=anchorX)"; -4 "Allocation failure".
  */
 MOX_EXPORT MoxConvKernel *MOX_CALL moxCreateConvKernel(int nCols, int nRows, int anchorX, int anchorY,
                                                        const int *values, int nShiftR);
@@ -593,8 +635,9 @@ MOX_EXPORT MoxConvKernelFP *MOX_CALL moxCreateConvKernelFP(int nCols, int nRows,
                                                            const float *values);
 
 /**
- * Gives back what a kernel was made from; *values is the caller's array of nCols x nRows. Nothing is filled, and the fault returned, after any of: -5 "kernel==0",
- * "ownBadKernel((OwnConvKernel*)kernel)", "nRows==0" and "nCols==0", "anchorX==0" and "anchorY==0" (both of a pair are reported), "values==0", "nShiftR==0"; and while the status word is
+ * Gives back what a kernel was made from; *values is the caller's array of nCols x nRows. Nothing is filled, and the
+ * fault returned, after any of: -5 "kernel==0", "ownBadKernel((OwnConvKernel*)kernel)", "nRows==0" and "nCols==0",
+ * "anchorX==0" and "anchorY==0" (both of a pair are reported), "values==0", "nShiftR==0"; and while the status word is
  * negative from an earlier fault. Returns 0 otherwise.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxGetConvKernel(MoxConvKernel *kernel, int *nCols, int *nRows, int *anchorX,
@@ -615,27 +658,75 @@ MOX_EXPORT void MOX_CALL moxDeleteConvKernel(MoxConvKernel *kernel);
 MOX_EXPORT void MOX_CALL moxDeleteConvKernelFP(MoxConvKernelFP *kernel);
 
 /**
- * dst(x, y) = sum over r, c of values[r][c] x src(x + anchorX - c, y + anchorY - r), shifted right by nShiftR, saturated; of 1 to 10 kernels, combined by combineMethod (MOX_COMBINE_..., of
- * which a single kernel takes the square of its result, or for the root its absolute value). Every depth but 32F.
+ * dst(x, y) = sum over r, c of values[r][c] x src(x + anchorX - c, y + anchorY - r), shifted right by nShiftR,
+ * saturated; of 1 to 10 kernels, combined by combineMethod (MOX_COMBINE_..., of which a single kernel takes the square
+ * of its result, or for the root its absolute value). Every depth but 32F.
  *
- * Arithmetic: 16-bit integers for a kernel whose sums cannot leave them, on samples of up to 8 bits; 32-bit integers where sums cannot leave those; single precision, and rounding to the
- * nearest integer, for all other kernels, for coefficients beyond 16 bits and for depth 32S. A single kernel's square wraps in its own width. Several kernels combine in 32-bit integers if
- * all of them have 16-bit sums, else in single precision.
+ * Arithmetic: 16-bit integers for a kernel whose sums cannot leave them, on samples of up to 8 bits; 32-bit integers
+ * where sums cannot leave those; single precision, and rounding to the nearest integer, for all other kernels, for
+ * coefficients beyond 16 bits and for depth 32S. A single kernel's square wraps in its own width. Several kernels
+ * combine in 32-bit integers if all of them have 16-bit sums, else in single precision.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -11 "Bad ROI offsets"; -5 "kernel==0", "(nKernels<=0 || nKernels>10)", "Inadmissible method" (for several kernels),
- * "kernel[i]==0", "Bad kernel structure", "Uncompatible images" (depth or dataOrder), "32F images can be processed only with FP kernel". Where the regions have anything in
- * common: -5 "One of the COI is not defined", "No channel to operate", "Uncompatible images" (numbers of processed channels); -4 "Allocation failure", also for a source tile that is not
- * delivered; -5 "Internal error" for a tile of the destination.
+ * Failures, in this order: "Incorrect Image" (source, destination); -11 "Bad ROI offsets"; -5 "kernel==0",
+ * "(nKernels<=0 || nKernels>10)", "Inadmissible method" (for several kernels), "kernel[i]==0", "Bad kernel structure",
+ * "Uncompatible images" (depth or dataOrder), "32F images can be processed only with FP kernel". Where the regions have
+ * anything in common: -5 "One of the COI is not defined", "No channel to operate", "Uncompatible images" (numbers of
+ * processed channels); -4 "Allocation failure", also for a source tile that is not delivered; -5 "Internal error" for a
+ * tile of the destination.
  */
 MOX_EXPORT void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernel **kernel, int nKernels,
                                        int combineMethod);
 
 /**
- * moxConvolve2D for depth 32F, with float kernels, in single precision: products are added to 0 one after the other, two rows of the kernel at a time and in these column by column. -5 "FP
- * kernel can be used only for 32F images".
+ * moxConvolve2D for depth 32F, with float kernels, in single precision: products are added to 0 one after the other,
+ * two rows of the kernel at a time and in these column by column. -5 "FP kernel can be used only for 32F images".
  */
-MOX_EXPORT void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP **kernel,
-                                         int nKernels, int combineMethod);
+MOX_EXPORT void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP **kernel, int nKernels,
+                                         int combineMethod);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Bitmaps
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** How samples are brought to fewer levels. */
+enum {
+    MOX_DITHER_NONE = 1,    /**< the nearest below; no error is kept */
+    MOX_DITHER_FS = 2,      /**< error diffusion to 4 neighbours (Floyd and Steinberg 1976) */
+    MOX_DITHER_JJH = 4,     /**< error diffusion to 12 neighbours (Jarvis, Judice and Ninke 1976) */
+    MOX_DITHER_STUCKEY = 8, /**< error diffusion to 12 neighbours (Stucki 1981) */
+    MOX_DITHER_BAYER = 16   /**< ordered, by a matrix of 4 x 4 thresholds (Bayer 1973) */
+};
+
+/** Where the palette of a bitmap comes from. */
+enum {
+    MOX_PALCONV_NONE = 0,     /**< the bitmap's own, as it is */
+    MOX_PALCONV_POPULATE = 1, /**< a fixed one: grays for a gray image, an even spread of colours for a colour image */
+    MOX_PALCONV_MEDCUT = 2    /**< from the image's own colours, by median cut (Heckbert 1982) */
+};
+
+/**
+ * The header of a device-independent bitmap, 40 bytes; palette and pixels follow it. On Windows it is the system's:
+ * include <windows.h> to fill one.
+ */
+#if defined(_WIN32)
+struct tagBITMAPINFOHEADER;
+#else
+typedef struct tagBITMAPINFOHEADER {
+    unsigned biSize;         /**< sizeof(BITMAPINFOHEADER) */
+    int biWidth;             /**< in pixels */
+    int biHeight;            /**< rows; positive with the bottom row first in memory, negative with the top row first */
+    unsigned short biPlanes; /**< 1 */
+    unsigned short biBitCount; /**< 1, 4, 8, 16, 24 or 32 */
+    unsigned biCompression;    /**< BI_RGB, BI_RLE8, BI_RLE4 or BI_BITFIELDS */
+    unsigned biSizeImage;      /**< bytes of the pixels; may be 0 unless they are compressed */
+    int biXPelsPerMeter;
+    int biYPelsPerMeter;
+    unsigned biClrUsed; /**< palette entries; 0 for 1 << biBitCount */
+    unsigned biClrImportant;
+} BITMAPINFOHEADER;
+
+enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
+#endif
 
 #ifdef __cplusplus
 }
