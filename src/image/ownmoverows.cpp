@@ -140,98 +140,87 @@ void scatter(const void *row_, void *dst_, int step, int count, size_t pixels) {
     }
 }
 
-// Byte lanes for each value of a mask byte, the first ones for the top bit.
-template <int repeat>
-struct LaneTable {
-    uint8_t lanes[256][8 * repeat];
-};
-template <int repeat>
-constexpr LaneTable<repeat> makeLaneTable() {
-    LaneTable<repeat> table = {};
-    for (int bits = 0; bits < 256; ++bits) {
-        for (int i = 0; i < 8 * repeat; ++i)
-            table.lanes[bits][i] = (bits >> (7 - i / repeat) & 1) != 0 ? 255 : 0;
-    }
-    return table;
-}
-
+// Lanes of `width` bytes each for the bits of a mask, the first bit on top of a byte.
 #if defined(__AVX2__)
-// Where a lane of 32 finds its bit in a word of 32 of them: in vector v of those that the word fills.
-template <int repeat>
+// Where a byte of lanes finds its bit in a word of 32 of them: in vector v of those that the word fills.
+template <int width>
 struct BitPlaces {
-    alignas(32) uint8_t byte[repeat][32];
-    alignas(32) uint8_t bit[repeat][32];
+    alignas(32) uint8_t byte[width][32];
+    alignas(32) uint8_t bit[width][32];
 };
-template <int repeat>
-constexpr BitPlaces<repeat> makeBitPlaces() {
-    BitPlaces<repeat> places = {};
-    for (int i = 0; i < 32 * repeat; ++i) {
-        const int bit = i / repeat;
+template <int width>
+constexpr BitPlaces<width> makeBitPlaces() {
+    BitPlaces<width> places = {};
+    for (int i = 0; i < 32 * width; ++i) {
+        const int bit = i / width;
         places.byte[i / 32][i % 32] = static_cast<uint8_t>(bit / 8);
         places.bit[i / 32][i % 32] = static_cast<uint8_t>(128 >> bit % 8);
     }
     return places;
 }
-#endif
 
-template <int repeat>
-void repeatLanes(const uint8_t *bits, uint8_t *lanes, size_t count) {
-    static constexpr LaneTable<repeat> table = makeLaneTable<repeat>();
-    size_t i = 0;
-#if defined(__AVX2__)
-    static constexpr BitPlaces<repeat> places = makeBitPlaces<repeat>();
-    for (; i + 32 <= count; i += 32) {
-        int word;
-        std::memcpy(&word, bits + i / 8, sizeof word);
+template <int width>
+void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
+    static constexpr BitPlaces<width> places = makeBitPlaces<width>();
+    const auto expandWord = [](const uint8_t *from, size_t bytes, uint8_t *to) {
+        int word = 0;
+        std::memcpy(&word, from, bytes);
         const __m256i words = _mm256_set1_epi32(word);
-        for (size_t v = 0; v < repeat; ++v) {
+        for (size_t v = 0; v < width; ++v) {
             const __m256i bit = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.bit[v]));
             const __m256i byte = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.byte[v]));
             const __m256i found = _mm256_and_si256(_mm256_shuffle_epi8(words, byte), bit);
-            _mm256_storeu_si256(reinterpret_cast<__m256i *>(lanes + i * repeat + v * 32),
-                                _mm256_cmpeq_epi8(found, bit));
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + v * 32), _mm256_cmpeq_epi8(found, bit));
         }
+    };
+    size_t i = 0;
+    for (; i + 32 <= count; i += 32)
+        expandWord(bits + i / 8, 4, lanes + i * width);
+    if (i == count) return;
+    uint8_t last[32 * width];
+    const size_t bytes = (count - i + 7) / 8;
+    expandWord(bits + i / 8, bytes, last);
+    std::memcpy(lanes + i * width, last, bytes * 8 * width);
+}
+#else
+// Eight bytes for each value of a mask byte.
+struct LaneTable {
+    uint8_t lanes[256][8];
+};
+constexpr LaneTable makeLaneTable() {
+    LaneTable table = {};
+    for (int bits = 0; bits < 256; ++bits) {
+        for (int i = 0; i < 8; ++i)
+            table.lanes[bits][i] = (bits >> (7 - i) & 1) != 0 ? 255 : 0;
     }
-#endif
-    for (; i < count; i += 8)
-        std::memcpy(lanes + i * repeat, table.lanes[bits[i / 8]], sizeof table.lanes[0]);
+    return table;
 }
 
-void expandLanes8(const uint8_t *bits, int repeat, void *lanes_, size_t count) {
+template <int width>
+void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
+    static constexpr LaneTable table = makeLaneTable();
+    for (size_t i = 0; i < count; i += 8, lanes += 8 * width) {
+        const uint8_t *bytes = table.lanes[bits[i / 8]];
+        for (int k = 0; k < 8 * width; ++k)
+            lanes[k] = bytes[k / width];
+    }
+}
+#endif
+
+// Every byte of a lane is the same.
+template <int bytes>
+void expandLanes(const uint8_t *bits, int repeat, void *lanes_, size_t count) {
     uint8_t *lanes = static_cast<uint8_t *>(lanes_);
     switch (repeat) {
         case 1:
-            return repeatLanes<1>(bits, lanes, count);
+            return expandBits<bytes>(bits, lanes, count);
         case 2:
-            return repeatLanes<2>(bits, lanes, count);
+            return expandBits<bytes * 2>(bits, lanes, count);
         case 3:
-            return repeatLanes<3>(bits, lanes, count);
+            return expandBits<bytes * 3>(bits, lanes, count);
         default:
-            return repeatLanes<4>(bits, lanes, count);
+            return expandBits<bytes * 4>(bits, lanes, count);
     }
-}
-
-// Wider lanes are the byte lanes with their sign extended.
-template <class Lane, class Signed>
-void expandWideLanes(const uint8_t *bits, int repeat, void *lanes_, size_t count) {
-    Lane *lanes = static_cast<Lane *>(lanes_);
-    constexpr size_t part = 128;
-    int8_t bytes[part * 4];
-    for (size_t i = 0; i < count; i += part) {
-        const size_t now = count - i < part ? (count - i + 7) / 8 * 8 : part;
-        expandLanes8(bits + i / 8, repeat, bytes, now);
-        const size_t samples = now * static_cast<size_t>(repeat);
-        for (size_t k = 0; k < samples; ++k)
-            lanes[k] = static_cast<Lane>(static_cast<Signed>(bytes[k]));
-        lanes += samples;
-    }
-}
-
-void expandLanes16(const uint8_t *bits, int repeat, void *lanes, size_t count) {
-    expandWideLanes<uint16_t, int16_t>(bits, repeat, lanes, count);
-}
-void expandLanes32(const uint8_t *bits, int repeat, void *lanes, size_t count) {
-    expandWideLanes<uint32_t, int32_t>(bits, repeat, lanes, count);
 }
 
 // Words of eight bytes, each byte shifted on its own: the bits that its neighbours would bring are cut off. The last
@@ -279,7 +268,7 @@ const OwnMoveRows moveRows = {
      {Exchange<Own32U>::plain, Exchange<Own32U>::masked, nullptr}},
     {gather<Own8U>, gather<Own16U>, gather<Own32U>},
     {scatter<Own8U>, scatter<Own16U>, scatter<Own32U>},
-    {expandLanes8, expandLanes16, expandLanes32},
+    {expandLanes<1>, expandLanes<2>, expandLanes<4>},
     shiftBits,
     fence,
 };

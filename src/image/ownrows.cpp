@@ -13,8 +13,10 @@ namespace {
 constexpr int SCRATCH_BYTES = 4096;
 // Scratch beyond this many bytes a pixel is not worth a row: channels are then processed one by one.
 constexpr int WIDEST_PIXEL = SCRATCH_BYTES / 64;
-// A pass over this much memory pushes everything else out of the caches, its own destination included.
+// A pass over this much memory pushes everything else out of the caches, its own destination included. Where nothing is
+// read the caches keep up longer.
 constexpr int64_t STREAM_BYTES = int64_t{32} << 20;
+constexpr int64_t STREAM_FILL_BYTES = int64_t{48} << 20;
 constexpr int64_t SHORTEST_STREAM = 1024;
 
 struct alignas(64) Scratch {
@@ -47,7 +49,8 @@ void startOfRow(const OwnRows &rows, int plane, int row, uint8_t **at) {
 
 // Storing past the caches pays where they could not keep the destination, unless a source has brought it in already.
 bool shouldStream(const OwnRowForms &kernel, uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll) {
-    if (!kernel.streamed || bytesOfAll * count < STREAM_BYTES || bytesOfRun < SHORTEST_STREAM) return false;
+    const int64_t enough = count > 1 ? STREAM_BYTES : STREAM_FILL_BYTES;
+    if (!kernel.streamed || bytesOfAll * count < enough || bytesOfRun < SHORTEST_STREAM) return false;
     return std::find(at, at + count - 1, at[count - 1]) == at + count - 1;
 }
 
