@@ -697,6 +697,70 @@ enum {
     MOX_DITHER_BAYER = 16   /**< ordered, by a matrix of 4 x 4 thresholds (Bayer 1973) */
 };
 
+/**
+ * Brings an image to fewer levels or fewer bits: from 8U, 16U or 32S (taken as 0 to 4294967295) to the same depth or a
+ * smaller one of these, or to 1U. Not in place. F is the largest value of the source's depth, the step is F / levels.
+ * Each result is a multiple of the step within 0..F, so levels + 1 values, rounded to an integer (ties to even), of
+ * which a smaller destination gets the top bits. A 1-bit destination gets 0 or F.
+ *
+ * levels is at least 2, and at most the number of values of the destination's depth (2147483647 at 32S).
+ *
+ * MOX_DITHER_NONE, with as many levels as the destination has values: the top bits of the sample (at equal depths a
+ * copy). With fewer levels: the largest multiple of the step that is not above the sample.
+ *
+ * MOX_DITHER_FS, _JJH, _STUCKEY. Rows from top to bottom, each from left to right, every channel by itself. Let v be
+ * the sample plus w x (n1 e1 + n2 e2 + ...), e being the errors of neighbours already done, n their weights below and w
+ * 1/16, 1/48 or 1/42: in double precision, the products added in the order of memory, rows above first. The error that
+ * a pixel leaves is v less its output, as a float; beyond the region there is none.
+ *
+ *     FS             JJH                  STUCKEY
+ *                    1  3  5  3  1        1  2  4  2  1
+ *     1  5  3        3  5  7  5  3        2  4  8  4  2
+ *     7  x           5  7  x              4  8  x
+ *
+ * v at or above F gives F. v below 0 gives 1e-07. Otherwise low = step x rint(levels x v / 2^bits - 0.5), and the
+ * output is low + step where v - low is greater than the threshold, else low. At a 1-bit destination the output is F
+ * where v is greater than F / 2, else 0: noise plays no part there.
+ *
+ * MOX_DITHER_BAYER. The same without errors, against the threshold M x step with M = n / 15 from the matrix below, by
+ * the pixel's column and row modulo 4. At a 1-bit destination: F where the sample is greater than M x F or is F,
+ * else 0.
+ *
+ *     0  8  2 10
+ *    12  4 14  6
+ *     3 11  1  9
+ *    15  7 13  5
+ *
+ * The threshold of error diffusion is half a step. noise, in percent from 0 to 100, spreads it: with N = noise / 100 it
+ * lies within 0.5 - N and 0.5 + N steps, and that of MOX_DITHER_BAYER within M - N and M + N. Which of 1024 thresholds
+ * a pixel gets comes from a table of 1024 random indices, by its column, its row and the tables' period. Each call
+ * seeds the C library's generator with 1999 (srand), so that equal calls give equal images; noise takes 2048 numbers
+ * of it (rand), and MOX_DITHER_NONE none. Results with noise are those of the platform's generator. The
+ * generator belongs to the process: calls with noise on several threads at a time disturb one another.
+ *
+ * Columns and rows count from the region's corner, also where an image is tiled: a tiled image gives the same result as
+ * a plain one. Under a mask every pixel is dithered, and those of the mask are stored. The alpha channel is left alone,
+ * unless it is the channel of interest. A channel of interest of either image is that of the other as well, unless that
+ * one names its own; a destination of one channel takes the source's. Where the destination has no such channel nothing
+ * happens. Further channels of the source play no part.
+ *
+ * Memory: of error diffusion one row of floats a channel (FS) or two; rows of scratch where samples do not follow one
+ * another; for a tiled image as many rows as a row of tiles has, up to 64 MiB, or 8 rows if these take more. When it
+ * runs out the call ends without a report, the destination untouched or in part done.
+ *
+ * Failures, in this order: "Incorrect Image" (source, destination); -5 "( (srcImage->depth == MOX_DEPTH_1U ))",
+ * "((srcImage->depth& MOX_DEPTH_MASK) < (dstImage->depth& MOX_DEPTH_MASK))",
+ * "(srcImage->dataOrder!=dstImage->dataOrder)", "(( noise < 0 ) || ( noise > 100 ))",
+ * "(srcImage->alphaChannel!=dstImage->alphaChannel)", "(srcImage->nChannels < dstImage->nChannels)", "ditherType !=
+ * MOX_DITHER_NONE && ditherType != MOX_DITHER_FS && ditherType != MOX_DITHER_JJH && ditherType != MOX_DITHER_STUCKEY &&
+ * ditherType != MOX_DITHER_BAYER", "!( ( srcImage->depth == MOX_DEPTH_32S ) || ((srcImage->depth &
+ * MOX_DEPTH_SIGN)==0))", "!( ( dstImage->depth == MOX_DEPTH_32S ) || ((dstImage->depth & MOX_DEPTH_SIGN)==0))", "This
+ * function does not support depth 32F", "This function isn`t in-plase function", "You incorrectly have set an amount of
+ * levels", " Depth 1u is for Gray, only" (with its blank: a 1-bit destination and a source of several channels, of
+ * which no coi names one); "(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)".
+ */
+MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, int noise, int ditherType, int levels);
+
 /** Where the palette of a bitmap comes from. */
 enum {
     MOX_PALCONV_NONE = 0,     /**< the bitmap's own, as it is */
