@@ -33,24 +33,7 @@ void ownAlignBits(const uint8_t *src, int srcOffset, uint8_t *out, int dstOffset
 }
 
 void ownCopyBits(const uint8_t *src, uint8_t *dst, int srcOffset, int dstOffset, int64_t count) {
-    uint8_t scratch[512];
-    while (count > 0) {
-        const int64_t part = std::min<int64_t>(count, static_cast<int64_t>(sizeof scratch) * 8 - dstOffset);
-        const int64_t bytes = (dstOffset + part + 7) / 8;
-        ownAlignBits(src, srcOffset, scratch, dstOffset, part);
-        const uint8_t first = ownFirstBits(dstOffset);
-        const uint8_t last = ownLastBits(dstOffset, part);
-        const auto keep = [](uint8_t bits, uint8_t now, uint8_t before) {
-            return static_cast<uint8_t>((now & bits) | (before & ~bits));
-        };
-        scratch[0] = keep(first, scratch[0], dst[0]);
-        scratch[bytes - 1] = keep(last, scratch[bytes - 1], dst[bytes - 1]);
-        std::memcpy(dst, scratch, static_cast<size_t>(bytes));
-        // What follows begins on a byte of the destination.
-        src += (srcOffset + part) / 8;
-        srcOffset = static_cast<int>((srcOffset + part) % 8);
-        dst += (dstOffset + part) / 8;
-        dstOffset = static_cast<int>((dstOffset + part) % 8);
-        count -= part;
-    }
+    if (count <= 0) return;
+    const OwnBitRun run = {src, srcOffset};
+    ownMoveRows().copy[OWN_1_BYTE].bits(run, run, dst, dstOffset, count, {});
 }

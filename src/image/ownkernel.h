@@ -21,12 +21,24 @@ using OwnRow = void (*)(const void *a, const void *b, void *d, size_t n, const O
 using OwnMaskedRow = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant,
                               const void *lanes);
 
+// Bits from a bit of a byte on, counted from the top.
+struct OwnBitRun {
+    const uint8_t *at;
+    int bit;
+};
+
+// A row kernel on count bits, each run at its own bit: what lies beside the bits in the first and last byte of d stays.
+// A source may be d's own row at the same bit; a run that the kernel does not use is any other of the three.
+using OwnBitRow = void (*)(OwnBitRun a, OwnBitRun b, uint8_t *d, int bit, int64_t count, const OwnConstant &constant);
+
 // The forms of one kernel. The streamed form stores past the caches, for runs that they could not keep; d must not be a
-// source, and whoever ran it orders the stores with OwnMoveRows::fence. Null where the plain form does as well.
+// source, and whoever ran it orders the stores with OwnMoveRows::fence. Null where the plain form does as well, as is
+// the bit form of kernels that are not for bits.
 struct OwnRowForms {
     OwnRow plain;
     OwnMaskedRow masked;
     OwnRow streamed;
+    OwnBitRow bits = nullptr;
 };
 
 // The tables of the levels that this build has, in the order of OwnCpuLevel.

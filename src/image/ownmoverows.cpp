@@ -9,6 +9,10 @@ namespace OWN_LEVEL {
 namespace {
 
 struct Copy {
+    template <class W>
+    static W word(W a, W, W) {
+        return a;
+    }
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &) {
         return a;
@@ -19,6 +23,13 @@ template <class D>
 void copyRow(const void *a, const void *, void *d, size_t n, const OwnConstant &) {
     std::memmove(d, a, n * sizeof(typename D::Sample));
 }
+
+struct FillBits {
+    template <class W>
+    static W word(W, W, W constant) {
+        return constant;
+    }
+};
 
 template <class D>
 struct Fill {
@@ -257,10 +268,10 @@ void fence() {
 
 extern const OwnMoveRows moveRows;
 const OwnMoveRows moveRows = {
-    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked, OwnUnary<Own8U, Copy>::streamed},
+    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked, OwnUnary<Own8U, Copy>::streamed, OwnLogicForms<Copy>::bits},
      {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked, OwnUnary<Own16U, Copy>::streamed},
      {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked, OwnUnary<Own32U, Copy>::streamed}},
-    {{Fill<Own8U>::plain, Fill<Own8U>::masked, Fill<Own8U>::streamed},
+    {{Fill<Own8U>::plain, Fill<Own8U>::masked, Fill<Own8U>::streamed, OwnLogicForms<FillBits>::bits},
      {Fill<Own16U>::plain, Fill<Own16U>::masked, Fill<Own16U>::streamed},
      {Fill<Own32U>::plain, Fill<Own32U>::masked, Fill<Own32U>::streamed}},
     {{Exchange<Own8U>::plain, Exchange<Own8U>::masked, nullptr},

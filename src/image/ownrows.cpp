@@ -300,89 +300,88 @@ void runStretches(const OwnRows &all, const OwnRowForms &kernel, const OwnConsta
 
 // --------------------------------------------------------------------------------------------------------------- bits
 
-// A stretch of a row of bits, as bytes of the destination. Sources at another bit offset are aligned into the scratch.
-// In the first and last byte the bits beyond the run are put back.
-class BitRunner {
+// Rows of bits without a mask.
+void runBits(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
+    const int last = rows.count - 1;
+    const int bit = rows.spans[last].bit;
+    for (int row = 0; row < rows.height; ++row) {
+        uint8_t *at[OWN_MAX_SPANS];
+        startOfRow(rows, 0, row, at);
+        const OwnBitRun a = {at[0], rows.spans[0].bit};
+        const OwnBitRun b = last > 1 ? OwnBitRun{at[1], rows.spans[1].bit} : a;
+        kernel.bits(a, b, at[last], bit, rows.width, constant);
+    }
+}
+
+// Two images of bits change places by way of a scratch.
+void exchangeBits(const OwnRows &rows) {
+    const OwnRowForms &copy = ownMoveRows().copy[OWN_1_BYTE];
+    const int bits[] = {rows.spans[0].bit, rows.spans[1].bit};
+    alignas(64) uint8_t kept[SCRATCH_BYTES + 8];
+    for (int row = 0; row < rows.height; ++row) {
+        uint8_t *at[OWN_MAX_SPANS];
+        startOfRow(rows, 0, row, at);
+        constexpr int64_t part = SCRATCH_BYTES * 8;
+        for (int64_t x = 0; x < rows.width; x += part) {
+            const int64_t count = std::min(part, rows.width - x);
+            uint8_t *first = at[0] + x / 8, *second = at[1] + x / 8;
+            const auto move = [&](const uint8_t *from, int fromBit, uint8_t *to, int toBit) {
+                copy.bits({from, fromBit}, {from, fromBit}, to, toBit, count, {});
+            };
+            std::memcpy(kept, second, static_cast<size_t>((bits[1] + count + 7) / 8));
+            move(first, bits[0], second, bits[1]);
+            move(kept, bits[1], first, bits[0]);
+        }
+    }
+}
+
+// Rows of bits under a mask, as bytes of the destination: mask and sources at another bit offset are aligned into
+// scratches, and the mask leaves out the bits beyond the run.
+class MaskedBitRunner {
   public:
-    BitRunner(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant)
+    MaskedBitRunner(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant)
         : rows_(rows), kernel_(kernel), constant_(constant) {}
 
     void run() {
         for (int row = 0; row < rows_.height; ++row) {
             uint8_t *at[OWN_MAX_SPANS];
-            int bit[OWN_MAX_SPANS];
             startOfRow(rows_, 0, row, at);
-            for (int i = 0; i < rows_.count; ++i)
-                bit[i] = rows_.spans[i].bit;
-            const uint8_t *mask = rows_.masked ? rows_.mask.start + row * rows_.mask.rowStep : nullptr;
-            runRow(at, bit, mask);
+            const uint8_t *mask = rows_.mask.start + row * rows_.mask.rowStep;
+            for (int64_t x = 0; x < rows_.width; x += STRETCH) {
+                runStretch(at, mask, std::min(STRETCH, rows_.width - x));
+                for (int i = 0; i < rows_.count; ++i)
+                    at[i] += STRETCH / 8;
+                mask += STRETCH / 8;
+            }
         }
     }
 
   private:
-    void runRow(uint8_t **at, int *bit, const uint8_t *mask) {
-        const int last = rows_.count - 1;
-        if (rows_.width <= SCRATCH_BYTES * 8 - bit[last]) {
-            if (mask) ownAlignBits(mask, rows_.mask.bit, lanes_, bit[last], rows_.width);
-            return runStretch(at, bit, rows_.width, mask != nullptr);
-        }
-        int maskBit = rows_.mask.bit;
-        for (int64_t left = rows_.width; left > 0;) {
-            const int64_t bits = std::min<int64_t>(left, SCRATCH_BYTES * 8 - bit[last]);
-            if (mask) ownAlignBits(mask, maskBit, lanes_, bit[last], bits);
-            runStretch(at, bit, bits, mask != nullptr);
-            for (int i = 0; i <= last; ++i)
-                advance(at[i], bit[i], bits);
-            if (mask) advance(mask, maskBit, bits);
-            left -= bits;
-        }
-    }
+    static constexpr int64_t STRETCH = SCRATCH_BYTES * 8;
 
-    template <typename Byte>
-    static void advance(Byte *&at, int &bit, int64_t bits) {
-        at += (bit + bits) / 8;
-        bit = static_cast<int>((bit + bits) % 8);
-    }
-
-    void runStretch(uint8_t *const *at, const int *bit, int64_t bits, bool masked) {
+    void runStretch(uint8_t *const *at, const uint8_t *mask, int64_t bits) {
         const int last = rows_.count - 1;
-        const int offset = bit[last];
+        const int offset = rows_.spans[last].bit;
         const int64_t bytes = (offset + bits + 7) / 8;
-        const uint8_t firstBits = ownFirstBits(offset), lastBits = ownLastBits(offset, bits);
-        uint8_t *to[OWN_MAX_SPANS];
-        for (int i = 0; i <= last; ++i) {
-            const bool aligned = bit[i] == offset;
-            to[i] = aligned ? at[i] : rows_scratch_[i];
-            if (!aligned) ownAlignBits(at[i], bit[i], to[i], offset, bits);
-        }
-        uint8_t *dst = to[last];
-        const uint8_t before = dst[0], beforeEnd = dst[bytes - 1];
-        if (rows_.exchange) return exchangeStretch(at, bit, to, bits, bytes, masked);
-        if (masked) {
-            callMasked(kernel_.masked, to, rows_.count, static_cast<size_t>(bytes), constant_, lanes_);
-        } else {
-            callPlain(kernel_.plain, to, rows_.count, static_cast<size_t>(bytes), constant_);
-        }
-        dst[bytes - 1] = static_cast<uint8_t>((dst[bytes - 1] & lastBits) | (beforeEnd & ~lastBits));
-        dst[0] = static_cast<uint8_t>((dst[0] & firstBits) | (before & ~firstBits));
-    }
-
-    // Both images are written: under lanes that leave the bits beyond the run alone, and the first one is put back at
-    // its own bit offset.
-    void exchangeStretch(uint8_t *const *at, const int *bit, uint8_t **to, int64_t bits, int64_t bytes, bool masked) {
-        const int offset = bit[1];
-        if (!masked) std::memset(lanes_, 255, static_cast<size_t>(bytes));
+        ownAlignBits(mask, rows_.mask.bit, lanes_, offset, bits);
         lanes_[0] &= ownFirstBits(offset);
         lanes_[bytes - 1] &= ownLastBits(offset, bits);
+        uint8_t *to[OWN_MAX_SPANS];
+        for (int i = 0; i <= last; ++i) {
+            const bool aligned = rows_.spans[i].bit == offset;
+            to[i] = aligned ? at[i] : scratch_[i];
+            if (!aligned) ownAlignBits(at[i], rows_.spans[i].bit, to[i], offset, bits);
+        }
         callMasked(kernel_.masked, to, rows_.count, static_cast<size_t>(bytes), constant_, lanes_);
-        if (to[0] != at[0]) ownCopyBits(to[0], at[0], offset, bit[0], bits);
+        // Of two images that change places the first one is put back at its own bit offset.
+        if (rows_.exchange && to[0] != at[0]) ownCopyBits(to[0], at[0], offset, rows_.spans[0].bit, bits);
     }
 
     const OwnRows &rows_;
     const OwnRowForms &kernel_;
     const OwnConstant &constant_;
-    alignas(64) uint8_t rows_scratch_[OWN_MAX_SPANS - 1][SCRATCH_BYTES];
-    alignas(64) uint8_t lanes_[SCRATCH_BYTES];
+    alignas(64) uint8_t scratch_[OWN_MAX_SPANS - 1][SCRATCH_BYTES + 8];
+    alignas(64) uint8_t lanes_[SCRATCH_BYTES + 8];
 };
 
 // Rows that begin and end on bytes, and follow one another, are bytes.
@@ -446,8 +445,12 @@ void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstan
         }
     } else if (asBytes(rows, &bytes)) {
         runContiguous(bytes, kernel, constant);
+    } else if (rows.masked) {
+        MaskedBitRunner(rows, kernel, constant).run();
+    } else if (rows.exchange) {
+        exchangeBits(rows);
     } else {
-        BitRunner(rows, kernel, constant).run();
+        runBits(rows, kernel, constant);
     }
 }
 

@@ -166,12 +166,15 @@ typedef uint64_t OwnWords __attribute__((vector_size(32), aligned(1), may_alias)
 typedef uint64_t OwnWords __attribute__((vector_size(16), aligned(1), may_alias));
 #endif
 
+typedef uint64_t OwnTwoWords __attribute__((vector_size(16), aligned(1), may_alias));
+
 // The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant). Rows of bits are short: the end
 // of one is a vector that overlaps the one before. It is computed first, since the destination may be a source, and
 // stored last. b is ignored by unary kernels, and may be null for them.
 template <class F>
 struct OwnLogicForms {
-    static OwnWords repeat(const OwnConstant &c) { return OwnWords{} + 0x0101010101010101u * (c.value & 0xFF); }
+    static constexpr uint64_t EVERY_BYTE = 0x0101010101010101u;
+    static OwnWords repeat(const OwnConstant &c) { return OwnWords{} + EVERY_BYTE * (c.value & 0xFF); }
     static OwnWords load(const void *p) {
         OwnWords words;
         __builtin_memcpy(&words, p, sizeof words);
@@ -242,7 +245,81 @@ struct OwnLogicForms {
         plain(a + i, b + i, d + i, n - i, c);
     }
 
-    static constexpr OwnRowForms forms = {plain, masked, streamed};
+    // A source's bytes as they lie against the destination's: byte k is from(k)[0] << left | from(k)[1] >> (8 - left).
+    struct BitSource {
+        BitSource(OwnBitRun run, int bit, int64_t count)
+            : at(run.at), first(run.bit < bit ? -1 : 0), left((run.bit - bit) & 7), last((run.bit + count - 1) / 8) {}
+        const uint8_t *from(int64_t k) const { return at + (first + k); }
+        uint8_t byte(int64_t k) const {
+            const auto in = [&](int64_t i) { return i >= 0 && i <= last ? at[i] : 0; };
+            return static_cast<uint8_t>(in(first + k) << left | in(first + k + 1) >> (8 - left));
+        }
+        const uint8_t *at;
+        int64_t first;
+        int left;
+        int64_t last;
+    };
+
+    static void between(const uint8_t *a, int leftA, const uint8_t *b, int leftB, uint8_t *d, size_t n,
+                        const OwnConstant &c) {
+        if (betweenBy<OwnWords>(a, leftA, b, leftB, d, n, c)) return;
+        if (betweenBy<OwnTwoWords>(a, leftA, b, leftB, d, n, c) || betweenBy<uint64_t>(a, leftA, b, leftB, d, n, c))
+            return;
+        const auto value = static_cast<uint8_t>(c.value);
+        const auto byte = [](const uint8_t *p, int left) {
+            return static_cast<uint8_t>(p[0] << left | p[1] >> (8 - left));
+        };
+        for (size_t i = 0; i < n; ++i)
+            d[i] = static_cast<uint8_t>(F::word(byte(a + i, leftA), byte(b + i, leftB), value));
+    }
+
+    // False for rows that are shorter than the words.
+    template <class Words>
+    static bool betweenBy(const uint8_t *a, int leftA, const uint8_t *b, int leftB, uint8_t *d, size_t n,
+                          const OwnConstant &c) {
+        constexpr size_t step = sizeof(Words);
+        if (n < step) return false;
+        const Words constant = Words{} + EVERY_BYTE * (c.value & 0xFF);
+        const auto at = [&](size_t i) {
+            return F::word(loadShifted<Words>(a + i, leftA), loadShifted<Words>(b + i, leftB), constant);
+        };
+        const auto put = [&](size_t i, Words words) { __builtin_memcpy(d + i, &words, step); };
+        const Words end = at(n - step);
+        for (size_t i = 0; i + step <= n; i += step)
+            put(i, at(i));
+        put(n - step, end);
+        return true;
+    }
+
+    // Each byte is shifted on its own: the bits that its neighbours would bring are cut off.
+    template <class Words>
+    static Words loadShifted(const uint8_t *p, int left) {
+        const uint64_t high = EVERY_BYTE * (0xFFu << left & 0xFF), low = EVERY_BYTE * (0xFFu >> (8 - left));
+        Words words, following;
+        __builtin_memcpy(&words, p, sizeof words);
+        __builtin_memcpy(&following, p + 1, sizeof following);
+        return (words << left & high) | (following >> (8 - left) & low);
+    }
+
+    // A row of bits in three parts: its first byte, the bytes that it fills, its last byte. Those between take a byte
+    // of a source from two bytes, of which both hold bits of the run.
+    static void bits(OwnBitRun a_, OwnBitRun b_, uint8_t *d, int bit, int64_t count, const OwnConstant &c) {
+        const int64_t n = (bit + count + 7) / 8;
+        const auto value = static_cast<uint8_t>(c.value);
+        const auto firstBits = static_cast<uint8_t>(0xFF >> bit);
+        const auto lastBits = static_cast<uint8_t>(0xFF << (n * 8 - bit - count));
+        const BitSource a(a_, bit, count), b(b_, bit, count);
+        const auto edge = [&](int64_t k, uint8_t stored) {
+            const auto result = static_cast<uint8_t>(F::word(a.byte(k), b.byte(k), value));
+            d[k] = ownSelect<Own8U>(stored, result, d[k]);
+        };
+        if (n == 1) return edge(0, firstBits & lastBits);
+        edge(0, firstBits);
+        if (n > 2) between(a.from(1), a.left, b.from(1), b.left, d + 1, static_cast<size_t>(n - 2), c);
+        edge(n - 1, lastBits);
+    }
+
+    static constexpr OwnRowForms forms = {plain, masked, streamed, bits};
 };
 
 // The three forms of a kernel that works on 64 bytes at a time, by F::block(a, b, d, constant): where a processor has
