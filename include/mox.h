@@ -792,6 +792,125 @@ typedef struct tagBITMAPINFOHEADER {
 enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
 #endif
 
+/*
+ * A bitmap in memory is the header, then for BI_BITFIELDS at 16 and 32 bits three masks of 32 bits (red, green, blue),
+ * then the palette, then the pixels. A packed bitmap has all of them one behind the other; the Sep functions take the
+ * pixels from a pointer of their own. The palette has biClrUsed entries of 4 bytes (blue, green, red, 0); a biClrUsed
+ * of 0 stands for 1 << biBitCount of them at 1, 4 and 8 bits, and for none above. Rows are padded to 4 bytes. Pixels
+ * are palette indices, the first one in the high bits of a byte; 5 bits a colour at 16 bits, blue lowest; bytes blue,
+ * green, red at 24 bits; blue, green, red, alpha at 32 bits.
+ *
+ * What the caller guarantees, since no function is told how long a bitmap is: that memory holds the header, masks and
+ * palette as above, and behind them (or at dibData) |biHeight| rows of ((|biWidth| x biBitCount + 31) / 32) x 4 bytes.
+ * Instead of these, a run-length coded bitmap that is read has biSizeImage bytes; where biSizeImage is 0, it has a
+ * stream that ends or fails within the memory. Nothing else is read or written, whatever stands in it.
+ *
+ * Rows of a bitmap begin with the bottom one where biHeight is positive. They are taken in memory order where that is
+ * the image's order as well (MOX_ORIGIN_BL), and reversed otherwise.
+ *
+ * Where the format leaves something open: an index beyond the palette is black. Colours of fewer than 8 bits are widened
+ * by repeating their bits, so that white stays white. Masks that do not name three separate runs of bits are taken for
+ * the usual ones (5 bits a colour; 8 bits a colour with red highest); a run of bits that no mask names is alpha at 32
+ * bits. Alpha that a bitmap does not have is opaque in the image; alpha that an image does not have is 0 in the bitmap.
+ * A colour becomes gray as (54 R + 183 G + 19 B) >> 8. Samples of 16 bits are 257 times those of 8 bits, and give their
+ * high byte to a bitmap; samples of 1 bit are the high bit of those of 8.
+ *
+ * Regions, channels of interest and masks of the image play no part: whole images are converted.
+ *
+ * The tests of a bitmap's header, -5 each, in this order ("dibHeader" in place of "dib" in the Sep functions):
+ * "(dib->biSize != sizeof(BITMAPINFOHEADER))", "(dib->biPlanes != 1)", "(dib->biCompression != 0) &&
+ * (dib->biCompression != 1) && (dib->biCompression != 2) && (dib->biCompression != 3)", "(dib->biBitCount != 8) &&
+ * (dib->biCompression == 1)", "(dib->biBitCount != 4) && (dib->biCompression == 2)", "(dib->biHeight < 0) && (
+ * (dib->biCompression == 1) || (dib->biCompression == 2) )", "(dib->biClrUsed > 0x8000)", "( dib->biBitCount==8 &&
+ * dib->biClrUsed>256 )", "( dib->biBitCount==4 && dib->biClrUsed>16 )", and where bitmaps are read "dib->biBitCount is
+ * bad".
+ *
+ * A run-length stream that cannot be decoded gives two reports: -4 "Not enough memory to decompress BI_RLE8 DIB at DIB"
+ * or -5 "Incorrect format of BI_RLE8 DIB" with "(mismatch biHeight or biWidth)", "(mismatch biWidth)", "(bad Delta
+ * command)" or "(mismatch biHeight)", each also with BI_RLE4, and then -3 "Impossible to decompress RLE DIB". Rows must
+ * be complete before they end; the bitmap may end before its last row does. Pixels that a stream skips have index 0.
+ */
+
+/**
+ * A new image with the pixels of a packed bitmap: of depth 1 or one channel of 8 bits where the palette is gray, three
+ * channels "BGR" where it is not and at 16 and 24 bits, four channels "BGRA" with alpha at 32 bits. A palette is gray
+ * if entry i has i x 255 / (count - 1) for blue, green and red; one of a single entry is not.
+ *
+ * With *cloneData 0 the image shares the bitmap's pixels where their layouts are the same: 1 bit with a gray palette, 8
+ * bits with a gray palette of any length, uncompressed (the samples are the indices); 24 bits; 32 bits without masks.
+ * Then *cloneData stays 0, align is 4, and the image lives no longer than the bitmap: free it by moxDeallocateHeader.
+ * In all other cases, and whenever *cloneData is not 0, *cloneData becomes 1, align is 32, and the image owns a copy:
+ * free it by moxDeallocate(image, MOX_FreeHeader | MOX_FreeData). *cloneData changes on success only.
+ *
+ * Null and a report: -5 "( dib == 0 )", "( cloneData == 0 )", "( dib->biSize != sizeof(BITMAPINFOHEADER) )" and the
+ * further tests of a bitmap's header; -4 "Not enough memory to allocate header for destination image", also behind the
+ * report of moxCreateImageHeader on a size that no image can have; -4 "Not enough memory to allocate data for
+ * destination image"; those of a stream.
+ */
+MOX_EXPORT MoxImage *MOX_CALL moxTranslateDIB(struct tagBITMAPINFOHEADER *dib, int *cloneData);
+
+/**
+ * Fills an image of the same size with the pixels of a packed bitmap. The image has one channel named "GRAY" or "G",
+ * three named "BGR" or "RGB", or four named "BGRA" or "RGBA" by channelSeq; depth 1 (one channel), 8U or 16U; either
+ * order. A header without pixels is given its own, which the caller frees by moxDeallocateImage; they go again where
+ * the call fails. Padding of the image's rows is left alone.
+ *
+ * Failures, in this order: -5 "dib==0", "image==0", "( image->alphaChannel < 0 )", "( image->nChannels <
+ * image->alphaChannel )", "( (image->dataOrder != 0) && (image->dataOrder != 1) )", "( (image->origin != 0) &&
+ * (image->origin != 1) )", "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32)
+ * )", "(image->height <= 0)", "(image->width <= 0)", "(image->imageSize <= 0)", "(image->widthStep <= 0)"; the tests of
+ * a bitmap's header; -14 "image->channelSeq unsupport"; "Incorrect Image" with -17 for any other depth, -12 for a tiled
+ * image, -10 and -13 for sizes that no image in memory can have; -4 "Not enough memory to allocate data for destination
+ * image"; those of a stream; -10 "Image size is too small" where the sizes differ in any way.
+ */
+MOX_EXPORT void MOX_CALL moxConvertFromDIB(const struct tagBITMAPINFOHEADER *dib, MoxImage *image);
+
+/**
+ * moxConvertFromDIB of a bitmap whose pixels are at dibData; masks and palette are behind the header. -5 "( 0 ==
+ * dibHeader )", "( 0 == dibData )", "( 0 == image )" come first.
+ */
+MOX_EXPORT void MOX_CALL moxConvertFromDIBSep(const struct tagBITMAPINFOHEADER *dibHeader, const void *dibData,
+                                              MoxImage *image);
+
+/**
+ * Fills a packed bitmap from an image of depth 1, 8U or 16U with one channel, three named "BGR" or "RGB" by channelSeq,
+ * or four with alpha named "BGRA" or "RGBA", in either order, plain or tiled. The caller has set biSize, biWidth,
+ * biHeight, biPlanes, biBitCount and biCompression, and biClrUsed (0 for the usual count).
+ *
+ * Up to 8 bits each pixel becomes the palette entry of least squared distance, the first one of several; at 1 and 4 bits
+ * only entries that an index reaches count. paletteConversion says where the palette comes from: MOX_PALCONV_NONE takes
+ * the bitmap's own; MOX_PALCONV_POPULATE writes the fixed one of 2, 16 or 256 entries (biClrUsed); MOX_PALCONV_MEDCUT
+ * writes one of up to 1 << biBitCount entries, with memory for all of them guaranteed by the caller, and the pixels of
+ * a packed bitmap stand behind those that biClrUsed names in the end. An image of more bits a sample than biBitCount is
+ * first dithered to 1 << biBitCount levels by moxReduceBits, unless dither is MOX_DITHER_NONE; one channel for a 1-bit
+ * bitmap is dithered to bits.
+ *
+ * With BI_BITFIELDS masks that do not name three separate runs of bits are replaced by the usual ones. With BI_RLE8 and
+ * BI_RLE4 the pixels are then compressed, if that makes them smaller; if not, biCompression becomes 0, which is no
+ * fault. Memory for the uncompressed pixels is needed in any case. biSizeImage is set, and up to 8 bits biClrUsed; row
+ * padding and unused bits become 0.
+ *
+ * Failures, in this order: "Incorrect Image" with the header's fault; -5 "dib==0", "( (image->depth != 1) &&
+ * (image->depth != 8) && (image->depth != 16) )", "(image->alphaChannel != 0 && image->alphaChannel != 4)",
+ * "(image->nChannels != 3 && image->nChannels != 1)" without alpha, "(image->nChannels != 4)" with it; the tests of a
+ * bitmap's header; -5 "(image->width != dib->biWidth || image->height != abs_biHeight)", "(dither != 1 && dither != 2 &&
+ * dither != 4 && dither != 8 && dither != 16)", "(paletteConversion != 0 && paletteConversion != 1 && paletteConversion
+ * != 2)"; -5 "Palette conversion is bad"; -14 "image->channelSeq unsupport"; -5 "Parameter biBitCount of DIB-image have
+ * illegal value"; -2 "Error get tile to read"; -3 "Error of creating medcut palette"; -4 "Not enough memory to allocate
+ * header for temporal image", "Not enough memory to allocate data for temporal image"; -3 "Dithering can't be produced";
+ * -4 "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB". From the palette on, the bitmap may have
+ * been written to.
+ */
+MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHEADER *dib, int dither,
+                                         int paletteConversion);
+
+/**
+ * moxConvertToDIB with the pixels at dibData; masks and palette are behind the header. -5 "( 0 == dibHeader )", "( 0 ==
+ * dibData )", "( 0 == image )" come first.
+ */
+MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINFOHEADER *dibHeader, void *dibData,
+                                            int dither, int paletteConversion);
+
 #ifdef __cplusplus
 }
 #endif

@@ -60,4 +60,20 @@ OWN_AT(MoxLibVersion, buildDate, 24);
 OWN_AT(MoxLibVersion, callConv, 28);
 OWN_SIZE(MoxLibVersion, 32);
 
+// The bitmap's header is the platform's, where it has one. No pointers: the same everywhere.
+#if !defined(_WIN32)
+static_assert(offsetof(BITMAPINFOHEADER, biSize) == 0);
+static_assert(offsetof(BITMAPINFOHEADER, biWidth) == 4);
+static_assert(offsetof(BITMAPINFOHEADER, biHeight) == 8);
+static_assert(offsetof(BITMAPINFOHEADER, biPlanes) == 12);
+static_assert(offsetof(BITMAPINFOHEADER, biBitCount) == 14);
+static_assert(offsetof(BITMAPINFOHEADER, biCompression) == 16);
+static_assert(offsetof(BITMAPINFOHEADER, biSizeImage) == 20);
+static_assert(offsetof(BITMAPINFOHEADER, biXPelsPerMeter) == 24);
+static_assert(offsetof(BITMAPINFOHEADER, biYPelsPerMeter) == 28);
+static_assert(offsetof(BITMAPINFOHEADER, biClrUsed) == 32);
+static_assert(offsetof(BITMAPINFOHEADER, biClrImportant) == 36);
+static_assert(sizeof(BITMAPINFOHEADER) == 40);
+#endif
+
 }  // namespace

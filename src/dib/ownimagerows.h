@@ -1,0 +1,28 @@
+// The rows of an image as quads, or as grays of 8 bits: what the conversions see of any depth, order and sequence.
+#pragma once
+
+#include "dib/ownbitmaprows.h"
+#include "dib/owndib.h"
+
+// Pixels that are converted at a time, through buffers on the stack; a multiple of 8.
+constexpr size_t OWN_DIB_PART = 1024;
+
+struct OwnImageRows {
+    uint8_t *data;
+    int64_t widthStep;
+    size_t width;
+    int64_t height;
+    int bits;   // of a sample
+    bool gray;  // one channel, and no layout
+    OwnQuadLayout layout;
+};
+
+// The image has pixels in memory, and channels that ownFindChannels knows unless it has only one.
+OwnImageRows ownImageRows(const MoxImage *image);
+
+// Pixels x to x + n of a row, x being a multiple of 8. The rows of grays are of images with one channel, those of quads
+// of images with several.
+void ownReadGrays(const OwnImageRows &rows, int64_t y, size_t x, size_t n, uint8_t *grays);
+void ownWriteGrays(const OwnImageRows &rows, int64_t y, size_t x, size_t n, const uint8_t *grays);
+void ownReadQuads(const OwnImageRows &rows, int64_t y, size_t x, size_t n, uint32_t *quads);
+void ownWriteQuads(const OwnImageRows &rows, int64_t y, size_t x, size_t n, const uint32_t *quads);
