@@ -11,9 +11,15 @@
 #include "image/ownpair.h"
 
 OWN_DECLARE_LEVELS(OwnPlainReduceRows, plainReduceRows)
+OWN_DECLARE_LEVELS(OwnDiffuseRows, diffuseRows)
 
 const OwnPlainReduceRows &ownPlainReduceRows() {
     static constexpr const OwnPlainReduceRows *tables[] = OWN_LEVEL_TABLES(plainReduceRows);
+    return *tables[ownCpuLevel()];
+}
+
+const OwnDiffuseRows &ownDiffuseRows() {
+    static constexpr const OwnDiffuseRows *tables[] = OWN_LEVEL_TABLES(diffuseRows);
     return *tables[ownCpuLevel()];
 }
 
@@ -66,7 +72,19 @@ int64_t channelStep(const OwnSpan &span) {
 
 OwnReduceFunction pickKernel(const OwnReduction &reduction) {
     const OwnPlainReduceRows &plain = ownPlainReduceRows();
-    return reduction.keepsAll ? plain.keepTop[reduction.size] : plain.below[reduction.size];
+    const OwnDiffuseRows &diffuse = ownDiffuseRows();
+    switch (reduction.ditherType) {
+        case MOX_DITHER_FS:
+            return diffuse.floydSteinberg[reduction.size];
+        case MOX_DITHER_JJH:
+            return diffuse.jarvisJudiceNinke[reduction.size];
+        case MOX_DITHER_STUCKEY:
+            return diffuse.stucki[reduction.size];
+        case MOX_DITHER_BAYER:
+            return (reduction.dstBytes == 0 ? plain.orderBits : plain.orderLevels)[reduction.size];
+        default:
+            return (reduction.keepsAll ? plain.keepTop : plain.below)[reduction.size];
+    }
 }
 
 class ReductionRunner {

@@ -41,11 +41,22 @@ struct OwnReduceBand {
 using OwnReduceFunction = void (*)(const OwnReduction &reduction, const OwnReduceBand &band);
 
 struct OwnPlainReduceRows {
-    OwnReduceFunction keepTop[OWN_SAMPLE_SIZES];  // the sample's top bits
-    OwnReduceFunction below[OWN_SAMPLE_SIZES];    // the nearest level below
+    OwnReduceFunction keepTop[OWN_SAMPLE_SIZES];    // the sample's top bits
+    OwnReduceFunction below[OWN_SAMPLE_SIZES];      // the nearest level below
+    OwnReduceFunction orderBits[OWN_SAMPLE_SIZES];  // by the matrix, to bits
+    OwnReduceFunction orderLevels[OWN_SAMPLE_SIZES];
 };
 
 const OwnPlainReduceRows &ownPlainReduceRows();
+
+// By the filter.
+struct OwnDiffuseRows {
+    OwnReduceFunction floydSteinberg[OWN_SAMPLE_SIZES];
+    OwnReduceFunction jarvisJudiceNinke[OWN_SAMPLE_SIZES];
+    OwnReduceFunction stucki[OWN_SAMPLE_SIZES];
+};
+
+const OwnDiffuseRows &ownDiffuseRows();
 
 // The images of a call, and what of them takes part.
 struct OwnReduceImages {

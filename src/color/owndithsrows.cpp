@@ -18,35 +18,46 @@ struct Reduce32 {
     static constexpr uint32_t full = 0xFFFFFFFF, bias = 0x80000000;
 };
 
-// Samples of a stretch that become bytes before they become bits.
-constexpr size_t STRETCH = 1024;
+// Samples of a row that are worked on at a time. The noise has this period as well.
+constexpr size_t STRETCH = OWN_NOISE_ENTRIES;
 
-// d[i] = the destination's form of compute(sample), a value in the source's unsigned range.
+// d[i] = the destination's form of compute(sample, i), a value in the source's unsigned range.
 template <class S, class Compute>
-void storeRow(const OwnReduction &reduction, const void *src_, void *dst, size_t width, Compute compute) {
+void storeStretch(const OwnReduction &reduction, const void *src_, void *dst, size_t n, Compute compute) {
     const typename S::Sample *src = static_cast<const typename S::Sample *>(src_);
     const int dropped = reduction.dropped;
     if (reduction.dstBytes == 0) {
         uint8_t stretch[STRETCH];
-        uint8_t *bits = static_cast<uint8_t *>(dst);
-        for (size_t x = 0; x < width; x += STRETCH, bits += STRETCH / 8) {
-            const size_t n = width - x < STRETCH ? width - x : STRETCH;
-            for (size_t i = 0; i < n; ++i)
-                stretch[i] = static_cast<uint8_t>(compute(src[x + i] ^ S::bias) >> dropped);
-            ownPackBits(stretch, 7, n, bits);
-        }
+        for (size_t i = 0; i < n; ++i)
+            stretch[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias, i) >> dropped);
+        ownPackBits(stretch, 7, n, static_cast<uint8_t *>(dst));
     } else if (reduction.dstBytes == 1) {
         uint8_t *d = static_cast<uint8_t *>(dst);
-        for (size_t i = 0; i < width; ++i)
-            d[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias) >> dropped);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i)
+            d[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias, i) >> dropped);
     } else if (reduction.dstBytes == 2) {
         OwnAnyU16 *d = static_cast<OwnAnyU16 *>(dst);
-        for (size_t i = 0; i < width; ++i)
-            d[i] = static_cast<uint16_t>(compute(src[i] ^ S::bias) >> dropped);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i)
+            d[i] = static_cast<uint16_t>(compute(src[i] ^ S::bias, i) >> dropped);
     } else {
         OwnAnyU32 *d = static_cast<OwnAnyU32 *>(dst);
-        for (size_t i = 0; i < width; ++i)
-            d[i] = compute(src[i] ^ S::bias) ^ S::bias;
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i)
+            d[i] = compute(src[i] ^ S::bias, i) ^ S::bias;
+    }
+}
+
+// Calls stretch(src, dst, samples) for a row, a stretch at a time.
+template <class S, class Stretch>
+void forStretches(const OwnReduction &reduction, const OwnReduceBand &band, int row, Stretch stretch) {
+    const char *src = static_cast<const char *>(band.src[row]);
+    char *dst = static_cast<char *>(band.dst[row]);
+    const auto dstBits = static_cast<size_t>(reduction.dstBytes > 0 ? reduction.dstBytes * 8 : 1);
+    for (size_t x = 0; x < band.width; x += STRETCH) {
+        const size_t left = band.width - x;
+        stretch(src + x * sizeof(typename S::Sample), dst + x * dstBits / 8, left < STRETCH ? left : STRETCH);
     }
 }
 
@@ -60,23 +71,27 @@ void keepTop(const OwnReduction &reduction, const OwnReduceBand &band) {
             ownPackBits(static_cast<const uint8_t *>(band.src[row]), 0, band.width,
                         static_cast<uint8_t *>(band.dst[row]));
         } else {
-            storeRow<S>(reduction, band.src[row], band.dst[row], band.width, [](uint32_t v) { return v; });
+            forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
+                storeStretch<S>(reduction, src, dst, n, [](uint32_t v, size_t) { return v; });
+            });
         }
     }
 }
 
-// The integer nearest to a value of up to 32 bits, ties to even, modulo 2^32: the addition leaves it in the low bits.
-inline uint32_t nearest(double value) {
-    const double sum = value + 6755399441055744.0;
-    uint64_t bits;
-    __builtin_memcpy(&bits, &sum, sizeof bits);
-    return static_cast<uint32_t>(bits);
+// The nearest whole number, ties to even: the addition leaves no bits for a fraction. Its low bits are the number's.
+constexpr double TO_WHOLE = 6755399441055744.0;
+
+inline double nearest(double value) {
+    return value + TO_WHOLE - TO_WHOLE;
 }
 
 // An output in 0..full as an integer. That of signed samples is rounded where it stands in their own range.
 template <class S>
 uint32_t rounded(double output) {
-    return nearest(output - static_cast<double>(S::bias)) ^ S::bias;
+    const double sum = output - static_cast<double>(S::bias) + TO_WHOLE;
+    uint64_t bits;
+    __builtin_memcpy(&bits, &sum, sizeof bits);
+    return static_cast<uint32_t>(bits) ^ S::bias;
 }
 
 template <class S>
@@ -84,8 +99,74 @@ void below(const OwnReduction &reduction, const OwnReduceBand &band) {
     const auto levels = static_cast<uint64_t>(reduction.levels);
     const double step = reduction.step;
     for (int row = 0; row < band.rows; ++row) {
-        storeRow<S>(reduction, band.src[row], band.dst[row], band.width,
-                    [&](uint32_t v) { return rounded<S>(static_cast<double>(v * levels / S::full) * step); });
+        forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
+            storeStretch<S>(reduction, src, dst, n, [=](uint32_t v, size_t) {
+                return rounded<S>(static_cast<double>(v * levels / S::full) * step);
+            });
+        });
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------- ordered dither
+
+// The threshold of the matrix is n / 15.
+constexpr int MATRIX[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+
+// The thresholds of a row, as shares of scale.
+void fillThresholds(const OwnReduction &reduction, int64_t y, double scale, double *thresholds, size_t n) {
+    const int *matrix = MATRIX[y & 3];
+    const auto row = static_cast<uint64_t>(2 * y);
+    for (size_t x = 0; x < n; ++x) {
+        double share = matrix[x & 3] / 15.0;
+        if (reduction.thresholds) {
+            const uint64_t entry = row + x + reduction.indices[x];
+            share = share - reduction.noise + static_cast<double>(reduction.thresholds[entry % OWN_NOISE_ENTRIES]);
+        }
+        thresholds[x] = share * scale;
+    }
+}
+
+// To bits: a sample is compared with the least that gives 1.
+template <class S>
+void orderBits(const OwnReduction &reduction, const OwnReduceBand &band) {
+    using Sample = typename S::Sample;
+    const size_t columns = band.width < STRETCH ? band.width : STRETCH;
+    double thresholds[STRETCH];
+    Sample least[STRETCH];
+    for (int row = 0; row < band.rows; ++row) {
+        fillThresholds(reduction, band.y + row, S::full, thresholds, columns);
+        for (size_t i = 0; i < columns; ++i) {
+            const double threshold = thresholds[i];
+            least[i] = static_cast<Sample>(threshold < 0          ? 0
+                                           : threshold >= S::full ? S::full
+                                                                  : static_cast<uint32_t>(threshold) + 1);
+        }
+        forStretches<S>(reduction, band, row, [&](const void *src_, void *dst, size_t n) {
+            const Sample *src = static_cast<const Sample *>(src_);
+            uint8_t stretch[STRETCH];
+            for (size_t i = 0; i < n; ++i)
+                stretch[i] = (src[i] ^ S::bias) >= least[i] ? 255 : 0;
+            ownPackBits(stretch, 0, n, static_cast<uint8_t *>(dst));
+        });
+    }
+}
+
+template <class S>
+void orderLevels(const OwnReduction &reduction, const OwnReduceBand &band) {
+    const size_t columns = band.width < STRETCH ? band.width : STRETCH;
+    const double full = S::full, step = reduction.step;
+    const double perUnit = reduction.levels / (static_cast<double>(S::full) + 1);
+    double thresholds[STRETCH];
+    for (int row = 0; row < band.rows; ++row) {
+        fillThresholds(reduction, band.y + row, step, thresholds, columns);
+        forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
+            storeStretch<S>(reduction, src, dst, n, [=, &thresholds](uint32_t sample, size_t i) {
+                const auto v = static_cast<double>(sample);
+                const double low = step * nearest(v * perUnit - 0.5);
+                const double output = v - low > thresholds[i] ? low + step : low;
+                return rounded<S>(v >= full ? full : output);
+            });
+        });
     }
 }
 
@@ -97,6 +178,8 @@ extern const OwnPlainReduceRows plainReduceRows;
 const OwnPlainReduceRows plainReduceRows = {
     {keepTop<Reduce8>, keepTop<Reduce16>, keepTop<Reduce32>},
     {below<Reduce8>, below<Reduce16>, below<Reduce32>},
+    {orderBits<Reduce8>, orderBits<Reduce16>, orderBits<Reduce32>},
+    {orderLevels<Reduce8>, orderLevels<Reduce16>, orderLevels<Reduce32>},
 };
 
 }  // namespace OWN_LEVEL
