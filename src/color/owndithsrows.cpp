@@ -109,21 +109,39 @@ void below(const OwnReduction &reduction, const OwnReduceBand &band) {
 
 // ---------------------------------------------------------------------------------------------------- ordered dither
 
-// The threshold of the matrix is n / 15.
-constexpr int MATRIX[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+constexpr double SHARES[4][4] = {{0, 8 / 15.0, 2 / 15.0, 10 / 15.0},
+                                 {12 / 15.0, 4 / 15.0, 14 / 15.0, 6 / 15.0},
+                                 {3 / 15.0, 11 / 15.0, 1 / 15.0, 9 / 15.0},
+                                 {1, 7 / 15.0, 13 / 15.0, 5 / 15.0}};
 
-// The thresholds of a row, as shares of scale.
-void fillThresholds(const OwnReduction &reduction, int64_t y, double scale, double *thresholds, size_t n) {
-    const int *matrix = MATRIX[y & 3];
-    const auto row = static_cast<uint64_t>(2 * y);
-    for (size_t x = 0; x < n; ++x) {
-        double share = matrix[x & 3] / 15.0;
-        if (reduction.thresholds) {
-            const uint64_t entry = row + x + reduction.indices[x];
-            share = share - reduction.noise + static_cast<double>(reduction.thresholds[entry % OWN_NOISE_ENTRIES]);
-        }
-        thresholds[x] = share * scale;
+// Columns of a row whose thresholds differ from those before: all of a stretch with noise, those of the matrix without.
+size_t differingColumns(const OwnReduction &reduction, size_t columns) {
+    return reduction.thresholds ? columns : 4;
+}
+
+// The thresholds of a row's first columns, in units of scale.
+void fillThresholds(const OwnReduction &reduction, int64_t y, double scale, double *thresholds, size_t columns) {
+    const double *shares = SHARES[y & 3];
+    if (!reduction.thresholds) {
+        for (size_t x = 0; x < columns; ++x)
+            thresholds[x] = shares[x & 3] * scale;
+        return;
     }
+    const auto row = static_cast<uint64_t>(2 * y);
+    for (size_t x = 0; x < columns; ++x) {
+        const uint64_t entry = (row + x + reduction.indices[x]) % OWN_NOISE_ENTRIES;
+        thresholds[x] = (shares[x & 3] - reduction.noise + static_cast<double>(reduction.thresholds[entry])) * scale;
+    }
+}
+
+// Repeats the first four items of a stretch.
+template <class T>
+void repeat(T *row, size_t n) {
+    constexpr size_t block = 64;
+    for (size_t i = 4; i < block; ++i)
+        row[i] = row[i - 4];
+    for (size_t x = block; x < n; x += block)
+        __builtin_memcpy(row + x, row, block * sizeof(T));
 }
 
 // To bits: a sample is compared with the least that gives 1.
@@ -131,21 +149,22 @@ template <class S>
 void orderBits(const OwnReduction &reduction, const OwnReduceBand &band) {
     using Sample = typename S::Sample;
     const size_t columns = band.width < STRETCH ? band.width : STRETCH;
+    const size_t differing = differingColumns(reduction, columns);
+    constexpr auto full = static_cast<double>(S::full);
     double thresholds[STRETCH];
     Sample least[STRETCH];
     for (int row = 0; row < band.rows; ++row) {
-        fillThresholds(reduction, band.y + row, S::full, thresholds, columns);
-        for (size_t i = 0; i < columns; ++i) {
-            const double threshold = thresholds[i];
-            least[i] = static_cast<Sample>(threshold < 0          ? 0
-                                           : threshold >= S::full ? S::full
-                                                                  : static_cast<uint32_t>(threshold) + 1);
+        fillThresholds(reduction, band.y + row, full, thresholds, differing);
+        for (size_t i = 0; i < differing; ++i) {
+            const double last = thresholds[i] < full - 1 ? thresholds[i] : full - 1;
+            least[i] = static_cast<Sample>((last < 0 ? -1 : static_cast<int64_t>(last)) + 1);
         }
+        if (differing < columns) repeat(least, columns);
         forStretches<S>(reduction, band, row, [&](const void *src_, void *dst, size_t n) {
             const Sample *src = static_cast<const Sample *>(src_);
             uint8_t stretch[STRETCH];
             for (size_t i = 0; i < n; ++i)
-                stretch[i] = (src[i] ^ S::bias) >= least[i] ? 255 : 0;
+                stretch[i] = static_cast<Sample>(src[i] ^ S::bias) >= least[i] ? 255 : 0;
             ownPackBits(stretch, 0, n, static_cast<uint8_t *>(dst));
         });
     }
@@ -154,11 +173,13 @@ void orderBits(const OwnReduction &reduction, const OwnReduceBand &band) {
 template <class S>
 void orderLevels(const OwnReduction &reduction, const OwnReduceBand &band) {
     const size_t columns = band.width < STRETCH ? band.width : STRETCH;
+    const size_t differing = differingColumns(reduction, columns);
     const double full = S::full, step = reduction.step;
     const double perUnit = reduction.levels / (static_cast<double>(S::full) + 1);
     double thresholds[STRETCH];
     for (int row = 0; row < band.rows; ++row) {
-        fillThresholds(reduction, band.y + row, step, thresholds, columns);
+        fillThresholds(reduction, band.y + row, step, thresholds, differing);
+        if (differing < columns) repeat(thresholds, columns);
         forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
             storeStretch<S>(reduction, src, dst, n, [=, &thresholds](uint32_t sample, size_t i) {
                 const auto v = static_cast<double>(sample);
