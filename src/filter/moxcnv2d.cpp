@@ -166,12 +166,13 @@ void sumSegment(const Convolution &c, const Kernel &kernel, size_t from, void *s
 }
 
 void runOne(const Convolution &c, size_t from, uint8_t *out, size_t n) {
-    alignas(64) uint8_t sums[SEGMENT * 4];
     const OwnConvClass accumulator = c.kernels[0].accumulator;
+    alignas(64) uint8_t kept[SEGMENT * 4];
+    uint8_t *sums = c.depth == OWN_32F ? out : kept;
     sumSegment(c, c.kernels[0], from, sums, n);
     if (c.method == MOX_COMBINE_SUMSQ) c.rows->square[accumulator](sums, n);
     if (c.method == MOX_COMBINE_SUMSQROOT) c.rows->absolute[accumulator](sums, n);
-    c.rows->store[accumulator][c.depth](sums, out, n);
+    if (sums != out) c.rows->store[accumulator][c.depth](sums, out, n);
 }
 
 // Two kernels of 16-bit sums, and the root of their squares' sum.

@@ -16,7 +16,7 @@ constexpr size_t VECTOR_BYTES = 32;
 #else
 constexpr size_t VECTOR_BYTES = 16;
 #endif
-constexpr size_t SHORTS = VECTOR_BYTES / 2, INTS = VECTOR_BYTES / 4;
+[[maybe_unused]] constexpr size_t SHORTS = VECTOR_BYTES / 2, INTS = VECTOR_BYTES / 4;
 typedef int16_t Shorts __attribute__((vector_size(VECTOR_BYTES)));
 typedef int32_t Ints __attribute__((vector_size(VECTOR_BYTES)));
 typedef float Floats __attribute__((vector_size(VECTOR_BYTES)));
@@ -94,6 +94,14 @@ inline Vector loadVector(const char *at) {
     return v;
 }
 
+// Where there are wider vectors, samples that need no conversion come in them: not aligned, half as many of them touch
+// two cache lines.
+#if defined(__AVX512F__)
+typedef float FloatSamples __attribute__((vector_size(64)));
+#else
+using FloatSamples = Floats;
+#endif
+
 // Samples as a vector of an accumulator's type.
 template <class D, class Accumulator>
 [[gnu::always_inline]] inline auto loadSamples(const char *at) {
@@ -103,7 +111,7 @@ template <class D, class Accumulator>
     } else if constexpr (__is_same(Accumulator, int32_t)) {
         return widenToInts(at, Value{});
     } else if constexpr (__is_same(Value, float)) {
-        return loadVector<Floats>(at);
+        return loadVector<FloatSamples>(at);
     } else if constexpr (__is_same(Value, int32_t)) {
         return __builtin_convertvector(loadVector<Ints>(at), Floats);
     } else {
@@ -127,13 +135,13 @@ template <class D_, class Accumulator_>
 struct TapByTap {
     using D = D_;
     using Accumulator = Accumulator_;
-    static constexpr size_t lanes = VECTOR_BYTES / sizeof(Accumulator);
+    using Vector = decltype(loadSamples<D, Accumulator>(nullptr));
+    static constexpr size_t lanes = sizeof(Vector) / sizeof(Accumulator);
     // Additions of floats take the longest: more of them go side by side.
     static constexpr size_t vectors = __is_same(Accumulator, float) ? 8 : 4;
 
     template <size_t blocks>
     [[gnu::always_inline]] static void block(const OwnConvTap *taps, size_t count, size_t from, char *sums) {
-        using Vector = decltype(loadSamples<D, Accumulator>(nullptr));
         constexpr size_t sampleBytes = sizeof(typename D::Value);
         Vector sum[blocks] = {};
         for (size_t t = 0; t < count; ++t) {
@@ -266,10 +274,12 @@ void sum(const OwnConvTap *taps, size_t count, size_t from, void *sums_, size_t 
     size_t i = 0;
     for (; i + vectors * lanes <= n; i += vectors * lanes)
         Way::template block<vectors>(taps, count, from + i, at(i));
+    // What is left: a block that overlaps the one before, vectors of which the last does, or single samples.
+    const size_t last = n - vectors * lanes;
+    if (i > 0 && n - i > lanes) return Way::template block<vectors>(taps, count, from + last, at(last));
     for (; i + lanes <= n; i += lanes)
         Way::template block<1>(taps, count, from + i, at(i));
     if (i == n) return;
-    // What is left: a vector that overlaps the one before, or single samples.
     if (n >= lanes) return Way::template block<1>(taps, count, from + n - lanes, at(n - lanes));
     for (; i < n; ++i) {
         Accumulator one = 0;
