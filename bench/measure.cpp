@@ -105,8 +105,9 @@ void summarize(const Row &row, const Scene &scene, const Competitor &own, const 
 
 bool measureScenes(const Row &row, int rounds, Scene *scene, Scene *referenceScene, Result *result) {
     const auto call = row.operation->call;
+    const auto referenceCall = row.referenceOperation ? row.referenceOperation->call : call;
     Competitor own = {[=] { call(scene->images); }, 0, 1, {}};
-    Competitor reference = {[=] { call(referenceScene->images); }, 0, 1, {}};
+    Competitor reference = {[=] { referenceCall(referenceScene->images); }, 0, 1, {}};
     std::vector<Competitor> forms = competingForms(row, scene->traffic);
 
     moxSetErrStatus(MOX_StatusNoError);

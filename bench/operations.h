@@ -6,7 +6,7 @@
 
 #include "core/owncore.h"
 
-enum OperationGroup { GROUP_MOVE, GROUP_TWO, GROUP_CONSTANT };
+enum OperationGroup { GROUP_MOVE, GROUP_TWO, GROUP_CONSTANT, GROUP_FILTER };
 
 struct Operation {
     const char *name;
@@ -17,6 +17,7 @@ struct Operation {
     void (*call)(MoxImage *const *images);
 };
 
+// All operations that work on one sample at a time.
 const std::vector<Operation> &allOperations();
 const Operation &findOperation(const char *name);
 bool supports(const Operation &operation, int depthIndex);

@@ -36,7 +36,8 @@ the machine does for others does not count) and medians of the rounds; quotients
   is as quick as moving its bytes, give or take the noise.
 - **beside** is the time per sample in units of the row's counterpart: for a region, mask or tile the same operation on whole plain
   images, with as many channels; for a channel of interest an image of one channel; for `rgb-region`, `rgb-masked` and `alpha` an image
-  of three channels in pixel order; for bits at an offset the same at byte boundaries.
+  of three channels in pixel order; for bits at an offset the same at byte boundaries; for `beside-3x3` the smallest
+  window, for `with-rim` a region that has neighbours on all sides.
 - Regions begin at a cache line in every row (`region`, `rgb-region`) or anywhere, and elsewhere in each image (`odd-region`).
 - The sizes are 256 x 256, which fits in L2 at 8 bits, 1024 x 1024, which fits in a last-level cache, and 4096 x 4096,
   which is in memory only (but for one or two 8-bit images, which a large last-level cache may hold).

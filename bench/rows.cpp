@@ -10,6 +10,7 @@ std::vector<Row> allRows() {
     addMaskRows(&rows);
     addTileRows(&rows);
     addBitRows(&rows);
+    addFilterRows(&rows);
     addLevelRows(&rows);
     addCallRows(&rows);
     return rows;

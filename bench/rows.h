@@ -18,8 +18,9 @@ struct Row {
     int size;
     Layout layout;
     bool hasReference;
-    Layout reference;  // the same operation's other layout, that this one is compared with
-    int level;         // of the CPU, or -1 for the one in use
+    Layout reference;                     // another layout, that this one is compared with
+    const Operation *referenceOperation;  // in the other layout; null for the same one
+    int level;                            // of the CPU, or -1 for the one in use
     Goal goal;
 };
 
@@ -28,6 +29,7 @@ void addArithmeticRows(std::vector<Row> *rows);
 void addBitRows(std::vector<Row> *rows);
 void addCallRows(std::vector<Row> *rows);
 void addConstantRows(std::vector<Row> *rows);
+void addFilterRows(std::vector<Row> *rows);
 void addLevelRows(std::vector<Row> *rows);
 void addMaskRows(std::vector<Row> *rows);
 void addMoveRows(std::vector<Row> *rows);
