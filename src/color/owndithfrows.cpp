@@ -4,20 +4,12 @@
 // into the first lane come those of the last row of the band before. Every pixel's arithmetic is that of the plain
 // order.
 #include "color/owndith.h"
+#include "color/ownlanes.h"
 #include "color/ownpack.h"
-
-// Vectors of eight samples are wider than what the baseline has: they never leave a function.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wpsabi"
-#endif
 
 namespace {
 
 constexpr int LANES = OWN_BAND_ROWS;
-typedef double Reals __attribute__((vector_size(8 * LANES)));
-typedef int64_t Masks __attribute__((vector_size(8 * LANES)));
-typedef float Floats __attribute__((vector_size(4 * LANES)));
-typedef int32_t Words __attribute__((vector_size(4 * LANES)));
 static_assert(LANES == 8);
 
 // Steps whose samples are at hand at a time.
@@ -26,7 +18,7 @@ constexpr int STEPS = 256;
 // A filter's weights, by column from -2 on; which of the rows above it has; what its sum is multiplied with.
 struct FloydSteinberg {
     static constexpr int reach = 1, rows = 1;
-    static constexpr double above[5] = {0, 1, 5, 3, 0}, twoAbove[5] = {}, left[2] = {0, 7};
+    static constexpr double above[5] = {0, 1, 5, 3, 0}, left[2] = {0, 7};
     static constexpr double weight = 0.0625;
 };
 struct JarvisJudiceNinke {
@@ -57,39 +49,6 @@ struct Diffuse32 {
 // What a value becomes: one of two, with a bit as result, or a multiple of the step by one threshold or by those of the
 // noise.
 enum Form { TO_BITS, TO_LEVELS, TO_LEVELS_BY_NOISE };
-
-[[gnu::always_inline]] inline Reals toReals(const int32_t *words) {
-    Words lanes;
-    __builtin_memcpy(&lanes, words, sizeof lanes);
-    return __builtin_convertvector(lanes, Reals);
-}
-
-[[gnu::always_inline]] inline Reals toReals(const float *floats) {
-    Floats lanes;
-    __builtin_memcpy(&lanes, floats, sizeof lanes);
-    return __builtin_convertvector(lanes, Reals);
-}
-
-// Lane i is the one above it of lanes; into the first comes an error of the row above the band.
-[[gnu::always_inline]] inline Reals shiftDown(const Reals &lanes, float first) {
-    const Reals entering = {static_cast<double>(first)};
-    return __builtin_shufflevector(entering, lanes, 0, 8, 9, 10, 11, 12, 13, 14);
-}
-
-// A bit for each lane of a mask, the first at the bottom.
-[[gnu::always_inline]] inline uint8_t laneBits(const Masks &mask) {
-#if defined(__AVX512DQ__)
-    return _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask));
-#else
-    unsigned bits = 0;
-    for (int i = 0; i < LANES; ++i)
-        bits |= static_cast<unsigned>(mask[i] & 1) << i;
-    return static_cast<uint8_t>(bits);
-#endif
-}
-
-// The nearest whole number, ties to even: the addition leaves no bits for a fraction. Its low bits are the number's.
-constexpr double TO_WHOLE = 6755399441055744.0;
 
 template <class S, class Filter, Form form>
 class Diffuser {
@@ -128,17 +87,17 @@ class Diffuser {
 
     // Errors at hand, by age: of the row itself, and of the rows above from the column farthest right.
     struct State {
-        Reals left[2];
-        Reals above[COLUMNS];
-        Reals twoAbove[COLUMNS];
+        OwnReals left[2];
+        OwnReals above[COLUMNS];
+        OwnReals twoAbove[COLUMNS];
     };
 
     void begin() {
         for (int k = 0; k < 2; ++k)
-            state_.left[k] = Reals{};
+            state_.left[k] = ownReals(0);
         for (int k = 0; k < COLUMNS; ++k) {
-            state_.above[k] = Reals{static_cast<double>(band_.above[REACH - 1 - k])};
-            state_.twoAbove[k] = Reals{static_cast<double>(band_.twoAbove[REACH - 1 - k])};
+            state_.above[k] = ownShiftUp(ownReals(0), band_.above[REACH - 1 - k]);
+            state_.twoAbove[k] = ownShiftUp(ownReals(0), band_.twoAbove[REACH - 1 - k]);
         }
     }
 
@@ -168,34 +127,31 @@ class Diffuser {
     template <bool ramp>
     void runSteps(int64_t chunk, int64_t from, int64_t to) {
         State state = state_;
-        const double full = reduction_.full, step = reduction_.step, half = full / 2;
-        const double perUnit = reduction_.levels / S::range;
+        const OwnReals full = ownReals(reduction_.full), half = ownReals(reduction_.full / 2);
+        const OwnReals step = ownReals(reduction_.step), halfStep = ownReals(reduction_.step * 0.5);
+        const OwnReals perUnit = ownReals(reduction_.levels / S::range), toWhole = ownReals(OWN_TO_WHOLE);
+        const OwnReals weight = ownReals(Filter::weight), bias = ownReals(S::bias);
         for (int64_t t = from; t < to; ++t) {
             const int64_t k = t - chunk;
             enter(&state, t);
-            const Reals v = toReals(samples_ + k * LANES) + S::bias + gather(state) * Filter::weight;
-            Reals left;  // less the output
+            const OwnReals v = ownToReals(samples_ + k * LANES) + bias + gather(state) * weight;
+            OwnReals error;
             if constexpr (form == TO_BITS) {
-                const Masks isFull = v > half;
-                left = isFull ? v - full : v;
-                marks_[t - marked_] = laneBits(isFull);
+                const OwnMasks isFull = v > half;
+                error = ownSelect(isFull, v - full, v);
+                marks_[t - marked_] = ownLaneBits(isFull);
             } else {
-                Reals threshold = Reals{} + step * 0.5;
-                if constexpr (form == TO_LEVELS_BY_NOISE) threshold = toReals(thresholds_ + k * LANES);
-                const Reals low = (v * perUnit - 0.5 + TO_WHOLE - TO_WHOLE) * step;
-                Reals output = v - low > threshold ? low + step : low;
-                output = v < 0.0 ? Reals{} + 1e-07 : output;
-                output = v >= full ? Reals{} + full : output;
-                left = v - output;
-                const Reals whole = output - S::bias + TO_WHOLE;
-                const Words words = __builtin_convertvector(reinterpret_cast<Masks>(whole), Words);
-                __builtin_memcpy(outputs_ + k * LANES, &words, sizeof words);
+                const OwnReals threshold = form == TO_LEVELS_BY_NOISE ? ownToReals(thresholds_ + k * LANES) : halfStep;
+                const OwnReals low = (v * perUnit - ownReals(0.5) + toWhole - toWhole) * step;
+                OwnReals output = ownSelect(v - low > threshold, low + step, low);
+                output = ownSelect(ownReals(0) > v, ownReals(1e-07), output);
+                output = ownSelect(v >= full, full, output);
+                error = v - output;
+                ownStoreLowWords(output - bias + toWhole, outputs_ + k * LANES);
             }
-            Floats errors = __builtin_convertvector(left, Floats);
-            if constexpr (ramp) errors = withinRow(t) ? errors : Floats{};
-            __builtin_memcpy(errors_ + k * LANES, &errors, sizeof errors);
+            if constexpr (ramp) error = ownSelect(ownLanesWithin(t, LAG, width_), error, ownReals(0));
             state.left[1] = state.left[0];
-            state.left[0] = __builtin_convertvector(errors, Reals);
+            state.left[0] = ownRoundToFloats(error, errors_ + k * LANES);
         }
         state_ = state;
     }
@@ -203,39 +159,29 @@ class Diffuser {
     // The errors of the rows above move one column on.
     [[gnu::always_inline]] void enter(State *state, int64_t t) const {
         if constexpr (Filter::rows > 1) {
-            const Reals entering = shiftDown(state->above[LAG - 1], band_.twoAbove[t + REACH]);
+            const OwnReals entering = ownShiftUp(state->above[LAG - 1], band_.twoAbove[t + REACH]);
             for (int k = COLUMNS - 1; k > 0; --k)
                 state->twoAbove[k] = state->twoAbove[k - 1];
             state->twoAbove[0] = entering;
         }
-        const Reals entering = shiftDown(state->left[1], band_.above[t + REACH]);
+        const OwnReals entering = ownShiftUp(state->left[1], band_.above[t + REACH]);
         for (int k = COLUMNS - 1; k > 0; --k)
             state->above[k] = state->above[k - 1];
         state->above[0] = entering;
     }
 
     // The weighted sum, in the order of memory.
-    [[gnu::always_inline]] static Reals gather(const State &state) {
-        Reals sum = {};
+    [[gnu::always_inline]] static OwnReals gather(const State &state) {
+        OwnReals sum = ownReals(0);
         if constexpr (Filter::rows > 1) {
             for (int k = 0; k < COLUMNS; ++k)
-                sum += state.twoAbove[COLUMNS - 1 - k] * Filter::twoAbove[2 - REACH + k];
+                sum = sum + state.twoAbove[COLUMNS - 1 - k] * ownReals(Filter::twoAbove[2 - REACH + k]);
         }
         for (int k = 0; k < COLUMNS; ++k)
-            sum += state.above[COLUMNS - 1 - k] * Filter::above[2 - REACH + k];
+            sum = sum + state.above[COLUMNS - 1 - k] * ownReals(Filter::above[2 - REACH + k]);
         for (int k = 2 - REACH; k < 2; ++k)
-            sum += state.left[1 - k] * Filter::left[k];
+            sum = sum + state.left[1 - k] * ownReals(Filter::left[k]);
         return sum;
-    }
-
-    // Lanes that are at a column of the row.
-    [[gnu::always_inline]] Words withinRow(int64_t t) const {
-        Words within;
-        for (int lane = 0; lane < LANES; ++lane) {
-            const int64_t x = t - LAG * lane;
-            within[lane] = x >= 0 && x < width_ ? -1 : 0;
-        }
-        return within;
     }
 
     // The last rows are those above the next band. What is overwritten here has been read.

@@ -1,5 +1,6 @@
 // Kernels of bit reduction that need no neighbours.
 #include "color/owndith.h"
+#include "color/ownlanes.h"
 #include "color/ownpack.h"
 
 namespace {
@@ -21,7 +22,7 @@ struct Reduce32 {
 // Samples of a row that are worked on at a time. The noise has this period as well.
 constexpr size_t STRETCH = OWN_NOISE_ENTRIES;
 
-// d[i] = the destination's form of compute(sample, i), a value in the source's unsigned range.
+// d[i] = the destination's form of compute(sample), a value in the source's unsigned range.
 template <class S, class Compute>
 void storeStretch(const OwnReduction &reduction, const void *src_, void *dst, size_t n, Compute compute) {
     const typename S::Sample *src = static_cast<const typename S::Sample *>(src_);
@@ -29,23 +30,23 @@ void storeStretch(const OwnReduction &reduction, const void *src_, void *dst, si
     if (reduction.dstBytes == 0) {
         uint8_t stretch[STRETCH];
         for (size_t i = 0; i < n; ++i)
-            stretch[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias, i) >> dropped);
+            stretch[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias) >> dropped);
         ownPackBits(stretch, 7, n, static_cast<uint8_t *>(dst));
     } else if (reduction.dstBytes == 1) {
         uint8_t *d = static_cast<uint8_t *>(dst);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
-            d[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias, i) >> dropped);
+            d[i] = static_cast<uint8_t>(compute(src[i] ^ S::bias) >> dropped);
     } else if (reduction.dstBytes == 2) {
         OwnAnyU16 *d = static_cast<OwnAnyU16 *>(dst);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
-            d[i] = static_cast<uint16_t>(compute(src[i] ^ S::bias, i) >> dropped);
+            d[i] = static_cast<uint16_t>(compute(src[i] ^ S::bias) >> dropped);
     } else {
         OwnAnyU32 *d = static_cast<OwnAnyU32 *>(dst);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
-            d[i] = compute(src[i] ^ S::bias, i) ^ S::bias;
+            d[i] = compute(src[i] ^ S::bias) ^ S::bias;
     }
 }
 
@@ -72,23 +73,16 @@ void keepTop(const OwnReduction &reduction, const OwnReduceBand &band) {
                         static_cast<uint8_t *>(band.dst[row]));
         } else {
             forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
-                storeStretch<S>(reduction, src, dst, n, [](uint32_t v, size_t) { return v; });
+                storeStretch<S>(reduction, src, dst, n, [](uint32_t v) { return v; });
             });
         }
     }
 }
 
-// The nearest whole number, ties to even: the addition leaves no bits for a fraction. Its low bits are the number's.
-constexpr double TO_WHOLE = 6755399441055744.0;
-
-inline double nearest(double value) {
-    return value + TO_WHOLE - TO_WHOLE;
-}
-
 // An output in 0..full as an integer. That of signed samples is rounded where it stands in their own range.
 template <class S>
 uint32_t rounded(double output) {
-    const double sum = output - static_cast<double>(S::bias) + TO_WHOLE;
+    const double sum = output - static_cast<double>(S::bias) + OWN_TO_WHOLE;
     uint64_t bits;
     __builtin_memcpy(&bits, &sum, sizeof bits);
     return static_cast<uint32_t>(bits) ^ S::bias;
@@ -100,9 +94,8 @@ void below(const OwnReduction &reduction, const OwnReduceBand &band) {
     const double step = reduction.step;
     for (int row = 0; row < band.rows; ++row) {
         forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
-            storeStretch<S>(reduction, src, dst, n, [=](uint32_t v, size_t) {
-                return rounded<S>(static_cast<double>(v * levels / S::full) * step);
-            });
+            storeStretch<S>(reduction, src, dst, n,
+                            [=](uint32_t v) { return rounded<S>(static_cast<double>(v * levels / S::full) * step); });
         });
     }
 }
@@ -135,13 +128,14 @@ void fillThresholds(const OwnReduction &reduction, int64_t y, double scale, doub
 }
 
 // Repeats the first four items of a stretch.
-template <class T>
-void repeat(T *row, size_t n) {
+template <size_t bytes>
+void repeat(void *items, size_t n) {
+    char *at = static_cast<char *>(items);
     constexpr size_t block = 64;
-    for (size_t i = 4; i < block; ++i)
-        row[i] = row[i - 4];
-    for (size_t x = block; x < n; x += block)
-        __builtin_memcpy(row + x, row, block * sizeof(T));
+    for (size_t i = 4; i < block; i += 4)
+        __builtin_memcpy(at + i * bytes, at, 4 * bytes);
+    for (size_t i = block; i < n; i += block)
+        __builtin_memcpy(at + i * bytes, at, block * bytes);
 }
 
 // To bits: a sample is compared with the least that gives 1.
@@ -159,7 +153,7 @@ void orderBits(const OwnReduction &reduction, const OwnReduceBand &band) {
             const double last = thresholds[i] < full - 1 ? thresholds[i] : full - 1;
             least[i] = static_cast<Sample>((last < 0 ? -1 : static_cast<int64_t>(last)) + 1);
         }
-        if (differing < columns) repeat(least, columns);
+        if (differing < columns) repeat<sizeof(Sample)>(least, columns);
         forStretches<S>(reduction, band, row, [&](const void *src_, void *dst, size_t n) {
             const Sample *src = static_cast<const Sample *>(src_);
             uint8_t stretch[STRETCH];
@@ -170,23 +164,39 @@ void orderBits(const OwnReduction &reduction, const OwnReduceBand &band) {
     }
 }
 
+// Results as the lanes leave them.
+template <class S>
+struct Outputs {
+    typedef OwnAnyU32 Sample;
+    static constexpr uint32_t bias = S::bias;
+};
+
 template <class S>
 void orderLevels(const OwnReduction &reduction, const OwnReduceBand &band) {
     const size_t columns = band.width < STRETCH ? band.width : STRETCH;
     const size_t differing = differingColumns(reduction, columns);
-    const double full = S::full, step = reduction.step;
-    const double perUnit = reduction.levels / (static_cast<double>(S::full) + 1);
-    double thresholds[STRETCH];
+    const OwnReals full = ownReals(S::full), step = ownReals(reduction.step), bias = ownReals(S::bias);
+    const OwnReals perUnit = ownReals(reduction.levels / (static_cast<double>(S::full) + 1));
+    const OwnReals toWhole = ownReals(OWN_TO_WHOLE);
+    // Whole vectors are computed, and what stands behind a row's end is not used.
+    double thresholds[STRETCH] = {};
+    int32_t samples[STRETCH] = {};
+    uint32_t outputs[STRETCH];
     for (int row = 0; row < band.rows; ++row) {
-        fillThresholds(reduction, band.y + row, step, thresholds, differing);
-        if (differing < columns) repeat(thresholds, columns);
-        forStretches<S>(reduction, band, row, [&](const void *src, void *dst, size_t n) {
-            storeStretch<S>(reduction, src, dst, n, [=, &thresholds](uint32_t sample, size_t i) {
-                const auto v = static_cast<double>(sample);
-                const double low = step * nearest(v * perUnit - 0.5);
-                const double output = v - low > thresholds[i] ? low + step : low;
-                return rounded<S>(v >= full ? full : output);
-            });
+        fillThresholds(reduction, band.y + row, reduction.step, thresholds, differing);
+        if (differing < columns) repeat<sizeof(double)>(thresholds, columns);
+        forStretches<S>(reduction, band, row, [&](const void *src_, void *dst, size_t n) {
+            const typename S::Sample *src = static_cast<const typename S::Sample *>(src_);
+            for (size_t i = 0; i < n; ++i)
+                samples[i] = static_cast<int32_t>(src[i]);
+            for (size_t i = 0; i < n; i += 8) {
+                const OwnReals v = ownToReals(samples + i) + bias;
+                const OwnReals low = (v * perUnit - ownReals(0.5) + toWhole - toWhole) * step;
+                OwnReals output = ownSelect(v - low > ownLoadReals(thresholds + i), low + step, low);
+                output = ownSelect(v >= full, full, output);
+                ownStoreLowWords(output - bias + toWhole, outputs + i);
+            }
+            storeStretch<Outputs<S>>(reduction, outputs, dst, n, [](uint32_t v) { return v; });
         });
     }
 }

@@ -1,0 +1,186 @@
+// Eight doubles side by side, as vectors of the level's own width: a wider one would live in memory. For kernel files.
+#pragma once
+
+#include "image/ownsample.h"
+
+namespace {
+
+#if defined(__AVX512F__)
+constexpr int OWN_PART = 8;
+#elif defined(__AVX2__)
+constexpr int OWN_PART = 4;
+#else
+constexpr int OWN_PART = 2;
+#endif
+constexpr int OWN_PARTS = 8 / OWN_PART;
+
+typedef double OwnRealPart __attribute__((vector_size(8 * OWN_PART)));
+typedef int64_t OwnMaskPart __attribute__((vector_size(8 * OWN_PART)));
+typedef float OwnFloatPart __attribute__((vector_size(4 * OWN_PART)));
+typedef int32_t OwnWordPart __attribute__((vector_size(4 * OWN_PART)));
+
+struct OwnReals {
+    OwnRealPart part[OWN_PARTS];
+};
+struct OwnMasks {
+    OwnMaskPart part[OWN_PARTS];
+};
+
+#define OWN_EACH_PART _Pragma("GCC unroll 4") for (int p = 0; p < OWN_PARTS; ++p)
+#define OWN_INLINE [[gnu::always_inline]] inline
+
+OWN_INLINE OwnReals ownReals(double value) {
+    OwnReals r;
+    OWN_EACH_PART r.part[p] = OwnRealPart{} + value;
+    return r;
+}
+
+OWN_INLINE OwnReals operator+(const OwnReals &a, const OwnReals &b) {
+    OwnReals r;
+    OWN_EACH_PART r.part[p] = a.part[p] + b.part[p];
+    return r;
+}
+OWN_INLINE OwnReals operator-(const OwnReals &a, const OwnReals &b) {
+    OwnReals r;
+    OWN_EACH_PART r.part[p] = a.part[p] - b.part[p];
+    return r;
+}
+OWN_INLINE OwnReals operator*(const OwnReals &a, const OwnReals &b) {
+    OwnReals r;
+    OWN_EACH_PART r.part[p] = a.part[p] * b.part[p];
+    return r;
+}
+
+OWN_INLINE OwnMasks operator>(const OwnReals &a, const OwnReals &b) {
+    OwnMasks m;
+    OWN_EACH_PART m.part[p] = a.part[p] > b.part[p];
+    return m;
+}
+OWN_INLINE OwnMasks operator>=(const OwnReals &a, const OwnReals &b) {
+    OwnMasks m;
+    OWN_EACH_PART m.part[p] = a.part[p] >= b.part[p];
+    return m;
+}
+OWN_INLINE OwnReals ownSelect(const OwnMasks &mask, const OwnReals &a, const OwnReals &b) {
+    OwnReals r;
+    OWN_EACH_PART r.part[p] = mask.part[p] ? a.part[p] : b.part[p];
+    return r;
+}
+
+OWN_INLINE OwnReals ownToReals(const int32_t *words) {
+    OwnReals r;
+    OWN_EACH_PART {
+#if defined(__SSE2__) && !defined(__AVX2__)
+        r.part[p] = _mm_cvtepi32_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(words + p * OWN_PART)));
+#else
+        OwnWordPart part;
+        __builtin_memcpy(&part, words + p * OWN_PART, sizeof part);
+        r.part[p] = __builtin_convertvector(part, OwnRealPart);
+#endif
+    }
+    return r;
+}
+
+OWN_INLINE OwnReals ownLoadReals(const double *reals) {
+    OwnReals r;
+    __builtin_memcpy(&r, reals, sizeof r);
+    return r;
+}
+
+OWN_INLINE OwnReals ownToReals(const float *floats) {
+    OwnReals r;
+    OWN_EACH_PART {
+        OwnFloatPart part;
+        __builtin_memcpy(&part, floats + p * OWN_PART, sizeof part);
+        r.part[p] = __builtin_convertvector(part, OwnRealPart);
+    }
+    return r;
+}
+
+// Stores the nearest floats, and gives them back.
+OWN_INLINE OwnReals ownRoundToFloats(const OwnReals &reals, float *floats) {
+    OwnReals r;
+    OWN_EACH_PART {
+#if defined(__SSE2__) && !defined(__AVX2__)
+        const __m128 part = _mm_cvtpd_ps(reals.part[p]);
+        _mm_storel_pi(reinterpret_cast<__m64 *>(floats + p * OWN_PART), part);
+        r.part[p] = _mm_cvtps_pd(part);
+#else
+        const OwnFloatPart part = __builtin_convertvector(reals.part[p], OwnFloatPart);
+        __builtin_memcpy(floats + p * OWN_PART, &part, sizeof part);
+        r.part[p] = __builtin_convertvector(part, OwnRealPart);
+#endif
+    }
+    return r;
+}
+
+// Stores the low 32 bits of each lane.
+OWN_INLINE void ownStoreLowWords(const OwnReals &reals, uint32_t *words) {
+    OWN_EACH_PART {
+#if defined(__AVX512F__)
+        const auto part = __builtin_convertvector(reinterpret_cast<OwnMaskPart>(reals.part[p]), OwnWordPart);
+        __builtin_memcpy(words, &part, sizeof part);
+#elif defined(__AVX2__)
+        const __m256 all = reinterpret_cast<__m256>(reals.part[p]);
+        const __m128 part = _mm_shuffle_ps(_mm256_castps256_ps128(all), _mm256_extractf128_ps(all, 1), 0x88);
+        _mm_storeu_ps(reinterpret_cast<float *>(words) + p * 4, part);
+#elif defined(__SSE2__)
+        const __m128i part = _mm_shuffle_epi32(reinterpret_cast<__m128i>(reals.part[p]), 0x08);
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(words + p * 2), part);
+#else
+        const auto all = reinterpret_cast<OwnMaskPart>(reals.part[p]);
+        for (int i = 0; i < OWN_PART; ++i)
+            words[p * OWN_PART + i] = static_cast<uint32_t>(all[i]);
+#endif
+    }
+}
+
+// The nearest whole number, ties to even: the addition leaves no bits for a fraction. Its low bits are the number's.
+constexpr double OWN_TO_WHOLE = 6755399441055744.0;
+
+// A bit for each lane of a mask, the first at the bottom.
+OWN_INLINE uint8_t ownLaneBits(const OwnMasks &mask) {
+    unsigned bits = 0;
+    OWN_EACH_PART {
+#if defined(__AVX512DQ__)
+        bits = _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask.part[p]));
+#elif defined(__AVX2__)
+        bits |= static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(mask.part[p]))) << p * 4;
+#elif defined(__SSE2__)
+        bits |= static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(mask.part[p]))) << p * 2;
+#else
+        for (int i = 0; i < OWN_PART; ++i)
+            bits |= static_cast<unsigned>(mask.part[p][i] & 1) << (p * OWN_PART + i);
+#endif
+    }
+    return static_cast<uint8_t>(bits);
+}
+
+// Lane i is lane i - 1 of the other one; a value comes into the first.
+OWN_INLINE OwnReals ownShiftUp(const OwnReals &lanes, double first) {
+    OwnReals r;
+    OwnRealPart before = OwnRealPart{} + first;
+    OWN_EACH_PART {
+#if defined(__AVX512F__)
+        r.part[p] = __builtin_shufflevector(before, lanes.part[p], 7, 8, 9, 10, 11, 12, 13, 14);
+#elif defined(__AVX2__)
+        r.part[p] = __builtin_shufflevector(before, lanes.part[p], 3, 4, 5, 6);
+#else
+        r.part[p] = __builtin_shufflevector(before, lanes.part[p], 1, 2);
+#endif
+        before = lanes.part[p];
+    }
+    return r;
+}
+
+// Lanes whose number times step, taken from t, is within 0..end, without end.
+OWN_INLINE OwnMasks ownLanesWithin(int64_t t, int64_t step, int64_t end) {
+    OwnMasks m;
+    for (int i = 0; i < 8; ++i) {
+        const int64_t x = t - step * i;
+        m.part[i / OWN_PART][i % OWN_PART] = x >= 0 && x < end ? -1 : 0;
+    }
+    return m;
+}
+
+}  // namespace
