@@ -16,6 +16,13 @@ uint64_t Random::next() {
     return z ^ (z >> 31);
 }
 
+uint32_t Random::takeBytes(int count) {
+    uint32_t value = 0;
+    for (int i = 0; i < count && bytes_ != end_; ++i)
+        value = value << 8 | *bytes_++;
+    return value;
+}
+
 static long long numberFromEnvironment(const char *name, long long otherwise) {
     const char *text = getenv(name);
     return text && *text ? atoll(text) : otherwise;

@@ -17,14 +17,23 @@
 class Random {
   public:
     explicit Random(uint64_t seed) : state_(seed) {}
+    // The first choices come from bytes that somebody made up (a fuzzer), a small number from one byte, a large one
+    // from four.
+    Random(const uint8_t *bytes, size_t count) : state_(count), bytes_(bytes), end_(bytes + count) {}
     uint64_t next();
-    uint32_t bits() { return static_cast<uint32_t>(next() >> 32); }
-    int below(int count) { return static_cast<int>(next() >> 33) % count; }  // 0 to count - 1
-    int between(int low, int high) { return low + below(high - low + 1); }   // both included
+    uint32_t bits() { return bytes_ == end_ ? static_cast<uint32_t>(next() >> 32) : takeBytes(4); }
+    int below(int count) {  // 0 to count - 1
+        const uint64_t value = bytes_ == end_ ? next() >> 33 : takeBytes(count > 256 ? 4 : 1) & 0x7FFFFFFF;
+        return static_cast<int>(value) % count;
+    }
+    int between(int low, int high) { return low + below(high - low + 1); }  // both included
     bool oneIn(int count) { return below(count) == 0; }
+    bool onlyChance() const { return bytes_ == end_; }  // no bytes are left
 
   private:
+    uint32_t takeBytes(int count);
     uint64_t state_;
+    const uint8_t *bytes_ = nullptr, *end_ = nullptr;
 };
 
 uint64_t testSeed();

@@ -1,0 +1,55 @@
+// A chain of operations on three images, run side by side on plain and tiled copies of them and at several CPU levels:
+// after every step all copies hold the same samples, and every step reports the same.
+#include "core/owncpu.h"
+#include "support/scene.h"
+#include "target.h"
+#include "variant.h"
+
+static constexpr int IMAGES = 3;
+
+struct Runner {
+    Variant images;
+    OwnCpuLevel level;
+};
+
+static std::string runStep(const Example &example, const Runner &runner, const int *indexes, Random *random) {
+    std::vector<TestImage *> images;
+    for (int i = 0; i < example.images; ++i)
+        images.push_back(&runner.images[static_cast<size_t>(indexes[i])]);
+    ownForceCpuLevel(runner.level);
+    return runExample(example, images, random);
+}
+
+void fuzzOne(Random &random) {
+    SceneOptions options;
+    options.images = IMAGES;
+    options.tiles = options.sharing = false;
+    options.sameOrigin = true;
+    options.maxWidth = 40;
+    options.maxHeight = 24;
+    const int steps = random.between(1, 8), tileWidth = 8 * random.between(1, 3), tileHeight = 8 * random.between(1, 3);
+    Scene scene(random, options);
+    const OwnCpuLevel highest = ownHighestCpuLevel();
+    const Runner runners[] = {{{scene.entries(), {}}, highest},
+                              {{scene.entries(), {}}, OWN_LEVEL_BASE},
+                              {{scene.entries(), {tileWidth, tileHeight, true}}, highest},
+                              {{scene.entries(), {16, 8, false}}, OWN_LEVEL_BASE}};
+    std::string what = scene.describe();
+    for (int step = 0; step < steps; ++step) {
+        const Example &example = drawPixelExample(random);
+        const int indexes[] = {random.below(IMAGES), random.below(IMAGES), random.below(IMAGES)};
+        if (example.more.tiledDiffers && scene[0].layout().depth == MOX_DEPTH_32F) continue;
+        what += std::string(example.name) + " " + std::to_string(indexes[0]) + " " + std::to_string(indexes[1]) + " " +
+                std::to_string(indexes[2]) + "\n";
+        const Random start = random;
+        std::string reports;
+        for (const Runner &runner : runners) {
+            random = start;
+            const std::string now = runStep(example, runner, indexes, &random);
+            if (&runner == &runners[0]) reports = now;
+            requireThat(now == reports, what + "reports differ:\n" + now + "and\n" + reports);
+            for (size_t i = 0; i < IMAGES; ++i)
+                requireThat(sameSamples(runner.images[i], runners[0].images[i]), what);
+        }
+    }
+}

@@ -1,0 +1,79 @@
+// Images once more in another form.
+#include "variant.h"
+
+#include <algorithm>
+
+static std::unique_ptr<TestImage> copyOf(const TestImage &image, const VariantTiles &tiles) {
+    TestLayout layout = image.layout();
+    layout.tileWidth = tiles.width;
+    layout.tileHeight = tiles.height;
+    layout.transientTiles = tiles.transient;
+    auto copy = std::make_unique<TestImage>(layout);
+    for (int y = 0; y < layout.height; ++y) {
+        for (int x = 0; x < layout.width; ++x) {
+            for (int c = 0; c < layout.channels; ++c)
+                copy->set(c, x, y, image.get(c, x, y));
+        }
+    }
+    copy->setMask(image.mask());
+    return copy;
+}
+
+Variant::Variant(const std::vector<TestImage *> &images, const VariantTiles &tiles) {
+    for (size_t i = 0; i < images.size(); ++i) {
+        const auto first = std::find(images.begin(), images.end(), images[i]);
+        const auto before = static_cast<size_t>(first - images.begin());
+        if (before < i) {
+            entries_.push_back(entries_[before]);
+            continue;
+        }
+        owned_.push_back(copyOf(*images[i], tiles));
+        entries_.push_back(owned_.back().get());
+    }
+}
+
+std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random) {
+    ExampleCall call;
+    call.count = example.images;
+    call.random = random;
+    for (size_t i = 0; i < images.size(); ++i)
+        call.images[i] = images[i]->header();
+    ReportRecorder reports;
+    example.run(call);
+    std::string text;
+    for (const ReportSeen &report : reports.seen) {
+        text += std::to_string(report.status) + " " + report.function + " \"" + report.message + "\"\n";
+    }
+    return text;
+}
+
+static bool isNaN(uint32_t bits) {
+    return (bits & 0x7FFFFFFF) > 0x7F800000;
+}
+
+testing::AssertionResult sameSamples(const TestImage &one, const TestImage &other) {
+    const TestLayout &layout = one.layout();
+    for (int y = 0; y < layout.height; ++y) {
+        for (int x = 0; x < layout.width; ++x) {
+            for (int c = 0; c < layout.channels; ++c) {
+                const uint32_t a = one.get(c, x, y), b = other.get(c, x, y);
+                if (a == b || (layout.depth == MOX_DEPTH_32F && isNaN(a) && isNaN(b))) continue;
+                return testing::AssertionFailure()
+                       << "channel " << c << " of (" << x << ", " << y << ") is " << a << " and " << b << " in "
+                       << layout.describe() << " and " << other.layout().describe();
+            }
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+const Example &drawPixelExample(Random &random) {
+    static const std::vector<const Example *> list = [] {
+        std::vector<const Example *> found;
+        for (const Example &example : allExamples()) {
+            if (example.touches == Touches::PIXELS) found.push_back(&example);
+        }
+        return found;
+    }();
+    return *list[static_cast<size_t>(random.below(static_cast<int>(list.size())))];
+}
