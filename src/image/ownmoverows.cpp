@@ -75,8 +75,18 @@ struct Exchange {
     static void plain(const void *a_, const void *, void *d_, size_t n, const OwnConstant &) {
         typename D::Sample *a = static_cast<typename D::Sample *>(const_cast<void *>(a_));
         typename D::Sample *d = static_cast<typename D::Sample *>(d_);
+        size_t i = 0;
+        if (n < 32) {
+            for (; i + 8 <= n; i += 8) {
+                typename D::Value first[8], second[8];
+                std::memcpy(first, a + i, sizeof first);
+                std::memcpy(second, d + i, sizeof second);
+                std::memcpy(a + i, second, sizeof second);
+                std::memcpy(d + i, first, sizeof first);
+            }
+        }
         OWN_ELEMENTWISE
-        for (size_t i = 0; i < n; ++i) {
+        for (; i < n; ++i) {
             const typename D::Value first = a[i], second = d[i];
             a[i] = second;
             d[i] = first;

@@ -291,9 +291,9 @@ void runStretches(const OwnRows &all, const OwnRowForms &kernel, const OwnConsta
     one.channels = 1;
     for (int c = 0; c < rows.channels; ++c) {
         StretchRunner(one, kernel, constant).run();
-        for (OwnSpan &span : one.spans) {
-            span.start += span.bytes;
-            span.first += 1;
+        for (int i = 0; i < one.count; ++i) {
+            one.spans[i].start += one.spans[i].bytes;
+            one.spans[i].first += 1;
         }
     }
 }
@@ -398,37 +398,39 @@ bool asBytes(const OwnRows &rows, OwnRows *bytes) {
 
 }  // namespace
 
-OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
-    OwnSpan span = {};
-    span.start = reinterpret_cast<uint8_t *>(ownRoiStart(image, firstChannel, width, height, &span.bit));
-    span.rowStep = image->widthStep;
+// Filled where it stands: what is copied as soon as it is written waits for the stores.
+static void setSpan(const MoxImage *image, int firstChannel, OwnSpan *span, int *width, int *height) {
+    span->start = reinterpret_cast<uint8_t *>(ownRoiStart(image, firstChannel, width, height, &span->bit));
+    span->rowStep = image->widthStep;
     const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
-    span.planeStep = planar ? static_cast<int64_t>(image->height) * image->widthStep : 0;
-    span.step = planar ? 1 : image->nChannels;
-    span.first = planar ? 0 : firstChannel;
-    span.bytes = ownDepthBytes(image->depth);
+    span->planeStep = planar ? static_cast<int64_t>(image->height) * image->widthStep : 0;
+    span->step = planar ? 1 : image->nChannels;
+    span->first = planar ? 0 : firstChannel;
+    span->bytes = ownDepthBytes(image->depth);
+}
+
+OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
+    OwnSpan span;
+    setSpan(image, firstChannel, &span, width, height);
     return span;
 }
 
 void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels, int count, int channels,
                 const MoxImage *mask) {
-    *rows = {};
     rows->count = count;
+    rows->exchange = false;
+    rows->whole = 0;
+    rows->masked = mask != nullptr;
     rows->width = rows->height = INT32_MAX;
-    const auto limit = [&](int width, int height) {
+    const auto add = [&](const MoxImage *image, int firstChannel, OwnSpan *span) {
+        int width, height;
+        setSpan(image, firstChannel, span, &width, &height);
         rows->width = std::min(rows->width, width);
         rows->height = std::min(rows->height, height);
     };
-    int width, height;
-    for (int i = 0; i < count; ++i) {
-        rows->spans[i] = ownSpan(images[i], firstChannels[i], &width, &height);
-        limit(width, height);
-    }
-    if (mask) {
-        rows->mask = ownSpan(mask, 0, &width, &height);
-        rows->masked = true;
-        limit(width, height);
-    }
+    for (int i = 0; i < count; ++i)
+        add(images[i], firstChannels[i], &rows->spans[i]);
+    if (mask) add(mask, 0, &rows->mask);
     const bool planar = images[count - 1]->dataOrder == MOX_DATA_ORDER_PLANE;
     rows->channels = planar ? std::min(channels, 1) : channels;
     rows->planes = planar ? channels : 1;

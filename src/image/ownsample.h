@@ -117,9 +117,23 @@ struct OwnForms {
         const Sample *b = static_cast<const Sample *>(b_);
         Sample *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
+        if (n < 32) return shortRow(a, b, d, n, constant);
         OWN_ELEMENTWISE
         for (size_t i = 0; i < n; ++i)
             d[i] = Element::compute(i, a, b, constant);
+    }
+
+    // Too short for the vectors of the loop above: eight samples at a time.
+    static void shortRow(const Sample *a, const Sample *b, Sample *d, size_t n, const OwnConstant &c) {
+        size_t i = 0;
+        for (; i + 8 <= n; i += 8) {
+            Value values[8];
+            for (size_t k = 0; k < 8; ++k)
+                values[k] = Element::compute(i + k, a, b, c);
+            __builtin_memcpy(d + i, values, sizeof values);
+        }
+        for (; i < n; ++i)
+            d[i] = Element::compute(i, a, b, c);
     }
 
     static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
