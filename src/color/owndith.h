@@ -6,14 +6,14 @@
 #include "core/owncore.h"
 #include "image/ownmove.h"
 
-// Rows that are diffused side by side.
-constexpr int OWN_BAND_ROWS = 8;
+// Rows that a kernel gets at a time: as many as are diffused side by side, or a multiple.
+constexpr int OWN_BAND_ROWS = 16;
 
 // Entries of the noise tables: both repeat after as many columns.
 constexpr int OWN_NOISE_ENTRIES = 1024;
 
 // Zeroes that stand before and behind the errors of a row.
-constexpr int OWN_ERROR_GUARD = 64;
+constexpr int OWN_ERROR_GUARD = 128;
 
 struct OwnReduction {
     int ditherType;

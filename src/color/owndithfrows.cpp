@@ -9,11 +9,14 @@
 
 namespace {
 
-constexpr int LANES = OWN_BAND_ROWS;
-static_assert(LANES == 8);
+constexpr int LANES = OWN_LANES;
+static_assert(OWN_BAND_ROWS % LANES == 0);
 
 // Steps whose samples are at hand at a time.
-constexpr int STEPS = 256;
+constexpr int STEPS = 128;
+
+// Steps whose bytes change places at a time.
+constexpr int BLOCK = 16;
 
 // A filter's weights, by column from -2 on; which of the rows above it has; what its sum is multiplied with.
 struct FloydSteinberg {
@@ -110,17 +113,57 @@ class Diffuser {
             f(t - from, t - behind);
     }
 
-    void load(int64_t from, int64_t to) {
-        for (int row = 0; row < band_.rows; ++row) {
-            const Sample *src = static_cast<const Sample *>(band_.src[row]);
-            forColumns(row, from, to, [&](int64_t k, int64_t x) { samples_[k * LANES + row] = src[x]; });
-            if constexpr (form == TO_LEVELS_BY_NOISE) {
-                const auto start = static_cast<uint64_t>(2 * (band_.y + row));
-                forColumns(row, from, to, [&](int64_t k, int64_t x) {
-                    const uint64_t entry = start + static_cast<uint64_t>(x) + reduction_.indices[x % OWN_NOISE_ENTRIES];
-                    thresholds_[k * LANES + row] = reduction_.thresholds[entry % OWN_NOISE_ENTRIES];
-                });
+    // Whether all lanes are within the row for a block of steps, and all of them rows of the band.
+    bool isWholeBlock(int64_t from) const { return band_.rows == LANES && from >= RAMP && from + BLOCK <= width_; }
+
+    // Calls whole(first step) and part(first step, last step) for blocks of steps.
+    template <class Whole, class Part>
+    void forBlocks(int64_t from, int64_t to, Whole whole, Part part) const {
+        for (int64_t t = from; t < to; t += BLOCK) {
+            if (isWholeBlock(t) && t + BLOCK <= to) {
+                whole(t);
+            } else {
+                part(t, t + BLOCK < to ? t + BLOCK : to);
             }
+        }
+    }
+
+    void loadBytes(int64_t chunk, int64_t from) {
+        uint8_t rows[BLOCK * LANES], columns[BLOCK * LANES];
+        for (int row = 0; row < LANES; ++row) {
+            const uint8_t *src = static_cast<const uint8_t *>(band_.src[row]);
+            __builtin_memcpy(rows + row * BLOCK, src + from - LAG * row, BLOCK);
+        }
+        ownTransposeBytes(rows, columns);
+        int32_t *samples = samples_ + (from - chunk) * LANES;
+        for (int i = 0; i < BLOCK * LANES; ++i)
+            samples[i] = columns[i];
+    }
+
+    void load(int64_t from, int64_t to) {
+        const auto part = [&](int64_t first, int64_t last) {
+            int32_t *samples = samples_ + (first - from) * LANES;
+            for (int row = 0; row < band_.rows; ++row) {
+                const Sample *src = static_cast<const Sample *>(band_.src[row]);
+                forColumns(row, first, last, [&](int64_t k, int64_t x) { samples[k * LANES + row] = src[x]; });
+            }
+        };
+        if constexpr (LANES == BLOCK && sizeof(Sample) == 1) {
+            forBlocks(
+                from, to, [&](int64_t first) { loadBytes(from, first); }, part);
+        } else {
+            part(from, to);
+        }
+        if constexpr (form == TO_LEVELS_BY_NOISE) loadThresholds(from, to);
+    }
+
+    void loadThresholds(int64_t from, int64_t to) {
+        for (int row = 0; row < band_.rows; ++row) {
+            const auto start = static_cast<uint64_t>(2 * (band_.y + row));
+            forColumns(row, from, to, [&](int64_t k, int64_t x) {
+                const uint64_t entry = start + static_cast<uint64_t>(x) + reduction_.indices[x % OWN_NOISE_ENTRIES];
+                thresholds_[k * LANES + row] = reduction_.thresholds[entry % OWN_NOISE_ENTRIES];
+            });
         }
     }
 
@@ -130,6 +173,7 @@ class Diffuser {
         const OwnReals full = ownReals(reduction_.full), half = ownReals(reduction_.full / 2);
         const OwnReals step = ownReals(reduction_.step), halfStep = ownReals(reduction_.step * 0.5);
         const OwnReals perUnit = ownReals(reduction_.levels / S::range), toWhole = ownReals(OWN_TO_WHOLE);
+        const OwnReals behind = ownLaneNumbers(LAG), width = ownReals(static_cast<double>(width_));
         const OwnReals weight = ownReals(Filter::weight), bias = ownReals(S::bias);
         for (int64_t t = from; t < to; ++t) {
             const int64_t k = t - chunk;
@@ -139,7 +183,9 @@ class Diffuser {
             if constexpr (form == TO_BITS) {
                 const OwnMasks isFull = v > half;
                 error = ownSelect(isFull, v - full, v);
-                marks_[t - marked_] = ownLaneBits(isFull);
+                const unsigned bits = ownLaneBits(isFull);
+                for (int i = 0; i < LANES / 8; ++i)
+                    marks_[i][t - marked_] = static_cast<uint8_t>(bits >> 8 * i);
             } else {
                 const OwnReals threshold = form == TO_LEVELS_BY_NOISE ? ownToReals(thresholds_ + k * LANES) : halfStep;
                 const OwnReals low = (v * perUnit - ownReals(0.5) + toWhole - toWhole) * step;
@@ -149,7 +195,10 @@ class Diffuser {
                 error = v - output;
                 ownStoreLowWords(output - bias + toWhole, outputs_ + k * LANES);
             }
-            if constexpr (ramp) error = ownSelect(ownLanesWithin(t, LAG, width_), error, ownReals(0));
+            if constexpr (ramp) {
+                const OwnReals x = ownReals(static_cast<double>(t)) - behind;
+                error = ownSelect(x >= ownReals(0), ownSelect(width > x, error, ownReals(0)), ownReals(0));
+            }
             state.left[1] = state.left[0];
             state.left[0] = ownRoundToFloats(error, errors_ + k * LANES);
         }
@@ -196,26 +245,49 @@ class Diffuser {
         forColumns(last, from, to, [&](int64_t k, int64_t x) { above[x] = errors_[k * LANES + last]; });
     }
 
+    // An output's part that the destination keeps. Signed samples come out in their own range, and their top bits are
+    // those of the unsigned one.
     template <class D>
-    void storeAs(int row, int64_t from, int64_t to) {
-        D *dst = static_cast<D *>(band_.dst[row]);
-        // Signed samples come out in their own range, of which the top bits are taken in the unsigned one.
-        const uint32_t bias = reduction_.dropped == 0 ? 0 : static_cast<uint32_t>(S::bias);
+    static D kept(uint32_t output, int dropped) {
+        return static_cast<D>(dropped == 0 ? output : (output ^ static_cast<uint32_t>(S::bias)) >> dropped);
+    }
+
+    void storeBytes(int64_t chunk, int64_t from) {
+        uint8_t rows[BLOCK * LANES], columns[BLOCK * LANES];
+        const uint32_t *outputs = outputs_ + (from - chunk) * LANES;
         const int dropped = reduction_.dropped;
-        forColumns(row, from, to, [&](int64_t k, int64_t x) {
-            dst[x] = static_cast<D>((outputs_[k * LANES + row] ^ bias) >> dropped);
-        });
+        for (int i = 0; i < BLOCK * LANES; ++i)
+            rows[i] = kept<uint8_t>(outputs[i], dropped);
+        ownTransposeBytes(rows, columns);
+        for (int row = 0; row < LANES; ++row) {
+            uint8_t *dst = static_cast<uint8_t *>(band_.dst[row]);
+            __builtin_memcpy(dst + from - LAG * row, columns + row * BLOCK, BLOCK);
+        }
+    }
+
+    template <class D>
+    void storeAs(int64_t chunk, int64_t from, int64_t to) {
+        const int dropped = reduction_.dropped;
+        for (int row = 0; row < band_.rows; ++row) {
+            D *dst = static_cast<D *>(band_.dst[row]);
+            const uint32_t *outputs = outputs_ + (from - chunk) * LANES + row;
+            forColumns(row, from, to, [&](int64_t k, int64_t x) { dst[x] = kept<D>(outputs[k * LANES], dropped); });
+        }
     }
 
     void store(int64_t from, int64_t to) {
-        for (int row = 0; row < band_.rows; ++row) {
-            if (reduction_.dstBytes == 1) {
-                storeAs<uint8_t>(row, from, to);
-            } else if (reduction_.dstBytes == 2) {
-                storeAs<OwnAnyU16>(row, from, to);
+        if (reduction_.dstBytes == 1) {
+            const auto part = [&](int64_t first, int64_t last) { storeAs<uint8_t>(from, first, last); };
+            if constexpr (LANES == BLOCK) {
+                forBlocks(
+                    from, to, [&](int64_t first) { storeBytes(from, first); }, part);
             } else {
-                storeAs<OwnAnyU32>(row, from, to);
+                part(from, to);
             }
+        } else if (reduction_.dstBytes == 2) {
+            storeAs<OwnAnyU16>(from, from, to);
+        } else {
+            storeAs<OwnAnyU32>(from, from, to);
         }
     }
 
@@ -224,10 +296,11 @@ class Diffuser {
         const int64_t done = end ? width_ : (to - LAG * (band_.rows - 1)) & ~int64_t{7};
         if (done <= marked_) return;
         for (int row = 0; row < band_.rows; ++row) {
-            ownPackBits(marks_ + LAG * row, 7 - row, static_cast<size_t>(done - marked_),
+            ownPackBits(marks_[row / 8] + LAG * row, 7 - row % 8, static_cast<size_t>(done - marked_),
                         static_cast<uint8_t *>(band_.dst[row]) + marked_ / 8);
         }
-        __builtin_memmove(marks_, marks_ + (done - marked_), static_cast<size_t>(to - done));
+        for (uint8_t *marks : marks_)
+            __builtin_memmove(marks, marks + (done - marked_), static_cast<size_t>(to - done));
         marked_ = done;
     }
 
@@ -240,17 +313,32 @@ class Diffuser {
     float thresholds_[form == TO_LEVELS_BY_NOISE ? STEPS * LANES : 1];
     float errors_[STEPS * LANES];
     uint32_t outputs_[form == TO_BITS ? 1 : STEPS * LANES];
-    uint8_t marks_[form == TO_BITS ? STEPS + RAMP + 16 : 1];
+    uint8_t marks_[LANES / 8][form == TO_BITS ? STEPS + RAMP + 16 : 1];
 };
+
+// As many rows of a band as there are lanes.
+OwnReduceBand partOfBand(const OwnReduceBand &band, int first) {
+    OwnReduceBand part = band;
+    part.rows = band.rows - first < LANES ? band.rows - first : LANES;
+    part.y = band.y + first;
+    for (int row = 0; row < part.rows; ++row) {
+        part.src[row] = band.src[first + row];
+        part.dst[row] = band.dst[first + row];
+    }
+    return part;
+}
 
 template <class S, class Filter>
 void diffuse(const OwnReduction &reduction, const OwnReduceBand &band) {
-    if (reduction.dstBytes == 0) {
-        Diffuser<S, Filter, TO_BITS>(reduction, band).run();
-    } else if (reduction.thresholds) {
-        Diffuser<S, Filter, TO_LEVELS_BY_NOISE>(reduction, band).run();
-    } else {
-        Diffuser<S, Filter, TO_LEVELS>(reduction, band).run();
+    for (int first = 0; first < band.rows; first += LANES) {
+        const OwnReduceBand part = partOfBand(band, first);
+        if (reduction.dstBytes == 0) {
+            Diffuser<S, Filter, TO_BITS>(reduction, part).run();
+        } else if (reduction.thresholds) {
+            Diffuser<S, Filter, TO_LEVELS_BY_NOISE>(reduction, part).run();
+        } else {
+            Diffuser<S, Filter, TO_LEVELS>(reduction, part).run();
+        }
     }
 }
 

@@ -189,7 +189,7 @@ void orderLevels(const OwnReduction &reduction, const OwnReduceBand &band) {
             const typename S::Sample *src = static_cast<const typename S::Sample *>(src_);
             for (size_t i = 0; i < n; ++i)
                 samples[i] = static_cast<int32_t>(src[i]);
-            for (size_t i = 0; i < n; i += 8) {
+            for (size_t i = 0; i < n; i += OWN_LANES) {
                 const OwnReals v = ownToReals(samples + i) + bias;
                 const OwnReals low = (v * perUnit - ownReals(0.5) + toWhole - toWhole) * step;
                 OwnReals output = ownSelect(v - low > ownLoadReals(thresholds + i), low + step, low);

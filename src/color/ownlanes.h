@@ -1,4 +1,5 @@
-// Eight doubles side by side, as vectors of the level's own width: a wider one would live in memory. For kernel files.
+// Doubles side by side, as several vectors of the level's own width: they hide the time that each takes, where there
+// are registers for them. For kernel files.
 #pragma once
 
 #include "image/ownsample.h"
@@ -6,13 +7,13 @@
 namespace {
 
 #if defined(__AVX512F__)
-constexpr int OWN_PART = 8;
+constexpr int OWN_PART = 8, OWN_LANES = 16;
 #elif defined(__AVX2__)
-constexpr int OWN_PART = 4;
+constexpr int OWN_PART = 4, OWN_LANES = 16;
 #else
-constexpr int OWN_PART = 2;
+constexpr int OWN_PART = 2, OWN_LANES = 8;
 #endif
-constexpr int OWN_PARTS = 8 / OWN_PART;
+constexpr int OWN_PARTS = OWN_LANES / OWN_PART;
 
 typedef double OwnRealPart __attribute__((vector_size(8 * OWN_PART)));
 typedef int64_t OwnMaskPart __attribute__((vector_size(8 * OWN_PART)));
@@ -26,7 +27,7 @@ struct OwnMasks {
     OwnMaskPart part[OWN_PARTS];
 };
 
-#define OWN_EACH_PART _Pragma("GCC unroll 4") for (int p = 0; p < OWN_PARTS; ++p)
+#define OWN_EACH_PART _Pragma("GCC unroll 8") for (int p = 0; p < OWN_PARTS; ++p)
 #define OWN_INLINE [[gnu::always_inline]] inline
 
 OWN_INLINE OwnReals ownReals(double value) {
@@ -119,7 +120,7 @@ OWN_INLINE void ownStoreLowWords(const OwnReals &reals, uint32_t *words) {
     OWN_EACH_PART {
 #if defined(__AVX512F__)
         const auto part = __builtin_convertvector(reinterpret_cast<OwnMaskPart>(reals.part[p]), OwnWordPart);
-        __builtin_memcpy(words, &part, sizeof part);
+        __builtin_memcpy(words + p * OWN_PART, &part, sizeof part);
 #elif defined(__AVX2__)
         const __m256 all = reinterpret_cast<__m256>(reals.part[p]);
         const __m128 part = _mm_shuffle_ps(_mm256_castps256_ps128(all), _mm256_extractf128_ps(all, 1), 0x88);
@@ -139,11 +140,11 @@ OWN_INLINE void ownStoreLowWords(const OwnReals &reals, uint32_t *words) {
 constexpr double OWN_TO_WHOLE = 6755399441055744.0;
 
 // A bit for each lane of a mask, the first at the bottom.
-OWN_INLINE uint8_t ownLaneBits(const OwnMasks &mask) {
+OWN_INLINE unsigned ownLaneBits(const OwnMasks &mask) {
     unsigned bits = 0;
     OWN_EACH_PART {
 #if defined(__AVX512DQ__)
-        bits = _mm512_movepi64_mask(reinterpret_cast<__m512i>(mask.part[p]));
+        bits |= static_cast<unsigned>(_mm512_movepi64_mask(reinterpret_cast<__m512i>(mask.part[p]))) << p * 8;
 #elif defined(__AVX2__)
         bits |= static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(mask.part[p]))) << p * 4;
 #elif defined(__SSE2__)
@@ -153,7 +154,7 @@ OWN_INLINE uint8_t ownLaneBits(const OwnMasks &mask) {
             bits |= static_cast<unsigned>(mask.part[p][i] & 1) << (p * OWN_PART + i);
 #endif
     }
-    return static_cast<uint8_t>(bits);
+    return bits;
 }
 
 // Lane i is lane i - 1 of the other one; a value comes into the first.
@@ -173,14 +174,12 @@ OWN_INLINE OwnReals ownShiftUp(const OwnReals &lanes, double first) {
     return r;
 }
 
-// Lanes whose number times step, taken from t, is within 0..end, without end.
-OWN_INLINE OwnMasks ownLanesWithin(int64_t t, int64_t step, int64_t end) {
-    OwnMasks m;
-    for (int i = 0; i < 8; ++i) {
-        const int64_t x = t - step * i;
-        m.part[i / OWN_PART][i % OWN_PART] = x >= 0 && x < end ? -1 : 0;
-    }
-    return m;
+// Each lane's number times a step.
+OWN_INLINE OwnReals ownLaneNumbers(double step) {
+    double numbers[OWN_LANES];
+    for (int i = 0; i < OWN_LANES; ++i)
+        numbers[i] = step * i;
+    return ownLoadReals(numbers);
 }
 
 }  // namespace

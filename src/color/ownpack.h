@@ -1,4 +1,4 @@
-// Bytes into bits, for kernel files.
+// Bytes into bits, and rows of bytes into columns, for kernel files.
 #pragma once
 
 #include "image/ownsample.h"
@@ -49,6 +49,31 @@ inline void ownPackBits(const uint8_t *bytes, int left, size_t n, uint8_t *bits)
             byte |= (static_cast<unsigned>(bytes[k]) << left & 128u) >> (k - i);
         bits[i / 8] = static_cast<uint8_t>(byte);
     }
+}
+
+// 16 rows of 16 bytes become 16 columns.
+inline void ownTransposeBytes(const uint8_t *rows, uint8_t *columns) {
+#if defined(__SSE2__)
+    // Each pass deals the two halves out in turn, as a perfect shuffle of cards; four of them transpose.
+    __m128i now[16], next[16];
+    for (int i = 0; i < 16; ++i)
+        now[i] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(rows) + i);
+    for (int pass = 0; pass < 4; ++pass) {
+        for (int i = 0; i < 8; ++i) {
+            next[2 * i] = _mm_unpacklo_epi8(now[i], now[i + 8]);
+            next[2 * i + 1] = _mm_unpackhi_epi8(now[i], now[i + 8]);
+        }
+        for (int i = 0; i < 16; ++i)
+            now[i] = next[i];
+    }
+    for (int i = 0; i < 16; ++i)
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(columns) + i, now[i]);
+#else
+    for (int i = 0; i < 16; ++i) {
+        for (int k = 0; k < 16; ++k)
+            columns[i * 16 + k] = rows[k * 16 + i];
+    }
+#endif
 }
 
 }  // namespace
