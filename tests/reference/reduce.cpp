@@ -37,12 +37,13 @@ struct Tap {
     double part;
 };
 
-// What a pixel gathers is what its neighbours scatter, seen from the other end.
-const std::vector<Tap> tapsFS = {{-1, 0, 7}, {1, 1, 3}, {0, 1, 5}, {-1, 1, 1}};
-const std::vector<Tap> tapsJJH = {{-1, 0, 7}, {-2, 0, 5}, {2, 1, 3}, {1, 1, 5}, {0, 1, 7},  {-1, 1, 5},
-                                  {-2, 1, 3}, {2, 2, 1},  {1, 2, 3}, {0, 2, 5}, {-1, 2, 3}, {-2, 2, 1}};
-const std::vector<Tap> tapsStuckey = {{-1, 0, 8}, {-2, 0, 4}, {2, 1, 2}, {1, 1, 4}, {0, 1, 8},  {-1, 1, 4},
-                                      {-2, 1, 2}, {2, 2, 1},  {1, 2, 2}, {0, 2, 4}, {-1, 2, 2}, {-2, 2, 1}};
+// What a pixel gathers is what its neighbours scatter, seen from the other end; rows above first, in the order of
+// memory.
+const std::vector<Tap> tapsFS = {{-1, 1, 1}, {0, 1, 5}, {1, 1, 3}, {-1, 0, 7}};
+const std::vector<Tap> tapsJJH = {{-2, 2, 1}, {-1, 2, 3}, {0, 2, 5}, {1, 2, 3}, {2, 2, 1},  {-2, 1, 3},
+                                  {-1, 1, 5}, {0, 1, 7},  {1, 1, 5}, {2, 1, 3}, {-2, 0, 5}, {-1, 0, 7}};
+const std::vector<Tap> tapsStuckey = {{-2, 2, 1}, {-1, 2, 2}, {0, 2, 4}, {1, 2, 2}, {2, 2, 1},  {-2, 1, 2},
+                                      {-1, 1, 4}, {0, 1, 8},  {1, 1, 4}, {2, 1, 2}, {-2, 0, 4}, {-1, 0, 8}};
 
 struct Filter {
     const std::vector<Tap> &taps;
@@ -150,18 +151,44 @@ std::vector<double> order(const RefReduce &call, unsigned srcDepth, unsigned dst
 
 }  // namespace
 
+// Without dithering: the top bits, or with fewer levels the multiple of the step at or below.
+static std::vector<double> truncate(const RefReduce &call, unsigned srcDepth, unsigned dstDepth,
+                                    const std::vector<double> &samples) {
+    const double scale = scaleOf(srcDepth);
+    const int64_t most = dstDepth == MOX_DEPTH_32S ? 0x7FFFFFFF : int64_t{1} << bitsOf(dstDepth);
+    if (call.levels >= most) return samples;
+    std::vector<double> outputs;
+    for (double sample : samples) {
+        const int64_t multiple = static_cast<int64_t>(sample) * call.levels / static_cast<int64_t>(scale);
+        outputs.push_back(static_cast<double>(multiple) * (scale / call.levels));
+    }
+    return outputs;
+}
+
 std::vector<double> refReduceRows(const RefReduce &call, unsigned srcDepth, unsigned dstDepth,
                                   const std::vector<double> &samples, int width, int height) {
-    if (call.dither == MOX_DITHER_NONE) return samples;
+    if (call.dither == MOX_DITHER_NONE) return truncate(call, srcDepth, dstDepth, samples);
     if (call.dither == MOX_DITHER_BAYER) return order(call, srcDepth, dstDepth, samples, width, height);
     return diffuse(call, srcDepth, dstDepth, samples, width, height);
 }
 
-// The source channel that a channel of the destination comes from.
-static int sourceChannel(const TestLayout &source, const TestLayout &destination, int channel) {
-    if (source.hasRoi && source.roi.coi > 0) return source.roi.coi - 1;
-    if (destination.hasRoi && destination.roi.coi > 0) return destination.roi.coi - 1;
-    return channel;
+struct ChannelPair {
+    int from, to;
+};
+
+// A channel of interest is that of both images unless the other names its own.
+static std::vector<ChannelPair> channelPairs(const TestLayout &source, const TestLayout &destination) {
+    const int srcCoi = source.hasRoi ? source.roi.coi : 0, dstCoi = destination.hasRoi ? destination.roi.coi : 0;
+    if (srcCoi > 0 || dstCoi > 0) {
+        const int from = srcCoi > 0 ? srcCoi : dstCoi;
+        const int to = dstCoi > 0 ? dstCoi : destination.channels == 1 ? 1 : srcCoi;
+        if (to > destination.channels) return {};
+        return {{from - 1, to - 1}};
+    }
+    std::vector<ChannelPair> pairs;
+    for (int channel = 0; channel < destination.channelCount(); ++channel)
+        pairs.push_back({channel, channel});
+    return pairs;
 }
 
 RefResult refReduceBits(const RefReduce &call, TestImage &source, TestImage &destination) {
@@ -169,8 +196,7 @@ RefResult refReduceBits(const RefReduce &call, TestImage &source, TestImage &des
     RefResult result = {destination.bytes(), {}};
     int width, height;
     refCommonSize({&source, &destination}, &width, &height);
-    for (int each = 0; each < dst.channelCount(); ++each) {
-        const int channel = dst.firstChannel() + each, from = sourceChannel(src, dst, channel);
+    for (const auto &[from, channel] : channelPairs(src, dst)) {
         std::vector<double> samples;
         for (int y = 0; y < height; ++y) {
             for (int x = 0; x < width; ++x) {
