@@ -176,15 +176,17 @@ class StretchRunner {
     }
 
   private:
-    // The stored samples of a stretch that begins at a pixel.
+    // The stored samples of a stretch that begins at a pixel: the bytes of eight pixels, again and again.
     void makePattern() {
-        const int64_t samples = std::min<int64_t>(pixels_, rows_.width) * samples_;
+        const int64_t bytes = (std::min<int64_t>(pixels_, rows_.width) + 7) / 8 * samples_;
         const int first = destination(rows_).first;
-        std::memset(scratch_.pattern, 0, static_cast<size_t>((samples + 7) / 8));
-        for (int64_t pixel = first; pixel < samples; pixel += samples_) {
-            for (int64_t i = pixel; i < pixel + rows_.channels; ++i) {
+        std::memset(scratch_.pattern, 0, static_cast<size_t>(samples_));
+        for (int pixel = first; pixel < samples_ * 8; pixel += samples_) {
+            for (int i = pixel; i < pixel + rows_.channels; ++i)
                 scratch_.pattern[i / 8] = static_cast<uint8_t>(scratch_.pattern[i / 8] | 128 >> i % 8);
-            }
+        }
+        for (int64_t done = samples_; done < bytes; done *= 2) {
+            std::memcpy(scratch_.pattern + done, scratch_.pattern, static_cast<size_t>(std::min(done, bytes - done)));
         }
     }
 
