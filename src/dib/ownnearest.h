@@ -4,44 +4,45 @@
 
 #include "image/ownkernel.h"
 
-// Colours are kept in groups of eight, each as two pairs of 16-bit values that one instruction multiplies and adds up.
-// A group that is not full repeats its last colour.
-struct OwnColourGroup {
-    int16_t blueGreen[16];
-    int16_t red[16];  // and 0
-    uint8_t index[8];
+// Sixteen entries of a list, blue, green and red one behind the other; one line of the cache. A list goes
+// on with its first entry until its last part is full.
+struct OwnColourPart {
+    uint8_t colours[3][16];
+    uint8_t index[16];
 };
 
-constexpr int OWN_NEAREST_CELLS = 32 * 32 * 32;
-constexpr int OWN_NEAREST_GROUPS = 24576;
+// The entries that can be nearest to a colour of a cell: parts of the store, in the order of the palette. Parts is 0
+// for a cell that was not met yet. The squared distances of all of them to a colour of the cell lie between base and
+// base + 2^15, so that 16 bits of them are enough to compare them.
+struct OwnColourCell {
+    uint16_t first;
+    uint16_t parts : 5;
+    uint16_t base : 11;  // the low 16 bits of the base, which is a multiple of 32, without the last five
+};
 
 // What speeds up the search in a large image. The cube of colours is cut into cells of 8 x 8 x 8. Of all entries only
 // those can be nearest to a colour of a cell whose distance to the cell's nearest point is not larger than another
-// entry's distance to its farthest. They are listed when a cell is met first.
+// entry's distance to its farthest. They are found when a cell is met first, among those of the cell of twice the size
+// around it, which are found in the same way. Where the store is full all is forgotten.
+constexpr int OWN_NEAREST_STORE = 40960;
 struct OwnNearestCells {
-    // 0: not listed yet. Else OWN_NEAREST_SINGLE and an entry, or the first group times 64 and the number of groups.
-    uint32_t cells[OWN_NEAREST_CELLS];
-    // By colour, cell coordinate and entry: squares of the least and the largest difference.
-    int32_t least[3][32][256];
-    int32_t largest[3][32][256];
-    int used;  // groups
-    OwnColourGroup groups[OWN_NEAREST_GROUPS];
+    OwnColourCell large[8 * 8 * 8], middle[16 * 16 * 16], small[32 * 32 * 32];
+    int used;
+    int refills;  // how often it was
+    alignas(32) OwnColourPart store[OWN_NEAREST_STORE];
 };
-constexpr uint32_t OWN_NEAREST_SINGLE = 0x80000000u;
 
 struct OwnNearest {
-    const uint8_t *palette;
-    int entries;  // 1 to 256
-    int groupCount;
-    OwnColourGroup groups[32];  // all entries
-    OwnNearestCells *cells;     // null where the plain search does
+    int parts;
+    OwnColourPart palette[16];
+    OwnNearestCells *cells;  // null where the plain search does
 };
 
 struct OwnNearestRows {
     void (*find)(OwnNearest *nearest, const uint32_t *quads, uint8_t *indices, size_t n);
 };
 
-// Prepares a search for about so many pixels. Without memory it is slower, nothing else.
+// Prepares a search among 1 to 256 entries for about so many pixels. Without memory it is slower, nothing else.
 void ownOpenNearest(OwnNearest *nearest, const uint8_t *palette, int entries, int64_t pixels);
 void ownCloseNearest(OwnNearest *nearest);
 
