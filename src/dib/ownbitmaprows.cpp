@@ -3,32 +3,72 @@
 
 #include <cstring>
 
-#if defined(__SSSE3__)
-#include <immintrin.h>
-#endif
-
 namespace OWN_LEVEL {
 namespace {
 
 // Samples of 16 bits at any address.
 using Word [[gnu::aligned(1), gnu::may_alias]] = uint16_t;
 
-void swap3(const uint8_t *src, uint8_t *dst, size_t pixels) {
-    size_t i = 0;
-#if defined(__SSSE3__)
-    // Five pixels a vector; its last byte is the first of the next pixel, which the next vector sets right.
-    const __m128i order = _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15);
-    for (; i + 6 <= pixels; i += 5) {
-        const __m128i five = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src + 3 * i));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + 3 * i), _mm_shuffle_epi8(five, order));
-    }
+#if defined(__AVX2__)
+constexpr size_t WIDTH = 32;
+#else
+constexpr size_t WIDTH = 16;
 #endif
-    for (; i < pixels; ++i) {
-        const uint8_t first = src[3 * i], second = src[3 * i + 1], third = src[3 * i + 2];
-        dst[3 * i] = third;
-        dst[3 * i + 1] = second;
-        dst[3 * i + 2] = first;
+using Bytes [[gnu::vector_size(WIDTH)]] = uint8_t;
+
+// Which bytes of three vectors in a row are the first or the third of their pixel.
+struct PixelBytes {
+    alignas(WIDTH) uint8_t first[3 * WIDTH], third[3 * WIDTH];
+};
+constexpr PixelBytes makePixelBytes() {
+    PixelBytes bytes = {};
+    for (size_t i = 0; i < 3 * WIDTH; ++i) {
+        bytes.first[i] = i % 3 == 0 ? 255 : 0;
+        bytes.third[i] = i % 3 == 2 ? 255 : 0;
     }
+    return bytes;
+}
+
+Bytes load(const uint8_t *p) {
+    Bytes bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    return bytes;
+}
+
+void swapPixels3(const uint8_t *src, uint8_t *dst, size_t pixels) {
+    for (size_t i = 0; i < 3 * pixels; i += 3) {
+        const uint8_t first = src[i], third = src[i + 2];
+        dst[i] = third;
+        dst[i + 1] = src[i + 1];
+        dst[i + 2] = first;
+    }
+}
+
+// WIDTH pixels. The first byte of a pixel comes from two bytes further on, the third from two bytes before: all bytes
+// of a vector are in place in one of three loads.
+void swapBlock3(const uint8_t *src, uint8_t *dst) {
+    static constexpr PixelBytes bytes = makePixelBytes();
+    for (size_t k = 0; k < 3 * WIDTH; k += WIDTH) {
+        const Bytes first = load(bytes.first + k), third = load(bytes.third + k);
+        const Bytes swapped = first ? load(src + k + 2) : third ? load(src + k - 2) : load(src + k);
+        std::memcpy(dst + k, &swapped, sizeof swapped);
+    }
+}
+
+// Blocks begin behind the first pixel and end before the last, since they read a pixel beyond themselves. The first one
+// and the last one overlap the others, whose stores are aligned.
+void swap3(const uint8_t *src, uint8_t *dst, size_t pixels) {
+    if (pixels < WIDTH + 2) return swapPixels3(src, dst, pixels);
+    const size_t last = pixels - 1 - WIDTH;
+    swapPixels3(src, dst, 1);
+    swapBlock3(src + 3, dst + 3);
+    size_t i = 2;
+    while (reinterpret_cast<uintptr_t>(dst + 3 * i) % WIDTH != 0)
+        ++i;
+    for (; i < last; i += WIDTH)
+        swapBlock3(src + 3 * i, dst + 3 * i);
+    swapBlock3(src + 3 * last, dst + 3 * last);
+    swapPixels3(src + 3 * (pixels - 1), dst + 3 * (pixels - 1), 1);
 }
 
 void swap4(const uint8_t *src, uint8_t *dst, size_t pixels) {
