@@ -160,6 +160,9 @@ HostileImages::Part *HostileImages::add(Random &random, bool isMask, int depth) 
     const bool tiled = random.oneIn(isMask ? 24 : 3), neitherOrBoth = random.oneIn(32);
     if (tiled) drawTiles(random, part);
     if (tiled == neitherOrBoth) provideMemory(random, part);
+    static const char sequences[][5] = {"G", "BGR", "BGRA", "RGB", "RGBA", "GRAY"};
+    const int usual = image.nChannels == 4 ? 2 : image.nChannels == 3 ? 1 : 0;
+    memcpy(image.channelSeq, sequences[random.oneIn(3) ? random.below(6) : usual], 4);
     image.imageId = &image.imageId;
     // Nobody may follow this one.
     image.imageDataBase = reinterpret_cast<char *>(uintptr_t{16});

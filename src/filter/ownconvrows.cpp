@@ -349,16 +349,26 @@ inline T squareOf(T v) {
     }
 }
 
+// Sums of floats may stand in the destination, at any address.
+template <class T>
+struct InPlace {
+    typedef T Sum;
+};
+template <>
+struct InPlace<float> {
+    typedef OwnAnyF32 Sum;
+};
+
 template <class T>
 void square(void *sums_, size_t n) {
-    auto *sums = static_cast<T *>(sums_);
+    typename InPlace<T>::Sum *sums = static_cast<typename InPlace<T>::Sum *>(sums_);
     for (size_t i = 0; i < n; ++i)
-        sums[i] = squareOf(sums[i]);
+        sums[i] = squareOf<T>(sums[i]);
 }
 
 template <class T>
 void absolute(void *sums_, size_t n) {
-    auto *sums = static_cast<T *>(sums_);
+    typename InPlace<T>::Sum *sums = static_cast<typename InPlace<T>::Sum *>(sums_);
     for (size_t i = 0; i < n; ++i) {
         if constexpr (__is_same(T, float)) {
             sums[i] = __builtin_fabsf(sums[i]);

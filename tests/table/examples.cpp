@@ -1,8 +1,12 @@
 // The table of example calls. Calls that make something give it back.
 #include "table/examples.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
+#include <cstdlib>
 #include <cstring>
-#include <limits>
 
 int ExampleCall::number(int usual) {
     return random ? drawInt(*random) : usual;
@@ -25,7 +29,8 @@ float ExampleCall::real(float usual) {
 namespace {
 
 using Call = ExampleCall;
-constexpr Touches NOTHING = Touches::NOTHING, HEADERS = Touches::HEADERS, PIXELS = Touches::PIXELS;
+constexpr Touches NOTHING = Touches::NOTHING, HEADERS = Touches::HEADERS, PIXELS = Touches::PIXELS,
+                  BITMAPS = Touches::BITMAPS;
 
 // Reports, without a word to anybody.
 template <typename Report>
@@ -59,10 +64,11 @@ void cloneAndFree(Call &call) {
     moxDeallocate(moxCloneImage(call.dst()), MOX_FreeHeader | MOX_FreeData | MOX_FreeRoi);
 }
 
-void putPixel(Call &call, bool get) {
+void movePixel(Call &call, bool get) {
     // Room for the samples of any header whose pixels are there.
     static char pixel[1 << 22];
     const int x = call.size(3) - 1, y = call.size(2) - 1;
+    if (!get) memset(pixel, call.choice(0x5A, 256), 64);
     if (get) {
         moxGetPixel(call.dst(), x, y, pixel);
     } else {
@@ -81,11 +87,8 @@ struct ExampleKernel {
         if (nCols > 5) nCols = 5;
         if (nRows > 5) nRows = 5;
         for (int i = 0; i < 25; ++i) {
-            if constexpr (sizeof(Value) == 1) {
-                values[i] = static_cast<Value>(call.choice(i % 4, 9) - 4);
-            } else {
-                values[i] = static_cast<Value>(call.choice(i % 4, 9)) - 4;
-            }
+            const int value = call.choice(i % 4, 9);
+            values[i] = static_cast<Value>(value >= 0 && value < 9 ? value - 4 : value);
         }
     }
 };
@@ -153,6 +156,79 @@ void convolveFP(Call &call) {
 void blur(Call &call) {
     const int nCols = call.size(3), nRows = call.size(5), anchorX = call.choice(1, 3), anchorY = call.choice(2, 3);
     moxBlur(call.src(), call.dst(), nCols, nRows, anchorX, anchorY);
+}
+
+void reduceBits(Call &call) {
+    static const int dithers[] = {MOX_DITHER_FS, MOX_DITHER_NONE, MOX_DITHER_JJH, MOX_DITHER_STUCKEY, MOX_DITHER_BAYER};
+    const int dither = dithers[call.random ? call.random->below(5) : 0], noise = call.choice(20, 101);
+    moxReduceBits(call.src(), call.dst(), noise, dither, call.choice(6, 256));
+}
+
+// A bitmap of the image's size, if that is a small one; an array for each part, with nothing behind it.
+struct ExampleBitmap {
+    BITMAPINFOHEADER header = {};
+    std::vector<uint32_t> packed, front, pixels;  // header, masks, palette and pixels; all but the pixels; the pixels
+
+    ExampleBitmap(Call &call, const MoxImage *image, int usualBits) {
+        static const int depths[] = {1, 4, 8, 16, 24, 32};
+        Random *random = call.random;
+        const bool fits =
+            image && image->width >= 1 && image->width <= 100 && image->height >= 1 && image->height <= 100;
+        const int bits = random ? depths[random->below(6)] : usualBits, entries = bits <= 8 ? 1 << bits : 0;
+        const bool special = random && random->oneIn(3), upside = random && random->oneIn(3);
+        header.biSize = sizeof header;
+        header.biWidth = fits ? image->width : 12;
+        header.biHeight = (fits ? image->height : 7) * (upside ? -1 : 1);
+        header.biPlanes = 1;
+        header.biBitCount = static_cast<uint16_t>(bits);
+        if (special) header.biCompression = bits == 8 ? 1 : bits == 4 ? 2 : bits == 16 || bits == 32 ? 3 : 0;
+        if (entries > 0 && random && random->oneIn(2))
+            header.biClrUsed = random->bits() % static_cast<unsigned>(entries);
+        const int stride = (header.biWidth * bits + 31) / 32, masks = header.biCompression == 3 ? 3 : 0;
+        const size_t words = static_cast<size_t>(stride) * static_cast<size_t>(std::abs(header.biHeight));
+        header.biSizeImage = static_cast<uint32_t>(words * 4);
+        const int used = header.biClrUsed != 0 ? static_cast<int>(header.biClrUsed) : entries;
+        // Median cut may write a whole palette.
+        front.resize(sizeof header / 4 + static_cast<size_t>(masks + entries));
+        for (size_t i = 0; i < front.size(); ++i)
+            front[i] = random && random->oneIn(4) ? random->bits() : static_cast<uint32_t>(i * 0x01234567u);
+        memcpy(front.data(), &header, sizeof header);
+        for (size_t i = 0; i < words; ++i)
+            pixels.push_back(random && random->oneIn(4) ? random->bits() : static_cast<uint32_t>(i * 0x9E3779B9u));
+        packed = front;
+        packed.resize(sizeof header / 4 + static_cast<size_t>(masks + used));
+        packed.insert(packed.end(), pixels.begin(), pixels.end());
+        packed.resize(packed.size() + static_cast<size_t>(entries - used));
+    }
+    BITMAPINFOHEADER *dib() { return reinterpret_cast<BITMAPINFOHEADER *>(packed.data()); }
+    BITMAPINFOHEADER *sepHeader() { return reinterpret_cast<BITMAPINFOHEADER *>(front.data()); }
+};
+
+void translateDIB(Call &call) {
+    ExampleBitmap bitmap(call, nullptr, 24);
+    int cloneData = call.choice(1, 2);
+    if (MoxImage *image = moxTranslateDIB(bitmap.dib(), &cloneData)) {
+        moxDeallocate(image, cloneData ? MOX_FreeHeader | MOX_FreeData : MOX_FreeHeader);
+    }
+}
+
+// A header that has no pixels gets some.
+template <typename Convert>
+void convertFromDIB(Call &call, Convert convert) {
+    ExampleBitmap bitmap(call, call.dst(), 24);
+    if (!call.dst()) return convert(bitmap, call.dst());
+    MoxImage image = *call.dst();
+    const bool allocates = !image.imageData;
+    convert(bitmap, &image);
+    if (allocates && image.imageData) moxDeallocateImage(&image);
+}
+
+template <typename Convert>
+void convertToDIB(Call &call, Convert convert) {
+    ExampleBitmap bitmap(call, call.src(), 8);
+    const int dither = call.random ? 1 << call.random->below(5) : MOX_DITHER_FS,
+              palette = call.choice(MOX_PALCONV_MEDCUT, 3);
+    convert(bitmap, dither, palette);
 }
 
 void setBorders(Call &call) {
@@ -237,9 +313,9 @@ const std::vector<Example> examples = {
      1,
      [](Call &c) { moxSetFP(c.dst(), c.real(0.5f)); },
      {.depth = MOX_DEPTH_32F, .releasesTiles = true}},
-    {"moxExchange", PIXELS, 2, [](Call &c) { moxExchange(c.src(), c.dst()); }},
-    {"moxGetPixel", PIXELS, 1, [](Call &c) { putPixel(c, true); }, {.releasesTiles = true}},
-    {"moxPutPixel", PIXELS, 1, [](Call &c) { putPixel(c, false); }, {.releasesTiles = true}},
+    {"moxExchange", PIXELS, 2, [](Call &c) { moxExchange(c.src(), c.dst()); }, {.within = "moxCopy"}},
+    {"moxGetPixel", PIXELS, 1, [](Call &c) { movePixel(c, true); }, {.releasesTiles = true}},
+    {"moxPutPixel", PIXELS, 1, [](Call &c) { movePixel(c, false); }, {.releasesTiles = true}},
 
     // Arithmetic and logic on two images
     {"moxAdd", PIXELS, 3, [](Call &c) { moxAdd(c.a(), c.b(), c.dst()); }},
@@ -293,6 +369,34 @@ const std::vector<Example> examples = {
      {.reportsAs = "moxCreateConvKernelFP", .leaks = 1}},
     {"moxConvolve2D", PIXELS, 2, convolve},
     {"moxConvolve2DFP", PIXELS, 2, convolveFP, {.depth = MOX_DEPTH_32F}},
+
+    // Bitmaps
+    {"moxReduceBits", PIXELS, 2, reduceBits, {.quietMemory = true}},
+    {"moxTranslateDIB", NOTHING, 0, translateDIB},
+    {"moxConvertFromDIB",
+     BITMAPS,
+     1,
+     [](Call &c) { convertFromDIB(c, [](ExampleBitmap &b, MoxImage *i) { moxConvertFromDIB(b.dib(), i); }); },
+     {.plainOnly = true}},
+    {"moxConvertFromDIBSep",
+     BITMAPS,
+     1,
+     [](Call &c) {
+         convertFromDIB(c,
+                        [](ExampleBitmap &b, MoxImage *i) { moxConvertFromDIBSep(b.sepHeader(), b.pixels.data(), i); });
+     },
+     {.plainOnly = true}},
+    {"moxConvertToDIB", BITMAPS, 1,
+     [](Call &c) {
+         convertToDIB(
+             c, [&](ExampleBitmap &b, int dither, int palette) { moxConvertToDIB(c.src(), b.dib(), dither, palette); });
+     }},
+    {"moxConvertToDIBSep", BITMAPS, 1,
+     [](Call &c) {
+         convertToDIB(c, [&](ExampleBitmap &b, int dither, int palette) {
+             moxConvertToDIBSep(c.src(), b.sepHeader(), b.pixels.data(), dither, palette);
+         });
+     }},
 };
 
 }  // namespace

@@ -33,6 +33,7 @@ enum class Touches {
     NOTHING,  // no image
     HEADERS,  // headers, masks and regions; of pixels its own copy at most
     PIXELS,   // an operation on the pixels of its images
+    BITMAPS,  // the pixels of an image, to or from a bitmap
 };
 
 struct Example {
@@ -43,9 +44,11 @@ struct Example {
     struct More {
         unsigned depth = MOX_DEPTH_8U;    // of images that it accepts
         const char *reportsAs = nullptr;  // what its reports name, where it becomes another function
+        const char *within = nullptr;     // a function that it calls, whose report may stand alone
         bool quietMemory = false;         // memory that runs out is told by a null result alone
         bool releasesTiles = false;       // also after one that is not delivered; the others stay in hand
         bool tiledDiffers = false;        // results of 32F depend on the tiles
+        bool plainOnly = false;           // refuses tiled images
         int leaks = 0;                    // blocks that stay behind, as promised, where memory runs out
     } more = {};
 
