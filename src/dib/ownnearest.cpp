@@ -16,8 +16,9 @@ void ownOpenNearest(OwnNearest *nearest, const uint8_t *palette, int entries, in
     for (int i = 0; i < nearest->parts * 16; ++i) {
         const int entry = i < entries ? i : 0;
         OwnColourPart &part = nearest->palette[i / 16];
-        for (int c = 0; c < 3; ++c)
-            part.colours[c][i % 16] = palette[4 * entry + c];
+        part.blueGreen[i % 16 * 2] = palette[4 * entry];
+        part.blueGreen[i % 16 * 2 + 1] = palette[4 * entry + 1];
+        part.red[i % 16] = palette[4 * entry + 2];
         part.index[i % 16] = static_cast<uint8_t>(entry);
     }
     nearest->cells = nullptr;

@@ -4,20 +4,20 @@
 
 #include "image/ownkernel.h"
 
-// Sixteen entries of a list, blue, green and red one behind the other; one line of the cache. A list goes
-// on with its first entry until its last part is full.
+// Sixteen entries of a list; one line of the cache. A list goes on with its first entry until its last part is full.
 struct OwnColourPart {
-    uint8_t colours[3][16];
+    uint8_t blueGreen[32];
+    uint8_t red[16];
     uint8_t index[16];
 };
 
 // The entries that can be nearest to a colour of a cell: parts of the store, in the order of the palette. Parts is 0
-// for a cell that was not met yet. The squared distances of all of them to a colour of the cell lie between base and
-// base + 2^15, so that 16 bits of them are enough to compare them.
+// for a cell that was not met yet. Far cells have an entry that may differ from a colour of the cell by more than 127
+// in a channel: bytes do not hold their differences.
 struct OwnColourCell {
     uint16_t first;
-    uint16_t parts : 5;
-    uint16_t base : 11;  // the low 16 bits of the base, which is a multiple of 32, without the last five
+    uint8_t parts;
+    bool isFar;
 };
 
 // What speeds up the search in a large image. The cube of colours is cut into cells of 8 x 8 x 8. Of all entries only

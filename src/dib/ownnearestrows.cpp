@@ -10,99 +10,117 @@
 namespace OWN_LEVEL {
 namespace {
 
-// The place of the least value in a part, the first one of several: squared distances of 16 bits, counted from a base.
+// The place of the least squared distance in a part of a near cell, the first one of several.
 struct Place {
-    int value, place;
+    int distance, place;
 };
 
 #if defined(__AVX2__)
-__m256i squares(const uint8_t *colours, __m256i colour) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(colours));
-    const __m256i difference = _mm256_sub_epi16(_mm256_cvtepu8_epi16(bytes), colour);
-    return _mm256_mullo_epi16(difference, difference);
-}
-Place leastOfPart(const OwnColourPart &part, uint32_t quad, int base) {
+Place leastOfPart(const OwnColourPart &part, uint32_t quad) {
     const __m256i all = _mm256_set1_epi32(static_cast<int>(quad));
-    const __m256i zero = _mm256_set1_epi16(static_cast<short>(0x8000)), one = _mm256_set1_epi16(1);
-    const __m256i blue = _mm256_shuffle_epi8(all, zero);
-    const __m256i green = _mm256_shuffle_epi8(all, _mm256_add_epi16(zero, one));
-    const __m256i red = _mm256_shuffle_epi8(all, _mm256_add_epi16(zero, _mm256_add_epi16(one, one)));
-    const __m256i sums =
-        _mm256_add_epi16(_mm256_add_epi16(squares(part.colours[0], blue), squares(part.colours[1], green)),
-                         squares(part.colours[2], red));
-    const __m256i above = _mm256_sub_epi16(sums, _mm256_set1_epi16(static_cast<short>(base)));
-    const __m128i eight = _mm_min_epu16(_mm256_castsi256_si128(above), _mm256_extracti128_si256(above, 1));
-    const __m128i least = _mm_minpos_epu16(eight);
-    const __m256i equal = _mm256_cmpeq_epi16(above, _mm256_broadcastw_epi16(least));
-    const int place = __builtin_ctz(static_cast<unsigned>(_mm256_movemask_epi8(equal))) / 2;
-    return {_mm_cvtsi128_si32(least) & 0xFFFF, place};
+    const __m256i blueGreen = _mm256_shuffle_epi8(all, _mm256_set1_epi16(0x0100));
+    const __m256i red = _mm256_shuffle_epi8(all, _mm256_set1_epi16(static_cast<short>(0x8002)));
+    const __m256i pairs = _mm256_abs_epi8(
+        _mm256_sub_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(part.blueGreen)), blueGreen));
+    const __m256i reds =
+        _mm256_sub_epi16(_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(part.red))), red);
+    const __m256i sums = _mm256_add_epi16(_mm256_maddubs_epi16(pairs, pairs), _mm256_mullo_epi16(reds, reds));
+    const __m128i least =
+        _mm_minpos_epu16(_mm_min_epu16(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1)));
+    const __m256i equal = _mm256_cmpeq_epi16(sums, _mm256_broadcastw_epi16(least));
+    const auto bits = static_cast<unsigned>(_mm256_movemask_epi8(equal));
+    return {_mm_cvtsi128_si32(least) & 0xFFFF, static_cast<int>(static_cast<unsigned>(__builtin_ctz(bits)) / 2)};
 }
 #elif defined(__SSE2__)
-__m128i squares(__m128i colours, __m128i colour) {
-    const __m128i difference = _mm_sub_epi16(colours, colour);
+__m128i square(__m128i difference) {
     return _mm_mullo_epi16(difference, difference);
 }
-Place leastOfPart(const OwnColourPart &part, uint32_t quad, int base) {
+// Distances less 2^15, since only signed values can be compared.
+__m128i eightDistances(__m128i blueGreen, __m128i reds, uint32_t quad) {
+    const __m128i blues = _mm_and_si128(blueGreen, _mm_set1_epi16(0xFF)), greens = _mm_srli_epi16(blueGreen, 8);
+    const __m128i blue = _mm_set1_epi16(static_cast<short>(quad & 0xFF));
+    const __m128i green = _mm_set1_epi16(static_cast<short>(quad >> 8 & 0xFF));
+    const __m128i red = _mm_set1_epi16(static_cast<short>(quad >> 16 & 0xFF));
+    const __m128i sums = _mm_add_epi16(square(_mm_sub_epi16(blues, blue)), square(_mm_sub_epi16(greens, green)));
+    const __m128i least = _mm_set1_epi16(static_cast<short>(-0x8000));
+    return _mm_add_epi16(_mm_add_epi16(sums, least), square(_mm_sub_epi16(reds, red)));
+}
+Place leastOfPart(const OwnColourPart &part, uint32_t quad) {
     const __m128i zero = _mm_setzero_si128();
-    __m128i low = _mm_set1_epi16(static_cast<short>(-base)), high = low;
-    for (int c = 0; c < 3; ++c) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(part.colours[c]));
-        const __m128i colour = _mm_set1_epi16(static_cast<short>(quad >> 8 * c & 0xFF));
-        low = _mm_add_epi16(low, squares(_mm_unpacklo_epi8(bytes, zero), colour));
-        high = _mm_add_epi16(high, squares(_mm_unpackhi_epi8(bytes, zero), colour));
-    }
+    const auto *pairs = reinterpret_cast<const __m128i *>(part.blueGreen);
+    const __m128i reds = _mm_loadu_si128(reinterpret_cast<const __m128i *>(part.red));
+    const __m128i low = eightDistances(_mm_loadu_si128(pairs), _mm_unpacklo_epi8(reds, zero), quad);
+    const __m128i high = eightDistances(_mm_loadu_si128(pairs + 1), _mm_unpackhi_epi8(reds, zero), quad);
     __m128i least = _mm_min_epi16(low, high);
     least = _mm_min_epi16(least, _mm_shuffle_epi32(least, 0x4E));
     least = _mm_min_epi16(least, _mm_shuffle_epi32(least, 0xB1));
     least = _mm_min_epi16(least, _mm_or_si128(_mm_slli_epi32(least, 16), _mm_srli_epi32(least, 16)));
     const __m128i equal = _mm_packs_epi16(_mm_cmpeq_epi16(low, least), _mm_cmpeq_epi16(high, least));
-    return {_mm_cvtsi128_si32(least) & 0xFFFF, __builtin_ctz(static_cast<unsigned>(_mm_movemask_epi8(equal)))};
-}
-#else
-Place leastOfPart(const OwnColourPart &part, uint32_t quad, int base) {
-    Place least = {INT32_MAX, 0};
-    for (int i = 0; i < 16; ++i) {
-        int sum = -base;
-        for (int c = 0; c < 3; ++c) {
-            const int difference = part.colours[c][i] - static_cast<int>(quad >> 8 * c & 0xFF);
-            sum += difference * difference;
-        }
-        sum &= 0xFFFF;
-        if (sum < least.value) least = {sum, i};
-    }
-    return least;
+    const auto bits = static_cast<unsigned>(_mm_movemask_epi8(equal));
+    return {static_cast<int16_t>(_mm_cvtsi128_si32(least)), __builtin_ctz(bits)};
 }
 #endif
 
+// Of any cell.
+Place leastOfAnyPart(const OwnColourPart &part, uint32_t quad) {
+    const int blue = quad & 0xFF, green = quad >> 8 & 0xFF, red = quad >> 16 & 0xFF;
+    int least = INT32_MAX;
+    for (int i = 0; i < 16; ++i) {
+        const int b = part.blueGreen[2 * i] - blue, g = part.blueGreen[2 * i + 1] - green, r = part.red[i] - red;
+        const int distance = (b * b + g * g + r * r) << 4 | i;
+        least = distance < least ? distance : least;
+    }
+    return {least >> 4, least & 15};
+}
+#if !defined(__SSE2__)
+Place leastOfPart(const OwnColourPart &part, uint32_t quad) {
+    return leastOfAnyPart(part, quad);
+}
+#endif
+
+// The list's entry that is nearest, by one of the two.
+template <Place (*leastOf)(const OwnColourPart &, uint32_t)>
+uint8_t findInList(const OwnColourPart *parts, int count, uint32_t quad) {
+    Place least = leastOf(parts[0], quad);
+    for (int k = 1; k < count; ++k) {
+        Place other = leastOf(parts[k], quad);
+        other.place += 16 * k;
+        if (other.distance < least.distance) least = other;
+    }
+    return parts[least.place / 16].index[least.place % 16];
+}
+
 // A cube of colours: its lowest corner, and one less than its size.
 struct Box {
-    int16_t low[3];
-    int16_t extent;
+    uint16_t low[3];
+    uint16_t extent;
 };
 
 using Lanes [[gnu::vector_size(32)]] = uint16_t;
+using SignedLanes [[gnu::vector_size(32)]] = int16_t;
 
-// Distances of a part's entries to a box: bounds of their squares, as quarters. 16 bits hold these.
+// Distances of a part's entries to a box: bounds of their squares, as quarters, which 16 bits hold; and the largest
+// difference in a channel.
 struct Bounds {
-    Lanes nearest, farthest;
+    Lanes nearest, farthest, difference;
 };
+void addChannel(const Lanes &colours, uint16_t low, uint16_t extent, Bounds *bounds) {
+    const SignedLanes below = low - (SignedLanes)colours, above = -below - (int16_t)extent;
+    const SignedLanes outside = below > above ? below : above, inside = below > above ? above : below;
+    const Lanes near = (Lanes)(outside > 0 ? outside : SignedLanes{}), far = (Lanes)(-inside);
+    bounds->nearest += near * near >> 2;
+    bounds->farthest += far * far >> 2;
+    bounds->difference = bounds->difference > far ? bounds->difference : far;
+}
 void boundDistances(const OwnColourPart &part, const Box &box, Bounds *bounds) {
-    alignas(32) uint16_t nearests[16], farthests[16];
-    for (int i = 0; i < 16; ++i) {
-        uint16_t nearest = 0, farthest = 3;
-        for (int c = 0; c < 3; ++c) {
-            const auto below = static_cast<int16_t>(box.low[c] - part.colours[c][i]);
-            const auto above = static_cast<int16_t>(-below - box.extent);
-            const int16_t outside = below > above ? below : above, inside = below > above ? above : below;
-            const auto near = static_cast<uint16_t>(outside > 0 ? outside : 0), far = static_cast<uint16_t>(-inside);
-            nearest = static_cast<uint16_t>(nearest + (static_cast<uint16_t>(near * near) >> 2));
-            farthest = static_cast<uint16_t>(farthest + (static_cast<uint16_t>(far * far) >> 2));
-        }
-        nearests[i] = nearest;
-        farthests[i] = farthest;
-    }
-    std::memcpy(&bounds->nearest, nearests, sizeof nearests);
-    std::memcpy(&bounds->farthest, farthests, sizeof farthests);
+    Lanes pairs, reds;
+    std::memcpy(&pairs, part.blueGreen, sizeof pairs);
+    for (int i = 0; i < 16; ++i)
+        reds[i] = part.red[i];
+    *bounds = {Lanes{}, Lanes{} + 3, Lanes{}};
+    addChannel(pairs & 255, box.low[0], box.extent, bounds);
+    addChannel(pairs >> 8, box.low[1], box.extent, bounds);
+    addChannel(reds, box.low[2], box.extent, bounds);
 }
 
 void takeLess(Lanes *least, const Lanes &values) {
@@ -113,6 +131,13 @@ uint16_t leastOf(Lanes v) {
     takeLess(&v, __builtin_shuffle(v, Lanes{4, 5, 6, 7, 0, 1, 2, 3, 12, 13, 14, 15, 8, 9, 10, 11}));
     takeLess(&v, __builtin_shuffle(v, Lanes{2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13}));
     return v[0] < v[1] ? v[0] : v[1];
+}
+
+// Whether a bit above the lowest seven is set in any of the values.
+bool isFar(const Lanes &differences) {
+    uint64_t words[4];
+    std::memcpy(words, &differences, sizeof words);
+    return ((words[0] | words[1] | words[2] | words[3]) & 0xFF80FF80FF80FF80u) != 0;
 }
 
 // Bit i for a value that is not above the limit.
@@ -131,12 +156,20 @@ uint32_t notAbove(const Lanes &values, uint16_t limit) {
 }
 
 // A part that holds one entry sixteen times.
-OwnColourPart firstOf(const OwnColourPart &list, int place) {
+OwnColourPart repeatEntry(const OwnColourPart &list, int place) {
     OwnColourPart part;
-    for (int c = 0; c < 3; ++c)
-        std::memset(part.colours[c], list.colours[c][place], 16);
+    uint16_t pair;
+    std::memcpy(&pair, list.blueGreen + 2 * place, sizeof pair);
+    const Lanes pairs = Lanes{} + pair;
+    std::memcpy(part.blueGreen, &pairs, sizeof pairs);
+    std::memset(part.red, list.red[place], 16);
     std::memset(part.index, list.index[place], 16);
     return part;
+}
+void copyEntry(const OwnColourPart &from, int fromPlace, OwnColourPart *to, int toPlace) {
+    std::memcpy(to->blueGreen + 2 * toPlace, from.blueGreen + 2 * fromPlace, 2);
+    to->red[toPlace] = from.red[fromPlace];
+    to->index[toPlace] = from.index[fromPlace];
 }
 
 // The first of so many parts of the store. What was met before is forgotten where it is full.
@@ -155,36 +188,32 @@ int takeParts(OwnNearestCells *cells, int count) {
 OwnColourCell meet(OwnNearestCells *cells, const OwnColourPart *parts, int count, const Box &box) {
     Bounds bounds[16];
     boundDistances(parts[0], box, &bounds[0]);
-    Bounds least = bounds[0];
+    Lanes limits = bounds[0].farthest;
     for (int k = 1; k < count; ++k) {
         boundDistances(parts[k], box, &bounds[k]);
-        takeLess(&least.nearest, bounds[k].nearest);
-        takeLess(&least.farthest, bounds[k].farthest);
+        takeLess(&limits, bounds[k].farthest);
     }
-    const uint16_t limit = leastOf(least.farthest);
+    const uint16_t limit = leastOf(limits);
+    Lanes differences = {};
     OwnColourPart found[16];
     int entries = 0, before = -1;
     for (int k = 0; k < count; ++k) {
+        differences |= bounds[k].nearest <= limit ? bounds[k].difference : Lanes{};
         for (uint32_t bits = notAbove(bounds[k].nearest, limit); bits != 0; bits &= bits - 1) {
-            const int from = __builtin_ctz(bits), to = entries % 16, index = parts[k].index[from];
+            const int place = __builtin_ctz(bits), index = parts[k].index[place];
             // Here the list begins again to fill its last part.
             if (index <= before) break;
             before = index;
-            OwnColourPart &part = found[entries / 16];
-            if (to == 0) part = firstOf(entries == 0 ? parts[k] : found[0], entries == 0 ? from : 0);
-            for (int c = 0; c < 3; ++c)
-                part.colours[c][to] = parts[k].colours[c][from];
-            part.index[to] = static_cast<uint8_t>(index);
+            OwnColourPart *part = &found[entries / 16];
+            if (entries % 16 == 0) *part = entries == 0 ? repeatEntry(parts[k], place) : repeatEntry(found[0], 0);
+            copyEntry(parts[k], place, part, entries % 16);
             ++entries;
         }
     }
     const int full = (entries + 15) / 16;
-    OwnColourCell cell;
-    cell.first = static_cast<uint16_t>(takeParts(cells, full));
-    cell.parts = static_cast<uint16_t>(full & 31);
-    cell.base = static_cast<uint16_t>(leastOf(least.nearest) * 4 >> 5 & 0x7FF);
-    std::memcpy(cells->store + cell.first, found, static_cast<size_t>(full) * sizeof found[0]);
-    return cell;
+    const int first = takeParts(cells, full);
+    std::memcpy(cells->store + first, found, static_cast<size_t>(full) * sizeof found[0]);
+    return {static_cast<uint16_t>(first), static_cast<uint8_t>(full), isFar(differences)};
 }
 
 // The cell of a colour, with so many bits of each of its channels.
@@ -197,8 +226,8 @@ Box boxOf(uint32_t quad, int bits) {
     const int extent = (256 >> bits) - 1;
     Box box;
     for (int c = 0; c < 3; ++c)
-        box.low[c] = static_cast<int16_t>(static_cast<int>(quad >> 8 * c & 0xFF) & ~extent);
-    box.extent = static_cast<int16_t>(extent);
+        box.low[c] = static_cast<uint16_t>(static_cast<int>(quad >> 8 * c & 0xFF) & ~extent);
+    box.extent = static_cast<uint16_t>(extent);
     return box;
 }
 
@@ -220,36 +249,16 @@ OwnColourCell meetSmall(OwnNearest *nearest, uint32_t quad) {
 
 uint8_t findInCell(const OwnNearestCells &cells, OwnColourCell cell, uint32_t quad) {
     const OwnColourPart *parts = cells.store + cell.first;
-    const int base = cell.base << 5;
-    Place least = leastOfPart(parts[0], quad, base);
-    if (cell.parts == 1) [[likely]]
-        return parts[0].index[least.place];
-    for (int k = 1; k < cell.parts; ++k) {
-        Place other = leastOfPart(parts[k], quad, base);
-        other.place += 16 * k;
-        if (other.value < least.value) least = other;
-    }
-    return parts[least.place / 16].index[least.place % 16];
-}
-
-// Without cells distances need all their bits: a candidate is its distance above its entry.
-uint8_t findAmongAll(const OwnNearest &nearest, uint32_t quad) {
-    const int blue = quad & 0xFF, green = quad >> 8 & 0xFF, red = quad >> 16 & 0xFF;
-    int best = INT32_MAX;
-    for (int k = 0; k < nearest.parts; ++k) {
-        const OwnColourPart &part = nearest.palette[k];
-        for (int i = 0; i < 16; ++i) {
-            const int b = part.colours[0][i] - blue, g = part.colours[1][i] - green, r = part.colours[2][i] - red;
-            const int candidate = (b * b + g * g + r * r) << 8 | part.index[i];
-            best = candidate < best ? candidate : best;
-        }
-    }
-    return static_cast<uint8_t>(best);
+    if (cell.parts == 1 && !cell.isFar) [[likely]]
+        return parts[0].index[leastOfPart(parts[0], quad).place];
+    return (cell.isFar ? findInList<leastOfAnyPart> : findInList<leastOfPart>)(parts, cell.parts, quad);
 }
 
 void findPlainly(const OwnNearest &nearest, const uint32_t *quads, uint8_t *indices, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        indices[i] = i > 0 && quads[i] == quads[i - 1] ? indices[i - 1] : findAmongAll(nearest, quads[i]);
+    for (size_t i = 0; i < n; ++i) {
+        const bool again = i > 0 && quads[i] == quads[i - 1];
+        indices[i] = again ? indices[i - 1] : findInList<leastOfAnyPart>(nearest.palette, nearest.parts, quads[i]);
+    }
 }
 
 // The cells of a stretch of pixels first, and then their entries: waiting for one pixel's memory is time for others.
@@ -268,7 +277,6 @@ void findCells(OwnNearest *nearest, const uint32_t *quads, OwnColourCell *found,
             // The cells found before are no longer in the store.
             if (cells->refills != refills) return findCells(nearest, quads, found, n);
         }
-        __builtin_prefetch(cells->store + cell.first);
         found[i] = cell;
     }
 }
