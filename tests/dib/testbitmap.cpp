@@ -81,6 +81,12 @@ RefPalette TestBitmap::palette() {
     return palette;
 }
 
+std::vector<uint32_t> TestBitmap::masksNow() {
+    std::vector<uint32_t> masks(3);
+    if (shape_.hasMasks()) memcpy(masks.data(), front_.data() + GUARD + HEADER, 12);
+    return masks;
+}
+
 RefBitmap TestBitmap::picture() {
     RefBitmap picture;
     picture.width = shape_.width;

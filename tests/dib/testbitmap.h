@@ -53,7 +53,9 @@ class TestBitmap {
     std::vector<uint8_t> pixelsSeen();
     int coloursNow();
     RefPalette palette();  // as many entries as the header names now
-    RefBitmap picture();   // for the model
+    std::vector<uint32_t> masksNow();
+    uint8_t fourthByte(int index) { return paletteBytes()[4 * index + 3]; }
+    RefBitmap picture();  // for the model
 
     // 0x00RRGGBB
     uint32_t colour(int index);
@@ -73,6 +75,8 @@ class TestBitmap {
     testing::AssertionResult guardsAreUntouched();
     // The pixels are the expected ones, all bits between and behind them 0, and the guards untouched.
     testing::AssertionResult holds(const std::vector<uint32_t> &pixels);
+
+    const std::vector<uint8_t> &front() const { return front_; }  // header and palette, of a packed bitmap all
 
     // The calls, of the form that fits.
     void convertTo(MoxImage *image, int dither, int paletteConversion);
