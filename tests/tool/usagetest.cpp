@@ -25,7 +25,8 @@ TEST_F(Usage, HelpNamesEveryCommandAndExitCode) {
 
 TEST_F(Usage, HelpOfRunNamesEveryOption) {
     const std::string text = runWell({"run", "--help"});
-    for (const char *word : {"--roi", "--coi", "--mask", "--from", "--depth", "--tiles", "--planes", "--no-output"}) {
+    for (const char *word : {"--roi", "--coi", "--mask", "--from", "--depth", "--tiles", "--planes", "--bits", "--rle",
+                             "--palette", "--dither", "--no-output"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
     }
 }

@@ -23,6 +23,10 @@ struct RunWords {
     std::string mask;
     bool planes = false;
     bool noOutput = false;
+    int bits = 0;
+    bool rle = false;
+    std::string palette;
+    std::string dither;
 };
 
 constexpr int largestTileSide = 1 << 20;
@@ -42,9 +46,16 @@ void addRunArguments(CLI::App *app, RunWords *run) {
     app->add_option("--tiles", run->tiles, "Serve pictures to the library in tiles, sides multiples of 8")
         ->type_name("WxH");
     app->add_flag("--planes", run->planes, "Keep channels in planes, not interleaved");
+    app->add_option("--bits", run->bits, "Bitmaps: 1, 4, 8, 16, 24 or 32 bits a pixel (as the picture needs)")
+        ->type_name("N");
+    app->add_flag("--rle", run->rle, "Bitmaps: run lengths, at 4 and 8 bits");
+    app->add_option("--palette", run->palette, "Bitmaps: fixed, medcut, or the bitmap file whose palette is taken")
+        ->type_name("PALETTE");
+    app->add_option("--dither", run->dither, "Bitmaps: none, fs, jjh, stuckey or bayer (none)")->type_name("DITHER");
     app->add_flag("--no-output", run->noOutput, "Write no picture: there is no RESULT");
     app->footer(
         "Operations run one after the other, each on what the one before left. `mox list` tells them.\n"
+        "A RESULT that ends in .bmp is a bitmap, any other a PNG picture.\n"
         "Example: mox run photo.png --roi 10,10,200,100 add-s 40 not result.png");
 }
 
@@ -109,12 +120,35 @@ void understandFiles(const RunWords &words, RunRequest *request) {
     if (request->output.empty()) fail(exitUsage, "the name of the file to write is empty");
 }
 
+// Whether something of a bitmap's form was said is kept: it is to be of use.
+void understandForm(const RunWords &words, RunRequest *request) {
+    BitmapForm &form = request->form;
+    constexpr int known[] = {0, 1, 4, 8, 16, 24, 32};
+    if (std::find(std::begin(known), std::end(known), words.bits) == std::end(known)) {
+        fail(exitUsage, "--bits: wants 1, 4, 8, 16, 24 or 32, not " + std::to_string(words.bits));
+    }
+    if (words.rle && words.bits != 4 && words.bits != 8) fail(exitUsage, "--rle: wants --bits 4 or --bits 8");
+    form.bits = words.bits;
+    form.compressed = words.rle;
+    if (words.palette == "medcut") {
+        form.paletteKind = MOX_PALCONV_MEDCUT;
+    } else if (!words.palette.empty() && words.palette != "fixed") {
+        form.paletteKind = MOX_PALCONV_NONE;
+        form.paletteFile = words.palette;
+    }
+    if (!words.dither.empty()) form.dither = ditherFromName(words.dither);
+    if (form.dither == 0)
+        fail(exitUsage, std::string("--dither: wants ") + ditherNames + ", not '" + words.dither + "'");
+    request->hasForm = words.bits != 0 || words.rle || !words.palette.empty() || !words.dither.empty();
+}
+
 RunRequest understandRun(const RunWords &words) {
     RunRequest request;
     understandFiles(words, &request);
     understandRegion(words, &request);
     understandTiles(words, &request);
     understandDepth(words, &request);
+    understandForm(words, &request);
     if (words.coi < 0) fail(exitUsage, "--coi: channels are counted from 1");
     request.coi = words.coi;
     request.mask = words.mask;
@@ -151,14 +185,14 @@ constexpr const char *exitCodesText =
 CommandLine parseCommandLine(int argc, char **argv) {
     CommandLine line;
     RunWords run;
-    CLI::App app("Runs the operations of the MOX image library on PNG pictures.", "mox");
+    CLI::App app("Runs the operations of the MOX image library on PNG pictures and bitmaps.", "mox");
     app.require_subcommand(1);
     app.set_version_flag("--version", versionText, "Print the version and exit");
     app.footer(exitCodesText);
     CLI::App *list = app.add_subcommand("list", "Tell every operation with its arguments");
     list->add_flag("--names", line.namesOnly, "Only the names, one a line");
     CLI::App *info = app.add_subcommand("info", "Tell what a picture is");
-    info->add_option("picture", line.picture, "A PNG file")->type_name("PICTURE")->required();
+    info->add_option("picture", line.picture, "A PNG or .bmp file")->type_name("PICTURE")->required();
     CLI::App *runApp = app.add_subcommand("run", "Run operations on a picture and write the result");
     addRunArguments(runApp, &run);
     CLI::App *gallery =
@@ -166,7 +200,7 @@ CommandLine parseCommandLine(int argc, char **argv) {
     gallery->add_option("folder", line.folder, "Where to write; made if it is not there")
         ->type_name("FOLDER")
         ->required();
-    gallery->add_option("picture", line.picture, "A PNG file to work on, in place of a scene drawn here")
+    gallery->add_option("picture", line.picture, "A PNG or .bmp file to work on, in place of a scene drawn here")
         ->type_name("PICTURE");
 
     try {

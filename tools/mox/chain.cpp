@@ -1,6 +1,7 @@
 // A chain of operations on one picture: understood from words, then run.
 #include "chain.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -80,6 +81,14 @@ Argument parseArgument(const Operation &operation, const ArgumentSpec &spec, con
         case ArgumentKind::keyword:
             value = 1;
             break;
+        case ArgumentKind::depth:
+            argument.depth = depthFromName(word);
+            if (argument.depth == 0) badArgument(operation, spec, word, "1u, 8u, 16u or 32s");
+            break;
+        case ArgumentKind::dither:
+            value = ditherFromName(word);
+            if (value == 0) badArgument(operation, spec, word, ditherNames);
+            break;
         case ArgumentKind::picture:
             break;
     }
@@ -136,14 +145,14 @@ Canvas makeCanvas(const Picture &picture, unsigned depth, const RunRequest &requ
     return canvas;
 }
 
-void setRegion(Canvas *canvas, const RunRequest &request, const std::optional<Point> &corner) {
-    if (!request.roi && request.coi == 0 && !corner) return;
+void setRegion(Canvas *canvas, const RunRequest &request, const std::optional<Point> &corner, int coi) {
+    if (!request.roi && coi == 0 && !corner) return;
     Region region = request.roi.value_or(Region{0, 0, canvas->store->width, canvas->store->height});
     if (corner) {
         region.x = corner->x;
         region.y = corner->y;
     }
-    canvas->roi = makeRoi(request.coi, region);
+    canvas->roi = makeRoi(coi, region);
     canvas->image()->roi = canvas->roi.get();
 }
 
@@ -152,7 +161,7 @@ void setRegion(Canvas *canvas, const RunRequest &request, const std::optional<Po
 Mask loadMask(const RunRequest &request, const std::string &folder) {
     Mask mask;
     if (request.mask.empty()) return mask;
-    const Picture picture = withChannels(readPng(inFolder(folder, request.mask)), 1);
+    const Picture picture = withChannels(readPicture(inFolder(folder, request.mask)), 1);
     mask.image = imageFromPicture(picture, MOX_DEPTH_1U, false);
     if (request.roi) {
         mask.roi = makeRoi(0, *request.roi);
@@ -161,11 +170,30 @@ Mask loadMask(const RunRequest &request, const std::string &folder) {
     return mask;
 }
 
+// A chain at work.
+struct Work {
+    const RunRequest &request;
+    BitmapForm form;
+    Mask mask;
+    Canvas canvas;
+    int bits;       // of the picture, where the depth has none of its own
+    Bitmap bitmap;  // what the last step left, if it was a bitmap
+};
+
+// A canvas with region and mask. Where a channel of interest was taken out of several there is none any more.
+Canvas makeWorkCanvas(const Work &work, const Picture &picture, unsigned depth, int coi) {
+    Canvas canvas = makeCanvas(picture, depth, work.request);
+    setRegion(&canvas, work.request, std::nullopt, coi);
+    canvas.image()->maskROI = work.mask.image.get();
+    return canvas;
+}
+
 // The second picture of an operation is brought to the bits and channels of the first.
-Canvas loadSecond(const std::string &name, const Picture &first, unsigned depth, const RunRequest &request) {
-    const Picture picture = withChannels(withBits(readPng(name), std::max(first.bits, 8)), first.channels);
-    Canvas canvas = makeCanvas(picture, depth, request);
-    setRegion(&canvas, request, request.from);
+Canvas loadSecond(const std::string &name, const Work &work) {
+    const MoxImage *first = work.canvas.store.get();
+    const Picture picture = withChannels(withBits(readPicture(name), std::max(work.bits, 8)), first->nChannels);
+    Canvas canvas = makeCanvas(picture, first->depth, work.request);
+    setRegion(&canvas, work.request, work.request.from, work.request.coi);
     return canvas;
 }
 
@@ -176,14 +204,52 @@ void checkTilesReturned(const Canvas &canvas, const char *operation) {
     }
 }
 
-std::string runStep(const Step &step, Canvas *canvas, Canvas *second) {
-    Call call{canvas->image(), second->store ? second->image() : nullptr, step.arguments, ""};
+std::string runStep(const Step &step, Work *work, Canvas *second) {
+    std::vector<Canvas> others;
+    const auto another = [&](unsigned depth, int channels) {
+        const Picture picture = withChannels(pictureFromImage(work->canvas.store.get(), work->bits), channels);
+        const bool fewer = channels < work->canvas.store->nChannels;
+        others.push_back(makeWorkCanvas(*work, picture, depth, fewer ? 0 : work->request.coi));
+        return others.back().image();
+    };
+    MoxImage *const other = second->store ? second->image() : nullptr;
+    Call call{work->canvas.image(), other, step.arguments, "", another, work->form, {}};
     clearReports();
     step.operation->run(&call);
     if (anyReport()) fail(exitOperation, std::string(step.operation->name) + ": " + reportsText());
-    checkTilesReturned(*canvas, step.operation->name);
+    checkTilesReturned(work->canvas, step.operation->name);
     if (second->store) checkTilesReturned(*second, step.operation->name);
+    for (const Canvas &asked : others)
+        checkTilesReturned(asked, step.operation->name);
+    if (!others.empty()) work->canvas = std::move(others.back());
+    work->bitmap = std::move(call.bitmap);
+    if (work->bitmap.bytes) {
+        const Picture picture = pictureFromBitmap(work->bitmap, exitOperation, step.operation->name);
+        work->bits = picture.bits;
+        work->canvas = makeWorkCanvas(*work, picture, naturalDepth(picture), work->request.coi);
+    }
     return call.printed;
+}
+
+// A picture that was not made a bitmap by the last step becomes one without more ado.
+void writeBitmap(Work *work, const std::string &name) {
+    if (!work->bitmap.bytes) {
+        Picture picture = pictureFromImage(work->canvas.store.get(), work->bits);
+        picture = withChannels(picture, channelsOfBitmap(picture.channels, work->form));
+        const ImagePtr image = imageFromPicture(picture, naturalDepth(picture), false);
+        clearReports();
+        work->bitmap = bitmapFromImage(image.get(), work->form);
+        if (!work->bitmap.bytes) fail(exitOperation, name + ": " + reportsText());
+    }
+    writeBitmapFile(work->bitmap, name);
+}
+
+// Words about bitmaps that change nothing are an error, and not silence.
+void checkForm(const RunRequest &request, const std::vector<Step> &steps) {
+    const bool makes = std::any_of(steps.begin(), steps.end(),
+                                   [](const Step &step) { return std::string(step.operation->name) == "to-bmp"; });
+    if (!request.hasForm || makes || isBitmapName(request.output)) return;
+    fail(exitUsage, "--bits, --rle, --palette and --dither are for bitmaps, and none is made here (see: to-bmp)");
 }
 
 }  // namespace
@@ -203,22 +269,24 @@ std::vector<Step> parseSteps(const std::vector<std::string> &words) {
 
 std::string runRequest(const RunRequest &request, const std::string &folder) {
     const std::vector<Step> steps = parseSteps(request.words);
-    Picture picture = readPng(inFolder(folder, request.input));
+    checkForm(request, steps);
+    Picture picture = readPicture(inFolder(folder, request.input));
     const unsigned depth = request.depth ? request.depth : naturalDepth(picture);
     if (depth == MOX_DEPTH_1U) picture = withChannels(picture, 1);
-    const Mask mask = loadMask(request, folder);
-    Canvas canvas = makeCanvas(picture, depth, request);
-    setRegion(&canvas, request, std::nullopt);
-    canvas.image()->maskROI = mask.image.get();
+    Work work = {request, request.form, loadMask(request, folder), {}, picture.bits, {}};
+    if (!work.form.paletteFile.empty()) work.form.paletteFile = inFolder(folder, work.form.paletteFile);
+    work.canvas = makeWorkCanvas(work, picture, depth, request.coi);
 
     std::string printed;
     for (const Step &step : steps) {
         Canvas second;
-        if (!step.picture.empty()) second = loadSecond(inFolder(folder, step.picture), picture, depth, request);
-        printed += runStep(step, &canvas, &second);
+        if (!step.picture.empty()) second = loadSecond(inFolder(folder, step.picture), work);
+        printed += runStep(step, &work, &second);
     }
-    if (!request.output.empty()) {
-        writePng(pictureFromImage(canvas.store.get(), picture.bits), inFolder(folder, request.output));
+    if (isBitmapName(request.output)) {
+        writeBitmap(&work, inFolder(folder, request.output));
+    } else if (!request.output.empty()) {
+        writePng(pictureFromImage(work.canvas.store.get(), work.bits), inFolder(folder, request.output));
     }
     return printed;
 }

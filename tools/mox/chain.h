@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "bitmap.h"
 #include "operations.h"
 #include "picture.h"
 
@@ -37,6 +38,8 @@ struct RunRequest {
     std::optional<Size> tiles;
     unsigned depth = 0;  // 0 for the picture's own
     bool planes = false;
+    BitmapForm form;       // of bitmaps that are made
+    bool hasForm = false;  // something of it was said
 };
 
 struct Step {

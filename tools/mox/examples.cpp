@@ -45,6 +45,35 @@ const std::vector<Way> &ways() {
     return all;
 }
 
+std::vector<Way> bitmapWays() {
+    struct Word {
+        const char *word;
+        const char *text;
+    };
+    constexpr Word sizes[] = {{"8", "256 colours"}, {"4", "16 colours"}, {"1", "2 colours"}};
+    constexpr Word palettes[] = {{"fixed", "fixed"}, {"medcut", "of the picture"}};
+    constexpr Word dithers[] = {{"none", "not dithered"},
+                                {"fs", "Floyd and Steinberg"},
+                                {"jjh", "Jarvis, Judice and Ninke"},
+                                {"stuckey", "Stucki"},
+                                {"bayer", "Bayer"}};
+    std::vector<Way> all;
+    for (const Word &size : sizes) {
+        for (const Word &palette : palettes) {
+            for (const Word &dither : dithers) {
+                Way way;
+                way.name = std::string("bmp-") + size.word + "-" + palette.word + "-" + dither.word;
+                way.title = std::string(size.text) + ", " + palette.text;
+                way.example.caption = std::string(dither.text) + ".";
+                way.example.words = std::string("to-bmp --bits ") + size.word + " --palette " + palette.word +
+                                    " --dither " + dither.word;
+                all.push_back(way);
+            }
+        }
+    }
+    return all;
+}
+
 static std::string withNumbers(const std::string &word, int width, int height) {
     std::string result;
     std::size_t next = 0;

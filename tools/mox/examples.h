@@ -8,12 +8,15 @@
 
 // An example of an option of `mox run`.
 struct Way {
-    const char *name;  // of the result, without .png
-    const char *title;
+    std::string name;  // of the result, without its ending
+    std::string title;
     Example example;
 };
 
 const std::vector<Way> &ways();
+
+// Each number of colours with each palette and each dither.
+std::vector<Way> bitmapWays();
 
 // Words between spaces, with {w25} replaced by 25 % of the width, {h25} of the height.
 std::vector<std::string> exampleWords(const Example &example, int width, int height);

@@ -94,7 +94,7 @@ void addOperation(Gallery *gallery, const Operation &operation, Section *section
         number++;
         std::string result = operation.name;
         if (number > 1) result.append("-").append(std::to_string(number));
-        Card card = runExample(gallery, example, result + ".png");
+        Card card = runExample(gallery, example, result + example.ending);
         card.title = usageOf(operation);
         if (number == 1) card.help = operation.help;
         section->cards.push_back(card);
@@ -102,12 +102,13 @@ void addOperation(Gallery *gallery, const Operation &operation, Section *section
     gallery->page.operations++;
 }
 
-void addWays(Gallery *gallery) {
-    Section section{"Regions, masks, channels, depths, tiles", {}};
-    for (const Way &way : ways()) {
-        Card card = runExample(gallery, way.example, std::string(way.name) + ".png");
+void addWays(Gallery *gallery, const std::vector<Way> &ways, const char *title, bool compact) {
+    Section section{title, {}, compact};
+    for (const Way &way : ways) {
+        Card card = runExample(gallery, way.example, std::string(way.name) + way.example.ending);
         card.title = way.title;
         card.help = "";
+        if (compact) card.inputs.clear();
         section.cards.push_back(card);
     }
     gallery->page.sections.push_back(section);
@@ -117,7 +118,7 @@ void addWays(Gallery *gallery) {
 
 void writeGallery(const std::string &folder, const std::string &picture) {
     Picture main;
-    if (!picture.empty()) main = reducedTo(withChannels(withBits(readPng(picture), 8), 3), longestSide);
+    if (!picture.empty()) main = reducedTo(withChannels(withBits(readPicture(picture), 8), 3), longestSide);
     makeFolder(folder);
     if (picture.empty()) main = drawScene(sceneWidth, sceneHeight);
     Gallery gallery;
@@ -127,12 +128,13 @@ void writeGallery(const std::string &folder, const std::string &picture) {
     gallery.page.height = main.height;
     writeSources(&gallery, main, picture.empty() ? "The picture: a scene drawn by mox." : "The picture.");
     for (const Family *family : families()) {
-        Section section{family->title, {}};
+        Section section{family->title, {}, false};
         for (const Operation &operation : family->operations)
             addOperation(&gallery, operation, &section);
         gallery.page.sections.push_back(section);
     }
-    addWays(&gallery);
+    addWays(&gallery, bitmapWays(), "Bitmaps: colours, palettes and dithers", true);
+    addWays(&gallery, ways(), "Regions, masks, channels, depths, tiles", false);
     writeText((std::filesystem::path(folder) / "commands.txt").string(), gallery.commands);
     writeText((std::filesystem::path(folder) / "index.html").string(), renderPage(gallery.page));
 }

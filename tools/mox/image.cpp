@@ -48,7 +48,10 @@ unsigned naturalDepth(const Picture &picture) {
 ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height) {
     const bool color = channels > 2;
     ImagePtr image(moxCreateImageHeader(channels, hasAlpha(channels) ? channels : 0, static_cast<int>(depth),
-                                        color ? "RGB" : "GRAY", color ? "RGB" : "G",
+                                        color ? "RGB" : "GRAY",
+                                        channels == 4 ? "RGBA"
+                                        : color       ? "RGB"
+                                                      : "G",
                                         planes ? MOX_DATA_ORDER_PLANE : MOX_DATA_ORDER_PIXEL, MOX_ORIGIN_TL, imageAlign,
                                         width, height, nullptr, nullptr, nullptr, nullptr));
     if (!image) fail(exitOperation, "no image of this size can be made");

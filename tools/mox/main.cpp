@@ -26,7 +26,7 @@ void listOperations() {
     for (const Family *family : families()) {
         std::printf("%s%s\n", separator, family->title);
         for (const Operation &operation : family->operations) {
-            std::printf("  %-28s %s\n", usageOf(operation).c_str(), operation.help);
+            std::printf("  %-38s  %s\n", usageOf(operation).c_str(), operation.help);
         }
         separator = "\n";
     }
@@ -58,7 +58,7 @@ const char *channelName(int channels, int channel) {
 }
 
 void tellPicture(const std::string &name) {
-    const Picture picture = readPng(name);
+    const Picture picture = readPicture(name);
     std::printf("%s: %d x %d, %s, %d %s a sample; depth %s\n", name.c_str(), picture.width, picture.height,
                 channelsText(picture.channels).c_str(), picture.bits, picture.bits == 1 ? "bit" : "bits",
                 depthName(naturalDepth(picture)));

@@ -3,7 +3,7 @@
 
 const std::vector<const Family *> &families() {
     static const std::vector<const Family *> all = {&movingFamily(), &arithmeticPair(), &arithmeticOne(),
-                                                    &filterFamily()};
+                                                    &filterFamily(), &bitmapFamily()};
     return all;
 }
 

@@ -4,8 +4,11 @@
 
 #include <mox.h>
 
+#include <functional>
 #include <string>
 #include <vector>
+
+#include "bitmap.h"
 
 enum class ArgumentKind {
     integer,  // an int, decimal or 0x
@@ -13,7 +16,9 @@ enum class ArgumentKind {
     count,    // an unsigned
     real,     // a float
     samples,  // numbers separated by commas, one for each channel
-    picture,  // a PNG file: the second image
+    picture,  // a file: the second image
+    depth,    // "8u" and its like
+    dither,   // "fs" and its like
     keyword   // an optional word, the argument's name itself
 };
 
@@ -23,25 +28,34 @@ struct ArgumentSpec {
 };
 
 struct Argument {
-    int integer = 0;  // integer, count; 1 for a keyword that is there
+    int integer = 0;  // integer, count, dither; 1 for a keyword that is there
+    unsigned depth = 0;
     float real = 0;
     std::vector<double> samples;
     std::string text;  // as typed
 };
 
-// One operation at work. The picture is source A and destination in one, as the library allows.
+// One operation at work. The picture is source A and destination in one, where the library allows it.
 struct Call {
     MoxImage *image;
     MoxImage *other;  // null where there is no second picture
     const std::vector<Argument> &arguments;
     std::string printed;  // for standard output
+
+    // An image that looks the same, with the same region, channel of interest and mask, at a depth and with channels of
+    // its own. The last one asked for is what the operation leaves.
+    std::function<MoxImage *(unsigned depth, int channels)> another;
+
+    const BitmapForm &form;  // of bitmaps
+    Bitmap bitmap;           // what the operation leaves, if there are bytes
 };
 
 // A picture of the gallery: words as they follow `mox run PICTURE`, without the result's name.
 struct Example {
-    const char *caption;
-    const char *words;
-    const char *input = "picture.png";
+    std::string caption;
+    std::string words;
+    std::string input = "picture.png";
+    std::string ending = ".png";  // of the result's name
 };
 
 struct Operation {
@@ -61,6 +75,7 @@ const Family &movingFamily();    // opsmove.cpp
 const Family &arithmeticPair();  // opsarith.cpp
 const Family &arithmeticOne();   // opsarith.cpp
 const Family &filterFamily();    // opsfilter.cpp
+const Family &bitmapFamily();    // opsbitmap.cpp
 
 // All of them, in the order of the list.
 const std::vector<const Family *> &families();

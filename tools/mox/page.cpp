@@ -21,6 +21,9 @@ nav a:hover { border-color: var(--accent); color: var(--accent); }
 h2 { margin: 44px 0 14px; font-size: 25px; letter-spacing: -.01em; }
 .sources { display: grid; grid-template-columns: repeat(auto-fill, minmax(150px, 1fr)); gap: 14px; }
 .cards { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(540px, 100%), 1fr)); gap: 18px; }
+.compact { grid-template-columns: repeat(5, minmax(150px, 1fr)); gap: 12px; overflow-x: auto; }
+.compact article { padding: 10px; }
+.compact pre { font-size: 11px; }
 article { background: var(--card); border: 1px solid var(--line); border-radius: 12px; padding: 16px 18px 18px; display: flex; flex-direction: column; }
 article h3 { margin: 0; font: 600 16px/1.4 ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; color: var(--accent); }
 article h3.words { font-family: inherit; }
@@ -78,8 +81,8 @@ std::string figure(const std::string &file, const char *kind, bool tiny) {
 }
 
 std::string pictures(const Card &card) {
-    const bool tiny = card.inputs.front() == "tiny.png";
-    std::string html = card.inputs.size() == 1 ? "<div class=\"pictures two\">\n" : "<div class=\"pictures\">\n";
+    const bool tiny = !card.inputs.empty() && card.inputs.front() == "tiny.png";
+    std::string html = card.inputs.size() <= 1 ? "<div class=\"pictures two\">\n" : "<div class=\"pictures\">\n";
     for (const std::string &input : card.inputs)
         html += figure(input, "input", tiny);
     if (!card.result.empty()) html += figure(card.result, "result", tiny);
@@ -124,7 +127,8 @@ std::string sources(const Page &page) {
 std::string sectionsHtml(const Page &page) {
     std::string html;
     for (const Section &section : page.sections) {
-        html += "<h2>" + escaped(section.title) + "</h2>\n<div class=\"cards\">\n";
+        html += "<h2>" + escaped(section.title) + "</h2>\n<div class=\"cards" + (section.compact ? " compact" : "") +
+                "\">\n";
         bool named = false;
         for (const Card &card : section.cards)
             named = named || !card.help.empty();

@@ -23,6 +23,7 @@ struct Card {
 struct Section {
     std::string title;
     std::vector<Card> cards;
+    bool compact = false;  // the results alone, small and side by side
 };
 
 struct Page {

@@ -1,4 +1,4 @@
-// Pictures as they lie in a PNG file: rows from the top, channels interleaved, one integer a sample.
+// Pictures as they lie in a file: rows from the top, channels interleaved, one integer a sample.
 #pragma once
 
 #include <cstddef>
@@ -56,6 +56,9 @@ std::string channelsText(int channels);
 
 // Reads any PNG: a palette becomes RGB, transparency becomes alpha, 2 and 4 bits become 8. Throws Failure.
 Picture readPng(const std::string &name);
+
+// Reads a PNG or a bitmap file, whichever it is. Throws Failure.
+Picture readPicture(const std::string &name);
 
 // Writes at the picture's own bits, whole or not at all. Throws Failure.
 void writePng(const Picture &picture, const std::string &name);

@@ -1,0 +1,162 @@
+// Bitmaps made and read by the library, and written to files.
+#include "bitmap.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "failure.h"
+#include "files.h"
+#include "image.h"
+#include "reports.h"
+
+namespace {
+
+struct DitherName {
+    const char *name;
+    int dither;
+};
+constexpr DitherName dithers[] = {{"none", MOX_DITHER_NONE},
+                                  {"fs", MOX_DITHER_FS},
+                                  {"jjh", MOX_DITHER_JJH},
+                                  {"stuckey", MOX_DITHER_STUCKEY},
+                                  {"bayer", MOX_DITHER_BAYER}};
+
+constexpr std::size_t fileHeaderBytes = 14;
+
+// Where blue, green, red stand in a pixel of "BGR" and "BGRA".
+int channelOfBitmap(int channel, int channels) {
+    return channels > 2 && channel < 3 ? 2 - channel : channel;
+}
+
+// Many programs leave the fourth byte of a pixel 0, and mean an opaque picture.
+bool isAllHidden(const Picture &picture) {
+    const auto step = static_cast<std::size_t>(picture.channels);
+    for (std::size_t i = step - 1; i < picture.samples.size(); i += step) {
+        if (picture.samples[i] != 0) return false;
+    }
+    return true;
+}
+
+// Rows of the image stand as they do in the bitmap.
+Picture turned(const MoxImage *image) {
+    const Picture direct = pictureFromImage(image, 8);
+    if (image->nChannels == 1 && image->origin == MOX_ORIGIN_TL) return direct;
+    Picture picture = makePicture(direct.width, direct.height, direct.channels, direct.bits);
+    for (int y = 0; y < picture.height; y++) {
+        const int row = image->origin == MOX_ORIGIN_BL ? picture.height - 1 - y : y;
+        for (int x = 0; x < picture.width; x++) {
+            const std::uint16_t *from = pixelAt(&direct, x, row);
+            std::uint16_t *to = pixelAt(&picture, x, y);
+            for (int c = 0; c < picture.channels; c++)
+                to[channelOfBitmap(c, picture.channels)] = from[c];
+        }
+    }
+    return picture;
+}
+
+int usualBits(const MoxImage *image) {
+    if (image->depth == MOX_DEPTH_1U) return 1;
+    return image->nChannels == 1 ? 8 : image->alphaChannel != 0 ? 32 : 24;
+}
+
+// A bitmap with room for as much palette and pixels as there can be.
+Bitmap emptyBitmap(const MoxImage *image, const BitmapForm &form, int bits) {
+    const std::size_t palette = bits <= 8 ? std::size_t{4} << bits : 0;
+    const std::uint64_t rowBytes =
+        (static_cast<std::uint64_t>(image->width) * static_cast<unsigned>(bits) + 31) / 32 * 4;
+    const std::uint64_t pixels = rowBytes * static_cast<std::uint64_t>(image->height);
+    if (pixels > 0x7FFFFFFF) fail(exitOperation, "the bitmap is larger than 2 GB");
+    Bitmap bitmap;
+    bitmap.size = sizeof(BITMAPINFOHEADER) + palette + static_cast<std::size_t>(pixels);
+    bitmap.bytes = std::make_unique<char[]>(bitmap.size);
+    BITMAPINFOHEADER *header = bitmap.header();
+    header->biSize = sizeof(BITMAPINFOHEADER);
+    header->biWidth = image->width;
+    header->biHeight = image->height;
+    header->biPlanes = 1;
+    header->biBitCount = static_cast<unsigned short>(bits);
+    if (form.compressed) header->biCompression = bits == 4 ? BI_RLE4 : BI_RLE8;
+    return bitmap;
+}
+
+void takePalette(const std::string &name, const Bitmap &bitmap) {
+    const Bitmap source = readBitmapFile(name);
+    BITMAPINFOHEADER *header = bitmap.header();
+    const unsigned entries = source.header()->biClrUsed, most = 1u << header->biBitCount;
+    if (entries == 0) fail(exitFile, name + ": has no palette");
+    header->biClrUsed = std::min(entries, most);
+    std::memcpy(bitmap.bytes.get() + sizeof(BITMAPINFOHEADER), source.bytes.get() + sizeof(BITMAPINFOHEADER),
+                std::size_t{4} * header->biClrUsed);
+}
+
+}  // namespace
+
+const char *const ditherNames = "none, fs, jjh, stuckey or bayer";
+
+int ditherFromName(const std::string &name) {
+    for (const DitherName &entry : dithers) {
+        if (name == entry.name) return entry.dither;
+    }
+    return 0;
+}
+
+Picture pictureFromBitmap(const Bitmap &bitmap, int code, const std::string &what) {
+    clearReports();
+    int clone = 1;
+    const ImagePtr image(moxTranslateDIB(bitmap.header(), &clone));
+    if (!image) fail(static_cast<ExitCode>(code), what + ": " + reportsText());
+    Picture picture = turned(image.get());
+    return picture.channels == 4 && isAllHidden(picture) ? withChannels(picture, 3) : picture;
+}
+
+int channelsOfBitmap(int channels, const BitmapForm &form) {
+    if (form.bits == 1 && form.paletteKind == MOX_PALCONV_POPULATE) return 1;
+    return channels == 2 ? 4 : channels;
+}
+
+Bitmap bitmapFromImage(MoxImage *image, const BitmapForm &form) {
+    const int bits = form.bits != 0 ? form.bits : usualBits(image);
+    Bitmap bitmap = emptyBitmap(image, form, bits);
+    BITMAPINFOHEADER *header = bitmap.header();
+    if (form.paletteKind == MOX_PALCONV_NONE && bits <= 8) takePalette(form.paletteFile, bitmap);
+    moxConvertToDIB(image, header, form.dither, form.paletteKind);
+    if (anyReport()) return {};
+    bitmap.size = sizeof(BITMAPINFOHEADER) + std::size_t{4} * header->biClrUsed + header->biSizeImage;
+    return bitmap;
+}
+
+void writeBitmapFile(const Bitmap &bitmap, const std::string &name) {
+    unsigned char head[fileHeaderBytes] = {'B', 'M'};
+    const auto put = [&](std::size_t at, std::size_t value) {
+        for (std::size_t i = 0; i < 4; i++)
+            head[at + i] = static_cast<unsigned char>(value >> (8 * i));
+    };
+    put(2, fileHeaderBytes + bitmap.size);
+    put(10, fileHeaderBytes + bitmap.size - bitmap.header()->biSizeImage);
+    NewFile file;
+    beginFile(&file, name);
+    if (std::fwrite(head, 1, sizeof head, file.stream) != sizeof head ||
+        std::fwrite(bitmap.bytes.get(), 1, bitmap.size, file.stream) != bitmap.size) {
+        failErrno(name, errno);
+    }
+    commitFile(&file);
+}
+
+bool isBitmapName(const std::string &name) {
+    constexpr const char ending[] = ".bmp";
+    if (name.size() < 4) return false;
+    return std::equal(name.end() - 4, name.end(), ending,
+                      [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
+}
+
+Picture readPicture(const std::string &name) {
+    char begin[2] = {};
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(name.c_str(), "rb"), std::fclose);
+    const bool bitmap = file && std::fread(begin, 1, 2, file.get()) == 2 && begin[0] == 'B' && begin[1] == 'M';
+    if (!bitmap) return readPng(name);
+    return pictureFromBitmap(readBitmapFile(name), exitFile, name + ": cannot be read as a bitmap");
+}
