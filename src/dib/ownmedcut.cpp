@@ -132,9 +132,11 @@ void storeMean(const Cut &cut, const Box &box, uint8_t *entry) {
 // The colours of the histogram, in its order, if there are no more than entries; their number.
 int storeColours(const Cut &cut, int cells, int entries, uint8_t *palette) {
     int count = 0;
-    for (int i = 0; i < cells; ++i)
-        count += cut.histogram[i] != 0;
-    if (count > entries) return count;
+    for (int i = 0; i < cells; i += GRAY_CELLS) {
+        for (int k = 0; k < GRAY_CELLS; ++k)
+            count += cut.histogram[i + k] != 0;
+        if (count > entries) return count;
+    }
     for (int i = 0; i < cells; ++i) {
         if (cut.histogram[i] == 0) continue;
         const int gray = i << cut.shift;

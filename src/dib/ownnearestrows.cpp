@@ -92,76 +92,103 @@ uint8_t findInList(const OwnColourPart *parts, int count, uint32_t quad) {
 
 // A cube of colours: its lowest corner, and one less than its size.
 struct Box {
-    uint16_t low[3];
-    uint16_t extent;
+    int16_t low[3];
+    int16_t extent;
 };
 
-using Lanes [[gnu::vector_size(32)]] = uint16_t;
-using SignedLanes [[gnu::vector_size(32)]] = int16_t;
+// Values of a part's entries, in as many vectors as the level needs.
+#if defined(__AVX2__)
+using Lanes [[gnu::vector_size(32), gnu::may_alias]] = int16_t;
+#else
+using Lanes [[gnu::vector_size(16), gnu::may_alias]] = int16_t;
+#endif
+using UnsignedLanes [[gnu::vector_size(sizeof(Lanes))]] = uint16_t;
+using Bytes [[gnu::vector_size(sizeof(Lanes) / 2)]] = uint8_t;
+constexpr int LANES = sizeof(Lanes) / 2;
 
-// Distances of a part's entries to a box: bounds of their squares, as quarters, which 16 bits hold; and the largest
-// difference in a channel.
+// Of a part's entries: bounds of an eighth of the squared distances to a box, for which 15 bits are enough, and the
+// largest difference in a channel.
 struct Bounds {
+    alignas(32) int16_t nearest[16];
+    alignas(32) int16_t farthest[16];
+    alignas(32) int16_t difference[16];
+};
+void takeLarger(Lanes *largest, const Lanes &values) {
+    *largest = values > *largest ? values : *largest;
+}
+void addSquare(const Lanes &values, Lanes *sum) {
+    *sum += (Lanes)((UnsignedLanes)(values * values) >> 3);
+}
+struct BoundLanes {
     Lanes nearest, farthest, difference;
 };
-void addChannel(const Lanes &colours, uint16_t low, uint16_t extent, Bounds *bounds) {
-    const SignedLanes below = low - (SignedLanes)colours, above = -below - (int16_t)extent;
-    const SignedLanes outside = below > above ? below : above, inside = below > above ? above : below;
-    const Lanes near = (Lanes)(outside > 0 ? outside : SignedLanes{}), far = (Lanes)(-inside);
-    bounds->nearest += near * near >> 2;
-    bounds->farthest += far * far >> 2;
-    bounds->difference = bounds->difference > far ? bounds->difference : far;
+void addChannel(const Lanes &colours, int16_t low, int16_t extent, BoundLanes *bounds) {
+    const Lanes above = colours - low - extent;
+    Lanes nearest = low - colours, farthest = colours - low;
+    takeLarger(&nearest, above);
+    takeLarger(&nearest, Lanes{});
+    takeLarger(&farthest, -above);
+    addSquare(nearest, &bounds->nearest);
+    addSquare(farthest, &bounds->farthest);
+    takeLarger(&bounds->difference, farthest);
 }
 void boundDistances(const OwnColourPart &part, const Box &box, Bounds *bounds) {
-    Lanes pairs, reds;
-    std::memcpy(&pairs, part.blueGreen, sizeof pairs);
+    for (int i = 0; i < 16; i += LANES) {
+        Lanes pairs;
+        Bytes reds;
+        std::memcpy(&pairs, part.blueGreen + 2 * i, sizeof pairs);
+        std::memcpy(&reds, part.red + i, sizeof reds);
+        BoundLanes sums = {Lanes{}, Lanes{} + 3, Lanes{}};
+        addChannel(pairs & 255, box.low[0], box.extent, &sums);
+        addChannel((Lanes)((UnsignedLanes)pairs >> 8), box.low[1], box.extent, &sums);
+        addChannel(__builtin_convertvector(reds, Lanes), box.low[2], box.extent, &sums);
+        std::memcpy(bounds->nearest + i, &sums.nearest, sizeof(Lanes));
+        std::memcpy(bounds->farthest + i, &sums.farthest, sizeof(Lanes));
+        std::memcpy(bounds->difference + i, &sums.difference, sizeof(Lanes));
+    }
+}
+
+void takeLesser(int16_t *least, const int16_t *values) {
     for (int i = 0; i < 16; ++i)
-        reds[i] = part.red[i];
-    *bounds = {Lanes{}, Lanes{} + 3, Lanes{}};
-    addChannel(pairs & 255, box.low[0], box.extent, bounds);
-    addChannel(pairs >> 8, box.low[1], box.extent, bounds);
-    addChannel(reds, box.low[2], box.extent, bounds);
+        least[i] = values[i] < least[i] ? values[i] : least[i];
 }
-
-void takeLess(Lanes *least, const Lanes &values) {
-    *least = values < *least ? values : *least;
-}
-uint16_t leastOf(Lanes v) {
-    takeLess(&v, __builtin_shuffle(v, Lanes{8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7}));
-    takeLess(&v, __builtin_shuffle(v, Lanes{4, 5, 6, 7, 0, 1, 2, 3, 12, 13, 14, 15, 8, 9, 10, 11}));
-    takeLess(&v, __builtin_shuffle(v, Lanes{2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13}));
-    return v[0] < v[1] ? v[0] : v[1];
-}
-
-// Whether a bit above the lowest seven is set in any of the values.
-bool isFar(const Lanes &differences) {
-    uint64_t words[4];
-    std::memcpy(words, &differences, sizeof words);
-    return ((words[0] | words[1] | words[2] | words[3]) & 0xFF80FF80FF80FF80u) != 0;
+int16_t leastOf(const int16_t *values) {
+#if defined(__SSE2__)
+    __m128i least = _mm_min_epi16(_mm_load_si128(reinterpret_cast<const __m128i *>(values)),
+                                  _mm_load_si128(reinterpret_cast<const __m128i *>(values + 8)));
+    least = _mm_min_epi16(least, _mm_shuffle_epi32(least, 0x4E));
+    least = _mm_min_epi16(least, _mm_shuffle_epi32(least, 0xB1));
+    const int two = _mm_cvtsi128_si32(least);
+    const auto one = static_cast<int16_t>(two), other = static_cast<int16_t>(two >> 16);
+    return one < other ? one : other;
+#else
+    int16_t least = values[0];
+    for (int i = 1; i < 16; ++i)
+        least = values[i] < least ? values[i] : least;
+    return least;
+#endif
 }
 
 // Bit i for a value that is not above the limit.
-uint32_t notAbove(const Lanes &values, uint16_t limit) {
-    uint32_t bits = 0;
+uint32_t notAbove(const int16_t *values, int16_t limit) {
 #if defined(__SSE2__)
-    const Lanes within = values <= limit;
-    __m128i halves[2];
-    std::memcpy(halves, &within, sizeof halves);
-    bits = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(halves[0], halves[1])));
+    const __m128i limits = _mm_set1_epi16(limit);
+    const __m128i low = _mm_cmpgt_epi16(_mm_load_si128(reinterpret_cast<const __m128i *>(values)), limits);
+    const __m128i high = _mm_cmpgt_epi16(_mm_load_si128(reinterpret_cast<const __m128i *>(values + 8)), limits);
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(low, high))) ^ 0xFFFF;
 #else
+    uint32_t bits = 0;
     for (int i = 0; i < 16; ++i)
         bits |= static_cast<uint32_t>(values[i] <= limit) << i;
-#endif
     return bits;
+#endif
 }
 
 // A part that holds one entry sixteen times.
 OwnColourPart repeatEntry(const OwnColourPart &list, int place) {
     OwnColourPart part;
-    uint16_t pair;
-    std::memcpy(&pair, list.blueGreen + 2 * place, sizeof pair);
-    const Lanes pairs = Lanes{} + pair;
-    std::memcpy(part.blueGreen, &pairs, sizeof pairs);
+    for (int i = 0; i < 16; ++i)
+        std::memcpy(part.blueGreen + 2 * i, list.blueGreen + 2 * place, 2);
     std::memset(part.red, list.red[place], 16);
     std::memset(part.index, list.index[place], 16);
     return part;
@@ -172,48 +199,38 @@ void copyEntry(const OwnColourPart &from, int fromPlace, OwnColourPart *to, int 
     to->index[toPlace] = from.index[fromPlace];
 }
 
-// The first of so many parts of the store. What was met before is forgotten where it is full.
-int takeParts(OwnNearestCells *cells, int count) {
-    if (cells->used + count > OWN_NEAREST_STORE) {
-        std::memset(cells, 0, offsetof(OwnNearestCells, used));
-        cells->used = 0;
-        ++cells->refills;
-    }
-    const int first = cells->used;
-    cells->used += count;
-    return first;
-}
-
-// Lists the entries, among those of the parts given, that can be nearest to a colour of the box.
+// Lists the entries, among those of the parts given, that can be nearest to a colour of the box, in the store, which
+// has room for them.
 OwnColourCell meet(OwnNearestCells *cells, const OwnColourPart *parts, int count, const Box &box) {
     Bounds bounds[16];
+    alignas(32) int16_t limits[16];
     boundDistances(parts[0], box, &bounds[0]);
-    Lanes limits = bounds[0].farthest;
+    std::memcpy(limits, bounds[0].farthest, sizeof limits);
     for (int k = 1; k < count; ++k) {
         boundDistances(parts[k], box, &bounds[k]);
-        takeLess(&limits, bounds[k].farthest);
+        takeLesser(limits, bounds[k].farthest);
     }
-    const uint16_t limit = leastOf(limits);
-    Lanes differences = {};
-    OwnColourPart found[16];
+    const int16_t limit = leastOf(limits);
+    int differences = 0;
+    OwnColourPart *found = cells->store + cells->used;
     int entries = 0, before = -1;
     for (int k = 0; k < count; ++k) {
-        differences |= bounds[k].nearest <= limit ? bounds[k].difference : Lanes{};
         for (uint32_t bits = notAbove(bounds[k].nearest, limit); bits != 0; bits &= bits - 1) {
             const int place = __builtin_ctz(bits), index = parts[k].index[place];
             // Here the list begins again to fill its last part.
             if (index <= before) break;
             before = index;
+            differences |= bounds[k].difference[place];
             OwnColourPart *part = &found[entries / 16];
             if (entries % 16 == 0) *part = entries == 0 ? repeatEntry(parts[k], place) : repeatEntry(found[0], 0);
             copyEntry(parts[k], place, part, entries % 16);
             ++entries;
         }
     }
-    const int full = (entries + 15) / 16;
-    const int first = takeParts(cells, full);
-    std::memcpy(cells->store + first, found, static_cast<size_t>(full) * sizeof found[0]);
-    return {static_cast<uint16_t>(first), static_cast<uint8_t>(full), isFar(differences)};
+    const OwnColourCell cell = {static_cast<uint16_t>(cells->used), static_cast<uint8_t>((entries + 15) / 16),
+                                differences > 127};
+    cells->used += cell.parts;
+    return cell;
 }
 
 // The cell of a colour, with so many bits of each of its channels.
@@ -226,14 +243,19 @@ Box boxOf(uint32_t quad, int bits) {
     const int extent = (256 >> bits) - 1;
     Box box;
     for (int c = 0; c < 3; ++c)
-        box.low[c] = static_cast<uint16_t>(static_cast<int>(quad >> 8 * c & 0xFF) & ~extent);
-    box.extent = static_cast<uint16_t>(extent);
+        box.low[c] = static_cast<int16_t>(static_cast<int>(quad >> 8 * c & 0xFF) & ~extent);
+    box.extent = static_cast<int16_t>(extent);
     return box;
 }
 
 OwnColourCell meetSmall(OwnNearest *nearest, uint32_t quad) {
     OwnNearestCells *cells = nearest->cells;
-    const uint32_t small = cellOf(quad, 5);
+    // Room for three lists of all entries. What was met before is forgotten where there is none.
+    if (cells->used + 3 * 16 > OWN_NEAREST_STORE) {
+        std::memset(cells, 0, offsetof(OwnNearestCells, used));
+        cells->used = 0;
+        ++cells->refills;
+    }
     OwnColourCell middle = cells->middle[cellOf(quad, 4)];
     if (middle.parts == 0) {
         OwnColourCell large = cells->large[cellOf(quad, 3)];
@@ -244,7 +266,7 @@ OwnColourCell meetSmall(OwnNearest *nearest, uint32_t quad) {
         middle = meet(cells, cells->store + large.first, large.parts, boxOf(quad, 4));
         cells->middle[cellOf(quad, 4)] = middle;
     }
-    return cells->small[small] = meet(cells, cells->store + middle.first, middle.parts, boxOf(quad, 5));
+    return cells->small[cellOf(quad, 5)] = meet(cells, cells->store + middle.first, middle.parts, boxOf(quad, 5));
 }
 
 uint8_t findInCell(const OwnNearestCells &cells, OwnColourCell cell, uint32_t quad) {
