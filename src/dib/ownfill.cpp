@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t OPAQUE = 0xFF000000u;
+constexpr uint32_t ALL_ALPHA = 0xFF000000u;
 
 struct Fill {
     OwnImageRows image;
@@ -27,7 +27,7 @@ void preparePalette(const OwnBitmap &bitmap, Fill *fill) {
     const int entries = ownReachableEntries(*bitmap.header);
     const uint8_t *entry = ownBitmapPalette(bitmap);
     for (int i = 0; i < 256; ++i, entry += 4) {
-        fill->colours[i] = OPAQUE;
+        fill->colours[i] = ALL_ALPHA;
         if (i < entries) fill->colours[i] |= entry[0] | uint32_t{entry[1]} << 8 | uint32_t{entry[2]} << 16;
     }
     fill->kernels->gray(fill->colours, fill->grays, 256);
@@ -65,7 +65,7 @@ void readIndices(const Fill &fill, const uint8_t *row, size_t x, size_t n, uint8
 }
 
 uint32_t unmask(const Fill &fill, uint32_t pixel) {
-    uint32_t quad = fill.masks.runs[3].width == 0 ? OPAQUE : 0;
+    uint32_t quad = fill.masks.runs[3].width == 0 ? ALL_ALPHA : 0;
     for (int c = 0; c < 4; ++c) {
         const OwnPixelField &run = fill.masks.runs[c];
         if (run.width == 0) continue;

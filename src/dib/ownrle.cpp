@@ -50,7 +50,6 @@ struct Source {
 
 // Pixels of 8 bits.
 struct Bytes {
-    static constexpr bool eight = true;
     static uint64_t literalBytes(int64_t n) { return static_cast<uint64_t>(n); }
     static int64_t offset(int64_t column) { return column; }
 
@@ -74,7 +73,6 @@ struct Bytes {
 
 // Pixels of 4 bits. The low half of a byte is 0 until its pixel is written.
 struct Nibbles {
-    static constexpr bool eight = false;
     static uint64_t literalBytes(int64_t n) { return static_cast<uint64_t>(n + 1) / 2; }
     static int64_t offset(int64_t column) { return (column + 1) / 2; }
 
