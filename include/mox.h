@@ -808,12 +808,12 @@ enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
  * Rows of a bitmap begin with the bottom one where biHeight is positive. They are taken in memory order where that is
  * the image's order as well (MOX_ORIGIN_BL), and reversed otherwise.
  *
- * Where the format leaves something open: an index beyond the palette is black. Colours of fewer than 8 bits are widened
- * by repeating their bits, so that white stays white. Masks that do not name three separate runs of bits are taken for
- * the usual ones (5 bits a colour; 8 bits a colour with red highest); a run of bits that no mask names is alpha at 32
- * bits. Alpha that a bitmap does not have is opaque in the image; alpha that an image does not have is 0 in the bitmap.
- * A colour becomes gray as (54 R + 183 G + 19 B) >> 8. Samples of 16 bits are 257 times those of 8 bits, and give their
- * high byte to a bitmap; samples of 1 bit are the high bit of those of 8.
+ * Where the format leaves something open: an index beyond the palette is black. Colours of fewer than 8 bits are
+ * widened by repeating their bits, so that white stays white. Masks that do not name three separate runs of bits are
+ * taken for the usual ones (5 bits a colour; 8 bits a colour with red highest); a run of bits that no mask names is
+ * alpha at 32 bits. Alpha that a bitmap does not have is opaque in the image; alpha that an image does not have is 0 in
+ * the bitmap. A colour becomes gray as (54 R + 183 G + 19 B) >> 8. Samples of 16 bits are 257 times those of 8 bits,
+ * and give their high byte to a bitmap; samples of 1 bit are the high bit of those of 8.
  *
  * Regions, channels of interest and masks of the image play no part: whole images are converted.
  *
@@ -857,7 +857,8 @@ MOX_EXPORT MoxImage *MOX_CALL moxTranslateDIB(struct tagBITMAPINFOHEADER *dib, i
  *
  * Failures, in this order: -5 "dib==0", "image==0", "( image->alphaChannel < 0 )", "( image->nChannels <
  * image->alphaChannel )", "( (image->dataOrder != 0) && (image->dataOrder != 1) )", "( (image->origin != 0) &&
- * (image->origin != 1) )", "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32)
+ * (image->origin != 1) )", "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align !=
+ * 32)
  * )", "(image->height <= 0)", "(image->width <= 0)", "(image->imageSize <= 0)", "(image->widthStep <= 0)"; the tests of
  * a bitmap's header; -14 "image->channelSeq unsupport"; "Incorrect Image" with -17 for any other depth, -12 for a tiled
  * image, -10 and -13 for sizes that no image in memory can have; -4 "Not enough memory to allocate data for destination
@@ -877,13 +878,13 @@ MOX_EXPORT void MOX_CALL moxConvertFromDIBSep(const struct tagBITMAPINFOHEADER *
  * or four with alpha named "BGRA" or "RGBA", in either order, plain or tiled. The caller has set biSize, biWidth,
  * biHeight, biPlanes, biBitCount and biCompression, and biClrUsed (0 for the usual count).
  *
- * Up to 8 bits each pixel becomes the palette entry of least squared distance, the first one of several; at 1 and 4 bits
- * only entries that an index reaches count. paletteConversion says where the palette comes from: MOX_PALCONV_NONE takes
- * the bitmap's own; MOX_PALCONV_POPULATE writes the fixed one of 2, 16 or 256 entries (biClrUsed); MOX_PALCONV_MEDCUT
- * writes one of up to 1 << biBitCount entries, with memory for all of them guaranteed by the caller, and the pixels of
- * a packed bitmap stand behind those that biClrUsed names in the end. An image of more bits a sample than biBitCount is
- * first dithered to 1 << biBitCount levels by moxReduceBits, unless dither is MOX_DITHER_NONE; one channel for a 1-bit
- * bitmap is dithered to bits.
+ * Up to 8 bits each pixel becomes the palette entry of least squared distance, the first one of several; at 1 and 4
+ * bits only entries that an index reaches count. paletteConversion says where the palette comes from: MOX_PALCONV_NONE
+ * takes the bitmap's own; MOX_PALCONV_POPULATE writes the fixed one of 2, 16 or 256 entries (biClrUsed);
+ * MOX_PALCONV_MEDCUT writes one of up to 1 << biBitCount entries, with memory for all of them guaranteed by the caller,
+ * and the pixels of a packed bitmap stand behind those that biClrUsed names in the end. An image of more bits a sample
+ * than biBitCount is first dithered to 1 << biBitCount levels by moxReduceBits, unless dither is MOX_DITHER_NONE; one
+ * channel for a 1-bit bitmap is dithered to bits.
  *
  * With BI_BITFIELDS masks that do not name three separate runs of bits are replaced by the usual ones. With BI_RLE8 and
  * BI_RLE4 the pixels are then compressed, if that makes them smaller; if not, biCompression becomes 0, which is no
@@ -893,13 +894,14 @@ MOX_EXPORT void MOX_CALL moxConvertFromDIBSep(const struct tagBITMAPINFOHEADER *
  * Failures, in this order: "Incorrect Image" with the header's fault; -5 "dib==0", "( (image->depth != 1) &&
  * (image->depth != 8) && (image->depth != 16) )", "(image->alphaChannel != 0 && image->alphaChannel != 4)",
  * "(image->nChannels != 3 && image->nChannels != 1)" without alpha, "(image->nChannels != 4)" with it; the tests of a
- * bitmap's header; -5 "(image->width != dib->biWidth || image->height != abs_biHeight)", "(dither != 1 && dither != 2 &&
- * dither != 4 && dither != 8 && dither != 16)", "(paletteConversion != 0 && paletteConversion != 1 && paletteConversion
+ * bitmap's header; -5 "(image->width != dib->biWidth || image->height != abs_biHeight)", "(dither != 1 && dither != 2
+ * && dither != 4 && dither != 8 && dither != 16)", "(paletteConversion != 0 && paletteConversion != 1 &&
+ * paletteConversion
  * != 2)"; -5 "Palette conversion is bad"; -14 "image->channelSeq unsupport"; -5 "Parameter biBitCount of DIB-image have
  * illegal value"; -2 "Error get tile to read"; -3 "Error of creating medcut palette"; -4 "Not enough memory to allocate
- * header for temporal image", "Not enough memory to allocate data for temporal image"; -3 "Dithering can't be produced";
- * -4 "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB". From the palette on, the bitmap may have
- * been written to.
+ * header for temporal image", "Not enough memory to allocate data for temporal image"; -3 "Dithering can't be
+ * produced"; -4 "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB". From the palette on, the
+ * bitmap may have been written to.
  */
 MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHEADER *dib, int dither,
                                          int paletteConversion);
