@@ -15,6 +15,7 @@ struct Operation {
     bool exchanges;       // the source is written as well
     std::vector<int> at;  // depth indices that it supports
     void (*call)(MoxImage *const *images);
+    double written = 1;  // bytes, for each one that is read
 };
 
 // All operations that work on one sample at a time.

@@ -11,6 +11,7 @@ std::vector<Row> allRows() {
     addTileRows(&rows);
     addBitRows(&rows);
     addFilterRows(&rows);
+    addBitmapRows(&rows);
     addLevelRows(&rows);
     addCallRows(&rows);
     return rows;

@@ -26,6 +26,7 @@ struct Row {
 
 // Names read operation-layout/depth/size. Each subject adds its rows.
 void addArithmeticRows(std::vector<Row> *rows);
+void addBitmapRows(std::vector<Row> *rows);
 void addBitRows(std::vector<Row> *rows);
 void addCallRows(std::vector<Row> *rows);
 void addConstantRows(std::vector<Row> *rows);

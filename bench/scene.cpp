@@ -99,7 +99,8 @@ Traffic trafficOf(const Operation &operation, int depthIndex, int size, const La
     const bool keeps = layout.masked || layout.alpha || layout.coi != 0;
     const size_t pixels = static_cast<size_t>(size) * static_cast<size_t>(size);
     const auto bits = static_cast<size_t>(layout.channels) * static_cast<size_t>(ownDepthBits(depthCode(depthIndex)));
-    return {operation.exchanges ? LIMIT_SWAP : (keeps ? KEEP : ALL)[operation.sources], pixels * bits / 8,
+    const double bytes = static_cast<double>(pixels * bits / 8) * (1 + operation.written) / 2;
+    return {operation.exchanges ? LIMIT_SWAP : (keeps ? KEEP : ALL)[operation.sources], static_cast<size_t>(bytes),
             layout.masked ? pixels / 8 : 0};
 }
 
