@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "image/ownsample.h"
+
 namespace OWN_LEVEL {
 namespace {
 
@@ -69,6 +71,24 @@ void swap3(const uint8_t *src, uint8_t *dst, size_t pixels) {
         swapBlock3(src + 3 * i, dst + 3 * i);
     swapBlock3(src + 3 * last, dst + 3 * last);
     swapPixels3(src + 3 * (pixels - 1), dst + 3 * (pixels - 1), 1);
+}
+
+// The same past the caches: whole lines, computed aside.
+void streamSwap3(const uint8_t *src, uint8_t *dst, size_t pixels) {
+    constexpr size_t part = OWN_STREAM_BLOCK;
+    size_t i = 1;
+    while (reinterpret_cast<uintptr_t>(dst + 3 * i) % 64 != 0)
+        ++i;
+    if (i + part >= pixels) return swap3(src, dst, pixels);
+    swap3(src, dst, i);
+    for (; i + part < pixels; i += part) {
+        alignas(64) uint8_t swapped[3 * part];
+        for (size_t k = 0; k < part; k += WIDTH)
+            swapBlock3(src + 3 * (i + k), swapped + 3 * k);
+        for (size_t k = 0; k < 3; ++k)
+            ownStreamBlock(dst + 3 * i + k * part, swapped + k * part);
+    }
+    swap3(src + 3 * i, dst + 3 * i, pixels - i);
 }
 
 void swap4(const uint8_t *src, uint8_t *dst, size_t pixels) {
@@ -256,7 +276,7 @@ void pack4(const uint8_t *indices, uint8_t *row, size_t n) {
 }  // namespace
 
 extern const OwnBitmapRows bitmapRows;
-const OwnBitmapRows bitmapRows = {swap3, swap4, gather, scatter, from24, to24,    from16,  to16,  palette,
-                                  map,   gray,  spread, widen,   narrow, unpack1, unpack4, pack1, pack4};
+const OwnBitmapRows bitmapRows = {swap3, streamSwap3, swap4,  gather, scatter, from24,  to24,    from16, to16, palette,
+                                  map,   gray,        spread, widen,  narrow,  unpack1, unpack4, pack1,  pack4};
 
 }  // namespace OWN_LEVEL

@@ -13,8 +13,10 @@ struct OwnQuadLayout {
 };
 
 struct OwnBitmapRows {
-    // Bytes of three and four channels with the first and third exchanged.
+    // Bytes of three and four channels with the first and third exchanged. The streamed form stores past the caches;
+    // whoever runs it orders the stores with OwnMoveRows::fence.
     void (*swap3)(const uint8_t *src, uint8_t *dst, size_t pixels);
+    void (*streamSwap3)(const uint8_t *src, uint8_t *dst, size_t pixels);
     void (*swap4)(const uint8_t *src, uint8_t *dst, size_t pixels);
 
     // Alpha that the layout does not have is 0 in the quads.

@@ -3,6 +3,7 @@
 
 #include "dib/ownimagerows.h"
 #include "dib/ownrle.h"
+#include "image/ownmove.h"
 
 namespace {
 
@@ -12,6 +13,7 @@ struct Fill {
     OwnImageRows image;
     int bits;  // of the bitmap's pixel
     const OwnBitmapRows *kernels;
+    bool streams;
     // What the bitmap's values mean: colours and grays of indices, or the bits of a pixel and the bytes that they widen
     // to.
     uint32_t colours[256];
@@ -126,10 +128,12 @@ uint8_t *rowOf(const Fill &fill, int64_t y) {
 
 // Bitmap and image agree in their bytes, or in all but the order of the channels.
 void copyBytes(const Fill &fill, const uint8_t *row, int64_t y) {
-    std::memcpy(rowOf(fill, y), row, fill.image.width * static_cast<size_t>(fill.bits) / 8);
+    const auto &copy = ownMoveRows().copy[OWN_1_BYTE];
+    const size_t bytes = fill.image.width * static_cast<size_t>(fill.bits / 8);
+    (fill.streams ? copy.streamed : copy.plain)(row, nullptr, rowOf(fill, y), bytes, {});
 }
 void swap3(const Fill &fill, const uint8_t *row, int64_t y) {
-    fill.kernels->swap3(row, rowOf(fill, y), fill.image.width);
+    (fill.streams ? fill.kernels->streamSwap3 : fill.kernels->swap3)(row, rowOf(fill, y), fill.image.width);
 }
 void swap4(const Fill &fill, const uint8_t *row, int64_t y) {
     fill.kernels->swap4(row, rowOf(fill, y), fill.image.width);
@@ -162,9 +166,11 @@ void fillRows(const OwnBitmap &bitmap, const uint8_t *pixels, const MoxImage *im
     if (fill.bits == 16 || fill.bits == 32) prepareMasks(bitmap, &fill);
     const FillRow fillRow = pickRow(fill);
     const int64_t rowBytes = ownBitmapRowBytes(*bitmap.header), height = fill.image.height;
+    fill.streams = ownStreamsRows(fill.image.widthStep, height);
     const bool same = ownSameOrigin(*bitmap.header, image);
     for (int64_t y = 0; y < height; ++y)
         fillRow(fill, pixels + y * rowBytes, same ? y : height - 1 - y);
+    if (fill.streams) ownMoveRows().fence();
 }
 
 bool fillFromPixels(const OwnCaller &caller, const OwnBitmap &bitmap, const MoxImage *image) {

@@ -5,14 +5,16 @@
 #include "dib/ownmedcut.h"
 #include "dib/ownnearest.h"
 #include "dib/ownrle.h"
+#include "image/ownmove.h"
 #include "image/ownrect.h"
 
 namespace {
 
 struct Fill {
     OwnImageRows image;
-    int bits;  // of the bitmap's pixel
-    size_t rowBytes;
+    int bits;                    // of the bitmap's pixel
+    size_t rowBytes, usedBytes;  // with and without padding
+    bool streams;
     const OwnBitmapRows *kernels;
     OwnNearest *nearest;  // of colours, where there is a palette
     uint8_t grays[256];   // the palette's entry for each gray
@@ -111,10 +113,11 @@ const uint8_t *rowOf(const Fill &fill, int64_t y) {
 
 // Image and bitmap agree in their bytes, or in all but the order of the channels.
 void copyBytes(const Fill &fill, int64_t y, uint8_t *row) {
-    std::memcpy(row, rowOf(fill, y), fill.image.width * static_cast<size_t>(fill.bits) / 8);
+    const auto &copy = ownMoveRows().copy[OWN_1_BYTE];
+    (fill.streams ? copy.streamed : copy.plain)(rowOf(fill, y), nullptr, row, fill.usedBytes, {});
 }
 void swap3(const Fill &fill, int64_t y, uint8_t *row) {
-    fill.kernels->swap3(rowOf(fill, y), row, fill.image.width);
+    (fill.streams ? fill.kernels->streamSwap3 : fill.kernels->swap3)(rowOf(fill, y), row, fill.image.width);
 }
 void swap4(const Fill &fill, int64_t y, uint8_t *row) {
     fill.kernels->swap4(rowOf(fill, y), row, fill.image.width);
@@ -168,14 +171,16 @@ void fillRows(const OwnBitmap &bitmap, const MoxImage *image) {
         prepareMasks(bitmap, &fill);
     }
     const FillRow fillRow = pickRow(fill);
-    const size_t used = (fill.image.width * static_cast<size_t>(fill.bits) + 7) / 8;
     const int64_t height = fill.image.height;
+    fill.usedBytes = static_cast<size_t>((static_cast<int64_t>(fill.image.width) * fill.bits + 7) / 8);
+    fill.streams = ownStreamsRows(ownBitmapRowBytes(header), height);
     const bool same = ownSameOrigin(header, image);
     uint8_t *row = ownBitmapPixels(bitmap);
     for (int64_t y = 0; y < height; ++y, row += fill.rowBytes) {
         fillRow(fill, same ? y : height - 1 - y, row);
-        std::memset(row + used, 0, fill.rowBytes - used);
+        std::memset(row + fill.usedBytes, 0, fill.rowBytes - fill.usedBytes);
     }
+    if (fill.streams) ownMoveRows().fence();
     ownCloseNearest(&nearest);
 }
 

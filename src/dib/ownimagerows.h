@@ -7,6 +7,11 @@
 // Pixels that are converted at a time, through buffers on the stack; a multiple of 8.
 constexpr size_t OWN_DIB_PART = 1024;
 
+// Whether rows of so many bytes are written past the caches, which could not keep them all.
+inline bool ownStreamsRows(int64_t rowBytes, int64_t rows) {
+    return rowBytes >= 1024 && rowBytes * rows >= int64_t{16} << 20;
+}
+
 struct OwnImageRows {
     uint8_t *data;
     int64_t widthStep;
