@@ -310,7 +310,7 @@ class Diffuser {
     State state_;
     int64_t marked_ = 0;  // the column whose marks come first
     int32_t samples_[STEPS * LANES] = {};
-    float thresholds_[form == TO_LEVELS_BY_NOISE ? STEPS * LANES : 1];
+    float thresholds_[form == TO_LEVELS_BY_NOISE ? STEPS * LANES : 1] = {};
     float errors_[STEPS * LANES];
     uint32_t outputs_[form == TO_BITS ? 1 : STEPS * LANES];
     uint8_t marks_[LANES / 8][form == TO_BITS ? STEPS + RAMP + 16 : 1];
