@@ -211,6 +211,21 @@ TEST(RunLengthDecode, nothingIsReadBehindTheSizeOfTheStream) {
     }
 }
 
+TEST(RunLengthDecode, faultsAreReportedUnderTheNameOfTheForm) {
+    for (int bits : {8, 4}) {
+        const Stream stream = {3, 0x11, 0, 0, 0, 1};
+        TestBitmap bitmap({4, 1, bits, bits == 8 ? 1u : 2u}, 1, true, static_cast<int>(stream.size()));
+        bitmap.setStream(stream);
+        TestImage image(layoutFor(bitmap.shape()));
+        ReportRecorder reports;
+        bitmap.convertFrom(image.header());
+        const std::string message =
+            std::string("Incorrect format of BI_RLE") + (bits == 8 ? "8" : "4") + " DIB (mismatch biWidth)";
+        EXPECT_TRUE(reports.are({{-5, "moxConvertFromDIBSep", message.c_str()},
+                                 {-3, "moxConvertFromDIBSep", "Impossible to decompress RLE DIB"}}));
+    }
+}
+
 // Random streams that are right: any mixture of commands, with skips.
 Stream drawStream(Random &random, int bits, int width, int height) {
     Stream stream;

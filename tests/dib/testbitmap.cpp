@@ -87,6 +87,23 @@ std::vector<uint32_t> TestBitmap::masksNow() {
     return masks;
 }
 
+static bool isRun(uint32_t mask) {
+    return mask != 0 && ((mask + (mask & (0 - mask))) & mask) == 0;
+}
+
+// Three separate runs of bits.
+static bool masksAreGood(const std::vector<uint32_t> &masks) {
+    return isRun(masks[0]) && isRun(masks[1]) && isRun(masks[2]) && !(masks[0] & masks[1]) && !(masks[0] & masks[2]) &&
+           !(masks[1] & masks[2]);
+}
+
+bool TestBitmap::masksAreTold() {
+    const std::vector<uint32_t> masks = masksNow();
+    if (!shape_.hasMasks() || shape_.bits == 16 || !masksAreGood(masks)) return true;
+    const uint32_t rest = ~(masks[0] | masks[1] | masks[2]);
+    return rest == 0 || isRun(rest);
+}
+
 RefBitmap TestBitmap::picture() {
     RefBitmap picture;
     picture.width = shape_.width;
@@ -95,9 +112,10 @@ RefBitmap TestBitmap::picture() {
     picture.bits = shape_.bits;
     if (shape_.bits <= 8) picture.palette = palette();
     picture.setUsualMasks();
-    if (shape_.hasMasks()) {
-        picture.masks[3] = shape_.bits == 32 ? ~(shape_.masks[0] | shape_.masks[1] | shape_.masks[2]) : 0;
-        std::copy(shape_.masks.begin(), shape_.masks.end(), picture.masks);
+    const std::vector<uint32_t> masks = masksNow();
+    if (shape_.hasMasks() && masksAreGood(masks)) {
+        picture.masks[3] = shape_.bits == 32 ? ~(masks[0] | masks[1] | masks[2]) : 0;
+        std::copy(masks.begin(), masks.end(), picture.masks);
     }
     if (pixelBytes_ < shape_.rowBytes() * shape_.rows()) return picture;
     for (int row = 0; row < picture.rows; ++row) {

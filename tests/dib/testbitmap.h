@@ -54,6 +54,7 @@ class TestBitmap {
     int coloursNow();
     RefPalette palette();  // as many entries as the header names now
     std::vector<uint32_t> masksNow();
+    bool masksAreTold();  // whether it is told what they mean: the bits that none names are one run, or none
     uint8_t fourthByte(int index) { return paletteBytes()[4 * index + 3]; }
     RefBitmap picture();  // for the model
 
