@@ -75,11 +75,11 @@ OwnReduceFunction pickKernel(const OwnReduction &reduction) {
     const OwnDiffuseRows &diffuse = ownDiffuseRows();
     switch (reduction.ditherType) {
         case MOX_DITHER_FS:
-            return diffuse.floydSteinberg[reduction.size];
+            return diffuse.floydSteinberg;
         case MOX_DITHER_JJH:
-            return diffuse.jarvisJudiceNinke[reduction.size];
+            return diffuse.jarvisJudiceNinke;
         case MOX_DITHER_STUCKEY:
-            return diffuse.stucki[reduction.size];
+            return diffuse.stucki;
         case MOX_DITHER_BAYER:
             return (reduction.dstBytes == 0 ? plain.orderBits : plain.orderLevels)[reduction.size];
         default:

@@ -51,9 +51,9 @@ const OwnPlainReduceRows &ownPlainReduceRows();
 
 // By the filter.
 struct OwnDiffuseRows {
-    OwnReduceFunction floydSteinberg[OWN_SAMPLE_SIZES];
-    OwnReduceFunction jarvisJudiceNinke[OWN_SAMPLE_SIZES];
-    OwnReduceFunction stucki[OWN_SAMPLE_SIZES];
+    OwnReduceFunction floydSteinberg;
+    OwnReduceFunction jarvisJudiceNinke;
+    OwnReduceFunction stucki;
 };
 
 const OwnDiffuseRows &ownDiffuseRows();

@@ -35,29 +35,16 @@ struct Stucki {
     static constexpr double weight = 0.023809523809523808;
 };
 
-// By the source's samples: how they are loaded, and what brings signed ones to the unsigned range.
-struct Diffuse8 {
-    typedef uint8_t Sample;
-    static constexpr double bias = 0, range = 256;
-};
-struct Diffuse16 {
-    typedef OwnAnyU16 Sample;
-    static constexpr double bias = 0, range = 65536;
-};
-struct Diffuse32 {
-    typedef OwnAnyS32 Sample;
-    static constexpr double bias = 2147483648.0, range = 4294967296.0;
-};
-
-// What a value becomes: one of two, with a bit as result, or a multiple of the step by one threshold or by those of the
-// noise.
-enum Form { TO_BITS, TO_LEVELS, TO_LEVELS_BY_NOISE };
-
-template <class S, class Filter, Form form>
+// A result is one of two, as a bit, or a multiple of the step. What differs between depths is in values and not in
+// types: these loops are long to compile.
+template <class Filter, bool toBits>
 class Diffuser {
   public:
     Diffuser(const OwnReduction &reduction, const OwnReduceBand &band)
-        : reduction_(reduction), band_(band), width_(static_cast<int64_t>(band.width)) {}
+        : reduction_(reduction),
+          band_(band),
+          width_(static_cast<int64_t>(band.width)),
+          bias_(reduction.size == OWN_4_BYTES ? 2147483648.0 : 0) {}
 
     void run() {
         begin();
@@ -72,7 +59,7 @@ class Diffuser {
             runSteps<false>(from, first, last);
             runSteps<true>(from, last, to);
             carryErrors(from, to);
-            if constexpr (form == TO_BITS) {
+            if constexpr (toBits) {
                 storeBits(to, to == steps);
             } else {
                 store(from, to);
@@ -81,7 +68,6 @@ class Diffuser {
     }
 
   private:
-    using Sample = typename S::Sample;
     static constexpr int REACH = Filter::reach;
     // The error to the upper right is two steps old, so that the shift does not wait for the step before.
     static constexpr int LAG = REACH + 2;
@@ -102,6 +88,8 @@ class Diffuser {
             state_.above[k] = ownShiftUp(ownReals(0), band_.above[REACH - 1 - k]);
             state_.twoAbove[k] = ownShiftUp(ownReals(0), band_.twoAbove[REACH - 1 - k]);
         }
+        for (double &threshold : thresholds_)
+            threshold = reduction_.step * 0.5;
     }
 
     // Calls f(step within the chunk, column) for the steps of a row.
@@ -140,21 +128,30 @@ class Diffuser {
             samples[i] = columns[i];
     }
 
-    void load(int64_t from, int64_t to) {
-        const auto part = [&](int64_t first, int64_t last) {
-            int32_t *samples = samples_ + (first - from) * LANES;
-            for (int row = 0; row < band_.rows; ++row) {
-                const Sample *src = static_cast<const Sample *>(band_.src[row]);
-                forColumns(row, first, last, [&](int64_t k, int64_t x) { samples[k * LANES + row] = src[x]; });
-            }
-        };
-        if constexpr (LANES == BLOCK && sizeof(Sample) == 1) {
-            forBlocks(
-                from, to, [&](int64_t first) { loadBytes(from, first); }, part);
-        } else {
-            part(from, to);
+    template <class Sample>
+    void loadAs(int64_t chunk, int64_t from, int64_t to) {
+        int32_t *samples = samples_ + (from - chunk) * LANES;
+        for (int row = 0; row < band_.rows; ++row) {
+            const Sample *src = static_cast<const Sample *>(band_.src[row]);
+            forColumns(row, from, to, [&](int64_t k, int64_t x) { samples[k * LANES + row] = src[x]; });
         }
-        if constexpr (form == TO_LEVELS_BY_NOISE) loadThresholds(from, to);
+    }
+
+    void load(int64_t from, int64_t to) {
+        if (reduction_.size == OWN_1_BYTE) {
+            const auto part = [&](int64_t first, int64_t last) { loadAs<uint8_t>(from, first, last); };
+            if constexpr (LANES == BLOCK) {
+                forBlocks(
+                    from, to, [&](int64_t first) { loadBytes(from, first); }, part);
+            } else {
+                part(from, to);
+            }
+        } else if (reduction_.size == OWN_2_BYTES) {
+            loadAs<OwnAnyU16>(from, from, to);
+        } else {
+            loadAs<OwnAnyS32>(from, from, to);
+        }
+        if (!toBits && reduction_.thresholds) loadThresholds(from, to);
     }
 
     void loadThresholds(int64_t from, int64_t to) {
@@ -162,7 +159,7 @@ class Diffuser {
             const auto start = static_cast<uint64_t>(2 * (band_.y + row));
             forColumns(row, from, to, [&](int64_t k, int64_t x) {
                 const uint64_t entry = start + static_cast<uint64_t>(x) + reduction_.indices[x % OWN_NOISE_ENTRIES];
-                thresholds_[k * LANES + row] = reduction_.thresholds[entry % OWN_NOISE_ENTRIES];
+                thresholds_[k * LANES + row] = static_cast<double>(reduction_.thresholds[entry % OWN_NOISE_ENTRIES]);
             });
         }
     }
@@ -171,23 +168,23 @@ class Diffuser {
     void runSteps(int64_t chunk, int64_t from, int64_t to) {
         State state = state_;
         const OwnReals full = ownReals(reduction_.full), half = ownReals(reduction_.full / 2);
-        const OwnReals step = ownReals(reduction_.step), halfStep = ownReals(reduction_.step * 0.5);
-        const OwnReals perUnit = ownReals(reduction_.levels / S::range), toWhole = ownReals(OWN_TO_WHOLE);
+        const OwnReals step = ownReals(reduction_.step), toWhole = ownReals(OWN_TO_WHOLE);
         const OwnReals behind = ownLaneNumbers(LAG), width = ownReals(static_cast<double>(width_));
-        const OwnReals weight = ownReals(Filter::weight), bias = ownReals(S::bias);
+        const OwnReals weight = ownReals(Filter::weight), bias = ownReals(bias_);
+        const OwnReals perUnit = ownReals(reduction_.levels / (reduction_.full + 1));
         for (int64_t t = from; t < to; ++t) {
             const int64_t k = t - chunk;
             enter(&state, t);
             const OwnReals v = ownToReals(samples_ + k * LANES) + bias + gather(state) * weight;
             OwnReals error;
-            if constexpr (form == TO_BITS) {
+            if constexpr (toBits) {
                 const OwnMasks isFull = v > half;
                 error = ownSelect(isFull, v - full, v);
                 const unsigned bits = ownLaneBits(isFull);
                 for (int i = 0; i < LANES / 8; ++i)
                     marks_[i][t - marked_] = static_cast<uint8_t>(bits >> 8 * i);
             } else {
-                const OwnReals threshold = form == TO_LEVELS_BY_NOISE ? ownToReals(thresholds_ + k * LANES) : halfStep;
+                const OwnReals threshold = ownLoadReals(thresholds_ + k * LANES);
                 const OwnReals low = (v * perUnit - ownReals(0.5) + toWhole - toWhole) * step;
                 OwnReals output = ownSelect(v - low > threshold, low + step, low);
                 output = ownSelect(ownReals(0) > v, ownReals(1e-07), output);
@@ -248,16 +245,16 @@ class Diffuser {
     // An output's part that the destination keeps. Signed samples come out in their own range, and their top bits are
     // those of the unsigned one.
     template <class D>
-    static D kept(uint32_t output, int dropped) {
-        return static_cast<D>(dropped == 0 ? output : (output ^ static_cast<uint32_t>(S::bias)) >> dropped);
+    D kept(uint32_t output) const {
+        const int dropped = reduction_.dropped;
+        return static_cast<D>(dropped == 0 ? output : (output ^ static_cast<uint32_t>(bias_)) >> dropped);
     }
 
     void storeBytes(int64_t chunk, int64_t from) {
         uint8_t rows[BLOCK * LANES], columns[BLOCK * LANES];
         const uint32_t *outputs = outputs_ + (from - chunk) * LANES;
-        const int dropped = reduction_.dropped;
         for (int i = 0; i < BLOCK * LANES; ++i)
-            rows[i] = kept<uint8_t>(outputs[i], dropped);
+            rows[i] = kept<uint8_t>(outputs[i]);
         ownTransposeBytes(rows, columns);
         for (int row = 0; row < LANES; ++row) {
             uint8_t *dst = static_cast<uint8_t *>(band_.dst[row]);
@@ -267,11 +264,10 @@ class Diffuser {
 
     template <class D>
     void storeAs(int64_t chunk, int64_t from, int64_t to) {
-        const int dropped = reduction_.dropped;
         for (int row = 0; row < band_.rows; ++row) {
             D *dst = static_cast<D *>(band_.dst[row]);
             const uint32_t *outputs = outputs_ + (from - chunk) * LANES + row;
-            forColumns(row, from, to, [&](int64_t k, int64_t x) { dst[x] = kept<D>(outputs[k * LANES], dropped); });
+            forColumns(row, from, to, [&](int64_t k, int64_t x) { dst[x] = kept<D>(outputs[k * LANES]); });
         }
     }
 
@@ -307,13 +303,14 @@ class Diffuser {
     const OwnReduction &reduction_;
     const OwnReduceBand &band_;
     const int64_t width_;
+    const double bias_;  // brings signed samples to the unsigned range
     State state_;
     int64_t marked_ = 0;  // the column whose marks come first
     int32_t samples_[STEPS * LANES] = {};
-    float thresholds_[form == TO_LEVELS_BY_NOISE ? STEPS * LANES : 1] = {};
+    double thresholds_[toBits ? 1 : STEPS * LANES];
     float errors_[STEPS * LANES];
-    uint32_t outputs_[form == TO_BITS ? 1 : STEPS * LANES];
-    uint8_t marks_[LANES / 8][form == TO_BITS ? STEPS + RAMP + 16 : 1];
+    uint32_t outputs_[toBits ? 1 : STEPS * LANES];
+    uint8_t marks_[LANES / 8][toBits ? STEPS + RAMP + 16 : 1];
 };
 
 // As many rows of a band as there are lanes.
@@ -328,16 +325,14 @@ OwnReduceBand partOfBand(const OwnReduceBand &band, int first) {
     return part;
 }
 
-template <class S, class Filter>
+template <class Filter>
 void diffuse(const OwnReduction &reduction, const OwnReduceBand &band) {
     for (int first = 0; first < band.rows; first += LANES) {
         const OwnReduceBand part = partOfBand(band, first);
         if (reduction.dstBytes == 0) {
-            Diffuser<S, Filter, TO_BITS>(reduction, part).run();
-        } else if (reduction.thresholds) {
-            Diffuser<S, Filter, TO_LEVELS_BY_NOISE>(reduction, part).run();
+            Diffuser<Filter, true>(reduction, part).run();
         } else {
-            Diffuser<S, Filter, TO_LEVELS>(reduction, part).run();
+            Diffuser<Filter, false>(reduction, part).run();
         }
     }
 }
@@ -347,11 +342,6 @@ void diffuse(const OwnReduction &reduction, const OwnReduceBand &band) {
 namespace OWN_LEVEL {
 
 extern const OwnDiffuseRows diffuseRows;
-const OwnDiffuseRows diffuseRows = {
-    {diffuse<Diffuse8, FloydSteinberg>, diffuse<Diffuse16, FloydSteinberg>, diffuse<Diffuse32, FloydSteinberg>},
-    {diffuse<Diffuse8, JarvisJudiceNinke>, diffuse<Diffuse16, JarvisJudiceNinke>,
-     diffuse<Diffuse32, JarvisJudiceNinke>},
-    {diffuse<Diffuse8, Stucki>, diffuse<Diffuse16, Stucki>, diffuse<Diffuse32, Stucki>},
-};
+const OwnDiffuseRows diffuseRows = {diffuse<FloydSteinberg>, diffuse<JarvisJudiceNinke>, diffuse<Stucki>};
 
 }  // namespace OWN_LEVEL
