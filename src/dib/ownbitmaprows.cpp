@@ -161,8 +161,33 @@ void scatterSamples(const uint32_t *quads, uint8_t *row, const OwnQuadLayout &la
     functions[layoutIndex(layout)](quads, row, layout, n);
 }
 
+// Pixels of three bytes, the first one blue or red; alpha is what all quads get.
+template <bool blueFirst>
+void expand3(const uint8_t *row, uint32_t *quads, size_t n, uint32_t alpha) {
+    size_t i = 0;
+#if defined(__SSSE3__)
+    // Four pixels of the sixteen bytes that are read.
+    const __m128i places = blueFirst ? _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1)
+                                     : _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+    const __m128i alphas = _mm_set1_epi32(static_cast<int>(alpha));
+    for (; i + 6 <= n; i += 4) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + 3 * i));
+        const __m128i four = _mm_or_si128(_mm_shuffle_epi8(bytes, places), alphas);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(quads + i), four);
+    }
+#endif
+    for (; i < n; ++i) {
+        const uint32_t first = row[3 * i], third = row[3 * i + 2];
+        quads[i] = alpha | uint32_t{row[3 * i + 1]} << 8 | (blueFirst ? first | third << 16 : third | first << 16);
+    }
+}
+
 void gather(const uint8_t *row, const OwnQuadLayout &layout, uint32_t *quads, size_t n) {
-    (layout.bytes == 2 ? gatherSamples<uint16_t> : gatherSamples<uint8_t>)(row, layout, quads, n);
+    if (layout.step == 3 && layout.bytes == 1) {
+        (layout.offset[0] == 0 ? expand3<true> : expand3<false>)(row, quads, n, 0);
+    } else {
+        (layout.bytes == 2 ? gatherSamples<uint16_t> : gatherSamples<uint8_t>)(row, layout, quads, n);
+    }
 }
 
 void scatter(const uint32_t *quads, uint8_t *row, const OwnQuadLayout &layout, size_t n) {
@@ -170,8 +195,7 @@ void scatter(const uint32_t *quads, uint8_t *row, const OwnQuadLayout &layout, s
 }
 
 void from24(const uint8_t *row, uint32_t *quads, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        quads[i] = row[3 * i] | uint32_t{row[3 * i + 1]} << 8 | uint32_t{row[3 * i + 2]} << 16 | 0xFF000000u;
+    expand3<true>(row, quads, n, 0xFF000000u);
 }
 
 void to24(const uint32_t *quads, uint8_t *row, size_t n) {
