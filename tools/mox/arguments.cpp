@@ -74,12 +74,12 @@ bool parseNumbers(const std::string &text, char mark, int *numbers, int count) {
 
 void understandRegion(const RunWords &words, RunRequest *request) {
     if (!words.roi.empty()) {
-        int n[4];
+        int n[4] = {};
         if (!parseNumbers(words.roi, ',', n, 4)) fail(exitUsage, "--roi: wants X,Y,W,H, not '" + words.roi + "'");
         request->roi = Region{n[0], n[1], n[2], n[3]};
     }
     if (!words.from.empty()) {
-        int n[2];
+        int n[2] = {};
         if (!parseNumbers(words.from, ',', n, 2)) fail(exitUsage, "--from: wants X,Y, not '" + words.from + "'");
         request->from = Point{n[0], n[1]};
     }
@@ -87,7 +87,7 @@ void understandRegion(const RunWords &words, RunRequest *request) {
 
 void understandTiles(const RunWords &words, RunRequest *request) {
     if (words.tiles.empty()) return;
-    int n[2];
+    int n[2] = {};
     if (!parseNumbers(words.tiles, 'x', n, 2)) fail(exitUsage, "--tiles: wants WxH, not '" + words.tiles + "'");
     for (const int side : n) {
         if (side < 8 || side > largestTileSide || side % 8 != 0) {

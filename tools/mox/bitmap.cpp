@@ -43,7 +43,7 @@ bool isAllHidden(const Picture &picture) {
 
 // Rows of the image stand as they do in the bitmap.
 Picture turned(const MoxImage *image) {
-    const Picture direct = pictureFromImage(image, 8);
+    Picture direct = pictureFromImage(image, 8);
     if (image->nChannels == 1 && image->origin == MOX_ORIGIN_TL) return direct;
     Picture picture = makePicture(direct.width, direct.height, direct.channels, direct.bits);
     for (int y = 0; y < picture.height; y++) {

@@ -54,7 +54,7 @@ ChannelSummary summarize(const Picture &picture, int channel) {
 const char *channelName(int channels, int channel) {
     if (hasAlpha(channels) && channel == channels - 1) return "alpha";
     constexpr const char *colors[] = {"red", "green", "blue"};
-    return channels > 2 ? colors[channel] : "gray";
+    return channels > 2 && channel < 3 ? colors[channel] : "gray";
 }
 
 void tellPicture(const std::string &name) {

@@ -250,7 +250,8 @@ Picture drawColors(int width, int height, ColorAt colorAt) {
             Color sum = {0, 0, 0};
             for (int i = 0; i < fine * fine; i++) {
                 const double px = x + (i % fine + 0.5) / fine;
-                const double py = y + (i / fine + 0.5) / fine;
+                const int row = i / fine;
+                const double py = y + (row + 0.5) / fine;
                 const Color color = colorAt(px / height, py / height);
                 sum = plus(sum, {std::min(color.r, 1.0), std::min(color.g, 1.0), std::min(color.b, 1.0)});
             }
