@@ -248,6 +248,16 @@ Box boxOf(uint32_t quad, int bits) {
     return box;
 }
 
+// Whether a search looks at one part, in bytes: a shorter list would not be quicker.
+bool isShort(OwnColourCell cell) {
+    return cell.parts == 1 && !cell.isFar;
+}
+
+// The list of a cell out of that of the cell around it, which it shares where that is short.
+OwnColourCell meetWithin(OwnNearestCells *cells, OwnColourCell around, const Box &box) {
+    return isShort(around) ? around : meet(cells, cells->store + around.first, around.parts, box);
+}
+
 OwnColourCell meetSmall(OwnNearest *nearest, uint32_t quad) {
     OwnNearestCells *cells = nearest->cells;
     // Room for three lists of all entries. What was met before is forgotten where there is none.
@@ -256,22 +266,18 @@ OwnColourCell meetSmall(OwnNearest *nearest, uint32_t quad) {
         cells->used = 0;
         ++cells->refills;
     }
-    OwnColourCell middle = cells->middle[cellOf(quad, 4)];
-    if (middle.parts == 0) {
-        OwnColourCell large = cells->large[cellOf(quad, 3)];
-        if (large.parts == 0) {
-            large = meet(cells, nearest->palette, nearest->parts, boxOf(quad, 3));
-            cells->large[cellOf(quad, 3)] = large;
-        }
-        middle = meet(cells, cells->store + large.first, large.parts, boxOf(quad, 4));
-        cells->middle[cellOf(quad, 4)] = middle;
-    }
-    return cells->small[cellOf(quad, 5)] = meet(cells, cells->store + middle.first, middle.parts, boxOf(quad, 5));
+    OwnColourCell &small = cells->small[cellOf(quad, 5)];
+    OwnColourCell &middle = cells->middle[cellOf(quad, 4)];
+    OwnColourCell &large = cells->large[cellOf(quad, 3)];
+    if (large.parts == 0) large = meet(cells, nearest->palette, nearest->parts, boxOf(quad, 3));
+    if (middle.parts == 0) middle = meetWithin(cells, large, boxOf(quad, 4));
+    small = meetWithin(cells, middle, boxOf(quad, 5));
+    return small;
 }
 
 uint8_t findInCell(const OwnNearestCells &cells, OwnColourCell cell, uint32_t quad) {
     const OwnColourPart *parts = cells.store + cell.first;
-    if (cell.parts == 1 && !cell.isFar) [[likely]]
+    if (isShort(cell)) [[likely]]
         return parts[0].index[leastOfPart(parts[0], quad).place];
     return (cell.isFar ? findInList<leastOfAnyPart> : findInList<leastOfPart>)(parts, cell.parts, quad);
 }
