@@ -746,7 +746,7 @@ enum {
  *
  * Memory: of error diffusion one row of floats a channel (FS) or two; rows of scratch where samples do not follow one
  * another; for a tiled image as many rows as a row of tiles has, up to 64 MiB, or 8 rows if these take more. When it
- * runs out the call ends without a report, the destination untouched or in part done.
+ * runs out the call ends without a report, the destination untouched or in part done, and the status word is -4.
  *
  * Failures, in this order: "Incorrect Image" (source, destination); -5 "( (srcImage->depth == MOX_DEPTH_1U ))",
  * "((srcImage->depth& MOX_DEPTH_MASK) < (dstImage->depth& MOX_DEPTH_MASK))",

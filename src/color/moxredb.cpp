@@ -99,8 +99,12 @@ void setReduction(OwnReduction *reduction, const MoxImage *src, const MoxImage *
     reduction->step = reduction->full / reduction->levels;
 }
 
+// Nothing is reported where memory runs out; the status word tells.
 void runReduction(const OwnCaller &caller, const OwnReduceImages &images, const OwnReduction &reduction) {
     switch (ownRunReduction(images, reduction)) {
+        case OWN_REDUCE_NO_MEMORY:
+            moxSetErrStatus(MOX_StatusNoMemory);
+            return;
         case OWN_REDUCE_NO_SRC_TILE:
             ownReport(caller, MOX_StatusBadArgument, "(srcImage->tileInfo->tileData == 0)");
             return;
@@ -132,6 +136,8 @@ void runWithNoise(const OwnCaller &caller, const OwnReduceImages &images, OwnRed
         reduction->indices = reinterpret_cast<const uint16_t *>(indices);
         fillNoise(*reduction, thresholds, reinterpret_cast<uint16_t *>(indices));
         runReduction(caller, images, *reduction);
+    } else {
+        moxSetErrStatus(MOX_StatusNoMemory);
     }
     moxFree(indices);
     moxFree(thresholds);
@@ -151,6 +157,7 @@ void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, int noise, i
     OwnMaskState state;
     MoxImage *second = dstImage->maskROI != srcImage->maskROI ? dstImage->maskROI : nullptr;
     images.mask = ownCombineMasks(srcImage->maskROI, second, nullptr, &state);
+    if (state == OWN_MASK_NO_MEMORY) moxSetErrStatus(MOX_StatusNoMemory);
     if (state == OWN_MASK_NO_MEMORY || state == OWN_MASK_EMPTY) return;
     if (limitSize(&images)) {
         OwnReduction reduction = {};

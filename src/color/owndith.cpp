@@ -210,7 +210,7 @@ OwnReduceResult ReductionRunner::runStrips() {
         strip.height = stripEnd(y) - y;
         const OwnReduceResult result = runStripOfTiles(&strip);
         if (result != OWN_REDUCE_DONE) return result;
-        strip.mask.start += strip.height * strip.mask.rowStep;
+        if (strip.masked) strip.mask.start += strip.height * strip.mask.rowStep;
     }
     return OWN_REDUCE_DONE;
 }
@@ -294,9 +294,11 @@ void ReductionRunner::writeTile(const Strip &strip, const MoxImage &part, const 
     rows.channels = rows.planes = 1;
     rows.masked = strip.masked;
     rows.mask = strip.mask;
-    const int64_t maskBits = strip.mask.bit + share.x;
-    rows.mask.start += share.y * strip.mask.rowStep + maskBits / 8;
-    rows.mask.bit = static_cast<int>(maskBits % 8);
+    if (strip.masked) {
+        const int64_t maskBits = strip.mask.bit + share.x;
+        rows.mask.start += share.y * strip.mask.rowStep + maskBits / 8;
+        rows.mask.bit = static_cast<int>(maskBits % 8);
+    }
     for (int channel = 0; channel < images_.channels; ++channel) {
         OwnSpan from = strip.dst;
         from.start += channel * from.planeStep + share.y * from.rowStep;
@@ -364,7 +366,7 @@ void ReductionRunner::store(const Strip &strip, int64_t y, int channel, int coun
     rows.spans[1].start += channel * channelStep(strip.dst) + y * strip.dst.rowStep;
     rows.masked = strip.masked;
     rows.mask = strip.mask;
-    rows.mask.start += y * strip.mask.rowStep;
+    if (strip.masked) rows.mask.start += y * strip.mask.rowStep;
     ownRunRows(rows, ownMoveRows().copy[ownSampleSize(reduction_.dstBytes)], {});
 }
 

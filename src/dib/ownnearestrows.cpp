@@ -117,7 +117,8 @@ void takeLarger(Lanes *largest, const Lanes &values) {
     *largest = values > *largest ? values : *largest;
 }
 void addSquare(const Lanes &values, Lanes *sum) {
-    *sum += (Lanes)((UnsignedLanes)(values * values) >> 3);
+    const auto lanes = (UnsignedLanes)values;
+    *sum += (Lanes)(lanes * lanes >> 3);
 }
 struct BoundLanes {
     Lanes nearest, farthest, difference;
