@@ -51,8 +51,10 @@ TestBitmap::TestBitmap(const BitmapShape &shape, uint64_t seed, bool separate, i
     fields.biCompression = shape.compression;
     fields.biClrUsed = shape.clrUsed;
     if (shape.hasMasks()) memcpy(front_.data() + GUARD + HEADER, shape.masks.data(), 12);
+    // Colours do not depend on the guards.
+    Random colours(seed);
     for (int i = 0; i < shape.colours(); ++i)
-        setColour(i, random.bits() & 0xFFFFFF);
+        setColour(i, colours.bits() & 0xFFFFFF);
     keep();
 }
 
