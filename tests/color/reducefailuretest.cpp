@@ -289,7 +289,7 @@ class ReduceRefusal : public testing::TestWithParam<DepthPair> {};
 INSTANTIATE_TEST_SUITE_P(Failure, ReduceRefusal, testing::ValuesIn(allDepthPairs),
                          [](const auto &each) { return depthPairName(each.param); });
 
-// Memory that runs out ends the call in silence, without leaks and without a stray byte.
+// Memory that runs out ends the call without a report, without leaks and without a stray byte, and is in the status.
 TEST_P(ReduceRefusal, ofAnyMemoryEndsTheCall) {
     forEachCase(25, [&](Random &random) {
         ReducePairOptions options;
@@ -314,6 +314,7 @@ TEST_P(ReduceRefusal, ofAnyMemoryEndsTheCall) {
             // The mask that combines several is an image, whose allocation reports.
             for (const ReportSeen &report : reports.seen)
                 EXPECT_EQ(report.status, -4) << reports.text();
+            EXPECT_EQ(moxGetErrStatus(), window.refused() ? -4 : 0);
             EXPECT_TRUE(window.refused() || pair.dst().holds(wanted));
             EXPECT_TRUE(pair.dst().holds(wanted) || moxGetErrStatus() == MOX_StatusNoMemory);
             pair.restore();

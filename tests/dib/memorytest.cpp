@@ -100,6 +100,7 @@ TEST(BitmapMemory, ofBitmapsThatAreWritten) {
             const Messages dithered = run(0, MOX_DITHER_FS, MOX_PALCONV_NONE);
             EXPECT_TRUE(dithered.contains(temporalHeader));
             EXPECT_TRUE(dithered.contains(temporalData));
+            EXPECT_TRUE(dithered.contains("-3 " + name + "Dithering can't be produced"));
         }
     }
 }
