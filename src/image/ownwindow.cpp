@@ -366,7 +366,7 @@ void WindowRunner::runRows(OwnRows *rows, int64_t y0, int64_t height) {
         window_.function(window_.filter, {before + 1, out, static_cast<size_t>(rows->width), channels_, y});
         if (!direct) store(rows, out_);
         dst.start += dst.rowStep;
-        rows->mask.start += rows->mask.rowStep;
+        if (rows->masked) rows->mask.start += rows->mask.rowStep;
     }
 }
 
