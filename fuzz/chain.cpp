@@ -12,10 +12,15 @@ struct Runner {
     OwnCpuLevel level;
 };
 
-static std::string runStep(const Example &example, const Runner &runner, const int *indexes, Random *random) {
+static std::vector<TestImage *> imagesOf(const Example &example, const Runner &runner, const int *indexes) {
     std::vector<TestImage *> images;
     for (int i = 0; i < example.images; ++i)
         images.push_back(&runner.images[static_cast<size_t>(indexes[i])]);
+    return images;
+}
+
+static std::string runStep(const Example &example, const Runner &runner, const int *indexes, Random *random) {
+    const std::vector<TestImage *> images = imagesOf(example, runner, indexes);
     ownForceCpuLevel(runner.level);
     return runExample(example, images, random);
 }
@@ -39,6 +44,7 @@ void fuzzOne(Random &random) {
         const Example &example = drawPixelExample(random);
         const int indexes[] = {random.below(IMAGES), random.below(IMAGES), random.below(IMAGES)};
         if (example.more.tiledDiffers && scene[0].layout().depth == MOX_DEPTH_32F) continue;
+        if (areUnequalRun(imagesOf(example, runners[0], indexes))) continue;
         what += std::string(example.name) + " " + std::to_string(indexes[0]) + " " + std::to_string(indexes[1]) + " " +
                 std::to_string(indexes[2]) + "\n";
         const Random start = random;

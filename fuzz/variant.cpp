@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "image/ownimage.h"
+
 static std::unique_ptr<TestImage> copyOf(const TestImage &image, const VariantTiles &tiles) {
     TestLayout layout = image.layout();
     layout.tileWidth = tiles.width;
@@ -30,6 +32,13 @@ Variant::Variant(const std::vector<TestImage *> &images, const VariantTiles &til
         owned_.push_back(copyOf(*images[i], tiles));
         entries_.push_back(owned_.back().get());
     }
+}
+
+bool areUnequalRun(const std::vector<TestImage *> &images) {
+    if (images.size() != 3) return false;
+    const MoxImage *a = images[0]->header(), *b = images[1]->header(), *c = images[2]->header();
+    return ownCanRunFlat(a, b, c, false) &&
+           !(ownCanRunFlat(a, b, nullptr, false) && ownCanRunFlat(a, c, nullptr, false));
 }
 
 std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random) {

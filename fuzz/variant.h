@@ -28,6 +28,10 @@ class Variant {
     std::vector<TestImage *> entries_;
 };
 
+// Whether three images pass for one run of bytes although they differ: their sums agree, and the run covers what it
+// covers, on plain images only.
+bool areUnequalRun(const std::vector<TestImage *> &images);
+
 // Runs an example on some of the images, with arguments drawn from a copy of random, which is given back; the reports
 // as text, without the place that made them.
 std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random);

@@ -128,12 +128,17 @@ class Diffuser {
             samples[i] = columns[i];
     }
 
+    // Samples stand at any address.
     template <class Sample>
     void loadAs(int64_t chunk, int64_t from, int64_t to) {
         int32_t *samples = samples_ + (from - chunk) * LANES;
         for (int row = 0; row < band_.rows; ++row) {
-            const Sample *src = static_cast<const Sample *>(band_.src[row]);
-            forColumns(row, from, to, [&](int64_t k, int64_t x) { samples[k * LANES + row] = src[x]; });
+            const char *src = static_cast<const char *>(band_.src[row]);
+            forColumns(row, from, to, [&](int64_t k, int64_t x) {
+                Sample sample;
+                __builtin_memcpy(&sample, src + x * int64_t{sizeof sample}, sizeof sample);
+                samples[k * LANES + row] = sample;
+            });
         }
     }
 
@@ -147,9 +152,9 @@ class Diffuser {
                 part(from, to);
             }
         } else if (reduction_.size == OWN_2_BYTES) {
-            loadAs<OwnAnyU16>(from, from, to);
+            loadAs<uint16_t>(from, from, to);
         } else {
-            loadAs<OwnAnyS32>(from, from, to);
+            loadAs<int32_t>(from, from, to);
         }
         if (!toBits && reduction_.thresholds) loadThresholds(from, to);
     }
@@ -265,9 +270,12 @@ class Diffuser {
     template <class D>
     void storeAs(int64_t chunk, int64_t from, int64_t to) {
         for (int row = 0; row < band_.rows; ++row) {
-            D *dst = static_cast<D *>(band_.dst[row]);
+            char *dst = static_cast<char *>(band_.dst[row]);
             const uint32_t *outputs = outputs_ + (from - chunk) * LANES + row;
-            forColumns(row, from, to, [&](int64_t k, int64_t x) { dst[x] = kept<D>(outputs[k * LANES]); });
+            forColumns(row, from, to, [&](int64_t k, int64_t x) {
+                const D sample = kept<D>(outputs[k * LANES]);
+                __builtin_memcpy(dst + x * int64_t{sizeof sample}, &sample, sizeof sample);
+            });
         }
     }
 
@@ -281,9 +289,9 @@ class Diffuser {
                 part(from, to);
             }
         } else if (reduction_.dstBytes == 2) {
-            storeAs<OwnAnyU16>(from, from, to);
+            storeAs<uint16_t>(from, from, to);
         } else {
-            storeAs<OwnAnyU32>(from, from, to);
+            storeAs<uint32_t>(from, from, to);
         }
     }
 
