@@ -1,7 +1,6 @@
 // One call on images of which some are tiled: tiles are requested and released as promised, also after one that is not
 // delivered, and the result is that of plain images.
 #include "core/owncpu.h"
-#include "support/allocations.h"
 #include "support/scene.h"
 #include "support/tilelog.h"
 #include "target.h"
@@ -38,10 +37,7 @@ void fuzzOne(Random &random) {
     Random arguments = random, again = random;
 
     TileLog log(refuseAt);
-    AllocationWindow window;
     const std::string reports = runExample(example, scene.entries(), &arguments);
-    window.close();
-    requireThat(window.live() == 0, what + "memory was not given back");
     requirePromises(example, scene, log, reports, what);
     if (log.refused()) return;
 

@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "image/ownimage.h"
+#include "support/allocations.h"
+#include "target.h"
 
 static std::unique_ptr<TestImage> copyOf(const TestImage &image, const VariantTiles &tiles) {
     TestLayout layout = image.layout();
@@ -48,7 +50,10 @@ std::string runExample(const Example &example, const std::vector<TestImage *> &i
     for (size_t i = 0; i < images.size(); ++i)
         call.images[i] = images[i]->header();
     ReportRecorder reports;
+    AllocationWindow window;
     example.run(call);
+    window.close();
+    requireThat(window.live() == 0, std::string(example.name) + ": memory was not given back");
     std::string text;
     for (const ReportSeen &report : reports.seen) {
         text += std::to_string(report.status) + " " + report.function + " \"" + report.message + "\"\n";

@@ -211,10 +211,12 @@ TEST(ReduceBits, noiseSpreadsTheThreshold) {
             mean += full.get(0, i % 64, i / 64) / 4096.0;
         }
         EXPECT_GT(littleDiffers, 0) << dither;
-        EXPECT_GT(fullDiffers, littleDiffers) << dither;
-        // Errors keep the mean whatever the thresholds are.
+        EXPECT_GT(fullDiffers, 0) << dither;
+        // Errors keep the mean whatever the thresholds are, and once a pattern has changed all that follows may.
         if (dither != MOX_DITHER_BAYER) {
             EXPECT_NEAR(mean, 70, 3) << dither;
+        } else {
+            EXPECT_GT(fullDiffers, littleDiffers);
         }
     }
 }
