@@ -304,8 +304,8 @@ typedef struct MoxImage {
     void *imageId;            /**< the caller's */
     MoxTileInfo *tileInfo;    /**< null, or the tile source; exactly one of tileInfo and imageData is set */
     int imageSize;            /**< bytes of all pixel data */
-    char *imageData;          /**< first byte of the pixels */
-    int widthStep;            /**< bytes from a row to the next, in plane order within a plane */
+    char *imageData;          /**< first byte of the pixels; it may stand at any address */
+    int widthStep;            /**< bytes from a row to the next, in plane order within a plane; whole samples */
     int borderMode[4];        /**< see moxSetBorderMode */
     int borderConst[4];
     char *imageDataBase; /**< what the heap returned; moxDeallocateImage frees this */

@@ -21,7 +21,7 @@ using Sum = typename SumOf<D>::Type;
 
 template <class D>
 void add(const void *row_, void *sums_, size_t n) {
-    const auto *row = static_cast<const typename D::Sample *>(row_);
+    const typename D::Sample *row = static_cast<const typename D::Sample *>(row_);
     auto *sums = static_cast<Sum<D> *>(sums_);
     OWN_ELEMENTWISE
     for (size_t i = 0; i < n; ++i)
@@ -30,8 +30,8 @@ void add(const void *row_, void *sums_, size_t n) {
 
 template <class D>
 void slide(const void *entering_, const void *leaving_, void *sums_, size_t n) {
-    const auto *entering = static_cast<const typename D::Sample *>(entering_);
-    const auto *leaving = static_cast<const typename D::Sample *>(leaving_);
+    const typename D::Sample *entering = static_cast<const typename D::Sample *>(entering_);
+    const typename D::Sample *leaving = static_cast<const typename D::Sample *>(leaving_);
     auto *sums = static_cast<Sum<D> *>(sums_);
     OWN_ELEMENTWISE
     for (size_t i = 0; i < n; ++i)
@@ -190,7 +190,7 @@ void averageInTurn(const Sum<D> *sums, typename D::Sample *out, const OwnBlurWin
 template <class D>
 void average(const void *sums_, void *out_, const OwnBlurWindow &window) {
     const auto *sums = static_cast<const Sum<D> *>(sums_);
-    auto *out = static_cast<typename D::Sample *>(out_);
+    typename D::Sample *out = static_cast<typename D::Sample *>(out_);
     switch (window.channels) {
         case 1:
             return averageSideBySide<D, 1>(sums, out, window);

@@ -284,7 +284,7 @@ void sum(const OwnConvTap *taps, size_t count, size_t from, void *sums_, size_t 
     for (; i < n; ++i) {
         Accumulator one = 0;
         for (size_t t = 0; t < count; ++t) {
-            const auto *row = reinterpret_cast<const typename D::Sample *>(taps[t].row);
+            const typename D::Sample *row = reinterpret_cast<const typename D::Sample *>(taps[t].row);
             one = static_cast<Accumulator>(one +
                                            static_cast<Accumulator>(row[from + i]) * coefficient<Accumulator>(taps[t]));
         }
@@ -482,7 +482,7 @@ struct Bits : Own8U {
 template <class D, class T>
 void store(const void *sums_, void *out_, size_t n) {
     const auto *sums = static_cast<const T *>(sums_);
-    auto *out = static_cast<typename D::Sample *>(out_);
+    typename D::Sample *out = static_cast<typename D::Sample *>(out_);
     for (size_t i = 0; i < n; ++i) {
         if constexpr (__is_same(T, float)) {
             constexpr auto low = static_cast<float>(D::low), high = static_cast<float>(D::high);
@@ -500,7 +500,7 @@ void store(const void *sums_, void *out_, size_t n) {
 
 void store32S(const void *sums_, void *out_, size_t n) {
     const auto *sums = static_cast<const float *>(sums_);
-    auto *out = static_cast<OwnAnyS32 *>(out_);
+    OwnAnyS32 *out = static_cast<OwnAnyS32 *>(out_);
     for (size_t i = 0; i < n; ++i)
         out[i] = sums[i] >= 2147483648.0f ? INT32_MAX : roundToInt(sums[i]);
 }

@@ -88,9 +88,8 @@ static TestLayout drawLayout(Random &random, const SceneShape &shape, const Scen
     layout.height =
         sameSize ? shape.height : random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
     if (coi != 0 || random.oneIn(2)) drawRegion(random, layout, coi);
-    const int sampleBytes = std::max(1, layout.bits() / 8);
-    if (random.oneIn(3)) layout.extraStride = sampleBytes * random.between(1, 9);
-    if (random.oneIn(3)) layout.dataShift = sampleBytes * random.below(32 / sampleBytes);
+    if (random.oneIn(3)) layout.extraStride = std::max(1, layout.bits() / 8) * random.between(1, 9);
+    if (random.oneIn(3)) layout.dataShift = random.below(32);  // samples need not stand at multiples of their own size
     if (options.tiles && random.oneIn(4)) {
         layout.tileWidth = 8 * random.between(1, 4);
         layout.tileHeight = 8 * random.between(1, 2);
