@@ -13,6 +13,7 @@ struct Fill {
     OwnImageRows image;
     int bits;  // of the bitmap's pixel
     const OwnBitmapRows *kernels;
+    OwnRowMove move;
     bool streams;
     // What the bitmap's values mean: colours and grays of indices, or the bits of a pixel and the bytes that they widen
     // to.
@@ -126,34 +127,8 @@ uint8_t *rowOf(const Fill &fill, int64_t y) {
     return fill.image.data + y * fill.image.widthStep;
 }
 
-// Bitmap and image agree in their bytes, or in all but the order of the channels.
-void copyBytes(const Fill &fill, const uint8_t *row, int64_t y) {
-    const auto &copy = ownMoveRows().copy[OWN_1_BYTE];
-    const size_t bytes = fill.image.width * static_cast<size_t>(fill.bits / 8);
-    (fill.streams ? copy.streamed : copy.plain)(row, nullptr, rowOf(fill, y), bytes, {});
-}
-void swap3(const Fill &fill, const uint8_t *row, int64_t y) {
-    (fill.streams ? fill.kernels->streamSwap3 : fill.kernels->swap3)(row, rowOf(fill, y), fill.image.width);
-}
-void swap4(const Fill &fill, const uint8_t *row, int64_t y) {
-    fill.kernels->swap4(row, rowOf(fill, y), fill.image.width);
-}
-
-bool isIdentity(const uint8_t *table) {
-    for (int i = 0; i < 256; ++i) {
-        if (table[i] != i) return false;
-    }
-    return true;
-}
-
-FillRow pickRow(const Fill &fill) {
-    const OwnImageRows &image = fill.image;
-    if (image.bits != 8) return fillAny;
-    if (image.gray) return fill.bits == 8 && isIdentity(fill.grays) ? copyBytes : fillAny;
-    const bool blueFirst = image.layout.offset[0] == 0;
-    if (fill.bits == 24 && image.layout.step == 3) return blueFirst ? copyBytes : swap3;
-    if (fill.bits == 32 && image.layout.step == 4 && fill.usualMasks) return blueFirst ? copyBytes : swap4;
-    return fillAny;
+void moveBytes(const Fill &fill, const uint8_t *row, int64_t y) {
+    ownMoveRow(fill.move, fill.streams, row, rowOf(fill, y), fill.image.width * static_cast<size_t>(fill.bits / 8));
 }
 
 void fillRows(const OwnBitmap &bitmap, const uint8_t *pixels, const MoxImage *image) {
@@ -164,7 +139,9 @@ void fillRows(const OwnBitmap &bitmap, const uint8_t *pixels, const MoxImage *im
     fill.usualMasks = false;
     if (fill.bits <= 8) preparePalette(bitmap, &fill);
     if (fill.bits == 16 || fill.bits == 32) prepareMasks(bitmap, &fill);
-    const FillRow fillRow = pickRow(fill);
+    const bool sameGrays = fill.bits == 8 && ownIsIdentity(fill.grays);
+    fill.move = ownPickRowMove(fill.image, fill.bits, fill.usualMasks, sameGrays);
+    const FillRow fillRow = fill.move == OWN_ROW_DIFFERS ? fillAny : moveBytes;
     const int64_t rowBytes = ownBitmapRowBytes(*bitmap.header), height = fill.image.height;
     fill.streams = ownStreamsRows(fill.image.widthStep, height);
     const bool same = ownSameOrigin(*bitmap.header, image);

@@ -14,6 +14,7 @@ struct Fill {
     OwnImageRows image;
     int bits;                    // of the bitmap's pixel
     size_t rowBytes, usedBytes;  // with and without padding
+    OwnRowMove move;
     bool streams;
     const OwnBitmapRows *kernels;
     OwnNearest *nearest;  // of colours, where there is a palette
@@ -111,16 +112,8 @@ const uint8_t *rowOf(const Fill &fill, int64_t y) {
     return fill.image.data + y * fill.image.widthStep;
 }
 
-// Image and bitmap agree in their bytes, or in all but the order of the channels.
-void copyBytes(const Fill &fill, int64_t y, uint8_t *row) {
-    const auto &copy = ownMoveRows().copy[OWN_1_BYTE];
-    (fill.streams ? copy.streamed : copy.plain)(rowOf(fill, y), nullptr, row, fill.usedBytes, {});
-}
-void swap3(const Fill &fill, int64_t y, uint8_t *row) {
-    (fill.streams ? fill.kernels->streamSwap3 : fill.kernels->swap3)(rowOf(fill, y), row, fill.image.width);
-}
-void swap4(const Fill &fill, int64_t y, uint8_t *row) {
-    fill.kernels->swap4(rowOf(fill, y), row, fill.image.width);
+void moveBytes(const Fill &fill, int64_t y, uint8_t *row) {
+    ownMoveRow(fill.move, fill.streams, rowOf(fill, y), row, fill.usedBytes);
 }
 void mapBytes(const Fill &fill, int64_t y, uint8_t *row) {
     fill.kernels->map(rowOf(fill, y), fill.grays, row, fill.image.width);
@@ -132,23 +125,11 @@ void copyBits(const Fill &fill, int64_t y, uint8_t *row) {
         row[whole] = rowOf(fill, y)[whole] & static_cast<uint8_t>(0xFF00 >> fill.image.width % 8);
 }
 
-bool isIdentity(const uint8_t *table) {
-    for (int i = 0; i < 256; ++i) {
-        if (table[i] != i) return false;
-    }
-    return true;
-}
-
 FillRow pickRow(const Fill &fill) {
     const OwnImageRows &image = fill.image;
     if (image.bits == 1 && fill.bits == 1) return fill.grays[0] == 0 && fill.grays[255] == 1 ? copyBits : fillAny;
-    if (image.bits != 8) return fillAny;
-    if (image.gray && fill.bits == 8) return isIdentity(fill.grays) ? copyBytes : mapBytes;
-    if (image.gray) return fillAny;
-    const bool blueFirst = image.layout.offset[0] == 0;
-    if (fill.bits == 24 && image.layout.step == 3) return blueFirst ? copyBytes : swap3;
-    if (fill.bits == 32 && image.layout.step == 4 && fill.usualMasks) return blueFirst ? copyBytes : swap4;
-    return fillAny;
+    if (fill.move != OWN_ROW_DIFFERS) return moveBytes;
+    return image.gray && image.bits == 8 && fill.bits == 8 ? mapBytes : fillAny;
 }
 
 void fillRows(const OwnBitmap &bitmap, const MoxImage *image) {
@@ -170,6 +151,8 @@ void fillRows(const OwnBitmap &bitmap, const MoxImage *image) {
     } else if (fill.bits != 24) {
         prepareMasks(bitmap, &fill);
     }
+    const bool sameGrays = fill.image.gray && fill.bits == 8 && ownIsIdentity(fill.grays);
+    fill.move = ownPickRowMove(fill.image, fill.bits, fill.usualMasks, sameGrays);
     const FillRow fillRow = pickRow(fill);
     const int64_t height = fill.image.height;
     fill.usedBytes = static_cast<size_t>((static_cast<int64_t>(fill.image.width) * fill.bits + 7) / 8);

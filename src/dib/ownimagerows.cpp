@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "image/ownimage.h"
+#include "image/ownmove.h"
 
 namespace {
 
@@ -72,4 +73,32 @@ void ownReadQuads(const OwnImageRows &rows, int64_t y, size_t x, size_t n, uint3
 void ownWriteQuads(const OwnImageRows &rows, int64_t y, size_t x, size_t n, const uint32_t *quads) {
     uint8_t *first = rowOf(rows, y) + x * static_cast<size_t>(rows.layout.step * rows.layout.bytes);
     ownBitmapRows().scatter(quads, first, rows.layout, n);
+}
+
+OwnRowMove ownPickRowMove(const OwnImageRows &rows, int bits, bool usualMasks, bool sameGrays) {
+    if (rows.bits != 8) return OWN_ROW_DIFFERS;
+    if (rows.gray) return bits == 8 && sameGrays ? OWN_ROW_COPY : OWN_ROW_DIFFERS;
+    const bool blueFirst = rows.layout.offset[0] == 0;
+    if (bits == 24 && rows.layout.step == 3) return blueFirst ? OWN_ROW_COPY : OWN_ROW_SWAP_3;
+    if (bits == 32 && rows.layout.step == 4 && usualMasks) return blueFirst ? OWN_ROW_COPY : OWN_ROW_SWAP_4;
+    return OWN_ROW_DIFFERS;
+}
+
+void ownMoveRow(OwnRowMove move, bool streams, const uint8_t *src, uint8_t *dst, size_t bytes) {
+    const OwnBitmapRows &kernels = ownBitmapRows();
+    if (move == OWN_ROW_SWAP_3) {
+        (streams ? kernels.streamSwap3 : kernels.swap3)(src, dst, bytes / 3);
+    } else if (move == OWN_ROW_SWAP_4) {
+        kernels.swap4(src, dst, bytes / 4);
+    } else {
+        const auto &copy = ownMoveRows().copy[OWN_1_BYTE];
+        (streams ? copy.streamed : copy.plain)(src, nullptr, dst, bytes, {});
+    }
+}
+
+bool ownIsIdentity(const uint8_t table[256]) {
+    for (int i = 0; i < 256; ++i) {
+        if (table[i] != i) return false;
+    }
+    return true;
 }

@@ -31,3 +31,12 @@ void ownReadGrays(const OwnImageRows &rows, int64_t y, size_t x, size_t n, uint8
 void ownWriteGrays(const OwnImageRows &rows, int64_t y, size_t x, size_t n, const uint8_t *grays);
 void ownReadQuads(const OwnImageRows &rows, int64_t y, size_t x, size_t n, uint32_t *quads);
 void ownWriteQuads(const OwnImageRows &rows, int64_t y, size_t x, size_t n, const uint32_t *quads);
+
+// Rows that are moved whole: image and bitmap have the same bytes, or differ in the places of blue and red only.
+enum OwnRowMove { OWN_ROW_DIFFERS, OWN_ROW_COPY, OWN_ROW_SWAP_3, OWN_ROW_SWAP_4 };
+// bits is that of the bitmap's pixel; usualMasks says that a pixel of 32 bits has its channels in their usual bytes,
+// and sameGrays that bytes of one channel mean the same on both sides.
+OwnRowMove ownPickRowMove(const OwnImageRows &rows, int bits, bool usualMasks, bool sameGrays);
+void ownMoveRow(OwnRowMove move, bool streams, const uint8_t *src, uint8_t *dst, size_t bytes);
+// Whether a table of bytes changes none.
+bool ownIsIdentity(const uint8_t table[256]);

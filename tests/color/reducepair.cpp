@@ -63,7 +63,6 @@ RefReduce drawReduce(Random &random, const DepthPair &depths, bool noise) {
 }
 
 void ReducePair::drawLayouts(Random &random, const ReducePairOptions &options) {
-    static const int aligns[] = {4, 8, 16, 32};
     const int order = random.below(2);
     const bool coi = options.coi && random.oneIn(3);
     const bool bits = options.depths.dst == MOX_DEPTH_1U;
@@ -81,27 +80,13 @@ void ReducePair::drawLayouts(Random &random, const ReducePairOptions &options) {
         layout.channels = channels[which];
         layout.alpha = alpha ? channels[which] : 0;
         layout.origin = random.below(2);
-        layout.align = aligns[random.below(4)];
+        layout.align = drawAlign(random);
         const bool small = random.oneIn(5);
         layout.width = random.between(small ? 1 : (options.maxWidth + 1) / 2, options.maxWidth);
         layout.height = random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
-        if (coiIn[which] || random.oneIn(2)) {
-            const int reach = random.oneIn(40) ? 3 : 0;
-            layout.setRoi(coiIn[which] ? random.between(1, layout.channels) : 0,
-                          random.below(reach ? layout.width + reach : std::max(1, layout.width / 2)),
-                          random.below(reach ? layout.height + reach : std::max(1, layout.height / 2)),
-                          random.oneIn(2) ? 1000 : random.between(1, layout.width),
-                          random.oneIn(2) ? 1000 : random.between(1, layout.height));
-        }
-        const int sampleBytes = std::max(1, layout.bits() / 8);
-        if (random.oneIn(3)) layout.extraStride = sampleBytes * random.between(1, 9);
-        if (random.oneIn(3)) layout.dataShift = sampleBytes * random.below(32 / sampleBytes);
-        if (options.tiled[which] == 1 || (options.tiled[which] < 0 && random.oneIn(4))) {
-            layout.tileWidth = 8 * random.between(1, 4);
-            layout.tileHeight = 8 * random.between(1, 2);
-            layout.transientTiles = random.oneIn(2);
-            layout.extraStride = 0;
-        }
+        if (coiIn[which] || random.oneIn(2))
+            drawRegion(random, layout, coiIn[which] ? random.between(1, layout.channels) : 0);
+        drawPlacement(random, layout, options.tiled[which]);
     }
 }
 
@@ -110,62 +95,11 @@ ReducePair::ReducePair(Random &random, const ReducePairOptions &options) {
     for (int which = 0; which < 2; ++which)
         images_[which] = std::make_unique<TestImage>(layouts_[which], random.next());
     if (!random.oneIn(3)) drawPicture(random, src());
-    if (!options.masks || random.oneIn(2)) return;
-    for (int which = 0; which < 2; ++which) {
-        if (random.oneIn(2)) continue;
-        masks_[which] = std::make_unique<TestImage>(
-            drawMaskLayout(random, layouts_[which].width, layouts_[which].height), random.next());
-        images_[which]->setMask(masks_[which].get());
-    }
-}
-
-std::vector<TestImage *> ReducePair::all() const {
-    std::vector<TestImage *> images;
-    for (const auto *each : {&images_[0], &images_[1], &masks_[0], &masks_[1]}) {
-        if (*each) images.push_back(each->get());
-    }
-    return images;
-}
-
-std::string ReducePair::describe() const {
-    std::string text;
-    for (int which = 0; which < 2; ++which) {
-        text += which ? "destination " : "source ";
-        text += layouts_[which].describe() + "\n";
-        if (masks_[which]) text += "  mask " + masks_[which]->layout().describe() + "\n";
-    }
-    return text;
+    if (options.masks && random.oneIn(2)) drawMasks(random);
 }
 
 void ReducePair::run(const RefReduce &call) {
     moxReduceBits(src().header(), dst().header(), call.noise, call.dither, call.levels);
-}
-
-void ReducePair::keep() {
-    kept_.clear();
-    for (TestImage *image : all())
-        kept_.push_back(image->bytes());
-}
-
-testing::AssertionResult ReducePair::restIsUntouched() const {
-    const std::vector<TestImage *> images = all();
-    for (size_t i = 0; i < images.size(); ++i) {
-        testing::AssertionResult result = images[i]->headerIsUntouched();
-        if (result && images[i] != images_[1].get()) result = images[i]->holds(kept_[i]);
-        if (!result) return result;
-    }
-    return testing::AssertionSuccess();
-}
-
-void ReducePair::restore() {
-    const std::vector<TestImage *> images = all();
-    for (size_t i = 0; i < images.size(); ++i)
-        images[i]->setBytes(kept_[i]);
-}
-
-void ReducePair::abandonTiles() {
-    for (TestImage *image : all())
-        image->abandonTiles();
 }
 
 void checkReduce(ReducePair &pair, const RefReduce &call) {

@@ -7,8 +7,7 @@
 #include <string>
 
 #include "reference/reduce.h"
-#include "support/scene.h"
-#include "support/testimage.h"
+#include "support/imagepair.h"
 
 // The depth pairs that there are.
 struct DepthPair {
@@ -26,27 +25,14 @@ struct ReducePairOptions {
     int maxHeight = 18;
 };
 
-class ReducePair {
+class ReducePair : public ImagePair {
   public:
     ReducePair(Random &random, const ReducePairOptions &options);
-
-    TestImage &src() { return *images_[0]; }
-    TestImage &dst() { return *images_[1]; }
-    std::string describe() const;
     void run(const RefReduce &call);
-
-    // Remembers everything; then: source, masks and headers are as they were; and everything back.
-    void keep();
-    testing::AssertionResult restIsUntouched() const;
-    void restore();
-    void abandonTiles();
 
   private:
     void drawLayouts(Random &random, const ReducePairOptions &options);
-    std::vector<TestImage *> all() const;
     TestLayout layouts_[2];
-    std::unique_ptr<TestImage> images_[2], masks_[2];
-    std::vector<TestBytes> kept_;
 };
 
 // Samples as pictures have them: slopes, flat parts, extremes, noise.

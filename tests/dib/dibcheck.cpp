@@ -36,7 +36,7 @@ BitmapShape drawShape(Random &random, int bits, int maxWidth, int maxHeight) {
 }
 
 TestLayout drawImageFor(Random &random, const BitmapShape &shape) {
-    static const int aligns[] = {4, 8, 16, 32}, channels[] = {1, 3, 4};
+    static const int channels[] = {1, 3, 4};
     static const unsigned depths[] = {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_8U, MOX_DEPTH_16U};
     TestLayout layout;
     layout.width = shape.width;
@@ -46,10 +46,8 @@ TestLayout drawImageFor(Random &random, const BitmapShape &shape) {
     layout.alpha = layout.channels == 4 ? 4 : 0;
     layout.order = random.below(2);
     layout.origin = random.below(2);
-    layout.align = aligns[random.below(4)];
-    const int sampleBytes = std::max(1, layout.bits() / 8);
-    if (random.oneIn(3)) layout.extraStride = sampleBytes * random.between(1, 9);
-    if (random.oneIn(3)) layout.dataShift = sampleBytes * random.below(32 / sampleBytes);
+    layout.align = drawAlign(random);
+    drawPlacement(random, layout, 0);
     return layout;
 }
 

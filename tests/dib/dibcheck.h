@@ -5,7 +5,7 @@
 
 #include "dib/testbitmap.h"
 #include "reference/bitmap.h"
-#include "support/testimage.h"
+#include "support/scene.h"
 
 // A layout that a bitmap of the shape fits.
 TestLayout layoutFor(const BitmapShape &shape, int channels = 1, unsigned depth = MOX_DEPTH_8U);

@@ -48,32 +48,17 @@ void FilterPair::drawChannels(Random &random, TestLayout &layout, const FilterPa
 }
 
 TestLayout FilterPair::drawLayout(Random &random, int which, const FilterPairOptions &options) {
-    static const int aligns[] = {4, 8, 16, 32};
     TestLayout layout;
     layout.depth = options.depth;
     layout.order = options.strict ? order_ : random.below(2);
     layout.origin = options.sameOrigin ? origin_ : random.below(2);
-    layout.align = aligns[random.below(4)];
+    layout.align = drawAlign(random);
     drawChannels(random, layout, options);
     const bool small = random.oneIn(5);
     layout.width = random.between(small ? 1 : (options.maxWidth + 1) / 2, options.maxWidth);
     layout.height = random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
-    if (layout.roi.coi != 0 || random.oneIn(2)) {
-        const int reach = !options.strict && random.oneIn(40) ? 3 : 0;
-        layout.setRoi(layout.roi.coi, random.below(reach ? layout.width + reach : std::max(1, layout.width / 2)),
-                      random.below(reach ? layout.height + reach : std::max(1, layout.height / 2)),
-                      random.oneIn(2) ? 1000 : random.between(1, layout.width),
-                      random.oneIn(2) ? 1000 : random.between(1, layout.height));
-    }
-    const int sampleBytes = std::max(1, layout.bits() / 8);
-    if (random.oneIn(3)) layout.extraStride = sampleBytes * random.between(1, 9);
-    if (random.oneIn(3)) layout.dataShift = sampleBytes * random.below(32 / sampleBytes);
-    if (options.tiled[which] == 1 || (options.tiled[which] < 0 && random.oneIn(4))) {
-        layout.tileWidth = 8 * random.between(1, 4);
-        layout.tileHeight = 8 * random.between(1, 2);
-        layout.transientTiles = random.oneIn(2);
-        layout.extraStride = 0;
-    }
+    if (layout.roi.coi != 0 || random.oneIn(2)) drawRegion(random, layout, layout.roi.coi, !options.strict);
+    drawPlacement(random, layout, options.tiled[which]);
     return layout;
 }
 
@@ -91,70 +76,6 @@ FilterPair::FilterPair(Random &random, const FilterPairOptions &options)
         drawBorders(random, *images_[which], options.handMadeBorders);
     }
     if (!options.masks || random.oneIn(2)) return;
-    for (int which = 0; which < 2; ++which) {
-        TestImage *image = images_[which].get();
-        if (!image || random.oneIn(2)) continue;
-        masks_[which] = std::make_unique<TestImage>(
-            drawMaskLayout(random, image->layout().width, image->layout().height), random.next());
-        image->setMask(masks_[which].get());
-    }
+    drawMasks(random);
     if (images_[1] && masks_[0] && random.oneIn(5)) images_[1]->setMask(masks_[0].get());
-}
-
-std::vector<TestImage *> FilterPair::all() const {
-    std::vector<TestImage *> images;
-    for (const auto *each : {&images_[0], &images_[1], &masks_[0], &masks_[1]}) {
-        if (*each) images.push_back(each->get());
-    }
-    return images;
-}
-
-static std::string describeBorders(TestImage &image) {
-    std::string text = " borders";
-    for (int side = 0; side < 4; ++side) {
-        text.append(" ").append(std::to_string(image.header()->borderMode[side]));
-        if (image.header()->borderMode[side] & 3) continue;
-        text.append("(").append(std::to_string(image.header()->borderConst[side])).append(")");
-    }
-    return text;
-}
-
-std::string FilterPair::describe() const {
-    std::string text;
-    for (int which = 0; which < 2; ++which) {
-        TestImage *image = images_[which].get();
-        text += which ? "destination " : "source ";
-        text += image ? image->layout().describe() + describeBorders(*image) : std::string("is the source");
-        if (image && image->mask()) text += "\n  mask " + image->mask()->layout().describe();
-        text += "\n";
-    }
-    return text;
-}
-
-void FilterPair::keep() {
-    kept_.clear();
-    for (TestImage *image : all())
-        kept_.push_back(image->bytes());
-}
-
-testing::AssertionResult FilterPair::restIsUntouched() const {
-    const std::vector<TestImage *> images = all();
-    const TestImage *destination = images_[1] ? images_[1].get() : images_[0].get();
-    for (size_t i = 0; i < images.size(); ++i) {
-        testing::AssertionResult result = images[i]->headerIsUntouched();
-        if (result && images[i] != destination) result = images[i]->holds(kept_[i]);
-        if (!result) return result;
-    }
-    return testing::AssertionSuccess();
-}
-
-void FilterPair::restore() {
-    const std::vector<TestImage *> images = all();
-    for (size_t i = 0; i < images.size(); ++i)
-        images[i]->setBytes(kept_[i]);
-}
-
-void FilterPair::abandonTiles() {
-    for (TestImage *image : all())
-        image->abandonTiles();
 }

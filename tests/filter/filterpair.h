@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "support/scene.h"
-#include "support/testimage.h"
+#include "support/imagepair.h"
 
 struct FilterPairOptions {
     unsigned depth = MOX_DEPTH_8U;
@@ -21,29 +20,15 @@ struct FilterPairOptions {
     int maxHeight = 18;
 };
 
-class FilterPair {
+class FilterPair : public ImagePair {
   public:
     FilterPair(Random &random, const FilterPairOptions &options);
-
-    TestImage &src() { return *images_[0]; }
-    TestImage &dst() { return images_[1] ? *images_[1] : *images_[0]; }
-    bool inPlace() const { return !images_[1]; }
-    std::string describe() const;
-
-    // Remembers everything; then: source, masks and headers are as they were; and everything back.
-    void keep();
-    testing::AssertionResult restIsUntouched() const;
-    void restore();
-    void abandonTiles();
 
   private:
     TestLayout drawLayout(Random &random, int which, const FilterPairOptions &options);
     void drawChannels(Random &random, TestLayout &layout, const FilterPairOptions &options);
-    std::vector<TestImage *> all() const;
     int processed_, order_, origin_;
     bool coi_;
-    std::unique_ptr<TestImage> images_[2], masks_[2];
-    std::vector<TestBytes> kept_;
 };
 
 // Modes, and with them constants, of all sides of an image, each its own.

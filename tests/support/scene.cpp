@@ -39,9 +39,11 @@ struct SceneShape {
     bool alpha;
 };
 
-static void drawRegion(Random &random, TestLayout &layout, int coi) {
-    const int x = random.oneIn(40) ? layout.width + random.below(3) : random.below(std::max(1, layout.width / 2));
-    const int y = random.oneIn(40) ? layout.height + random.below(3) : random.below(std::max(1, layout.height / 2));
+void drawRegion(Random &random, TestLayout &layout, int coi, bool mayBeEmpty) {
+    const int x =
+        mayBeEmpty && random.oneIn(40) ? layout.width + random.below(3) : random.below(std::max(1, layout.width / 2));
+    const int y =
+        mayBeEmpty && random.oneIn(40) ? layout.height + random.below(3) : random.below(std::max(1, layout.height / 2));
     const int width = random.oneIn(2) ? 1000 : random.between(1, layout.width);
     const int height = random.oneIn(2) ? 1000 : random.between(1, layout.height);
     layout.setRoi(coi, x, y, width, height);
@@ -68,14 +70,29 @@ static void drawChannels(Random &random, const SceneShape &shape, TestLayout &la
     *coi = random.between(1, layout.channels);
 }
 
-static TestLayout drawLayout(Random &random, const SceneShape &shape, const SceneOptions &options) {
+int drawAlign(Random &random) {
     static const int aligns[] = {4, 8, 16, 32};
+    return aligns[random.below(4)];
+}
+
+void drawPlacement(Random &random, TestLayout &layout, int tiled) {
+    if (random.oneIn(3)) layout.extraStride = std::max(1, layout.bits() / 8) * random.between(1, 9);
+    if (random.oneIn(3)) layout.dataShift = random.below(32);  // samples need not stand at multiples of their own size
+    if (tiled == 1 || (tiled < 0 && random.oneIn(4))) {
+        layout.tileWidth = 8 * random.between(1, 4);
+        layout.tileHeight = 8 * random.between(1, 2);
+        layout.transientTiles = random.oneIn(2);
+        layout.extraStride = 0;
+    }
+}
+
+static TestLayout drawLayout(Random &random, const SceneShape &shape, const SceneOptions &options) {
     TestLayout layout;
     int coi;
     layout.depth = shape.depth;
     layout.order = shape.order;
     layout.origin = options.sameOrigin ? shape.origin : random.below(2);
-    layout.align = shape.flat ? 8 : aligns[random.below(4)];
+    layout.align = shape.flat ? 8 : drawAlign(random);
     drawChannels(random, shape, layout, &coi);
     if (shape.flat) {
         layout.width = shape.width;
@@ -88,23 +105,15 @@ static TestLayout drawLayout(Random &random, const SceneShape &shape, const Scen
     layout.height =
         sameSize ? shape.height : random.between(small ? 1 : (options.maxHeight + 1) / 2, options.maxHeight);
     if (coi != 0 || random.oneIn(2)) drawRegion(random, layout, coi);
-    if (random.oneIn(3)) layout.extraStride = std::max(1, layout.bits() / 8) * random.between(1, 9);
-    if (random.oneIn(3)) layout.dataShift = random.below(32);  // samples need not stand at multiples of their own size
-    if (options.tiles && random.oneIn(4)) {
-        layout.tileWidth = 8 * random.between(1, 4);
-        layout.tileHeight = 8 * random.between(1, 2);
-        layout.transientTiles = random.oneIn(2);
-        layout.extraStride = 0;
-    }
+    drawPlacement(random, layout, options.tiles ? -1 : 0);
     return layout;
 }
 
 TestLayout drawMaskLayout(Random &random, int width, int height) {
-    static const int aligns[] = {4, 8, 16, 32};
     TestLayout layout = TestLayout::ofMask(width, height);
     layout.order = random.below(2);
     layout.origin = random.below(2);
-    layout.align = aligns[random.below(4)];
+    layout.align = drawAlign(random);
     if (random.oneIn(4)) {
         layout.width = random.between(1, width + 20);
         layout.height = random.between(1, height + 5);
@@ -189,20 +198,28 @@ std::string Scene::describe() const {
 }
 
 void Scene::keep() {
-    kept_.clear();
+    std::vector<TestImage *> images;
     for (const auto &image : owned_)
-        kept_.push_back(image->bytes());
+        images.push_back(image.get());
+    kept_.keep(images);
 }
 
-void Scene::restore() {
-    for (size_t i = 0; i < owned_.size(); ++i)
-        owned_[i]->setBytes(kept_[i]);
+void KeptImages::keep(const std::vector<TestImage *> &images) {
+    images_ = images;
+    bytes_.clear();
+    for (const TestImage *image : images)
+        bytes_.push_back(image->bytes());
 }
 
-testing::AssertionResult Scene::othersAreUntouched() const {
-    for (size_t i = 0; i < owned_.size(); ++i) {
-        testing::AssertionResult result = owned_[i]->headerIsUntouched();
-        if (result && owned_[i].get() != entries_.back()) result = owned_[i]->holds(kept_[i]);
+void KeptImages::restore() {
+    for (size_t i = 0; i < images_.size(); ++i)
+        images_[i]->setBytes(bytes_[i]);
+}
+
+testing::AssertionResult KeptImages::othersAreUntouched(const TestImage &destination) const {
+    for (size_t i = 0; i < images_.size(); ++i) {
+        testing::AssertionResult result = images_[i]->headerIsUntouched();
+        if (result && images_[i] != &destination) result = images_[i]->holds(bytes_[i]);
         if (!result) return result;
     }
     return testing::AssertionSuccess();

@@ -16,6 +16,19 @@
 
 #include "support/testimage.h"
 
+// Images as they were before a call.
+class KeptImages {
+  public:
+    void keep(const std::vector<TestImage *> &images);
+    // Every image but the destination is byte for byte as it was, and no header has changed.
+    testing::AssertionResult othersAreUntouched(const TestImage &destination) const;
+    void restore();
+
+  private:
+    std::vector<TestImage *> images_;
+    std::vector<TestBytes> bytes_;
+};
+
 struct SceneOptions {
     int images = 3;
     unsigned depth = 0;
@@ -40,19 +53,23 @@ class Scene {
 
     std::string describe() const;
 
-    // Remembers all storage; then: every image and mask but the destination is byte for byte as it was, and no header
-    // has changed.
+    // Remembers all images and masks; then compares, and gives back what they held.
     void keep();
-    testing::AssertionResult othersAreUntouched() const;
-    // Every image and mask back to what it held at keep().
-    void restore();
+    testing::AssertionResult othersAreUntouched() const { return kept_.othersAreUntouched(*entries_.back()); }
+    void restore() { kept_.restore(); }
 
   private:
     TestImage *add(const TestLayout &layout, Random &random);
     std::vector<std::unique_ptr<TestImage>> owned_;
-    std::vector<TestBytes> kept_;
+    KeptImages kept_;
     std::vector<TestImage *> entries_;
 };
+
+int drawAlign(Random &random);
+// A region; where it may be empty, it sometimes begins beyond the image.
+void drawRegion(Random &random, TestLayout &layout, int coi, bool mayBeEmpty = true);
+// Strides of their own, pixels at any byte, tiles (0 never, 1 always, -1 draws).
+void drawPlacement(Random &random, TestLayout &layout, int tiled);
 
 // A random 1-bit mask layout; useful sizes lie around those of the image that it covers.
 TestLayout drawMaskLayout(Random &random, int width, int height);
