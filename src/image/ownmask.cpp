@@ -15,7 +15,7 @@ struct MaskSource {
 };
 
 void combineRow(const MaskSource *sources, int count, int64_t row, uint8_t *out, int width) {
-    // The run of a row is cut into pieces that a small buffer holds. Bits behind the width stay as they are.
+    // The run of a row is cut into pieces that a small buffer holds.
     uint8_t piece[512], other[512];
     constexpr int64_t pieceBits = sizeof piece * 8;
     for (int64_t x = 0; x < width; x += pieceBits) {
@@ -29,7 +29,7 @@ void combineRow(const MaskSource *sources, int count, int64_t row, uint8_t *out,
                     piece[k] &= other[k];
             }
         }
-        ownCopyBits(piece, out + x / 8, 0, 0, bits);
+        std::memcpy(out + x / 8, piece, static_cast<size_t>(bytes));
     }
 }
 
