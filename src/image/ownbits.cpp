@@ -34,6 +34,6 @@ void ownAlignBits(const uint8_t *src, int srcOffset, uint8_t *out, int dstOffset
 
 void ownCopyBits(const uint8_t *src, uint8_t *dst, int srcOffset, int dstOffset, int64_t count) {
     if (count <= 0) return;
-    const OwnBitRun run = {src, srcOffset};
-    ownMoveRows().copy[OWN_1_BYTE].bits(run, run, dst, dstOffset, count, {});
+    const OwnBitRun run = {src, srcOffset, 0};
+    ownMoveRows().copy[OWN_1_BYTE].bits({run, run, dst, dstOffset, 0, count, 1}, {});
 }

@@ -21,15 +21,25 @@ using OwnRow = void (*)(const void *a, const void *b, void *d, size_t n, const O
 using OwnMaskedRow = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant,
                               const void *lanes);
 
-// Bits from a bit of a byte on, counted from the top.
+// Rows of bits, each from a bit of its first byte on, counted from the top.
 struct OwnBitRun {
     const uint8_t *at;
     int bit;
+    int64_t rowStep;
 };
 
-// A row kernel on count bits, each run at its own bit: what lies beside the bits in the first and last byte of d stays.
-// A source may be d's own row at the same bit; a run that the kernel does not use is any other of the three.
-using OwnBitRow = void (*)(OwnBitRun a, OwnBitRun b, uint8_t *d, int bit, int64_t count, const OwnConstant &constant);
+// A row kernel on height rows of count bits, those of each image at a bit of their own: what lies beside the bits in
+// the first and last byte of a row of d stays. A source may be d's own rows at the same bit; one that the kernel does
+// not use is any other of the three.
+struct OwnBitRows {
+    OwnBitRun a, b;
+    uint8_t *d;
+    int bit;
+    int64_t rowStep;
+    int64_t count;
+    int height;
+};
+using OwnBitKernel = void (*)(const OwnBitRows &rows, const OwnConstant &constant);
 
 // The forms of one kernel. The streamed form stores past the caches, for runs that they could not keep; d must not be a
 // source, and whoever ran it orders the stores with OwnMoveRows::fence. Null where the plain form does as well, as is
@@ -38,7 +48,7 @@ struct OwnRowForms {
     OwnRow plain;
     OwnMaskedRow masked;
     OwnRow streamed;
-    OwnBitRow bits = nullptr;
+    OwnBitKernel bits = nullptr;
 };
 
 // The tables of the levels that this build has, in the order of OwnCpuLevel.

@@ -65,19 +65,21 @@ bool allContiguous(const OwnRows &rows) {
                        [&](const OwnSpan &span) { return isContiguous(span, rows.channels); });
 }
 
+// Whether in every image this field is the bytes of so many samples.
+bool follows(const OwnRows &rows, int64_t OwnSpan::*field, int64_t samples) {
+    return std::all_of(rows.spans, rows.spans + rows.count,
+                       [&](const OwnSpan &span) { return span.*field == samples * span.bytes; });
+}
+
 void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
     int64_t n = static_cast<int64_t>(rows.width) * rows.channels;
     int height = rows.height, planes = rows.planes;
     // Rows without padding between them are one row, and so are planes.
-    const auto follows = [&](auto field, int64_t samples) {
-        return std::all_of(rows.spans, rows.spans + rows.count,
-                           [&](const OwnSpan &span) { return span.*field == samples * span.bytes; });
-    };
-    if (height > 1 && follows(&OwnSpan::rowStep, n)) {
+    if (height > 1 && follows(rows, &OwnSpan::rowStep, n)) {
         n *= height;
         height = 1;
     }
-    if (height == 1 && planes > 1 && follows(&OwnSpan::planeStep, n)) {
+    if (height == 1 && planes > 1 && follows(rows, &OwnSpan::planeStep, n)) {
         n *= planes;
         planes = 1;
     }
@@ -304,35 +306,29 @@ void runStretches(const OwnRows &all, const OwnRowForms &kernel, const OwnConsta
 
 // Rows of bits without a mask.
 void runBits(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
-    const int last = rows.count - 1;
-    const int bit = rows.spans[last].bit;
-    for (int row = 0; row < rows.height; ++row) {
-        uint8_t *at[OWN_MAX_SPANS];
-        startOfRow(rows, 0, row, at);
-        const OwnBitRun a = {at[0], rows.spans[0].bit};
-        const OwnBitRun b = last > 1 ? OwnBitRun{at[1], rows.spans[1].bit} : a;
-        kernel.bits(a, b, at[last], bit, rows.width, constant);
-    }
+    const OwnSpan &dst = destination(rows);
+    const auto run = [](const OwnSpan &span) { return OwnBitRun{span.start, span.bit, span.rowStep}; };
+    const OwnBitRun a = run(rows.spans[0]), b = rows.count > 2 ? run(rows.spans[1]) : a;
+    kernel.bits({a, b, dst.start, dst.bit, dst.rowStep, rows.width, rows.height}, constant);
 }
 
-// Two images of bits change places by way of a scratch.
+// Two images of bits change places by way of a scratch, as many rows at a time as it holds.
 void exchangeBits(const OwnRows &rows) {
     const OwnRowForms &copy = ownMoveRows().copy[OWN_1_BYTE];
-    const int bits[] = {rows.spans[0].bit, rows.spans[1].bit};
+    const OwnSpan &one = rows.spans[0], &two = rows.spans[1];
     alignas(64) uint8_t kept[SCRATCH_BYTES + 8];
-    for (int row = 0; row < rows.height; ++row) {
-        uint8_t *at[OWN_MAX_SPANS];
-        startOfRow(rows, 0, row, at);
-        constexpr int64_t part = SCRATCH_BYTES * 8;
-        for (int64_t x = 0; x < rows.width; x += part) {
-            const int64_t count = std::min(part, rows.width - x);
-            uint8_t *first = at[0] + x / 8, *second = at[1] + x / 8;
-            const auto move = [&](const uint8_t *from, int fromBit, uint8_t *to, int toBit) {
-                copy.bits({from, fromBit}, {from, fromBit}, to, toBit, count, {});
-            };
-            std::memcpy(kept, second, static_cast<size_t>((bits[1] + count + 7) / 8));
-            move(first, bits[0], second, bits[1]);
-            move(kept, bits[1], first, bits[0]);
+    constexpr int64_t part = SCRATCH_BYTES * 8;
+    for (int64_t x = 0; x < rows.width; x += part) {
+        const int64_t count = std::min(part, rows.width - x), bytes = (two.bit + count + 7) / 8;
+        const int most = std::max(1, static_cast<int>(SCRATCH_BYTES / bytes));
+        for (int row = 0; row < rows.height; row += most) {
+            const int height = std::min(most, rows.height - row);
+            uint8_t *first = one.start + row * one.rowStep + x / 8, *second = two.start + row * two.rowStep + x / 8;
+            for (int i = 0; i < height; ++i)
+                std::memcpy(kept + i * bytes, second + i * two.rowStep, static_cast<size_t>(bytes));
+            const OwnBitRun from = {first, one.bit, one.rowStep}, back = {kept, two.bit, bytes};
+            copy.bits({from, from, second, two.bit, two.rowStep, count, height}, {});
+            copy.bits({back, back, first, one.bit, one.rowStep, count, height}, {});
         }
     }
 }
@@ -386,7 +382,8 @@ class MaskedBitRunner {
     alignas(64) uint8_t lanes_[SCRATCH_BYTES + 8];
 };
 
-// Rows that begin and end on bytes, and follow one another, are bytes.
+// Rows that begin and end on bytes are bytes where they are one run or long ones, which may be streamed. Others are
+// better left to the kernel that takes all of them, if there is one.
 bool asBytes(const OwnRows &rows, OwnRows *bytes) {
     if (rows.masked || rows.width % 8 != 0) return false;
     *bytes = rows;
@@ -395,7 +392,7 @@ bool asBytes(const OwnRows &rows, OwnRows *bytes) {
         if (rows.spans[i].bit != 0) return false;
         bytes->spans[i].bytes = 1;
     }
-    return true;
+    return rows.exchange || bytes->width >= SHORTEST_STREAM || follows(*bytes, &OwnSpan::rowStep, bytes->width);
 }
 
 }  // namespace

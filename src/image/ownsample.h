@@ -182,37 +182,51 @@ typedef uint64_t OwnWords __attribute__((vector_size(16), aligned(1), may_alias)
 
 typedef uint64_t OwnTwoWords __attribute__((vector_size(16), aligned(1), may_alias));
 
-// The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant). Rows of bits are short: the end
-// of one is a vector that overlaps the one before. It is computed first, since the destination may be a source, and
-// stored last. b is ignored by unary kernels, and may be null for them.
+// The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant). b is ignored by unary kernels,
+// and may be null for them.
 template <class F>
 struct OwnLogicForms {
-    static constexpr uint64_t EVERY_BYTE = 0x0101010101010101u;
-    static OwnWords repeat(const OwnConstant &c) { return OwnWords{} + EVERY_BYTE * (c.value & 0xFF); }
-    static OwnWords load(const void *p) {
-        OwnWords words;
+    template <class Words>
+    static Words repeat(uint32_t byte) {
+        return static_cast<Words>(Words{} + 0x0101010101010101u * uint64_t{byte & 0xFF});
+    }
+    template <class Words>
+    static Words load(const void *p) {
+        Words words;
         __builtin_memcpy(&words, p, sizeof words);
         return words;
     }
-    static void store(void *p, OwnWords words) { __builtin_memcpy(p, &words, sizeof words); }
+    template <class Words>
+    static void store(void *p, Words words) {
+        __builtin_memcpy(p, &words, sizeof words);
+    }
 
-    static void plain(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        const uint8_t *a = static_cast<const uint8_t *>(a_);
-        const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
-        uint8_t *d = static_cast<uint8_t *>(d_);
-        const OwnWords constant = repeat(c);
-        constexpr size_t step = sizeof(OwnWords);
-        if (n >= step) {
-            const OwnWords end = F::word(load(a + n - step), load(b + n - step), constant);
+    // d[i] = at(i, constant), by the widest words that the row has: rows of bits are short. The last words of a row
+    // overlap those before; they are computed first, since the destination may be a source, and stored last.
+    template <class At>
+    static void byWords(uint8_t *d, size_t n, const OwnConstant &c, const At &at) {
+        const uint32_t byte = c.value;
+        const auto run = [&]<class Words>(Words constant) {
+            constexpr size_t step = sizeof(Words);
+            if (n < step) return false;
+            const Words end = at(n - step, constant);
             OWN_ELEMENTWISE
             for (size_t i = 0; i + step <= n; i += step)
-                store(d + i, F::word(load(a + i), load(b + i), constant));
+                store(d + i, at(i, constant));
             store(d + n - step, end);
-            return;
-        }
-        const auto value = static_cast<uint8_t>(c.value);
+            return true;
+        };
+        if (run(repeat<OwnWords>(byte)) || run(repeat<OwnTwoWords>(byte)) || run(repeat<uint64_t>(byte))) return;
         for (size_t i = 0; i < n; ++i)
-            d[i] = static_cast<uint8_t>(F::word(a[i], b[i], value));
+            d[i] = at(i, repeat<uint8_t>(byte));
+    }
+
+    static void plain(const void *a_, const void *b_, void *d, size_t n, const OwnConstant &c) {
+        const uint8_t *a = static_cast<const uint8_t *>(a_);
+        const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
+        byWords(static_cast<uint8_t *>(d), n, c, [=]<class Words>(size_t i, Words constant) {
+            return static_cast<Words>(F::word(load<Words>(a + i), load<Words>(b + i), constant));
+        });
     }
 
     static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
@@ -220,40 +234,26 @@ struct OwnLogicForms {
         const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         const uint8_t *lanes = static_cast<const uint8_t *>(lanes_);
         uint8_t *d = static_cast<uint8_t *>(d_);
-        const OwnWords constant = repeat(c);
-        constexpr size_t step = sizeof(OwnWords);
-        const auto select = [](auto lane, auto result, auto before) { return (result & lane) | (before & ~lane); };
-        const auto at = [&](size_t i) {
-            return select(load(lanes + i), F::word(load(a + i), load(b + i), constant), load(d + i));
-        };
-        if (n >= step) {
-            const OwnWords end = at(n - step);
-            OWN_ELEMENTWISE
-            for (size_t i = 0; i + step <= n; i += step)
-                store(d + i, at(i));
-            store(d + n - step, end);
-            return;
-        }
-        const auto value = static_cast<uint8_t>(c.value);
-        for (size_t i = 0; i < n; ++i) {
-            d[i] = ownSelect<Own8U>(lanes[i], static_cast<uint8_t>(F::word(a[i], b[i], value)), d[i]);
-        }
+        byWords(d, n, c, [=]<class Words>(size_t i, Words constant) {
+            const Words lane = load<Words>(lanes + i), before = load<Words>(d + i);
+            return static_cast<Words>((F::word(load<Words>(a + i), load<Words>(b + i), constant) & lane) |
+                                      (before & ~lane));
+        });
     }
 
     static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
         const uint8_t *a = static_cast<const uint8_t *>(a_);
         const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         uint8_t *d = static_cast<uint8_t *>(d_);
-        const OwnWords constant = repeat(c);
+        const auto constant = repeat<OwnWords>(c.value);
         const size_t head = -reinterpret_cast<uintptr_t>(d_) & 63;
         if (n < head) return plain(a, b, d, n, c);
         plain(a, b, d, head, c);
         size_t i = head;
         for (; i + OWN_STREAM_BLOCK <= n; i += OWN_STREAM_BLOCK) {
             alignas(64) uint8_t block[OWN_STREAM_BLOCK];
-            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += sizeof(OwnWords)) {
-                store(block + k, F::word(load(a + i + k), load(b + i + k), constant));
-            }
+            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += sizeof(OwnWords))
+                store(block + k, F::word(load<OwnWords>(a + i + k), load<OwnWords>(b + i + k), constant));
             ownStreamBlock(d + i, block);
         }
         plain(a + i, b + i, d + i, n - i, c);
@@ -261,76 +261,82 @@ struct OwnLogicForms {
 
     // A source's bytes as they lie against the destination's: byte k is from(k)[0] << left | from(k)[1] >> (8 - left).
     struct BitSource {
-        BitSource(OwnBitRun run, int bit, int64_t count)
+        BitSource(const OwnBitRun &run, int bit, int64_t count)
             : at(run.at), first(run.bit < bit ? -1 : 0), left((run.bit - bit) & 7), last((run.bit + count - 1) / 8) {}
         const uint8_t *from(int64_t k) const { return at + (first + k); }
-        uint8_t byte(int64_t k) const {
-            const auto in = [&](int64_t i) { return i >= 0 && i <= last ? at[i] : 0; };
-            return static_cast<uint8_t>(in(first + k) << left | in(first + k + 1) >> (8 - left));
-        }
         const uint8_t *at;
         int64_t first;
         int left;
         int64_t last;
     };
 
+    // Such a byte at an end of the run, which need not reach into both of the source's.
+    struct EdgeByte {
+        EdgeByte(const BitSource &source, int64_t k) {
+            for (int64_t i = 0; i < 2; ++i) {
+                const int64_t byte = source.first + k + i;
+                exists[i] = byte >= 0 && byte <= source.last ? 0xFF : 0;
+                place[i] = exists[i] != 0 ? byte : 0;
+            }
+        }
+        uint8_t operator()(const BitSource &source) const {
+            const int high = source.at[place[0]] & exists[0], low = source.at[place[1]] & exists[1];
+            return static_cast<uint8_t>(high << source.left | low >> (8 - source.left));
+        }
+        int64_t place[2];
+        int exists[2];
+    };
+
     static void between(const uint8_t *a, int leftA, const uint8_t *b, int leftB, uint8_t *d, size_t n,
                         const OwnConstant &c) {
-        if (betweenBy<OwnWords>(a, leftA, b, leftB, d, n, c)) return;
-        if (betweenBy<OwnTwoWords>(a, leftA, b, leftB, d, n, c) || betweenBy<uint64_t>(a, leftA, b, leftB, d, n, c))
-            return;
-        const auto value = static_cast<uint8_t>(c.value);
-        const auto byte = [](const uint8_t *p, int left) {
-            return static_cast<uint8_t>(p[0] << left | p[1] >> (8 - left));
-        };
-        for (size_t i = 0; i < n; ++i)
-            d[i] = static_cast<uint8_t>(F::word(byte(a + i, leftA), byte(b + i, leftB), value));
-    }
-
-    // False for rows that are shorter than the words.
-    template <class Words>
-    static bool betweenBy(const uint8_t *a, int leftA, const uint8_t *b, int leftB, uint8_t *d, size_t n,
-                          const OwnConstant &c) {
-        constexpr size_t step = sizeof(Words);
-        if (n < step) return false;
-        const Words constant = Words{} + EVERY_BYTE * (c.value & 0xFF);
-        const auto at = [&](size_t i) {
-            return F::word(loadShifted<Words>(a + i, leftA), loadShifted<Words>(b + i, leftB), constant);
-        };
-        const auto put = [&](size_t i, Words words) { __builtin_memcpy(d + i, &words, step); };
-        const Words end = at(n - step);
-        for (size_t i = 0; i + step <= n; i += step)
-            put(i, at(i));
-        put(n - step, end);
-        return true;
+        byWords(d, n, c, [=]<class Words>(size_t i, Words constant) {
+            return static_cast<Words>(
+                F::word(loadShifted<Words>(a + i, leftA), loadShifted<Words>(b + i, leftB), constant));
+        });
     }
 
     // Each byte is shifted on its own: the bits that its neighbours would bring are cut off.
     template <class Words>
     static Words loadShifted(const uint8_t *p, int left) {
-        const uint64_t high = EVERY_BYTE * (0xFFu << left & 0xFF), low = EVERY_BYTE * (0xFFu >> (8 - left));
-        Words words, following;
-        __builtin_memcpy(&words, p, sizeof words);
-        __builtin_memcpy(&following, p + 1, sizeof following);
-        return (words << left & high) | (following >> (8 - left) & low);
+        const auto high = repeat<Words>(0xFFu << left), low = repeat<Words>(0xFFu >> (8 - left));
+        const Words words = load<Words>(p), following = load<Words>(p + 1);
+        return static_cast<Words>((words << left & high) | (following >> (8 - left) & low));
     }
 
-    // A row of bits in three parts: its first byte, the bytes that it fills, its last byte. Those between take a byte
-    // of a source from two bytes, of which both hold bits of the run.
-    static void bits(OwnBitRun a_, OwnBitRun b_, uint8_t *d, int bit, int64_t count, const OwnConstant &c) {
-        const int64_t n = (bit + count + 7) / 8;
+    // Each row in three parts: its first byte, the bytes that it fills, its last byte. Those between take a byte of a
+    // source from two bytes, of which both hold bits of the run. Where all images have their bits in the same places,
+    // bytes are bytes, and the first and the last may be among those that the row fills.
+    static void bits(const OwnBitRows &rows, const OwnConstant &constant) {
+        const OwnConstant c = constant;
         const auto value = static_cast<uint8_t>(c.value);
-        const auto firstBits = static_cast<uint8_t>(0xFF >> bit);
-        const auto lastBits = static_cast<uint8_t>(0xFF << (n * 8 - bit - count));
-        const BitSource a(a_, bit, count), b(b_, bit, count);
-        const auto edge = [&](int64_t k, uint8_t stored) {
-            const auto result = static_cast<uint8_t>(F::word(a.byte(k), b.byte(k), value));
-            d[k] = ownSelect<Own8U>(stored, result, d[k]);
+        const int64_t n = (rows.bit + rows.count + 7) / 8;
+        auto firstBits = static_cast<uint8_t>(0xFF >> rows.bit);
+        const auto lastBits = static_cast<uint8_t>(0xFF << (n * 8 - rows.bit - rows.count));
+        if (n == 1) firstBits &= lastBits;
+        BitSource a(rows.a, rows.bit, rows.count), b(rows.b, rows.bit, rows.count);
+        const bool inPlace = a.left == 0 && b.left == 0;
+        const int64_t begin = inPlace && firstBits == 0xFF ? 0 : 1;
+        const int64_t end = n == 1 || (inPlace && lastBits == 0xFF) ? n : n - 1;
+        uint8_t *d = rows.d;
+        const EdgeByte firstA(a, 0), firstB(b, 0), lastA(a, n - 1), lastB(b, n - 1);
+        const auto edge = [&](const EdgeByte &byteA, const EdgeByte &byteB, uint8_t *out, uint8_t stored) {
+            *out = ownSelect<Own8U>(stored, static_cast<uint8_t>(F::word(byteA(a), byteB(b), value)), *out);
         };
-        if (n == 1) return edge(0, firstBits & lastBits);
-        edge(0, firstBits);
-        if (n > 2) between(a.from(1), a.left, b.from(1), b.left, d + 1, static_cast<size_t>(n - 2), c);
-        edge(n - 1, lastBits);
+        for (int y = 0; y < rows.height; ++y) {
+            if (begin == 1) edge(firstA, firstB, d, firstBits);
+            if (end < n) edge(lastA, lastB, d + end, lastBits);
+            if (begin < end) {
+                const auto count = static_cast<size_t>(end - begin);
+                if (inPlace) {
+                    plain(a.at + begin, b.at + begin, d + begin, count, c);
+                } else {
+                    between(a.from(begin), a.left, b.from(begin), b.left, d + begin, count, c);
+                }
+            }
+            a.at += rows.a.rowStep;
+            b.at += rows.b.rowStep;
+            d += rows.rowStep;
+        }
     }
 
     static constexpr OwnRowForms forms = {plain, masked, streamed, bits};
