@@ -146,7 +146,7 @@ TEST_P(BitmapMedianCutModel, agreesOnColours) {
             uint32_t colour = random.bits() & 0xFFFFFF;
             if (kind == 1) colour = (colour & 0x0F0F0F) + (base & 0xF0F0F0);
             if (kind == 2) colour = static_cast<uint32_t>(i * 255 / count) * 0x010101;
-            if (kind == 3) colour &= 0xFF << 8 * random.below(3);
+            if (kind == 3) colour &= 0xFFu << 8 * random.below(3);
             if (kind == 4 && !random.oneIn(9)) colour = base;
             colours.push_back(colour);
         }

@@ -41,20 +41,6 @@ void drawNumbers(TestImage &image, uint64_t seed) {
     }
 }
 
-uint64_t digestOfSamples(const TestImage &image, uint64_t digest) {
-    TestBytes samples;
-    for (int y = 0; y < image.layout().height; ++y) {
-        for (int x = 0; x < image.layout().width; ++x) {
-            for (int channel = 0; channel < image.layout().channels; ++channel) {
-                const uint32_t sample = image.get(channel, x, y);
-                for (int byte = 0; byte < 4; ++byte)
-                    samples.push_back(static_cast<uint8_t>(sample >> 8 * byte));
-            }
-        }
-    }
-    return digestOf(samples, digest);
-}
-
 // One step of a digest: the model's result wanted before the call, and the call.
 using Step = std::function<RefResult(TestImage &src, TestImage &dst)>;
 using Call = std::function<void(MoxImage *src, MoxImage *dst)>;

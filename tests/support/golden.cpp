@@ -14,6 +14,20 @@ uint64_t digestOf(const std::vector<uint8_t> &bytes, uint64_t start) {
     return hash;
 }
 
+uint64_t digestOfSamples(const TestImage &image, uint64_t start) {
+    TestBytes samples;
+    for (int y = 0; y < image.layout().height; ++y) {
+        for (int x = 0; x < image.layout().width; ++x) {
+            for (int channel = 0; channel < image.layout().channels; ++channel) {
+                const uint32_t sample = image.get(channel, x, y);
+                for (int byte = 0; byte < 4; ++byte)
+                    samples.push_back(static_cast<uint8_t>(sample >> 8 * byte));
+            }
+        }
+    }
+    return digestOf(samples, start);
+}
+
 static std::map<std::string, std::string> readDigests() {
     std::map<std::string, std::string> digests;
     std::ifstream file(MOX_GOLDEN_FILE);

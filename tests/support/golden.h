@@ -9,7 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "support/testimage.h"
+
 // FNV-1a, 64 bits.
 uint64_t digestOf(const std::vector<uint8_t> &bytes, uint64_t start = 0xCBF29CE484222325u);
+
+// Of all samples, four bytes each, wherever they stand.
+uint64_t digestOfSamples(const TestImage &image, uint64_t start);
 
 testing::AssertionResult digestIsGolden(const std::string &name, uint64_t digest);

@@ -298,7 +298,10 @@ TEST_F(Bitmaps, ReduceBitsByFormulas) {
     EXPECT_EQ(read("out.png").bits, 1);
     EXPECT_EQ(read("out.png").samples, mapped(picture, [](int v) { return v >> 7; }).samples);
     runLineWell("run a.png reduce-bits 8u 4 none 0 out.png");
-    const auto step = [](int v) { return static_cast<int>(std::vector<int>{0, 64, 128, 191, 255}[v * 4 / 255]); };
+    const auto step = [](int v) {
+        constexpr int values[] = {0, 64, 128, 191, 255};
+        return values[v * 4 / 255];
+    };
     EXPECT_EQ(read("out.png").samples, mapped(picture, step).samples);
     runLineWell("run a.png reduce-bits 1u 2 bayer 0 out.png");
     constexpr int matrix[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
