@@ -18,6 +18,9 @@ constexpr int WIDEST_PIXEL = SCRATCH_BYTES / 64;
 constexpr int64_t STREAM_BYTES = int64_t{32} << 20;
 constexpr int64_t STREAM_FILL_BYTES = int64_t{48} << 20;
 constexpr int64_t SHORTEST_STREAM = 1024;
+// A processor that reads ahead stops at the end of a memory page. Rows of this many bytes gain by being asked for
+// earlier.
+constexpr int64_t SHORTEST_AHEAD = 4096;
 
 struct alignas(64) Scratch {
     uint8_t rows[OWN_MAX_SPANS][SCRATCH_BYTES];
@@ -71,6 +74,13 @@ bool follows(const OwnRows &rows, int64_t OwnSpan::*field, int64_t samples) {
                        [&](const OwnSpan &span) { return span.*field == samples * span.bytes; });
 }
 
+void askForNextRow(const OwnRows &rows, uint8_t *const *at) {
+    for (int i = 0; i < rows.count; ++i) {
+        for (int line = 0; line < 4; ++line)
+            __builtin_prefetch(at[i] + rows.spans[i].rowStep + 64 * line);
+    }
+}
+
 void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
     int64_t n = static_cast<int64_t>(rows.width) * rows.channels;
     int height = rows.height, planes = rows.planes;
@@ -92,6 +102,7 @@ void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnCons
     for (int plane = 0; plane < planes; ++plane) {
         for (int row = 0; row < height; ++row) {
             startOfRow(rows, plane, row, at);
+            if (n * bytes >= SHORTEST_AHEAD && row + 1 < height) askForNextRow(rows, at);
             callPlain(form, at, rows.count, static_cast<size_t>(n), constant);
         }
     }
