@@ -244,28 +244,8 @@ void expandLanes(const uint8_t *bits, int repeat, void *lanes_, size_t count) {
     }
 }
 
-// Words of eight bytes, each byte shifted on its own: the bits that its neighbours would bring are cut off. The last
-// vector overlaps the one before, since out is not src.
 void shiftBits(const uint8_t *src, int left, uint8_t *out, size_t n) {
-    constexpr uint64_t everyByte = 0x0101010101010101u;
-    const int right = 8 - left;
-    const uint64_t high = everyByte * (0xFFu << left & 0xFF), low = everyByte * (0xFFu >> right);
-    const auto shift = [&](size_t k) {
-        OwnWords word, following;
-        std::memcpy(&word, src + k, sizeof word);
-        std::memcpy(&following, src + k + 1, sizeof following);
-        word = (word << left & high) | (following >> right & low);
-        std::memcpy(out + k, &word, sizeof word);
-    };
-    constexpr size_t step = sizeof(OwnWords);
-    if (n >= step) {
-        for (size_t k = 0; k + step <= n; k += step)
-            shift(k);
-        shift(n - step);
-        return;
-    }
-    for (size_t k = 0; k < n; ++k)
-        out[k] = static_cast<uint8_t>(src[k] << left | src[k + 1] >> right);
+    OwnLogicForms<Copy>::between(src, left, src, left, out, n, {});
 }
 
 void fence() {

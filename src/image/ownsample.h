@@ -298,9 +298,9 @@ struct OwnLogicForms {
     // Each byte is shifted on its own: the bits that its neighbours would bring are cut off.
     template <class Words>
     static Words loadShifted(const uint8_t *p, int left) {
-        const auto high = repeat<Words>(0xFFu << left), low = repeat<Words>(0xFFu >> (8 - left));
+        const auto high = repeat<Words>(0xFFu << left);
         const Words words = load<Words>(p), following = load<Words>(p + 1);
-        return static_cast<Words>((words << left & high) | (following >> (8 - left) & low));
+        return static_cast<Words>((words << left & high) | (following >> (8 - left) & ~high));
     }
 
     // Each row in three parts: its first byte, the bytes that it fills, its last byte. Those between take a byte of a
