@@ -168,12 +168,12 @@ TEST_F(Bitmaps, WhatIsWrittenIsWhatWasRead) {
     for (const Kind kind : {Kind{1, 1, 1}, Kind{1, 8, 8}, Kind{3, 8, 24}, Kind{4, 8, 32}}) {
         const Png picture = randomPng(37, 23, kind.channels, kind.bits, 8);
         write("a.png", picture);
-        runLineWell("run a.png xor-s 0 out.bmp");
+        runLineWell("run a.png out.bmp");
         const BitmapFile file = parseBitmap(readBytes("out.bmp"));
         EXPECT_EQ(file.bits, kind.fileBits);
         EXPECT_EQ(file.width, 37);
         EXPECT_EQ(file.height, 23);
-        runLineWell("run out.bmp xor-s 0 back.png");
+        runLineWell("run out.bmp back.png");
         EXPECT_EQ(read("back.png").channels, kind.channels);
         EXPECT_EQ(read("back.png").bits, kind.bits);
         EXPECT_EQ(read("back.png").samples, picture.samples) << kind.fileBits << " bits";

@@ -63,7 +63,7 @@ TEST_F(Errors, ALaterOperationThatFailsLeavesNothing) {
 TEST_F(Errors, CommandLines) {
     expectLineError("run", 2, {});
     expectLineError("run a.png", 2, {"RESULT is missing"});
-    expectLineError("run a.png out.png", 2, {"no operation is named"});
+    expectLineError("run a.png --no-output", 2, {"no operation is named"});
     expectLineError("run a.png add-s 40 not", 2, {"'not' is an operation"});
     expectLineError("run a.png add-s out.png", 2, {"add-s: VALUE is missing (add-s VALUE)"});
     expectLineError("run a.png sharpen out.png", 2, {"there is no operation 'sharpen' (see: mox list)"});

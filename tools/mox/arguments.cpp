@@ -110,7 +110,7 @@ void understandFiles(const RunWords &words, RunRequest *request) {
     request->words.erase(request->words.begin());
     if (words.noOutput) return;
     if (request->words.empty())
-        fail(exitUsage, "RESULT is missing: mox run PICTURE OPERATION [ARGUMENT...] ... RESULT");
+        fail(exitUsage, "RESULT is missing: mox run PICTURE [OPERATION [ARGUMENT...]] ... RESULT");
     request->output = request->words.back();
     request->words.pop_back();
     // Whoever forgets the last word would else find a file by the name of an operation.

@@ -263,12 +263,15 @@ std::vector<Step> parseSteps(const std::vector<std::string> &words) {
         next++;
         steps.push_back(parseStep(*operation, words, &next));
     }
-    if (steps.empty()) fail(exitUsage, "no operation is named: mox run PICTURE OPERATION [ARGUMENT...] ... RESULT");
     return steps;
 }
 
 std::string runRequest(const RunRequest &request, const std::string &folder) {
+    // A file of one kind may become one of the other with nothing in between.
     const std::vector<Step> steps = parseSteps(request.words);
+    if (steps.empty() && request.output.empty()) {
+        fail(exitUsage, "no operation is named: mox run PICTURE [OPERATION [ARGUMENT...]] ... RESULT");
+    }
     checkForm(request, steps);
     Picture picture = readPicture(inFolder(folder, request.input));
     const unsigned depth = request.depth ? request.depth : naturalDepth(picture);
