@@ -212,7 +212,7 @@ void convolveRow(void *filter, const OwnWindowRow &row) {
 
 // -------------------------------------------------------------------------------------------------------- the worker
 
-enum Outcome { DONE, NO_CHANNEL, DIFFERENT_CHANNELS, NO_MEMORY, BAD_DEPTHS, COI_MISSING, NO_TILE };
+enum Outcome { DONE, NO_CHANNEL, DIFFERENT_CHANNELS, NO_MEMORY, COI_MISSING, NO_TILE };
 
 Outcome checkChannels(const MoxImage *src, const MoxImage *dst) {
     if (ownHasCoi(src) != ownHasCoi(dst)) return COI_MISSING;
@@ -379,9 +379,6 @@ void report(const OwnCaller &caller, Outcome outcome) {
             return;
         case NO_MEMORY:
             refuse(caller, MOX_StatusNoMemory, "Allocation failure");
-            return;
-        case BAD_DEPTHS:
-            refuse(caller, MOX_StatusHeaderDepth, "Inadmissible images depths");
             return;
         case COI_MISSING:
             refuse(caller, MOX_StatusBadArgument, "One of the COI is not defined");

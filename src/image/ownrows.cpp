@@ -138,9 +138,6 @@ void spread(const uint8_t *bits, uint8_t *out, int64_t pixels) {
 // The bits of samples from those of pixels. Bits behind the last pixel are unspecified.
 void spreadBits(const uint8_t *bits, int step, uint8_t *out, int64_t pixels) {
     switch (step) {
-        case 1:
-            std::memcpy(out, bits, static_cast<size_t>((pixels + 7) / 8));
-            return;
         case 2:
             return spread<2>(bits, out, pixels);
         case 3:

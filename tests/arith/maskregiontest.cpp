@@ -37,6 +37,28 @@ TEST(Masks, nothingInCommonDoesNothing) {
     EXPECT_TRUE(reports.none());
 }
 
+// Each usual number of channels has a form of its own, and pixels beyond some size are processed channel by channel.
+TEST(Masks, selectPixelsOfAnyNumberOfChannels) {
+    for (int channels = 1; channels <= 70; channels += channels < 20 ? 1 : 11) {
+        TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 41, 5, channels);
+        TestImage src(layout, 1), dst(layout, 2), mask(TestLayout::ofMask(41, 5), 3);
+        dst.setMask(&mask);
+        TestBytes wanted = dst.bytes();
+        for (int y = 0; y < 5; ++y) {
+            for (int x = 0; x < 41; ++x) {
+                for (int c = 0; c < channels && mask.get(0, x, y); ++c)
+                    dst.setIn(wanted, c, x, y, src.get(c, x, y) ^ dst.get(c, x, y));
+            }
+        }
+        const TestBytes before = dst.bytes();
+        forEachCpuLevel([&] {
+            moxXor(src.header(), dst.header(), dst.header());
+            EXPECT_TRUE(dst.holds(wanted)) << channels;
+            dst.setBytes(before);
+        });
+    }
+}
+
 TEST(Masks, ofAllThreeImagesAreCombinedEachFromItsOwnCorner) {
     TestLayout first = TestLayout::ofMask(40, 9), second = TestLayout::ofMask(33, 7),
                third = TestLayout::ofMask(64, 12);

@@ -29,26 +29,4 @@ TEST(ManyChannels, areBlurredLikeFew) {
     });
 }
 
-// A run of samples under a mask, which has a form of its own for each usual number of channels.
-TEST(ManyChannels, areMovedUnderAMask) {
-    for (int channels = 1; channels <= 20; ++channels) {
-        TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 41, 5, channels);
-        TestImage src(layout, 1), dst(layout, 2), mask(TestLayout::ofMask(41, 5), 3);
-        dst.setMask(&mask);
-        TestBytes wanted = dst.bytes();
-        for (int y = 0; y < 5; ++y) {
-            for (int x = 0; x < 41; ++x) {
-                for (int c = 0; c < channels && mask.get(0, x, y); ++c)
-                    dst.setIn(wanted, c, x, y, src.get(c, x, y) ^ dst.get(c, x, y));
-            }
-        }
-        const TestBytes before = dst.bytes();
-        forEachCpuLevel([&] {
-            moxXor(src.header(), dst.header(), dst.header());
-            EXPECT_TRUE(dst.holds(wanted)) << channels;
-            dst.setBytes(before);
-        });
-    }
-}
-
 }  // namespace

@@ -153,6 +153,36 @@ TEST_F(MoveRules, NothingHappensWhileTheStatusIsNegative) {
     }
 }
 
+MoxTileCallback served;
+int MOX_CALL serveWithAFault(MoxImage *image, int column, int row, int mode) {
+    const int result = served(image, column, row, mode);
+    if (mode == MOX_TileWrite && column == 1) moxSetErrStatus(-7);
+    return result;
+}
+
+TEST_F(MoveRules, AFaultThatACallbackLeavesEndsTheCallAtThatTile) {
+    for (const MoverCase &mover : movers) {
+        TestImage a(gray(), 1), b(tiled(gray()), 2);
+        served = b.tileInfo()->callBack;
+        b.tileInfo()->callBack = serveWithAFault;
+        b.keepHeader();
+        TestBytes wanted = b.bytes();
+        for (int y = 0; y < 8; y++) {
+            for (int x = 0; x < 8; x++)
+                b.setIn(wanted, 0, x, y, a.get(0, x, y));
+        }
+        TileLog log;
+        mover.move(a.header(), b.header());
+        EXPECT_TRUE(recorder.are({{-1, mover.name, ""}}));
+        EXPECT_TRUE(log.is({{&b, MOX_TileWrite, 0, 0}, {&b, MOX_TileRelease, 0, 0}, {&b, MOX_TileWrite, 1, 0}}));
+        b.abandonTiles();
+        EXPECT_TRUE(b.holds(wanted));
+        EXPECT_TRUE(b.headerIsUntouched());
+        moxSetErrStatus(0);
+        recorder.clear();
+    }
+}
+
 TEST_F(MoveRules, AnOlderFaultDoesNotKeepTheHeadersFromBeingChecked) {
     for (const MoverCase &mover : movers) {
         TestImage a(gray()), b(gray(MOX_DEPTH_16U));

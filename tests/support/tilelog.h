@@ -2,9 +2,9 @@
 //
 //     TileLog log(3);                            // the third request is answered with null; 0 refuses none
 //     moxAdd(a.header(), b.header(), d.header());
-//     EXPECT_TRUE(log.clean());                  // real headers, tiles of the grid, the tile's own address back at its
-//     release EXPECT_TRUE(log.paired());                 // clean, and nothing left in hand EXPECT_TRUE(log.is({{&a,
-//     MOX_TileRead, 0, 0}, ...}));
+//     EXPECT_TRUE(log.clean());   // real headers, tiles of the grid, the tile's own address back at its release
+//     EXPECT_TRUE(log.paired());  // clean, and nothing left in hand
+//     EXPECT_TRUE(log.is({{&a, MOX_TileRead, 0, 0}, ...}));
 //
 // One log at a time on a thread; without one, tiles are served and not recorded.
 #pragma once
