@@ -859,9 +859,9 @@ MOX_EXPORT MoxImage *MOX_CALL moxTranslateDIB(struct tagBITMAPINFOHEADER *dib, i
  * image->alphaChannel )", "( (image->dataOrder != 0) && (image->dataOrder != 1) )", "( (image->origin != 0) &&
  * (image->origin != 1) )", "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align !=
  * 32) )", "(image->height <= 0)", "(image->width <= 0)", "(image->imageSize <= 0)", "(image->widthStep <= 0)"; the
- * tests of a bitmap's header; -14 "image->channelSeq unsupport"; "Incorrect Image" with -17 for any other depth, -12 for a tiled
- * image, -10 and -13 for sizes that no image in memory can have; -4 "Not enough memory to allocate data for destination
- * image"; those of a stream; -10 "Image size is too small" where the sizes differ in any way.
+ * tests of a bitmap's header; -14 "image->channelSeq unsupport"; "Incorrect Image" with -17 for any other depth, -12
+ * for a tiled image, -10 and -13 for sizes that no image in memory can have; -4 "Not enough memory to allocate data for
+ * destination image"; those of a stream; -10 "Image size is too small" where the sizes differ in any way.
  */
 MOX_EXPORT void MOX_CALL moxConvertFromDIB(const struct tagBITMAPINFOHEADER *dib, MoxImage *image);
 
@@ -895,11 +895,11 @@ MOX_EXPORT void MOX_CALL moxConvertFromDIBSep(const struct tagBITMAPINFOHEADER *
  * "(image->nChannels != 3 && image->nChannels != 1)" without alpha, "(image->nChannels != 4)" with it; the tests of a
  * bitmap's header; -5 "(image->width != dib->biWidth || image->height != abs_biHeight)", "(dither != 1 && dither != 2
  * && dither != 4 && dither != 8 && dither != 16)", "(paletteConversion != 0 && paletteConversion != 1 &&
- * paletteConversion != 2)"; -5 "Palette conversion is bad"; -14 "image->channelSeq unsupport"; -5 "Parameter biBitCount of DIB-image have
- * illegal value"; -2 "Error get tile to read"; -3 "Error of creating medcut palette"; -4 "Not enough memory to allocate
- * header for temporal image", "Not enough memory to allocate data for temporal image"; -3 "Dithering can't be
- * produced"; -4 "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB". From the palette on, the
- * bitmap may have been written to.
+ * paletteConversion != 2)"; -5 "Palette conversion is bad"; -14 "image->channelSeq unsupport"; -5 "Parameter biBitCount
+ * of DIB-image have illegal value"; -2 "Error get tile to read"; -3 "Error of creating medcut palette"; -4 "Not enough
+ * memory to allocate header for temporal image", "Not enough memory to allocate data for temporal image"; -3 "Dithering
+ * can't be produced"; -4 "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB". From the palette on,
+ * the bitmap may have been written to.
  */
 MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHEADER *dib, int dither,
                                          int paletteConversion);

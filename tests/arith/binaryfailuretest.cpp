@@ -13,6 +13,9 @@ struct BinaryMember {
     bool testsNull;
     bool refusesFloat;
 };
+void PrintTo(const BinaryMember &member, std::ostream *out) {
+    *out << member.name;
+}
 
 const BinaryMember members[] = {{"moxAdd", moxAdd, true, false},
                                 {"moxSubtract", moxSubtract, false, false},

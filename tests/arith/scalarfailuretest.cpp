@@ -20,6 +20,9 @@ struct ScalarMember {
     bool testsNull;
     bool refusesFloat;  // after the mask step
 };
+void PrintTo(const ScalarMember &member, std::ostream *out) {
+    *out << member.testName;
+}
 
 const ScalarMember members[] = {
     {"AddS", [](MoxImage *s, MoxImage *d) { moxAddS(s, d, 5); }, MOX_DEPTH_32S, "moxAddS", true, false},

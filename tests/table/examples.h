@@ -7,6 +7,7 @@
 //     }
 #pragma once
 
+#include <ostream>
 #include <vector>
 
 #include "mox.h"
@@ -56,3 +57,8 @@ struct Example {
 };
 
 const std::vector<Example> &allExamples();
+
+// What a failing test calls its example.
+inline void PrintTo(const Example &example, std::ostream *out) {
+    *out << example.name;
+}

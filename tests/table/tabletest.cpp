@@ -15,12 +15,6 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-// What a failing test calls its example.
-void PrintTo(const Example &example, std::ostream *out);
-void PrintTo(const Example &example, std::ostream *out) {
-    *out << example.name;
-}
-
 namespace {
 
 // The leak that is promised must not fail the run under the sanitizer.
