@@ -18,13 +18,7 @@ MoxStatus findFieldFault(const MoxImage *image, bool hasStrings) {
     if (image->nChannels < 1) return MOX_StatusHeaderChannels;
     if (image->nChannels != 1 && image->depth == MOX_DEPTH_1U) return MOX_StatusHeaderBitChannels;
     if (!hasStrings) return MOX_StatusHeaderColorModel;
-    if (ownDepthIndex(image->depth) < 0) return MOX_StatusHeaderDepth;
-    if (image->alphaChannel != 0 && image->alphaChannel != image->nChannels) return MOX_StatusHeaderAlpha;
-    if (image->dataOrder != MOX_DATA_ORDER_PIXEL && image->dataOrder != MOX_DATA_ORDER_PLANE)
-        return MOX_StatusHeaderOrder;
-    if (image->origin != MOX_ORIGIN_TL && image->origin != MOX_ORIGIN_BL) return MOX_StatusHeaderOrigin;
-    if (image->align != 4 && image->align != 8 && image->align != 16 && image->align != 32)
-        return MOX_StatusHeaderAlign;
+    if (const MoxStatus fault = ownFindFormatFault(image)) return fault;
     int widthStep, imageSize;
     if (!ownImageSizes(image, &widthStep, &imageSize)) return MOX_StatusHeaderSize;
     if (const MoxImage *mask = image->maskROI) {

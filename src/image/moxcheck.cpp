@@ -4,6 +4,17 @@
 #include "image/ownimage.h"
 #include "image/owntile.h"
 
+MoxStatus ownFindFormatFault(const MoxImage *image) {
+    if (ownDepthIndex(image->depth) < 0) return MOX_StatusHeaderDepth;
+    if (image->alphaChannel != 0 && image->alphaChannel != image->nChannels) return MOX_StatusHeaderAlpha;
+    if (image->dataOrder != MOX_DATA_ORDER_PIXEL && image->dataOrder != MOX_DATA_ORDER_PLANE)
+        return MOX_StatusHeaderOrder;
+    if (image->origin != MOX_ORIGIN_TL && image->origin != MOX_ORIGIN_BL) return MOX_StatusHeaderOrigin;
+    if (image->align != 4 && image->align != 8 && image->align != 16 && image->align != 32)
+        return MOX_StatusHeaderAlign;
+    return MOX_StatusNoError;
+}
+
 namespace {
 
 constexpr MoxStatus MASK_FAULT = -100;
@@ -18,14 +29,7 @@ MoxStatus checkFields(const MoxImage *image) {
     if (image->width < 1 || image->height < 1) return MOX_StatusHeaderSize;
     if (image->nChannels < 1) return MOX_StatusHeaderChannels;
     if (image->nChannels != 1 && image->depth == MOX_DEPTH_1U) return MOX_StatusHeaderBitChannels;
-    if (ownDepthIndex(image->depth) < 0) return MOX_StatusHeaderDepth;
-    if (image->alphaChannel != 0 && image->alphaChannel != image->nChannels) return MOX_StatusHeaderAlpha;
-    if (image->dataOrder != MOX_DATA_ORDER_PIXEL && image->dataOrder != MOX_DATA_ORDER_PLANE)
-        return MOX_StatusHeaderOrder;
-    if (image->origin != MOX_ORIGIN_TL && image->origin != MOX_ORIGIN_BL) return MOX_StatusHeaderOrigin;
-    if (image->align != 4 && image->align != 8 && image->align != 16 && image->align != 32)
-        return MOX_StatusHeaderAlign;
-    return MOX_StatusNoError;
+    return ownFindFormatFault(image);
 }
 
 MoxStatus checkTiles(const MoxTileInfo *tileInfo) {

@@ -9,6 +9,9 @@ struct OwnImageRect {
     int64_t height, width;
 };
 
+// The first fault in depth, alphaChannel, dataOrder, origin and align, or 0.
+MoxStatus ownFindFormatFault(const MoxImage *image);
+
 // moxCheckImageHeader, and then what its contract leaves out: a header whose sizes multiply to more than an int of
 // bytes. Stores the status and returns it, reports nothing.
 MoxStatus ownCheckImage(const MoxImage *image);
