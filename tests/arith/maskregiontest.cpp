@@ -39,7 +39,7 @@ TEST(Masks, nothingInCommonDoesNothing) {
 
 // Each usual number of channels has a form of its own, and pixels beyond some size are processed channel by channel.
 TEST(Masks, selectPixelsOfAnyNumberOfChannels) {
-    for (int channels = 1; channels <= 70; channels += channels < 20 ? 1 : 11) {
+    for (int channels = 1; channels <= 80; channels += channels < 20 ? 1 : 11) {
         TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 41, 5, channels);
         TestImage src(layout, 1), dst(layout, 2), mask(TestLayout::ofMask(41, 5), 3);
         dst.setMask(&mask);
