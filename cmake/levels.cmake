@@ -16,16 +16,17 @@ elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "86|AMD64|amd64")
   target_compile_options(mox_numbers INTERFACE -msse2 -mfpmath=sse)
 endif()
 
-# Adds kernel files to a library target, once for each level.
-function(mox_add_kernels target)
+# Adds kernel files to a target, once for each level; name tells its sets of kernel files apart.
+function(mox_add_kernels target name)
   foreach(level IN LISTS MOX_LEVELS)
-    add_library(${target}_${level} OBJECT ${ARGN})
-    target_include_directories(${target}_${level} PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
-    target_compile_definitions(${target}_${level} PRIVATE OWN_LEVEL=${level})
-    target_compile_options(${target}_${level} PRIVATE ${MOX_LIBRARY_OPTIONS} $<$<NOT:$<CONFIG:Debug>>:-O3>
+    set(kernels ${target}_${name}_${level})
+    add_library(${kernels} OBJECT ${ARGN})
+    target_include_directories(${kernels} PRIVATE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
+    target_compile_definitions(${kernels} PRIVATE OWN_LEVEL=${level})
+    target_compile_options(${kernels} PRIVATE ${MOX_LIBRARY_OPTIONS} $<$<NOT:$<CONFIG:Debug>>:-O3>
                            ${MOX_LEVEL_FLAGS_${level}})
-    target_link_libraries(${target}_${level} PRIVATE mox_warnings mox_numbers)
-    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_${level}>)
-    target_sources(${target} INTERFACE $<TARGET_OBJECTS:${target}_${level}>)
+    target_link_libraries(${kernels} PRIVATE mox_warnings mox_numbers)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:${kernels}>)
+    target_sources(${target} INTERFACE $<TARGET_OBJECTS:${kernels}>)
   endforeach()
 endfunction()

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "image/ownimage.h"
+#include "frame/ownimage.h"
 #include "support/allocations.h"
 #include "target.h"
 

@@ -1,6 +1,6 @@
 // The absolute value of an image.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 static const OwnPointMessages messages = {
     {"(srcImage->depth != dstImage->depth)", nullptr},

@@ -1,6 +1,6 @@
 // The sum of two images. Of bits it is the logical one.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxAdd(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
     if (!srcImageA) {

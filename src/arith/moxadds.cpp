@@ -1,7 +1,7 @@
 // The sum of an image and a constant. Only 32-bit integers have a kernel of their own: bits are ORed, and at 8 and 16
 // bits adding is subtracting the negated value.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxAddS(MoxImage *srcImage, MoxImage *dstImage, int value) {
     const OwnCaller caller = OWN_CALLER("moxAddS");

@@ -1,6 +1,6 @@
 // The sum of a float image and a constant.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxAddSFP(MoxImage *srcImage, MoxImage *dstImage, float value) {
     const OwnCaller caller = OWN_CALLER("moxAddSFP");

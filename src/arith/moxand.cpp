@@ -1,6 +1,6 @@
 // AND of two images, bit by bit.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxAnd(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
     OwnPoint point(OWN_CALLER("moxAnd"), srcImageA, srcImageB, dstImage);

@@ -1,6 +1,6 @@
 // AND of an image and a constant, bit by bit.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxAndS(MoxImage *srcImage, MoxImage *dstImage, int value) {
     OwnPoint point(OWN_CALLER("moxAndS"), srcImage, dstImage);

@@ -1,6 +1,6 @@
 // Left shift of the samples within their width.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxLShiftS(MoxImage *srcImage, MoxImage *dstImage, unsigned nShift) {
     const OwnCaller caller = OWN_CALLER("moxLShiftS");

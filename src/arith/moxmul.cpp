@@ -1,6 +1,6 @@
 // The product of two images, without scale. Of bits it is the logical one.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxMultiply(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
     if (!srcImageA) {

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 // Beyond these bounds every value has the same clamped products.
 static int limitFactor(unsigned depth, int value) {

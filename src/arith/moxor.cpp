@@ -1,6 +1,6 @@
 // OR of two images, bit by bit.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxOr(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
     OwnPoint point(OWN_CALLER("moxOr"), srcImageA, srcImageB, dstImage);

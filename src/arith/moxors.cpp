@@ -1,6 +1,6 @@
 // OR of an image and a constant, bit by bit.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxOrS(MoxImage *srcImage, MoxImage *dstImage, int value) {
     OwnPoint point(OWN_CALLER("moxOrS"), srcImage, dstImage);

@@ -1,6 +1,6 @@
 // Right shift of the samples: logical for unsigned depths, arithmetic for signed ones.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxRShiftS(MoxImage *srcImage, MoxImage *dstImage, unsigned nShift) {
     const OwnCaller caller = OWN_CALLER("moxRShiftS");

@@ -1,7 +1,7 @@
 // The square of an image. A bit is its own.
 #include "arith/ownarith.h"
-#include "image/ownmove.h"
-#include "image/ownpoint.h"
+#include "frame/ownmove.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxSquare(MoxImage *srcImage, MoxImage *dstImage) {
     OwnPoint point(OWN_CALLER("moxSquare"), srcImage, dstImage);

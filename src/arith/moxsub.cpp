@@ -1,6 +1,6 @@
 // The difference of two images.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxSubtract(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
     OwnPoint point(OWN_CALLER("moxSubtract"), srcImageA, srcImageB, dstImage);

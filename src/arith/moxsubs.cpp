@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 namespace {
 

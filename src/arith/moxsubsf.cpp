@@ -1,6 +1,6 @@
 // The difference of a float image and a constant, either way round.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxSubtractSFP(MoxImage *srcImage, MoxImage *dstImage, float value, int flip) {
     const OwnCaller caller = OWN_CALLER("moxSubtractSFP");

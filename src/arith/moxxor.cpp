@@ -1,6 +1,6 @@
 // XOR of two images, bit by bit.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxXor(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage) {
     OwnPoint point(OWN_CALLER("moxXor"), srcImageA, srcImageB, dstImage);

@@ -1,6 +1,6 @@
 // XOR of an image and a constant, bit by bit; and NOT, which is XOR with all ones.
 #include "arith/ownarith.h"
-#include "image/ownpoint.h"
+#include "frame/ownpoint.h"
 
 void MOX_CALL moxXorS(MoxImage *srcImage, MoxImage *dstImage, int value) {
     OwnPoint point(OWN_CALLER("moxXorS"), srcImage, dstImage);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/owncore.h"
-#include "image/ownkernel.h"
+#include "frame/ownkernel.h"
 
 struct OwnArithRows {
     // d = a op b. At depth 1 on bytes of eight samples.

@@ -1,7 +1,9 @@
 // Row kernels of arithmetic and logic, compiled once for each CPU level. Every result is the exact one, clamped; the
 // forms are those that vectorise without widening.
 #include "arith/ownarith.h"
-#include "image/ownvector.h"
+#include "frame/ownforms.h"
+#include "frame/ownlogic.h"
+#include "frame/ownvector.h"
 
 namespace OWN_LEVEL {
 namespace {

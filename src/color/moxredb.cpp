@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "color/owndith.h"
-#include "image/ownimage.h"
+#include "frame/ownimage.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "core/owncpu.h"
-#include "image/ownpair.h"
+#include "frame/ownpair.h"
 
 OWN_DECLARE_LEVELS(OwnPlainReduceRows, plainReduceRows)
 OWN_DECLARE_LEVELS(OwnDiffuseRows, diffuseRows)

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "core/owncore.h"
-#include "image/ownmove.h"
+#include "frame/ownmove.h"
 
 // Rows that a kernel gets at a time: as many as are diffused side by side, or a multiple.
 constexpr int OWN_BAND_ROWS = 16;

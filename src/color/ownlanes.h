@@ -2,7 +2,7 @@
 // are registers for them. For kernel files.
 #pragma once
 
-#include "image/ownsample.h"
+#include "frame/ownsample.h"
 
 namespace {
 

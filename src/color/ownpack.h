@@ -1,7 +1,7 @@
 // Bytes into bits, and rows of bytes into columns, for kernel files.
 #pragma once
 
-#include "image/ownsample.h"
+#include "frame/ownsample.h"
 
 namespace {
 

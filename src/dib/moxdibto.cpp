@@ -2,7 +2,7 @@
 #include <initializer_list>
 
 #include "dib/owndib.h"
-#include "image/ownimage.h"
+#include "frame/ownimage.h"
 
 namespace {
 

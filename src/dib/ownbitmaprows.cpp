@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "image/ownsample.h"
+#include "frame/ownsample.h"
 
 namespace OWN_LEVEL {
 namespace {

@@ -2,7 +2,7 @@
 // 32 bits, blue lowest, then green, red and alpha, 8 bits each.
 #pragma once
 
-#include "image/ownkernel.h"
+#include "frame/ownkernel.h"
 
 // Where the samples of an image's pixels lie: channels by their places, step samples apart.
 struct OwnQuadLayout {

@@ -3,7 +3,7 @@
 
 #include "dib/ownimagerows.h"
 #include "dib/ownrle.h"
-#include "image/ownmove.h"
+#include "frame/ownmove.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "dib/ownmedcut.h"
 #include "dib/ownnearest.h"
 #include "dib/ownrle.h"
-#include "image/ownmove.h"
-#include "image/ownrect.h"
+#include "frame/ownmove.h"
+#include "frame/ownrect.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "image/ownimage.h"
-#include "image/ownmove.h"
+#include "frame/ownimage.h"
+#include "frame/ownmove.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The kernel of the median cut: what a box of the colour histogram holds.
 #pragma once
 
-#include "image/ownkernel.h"
+#include "frame/ownkernel.h"
 
 // Cells of the histogram: the high six bits of blue, from there 64 x green and 4096 x red.
 constexpr int OWN_COLOUR_STEPS = 64;

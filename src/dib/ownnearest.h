@@ -2,7 +2,7 @@
 // several.
 #pragma once
 
-#include "image/ownkernel.h"
+#include "frame/ownkernel.h"
 
 // Sixteen entries of a list; one line of the cache. A list goes on with its first entry until its last part is full.
 struct OwnColourPart {

@@ -6,7 +6,7 @@
 #include <initializer_list>
 
 #include "filter/ownblur.h"
-#include "image/ownwindow.h"
+#include "frame/ownwindow.h"
 
 namespace {
 

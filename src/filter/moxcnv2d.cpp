@@ -5,7 +5,7 @@
 #include <climits>
 
 #include "filter/ownconv.h"
-#include "image/ownwindow.h"
+#include "frame/ownwindow.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/owncore.h"
-#include "image/ownkernel.h"
+#include "frame/ownkernel.h"
 
 // Room for sums behind the last column's, which the kernels read, but never use, in whole vectors.
 constexpr int OWN_BLUR_ROOM = 64;

@@ -3,7 +3,7 @@
 // sums are added one by one.
 #include "filter/ownblur.h"
 
-#include "image/ownsample.h"
+#include "frame/ownsample.h"
 
 namespace OWN_LEVEL {
 namespace {

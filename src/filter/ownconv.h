@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/owncore.h"
-#include "image/ownkernel.h"
+#include "frame/ownkernel.h"
 
 // Accumulators, from the narrowest that a kernel's sums cannot leave.
 enum OwnConvClass { OWN_CONV_16, OWN_CONV_32, OWN_CONV_FLOAT, OWN_CONV_CLASSES };

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "filter/ownconv.h"
-#include "image/ownsample.h"
-#include "image/ownvector.h"
+#include "frame/ownsample.h"
+#include "frame/ownvector.h"
 
 namespace OWN_LEVEL {
 namespace {

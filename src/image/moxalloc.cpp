@@ -3,12 +3,28 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "image/ownimage.h"
+#include "frame/ownimage.h"
 
 namespace {
 
 int64_t roundUp(int64_t value, int64_t multiple) {
     return (value + multiple - 1) / multiple * multiple;
+}
+
+// Whether nChannels, depth, order, align, width and height give sizes that an int holds, and these sizes.
+bool findSizes(const MoxImage *image, int *widthStep, int *imageSize) {
+    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    const int64_t samples = static_cast<int64_t>(image->width) * (planar ? 1 : image->nChannels);
+    if (samples > INT_MAX * int64_t{8}) return false;
+    const int64_t step = roundUp(samples * ownDepthBits(image->depth), int64_t{8} * image->align) / 8;
+    if (step > INT_MAX) return false;
+    const int64_t plane = step * image->height;
+    if (plane > INT_MAX) return false;
+    const int64_t size = plane * (planar ? image->nChannels : 1);
+    if (size > INT_MAX) return false;
+    *widthStep = static_cast<int>(step);
+    *imageSize = static_cast<int>(size);
+    return true;
 }
 
 // The first fault in the fields that a header is created with. The colour strings of an existing header cannot be
@@ -20,7 +36,7 @@ MoxStatus findFieldFault(const MoxImage *image, bool hasStrings) {
     if (!hasStrings) return MOX_StatusHeaderColorModel;
     if (const MoxStatus fault = ownFindFormatFault(image)) return fault;
     int widthStep, imageSize;
-    if (!ownImageSizes(image, &widthStep, &imageSize)) return MOX_StatusHeaderSize;
+    if (!findSizes(image, &widthStep, &imageSize)) return MOX_StatusHeaderSize;
     if (const MoxImage *mask = image->maskROI) {
         if (mask->depth != MOX_DEPTH_1U) return MOX_StatusHeaderDepth - 100;
         if (mask->tileInfo) return MOX_StatusMaskTiled;
@@ -56,7 +72,7 @@ void allocatePixels(const OwnCaller &caller, MoxImage *image, bool doFill, uint3
         return;
     }
     int widthStep = 0, imageSize = 0;
-    ownImageSizes(image, &widthStep, &imageSize);
+    findSizes(image, &widthStep, &imageSize);
     const auto align = static_cast<size_t>(image->align);
     image->imageDataBase = static_cast<char *>(std::malloc(static_cast<size_t>(imageSize) + align - 1));
     if (!image->imageDataBase) {
@@ -85,21 +101,6 @@ bool isBare(const OwnCaller &caller, const MoxImage *image) {
 
 }  // namespace
 
-bool ownImageSizes(const MoxImage *image, int *widthStep, int *imageSize) {
-    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
-    const int64_t samples = static_cast<int64_t>(image->width) * (planar ? 1 : image->nChannels);
-    if (samples > INT_MAX * int64_t{8}) return false;
-    const int64_t step = roundUp(samples * ownDepthBits(image->depth), int64_t{8} * image->align) / 8;
-    if (step > INT_MAX) return false;
-    const int64_t plane = step * image->height;
-    if (plane > INT_MAX) return false;
-    const int64_t size = plane * (planar ? image->nChannels : 1);
-    if (size > INT_MAX) return false;
-    *widthStep = static_cast<int>(step);
-    *imageSize = static_cast<int>(size);
-    return true;
-}
-
 MoxImage *MOX_CALL moxCreateImageHeader(int nChannels, int alphaChannel, int depth, const char *colorModel,
                                         const char *channelSeq, int dataOrder, int origin, int align, int width,
                                         int height, MoxROI *roi, MoxImage *maskROI, void *imageId,
@@ -124,7 +125,7 @@ MoxImage *MOX_CALL moxCreateImageHeader(int nChannels, int alphaChannel, int dep
     }
     copyFourCharacters(fields.colorModel, colorModel);
     copyFourCharacters(fields.channelSeq, channelSeq);
-    ownImageSizes(&fields, &fields.widthStep, &fields.imageSize);
+    findSizes(&fields, &fields.widthStep, &fields.imageSize);
 
     auto *image = static_cast<MoxImage *>(moxMalloc(sizeof(MoxImage)));
     if (image) {

@@ -1,7 +1,7 @@
 // What lies outside an image, side by side.
 #include <algorithm>
 
-#include "image/ownimage.h"
+#include "frame/ownimage.h"
 
 static int clampToDepth(unsigned depth, int constant) {
     switch (depth) {

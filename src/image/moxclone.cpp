@@ -1,7 +1,7 @@
 // A copy of an image with pixels of its own.
 #include <cstring>
 
-#include "image/ownimage.h"
+#include "frame/ownimage.h"
 
 // Equal strides: all bytes, padding included. A stride of the source's own: row by row, into the clone's.
 static void copyPixels(const MoxImage *src, MoxImage *clone) {

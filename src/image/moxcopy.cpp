@@ -1,6 +1,6 @@
 // Copying pixels from image to image.
-#include "image/ownpair.h"
-#include "image/ownrect.h"
+#include "frame/ownpair.h"
+#include "frame/ownrect.h"
 
 namespace {
 

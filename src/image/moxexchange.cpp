@@ -1,6 +1,6 @@
 // Exchanging the pixels of two images.
-#include "image/ownpair.h"
-#include "image/ownrect.h"
+#include "frame/ownpair.h"
+#include "frame/ownrect.h"
 
 namespace {
 

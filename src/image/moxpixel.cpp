@@ -1,7 +1,7 @@
 // Single pixels, read and written.
 #include <cstring>
 
-#include "image/owntile.h"
+#include "frame/owntile.h"
 
 namespace {
 

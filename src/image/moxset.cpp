@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "image/ownpair.h"
+#include "frame/ownpair.h"
 
 namespace {
 

@@ -1,0 +1,67 @@
+// Where in memory an image's region lies: checks, rectangles, starts, masks, bits.
+#pragma once
+
+#include "core/owncore.h"
+
+// A region: ends are exclusive. Width and height may come out zero or negative where the region lies beyond the image.
+struct OwnImageRect {
+    int64_t x, xEnd, y, yEnd;
+    int64_t height, width;
+};
+
+// The first fault in depth, alphaChannel, dataOrder, origin and align, or 0.
+MoxStatus ownFindFormatFault(const MoxImage *image);
+
+// The first fault that the tests of a header find, in their order, or 0. Stores and reports nothing.
+MoxStatus ownFindHeaderFault(const MoxImage *image);
+
+// moxCheckImageHeader, and then what its contract leaves out: a header whose sizes multiply to more than an int of
+// bytes. Stores the status and returns it, reports nothing.
+MoxStatus ownCheckImage(const MoxImage *image);
+
+// ownCheckImage with the report "Incorrect Image"; false after a fault.
+bool ownAcceptImage(const OwnCaller &caller, const MoxImage *image);
+
+// The image's region, clipped at the right and lower edge but not clamped. The ends are left for the caller.
+void ownImageRect(const MoxImage *image, OwnImageRect *rect);
+
+// The first byte of the region in a channel; the width and height clipped and at least 0; the bit offset within the
+// byte (of use at depth 1).
+char *ownRoiStart(const MoxImage *image, int channel, int *width, int *height, int *bitOffset);
+
+// True if the images may be treated as one run of their smallest imageSize. imageC may be null; alpha is the extra
+// flag: true forbids it.
+bool ownCanRunFlat(const MoxImage *imageA, const MoxImage *imageB, const MoxImage *imageC, bool alpha);
+
+// Copies count bits within a row; offsets are below 8. Bits of the destination outside the run stay.
+void ownCopyBits(const uint8_t *src, uint8_t *dst, int srcOffset, int dstOffset, int64_t count);
+
+// out[k] = the 8 bits of src that stand 8 * k - dstOffset bits from srcOffset, for all bytes that a run of count bits
+// at dstOffset touches. Bits outside the run are unspecified; no byte of src beyond the run is read. Offsets are
+// below 8. src and out do not overlap.
+void ownAlignBits(const uint8_t *src, int srcOffset, uint8_t *out, int dstOffset, int64_t count);
+
+// The bits of the first and last byte that belong to a run of count bits at a bit offset.
+inline uint8_t ownFirstBits(int offset) {
+    return static_cast<uint8_t>(255 >> offset);
+}
+inline uint8_t ownLastBits(int offset, int64_t count) {
+    return static_cast<uint8_t>(255 << (7 - (offset + count - 1) % 8));
+}
+
+enum OwnMaskState { OWN_MASK_AS_IS, OWN_MASK_TEMPORARY, OWN_MASK_NO_MEMORY, OWN_MASK_EMPTY };
+
+// The one mask for an operation, or null. A temporary one (its pixel (0, 0) at the region corners) is freed by
+// moxDeallocate(mask, 3).
+MoxImage *ownCombineMasks(MoxImage *maskA, MoxImage *maskB, MoxImage *maskC, OwnMaskState *state);
+
+// Processed channels of an image: the coi alone, or all but alpha; the first of them; whether a coi is named.
+inline bool ownHasCoi(const MoxImage *image) {
+    return image->roi && image->roi->coi != 0;
+}
+inline int ownChannels(const MoxImage *image) {
+    return ownHasCoi(image) ? 1 : image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
+}
+inline int ownFirstChannel(const MoxImage *image) {
+    return ownHasCoi(image) ? image->roi->coi - 1 : 0;
+}

@@ -1,0 +1,74 @@
+// What copying and exchanging share: the checks of two images, their combined mask, the common region, and its tiles.
+#pragma once
+
+#include "frame/ownmove.h"
+#include "frame/ownrows.h"
+#include "frame/owntile.h"
+
+// A part of the common region: its offset from the region's corner, and its size.
+struct OwnShare {
+    int64_t x, y, width, height;
+};
+
+class OwnPair {
+  public:
+    OwnPair(const OwnCaller &caller, MoxImage *src, MoxImage *dst) : caller_(caller), src_(src), dst_(dst) {}
+    ~OwnPair();
+    OwnPair(const OwnPair &) = delete;
+    OwnPair &operator=(const OwnPair &) = delete;
+
+    // The checks up to the common size. False when the call must end: after a fault, this one's or an older one's, and
+    // when there is nothing to do.
+    bool open();
+
+    MoxImage *src() const { return src_; }
+    MoxImage *dst() const { return dst_; }
+    MoxImage *mask() const { return mask_; }
+    int64_t width() const { return width_; }
+    int64_t height() const { return height_; }
+
+    // Runs a moving kernel over two plain images.
+    void runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const;
+
+    // A step within failed: it has been reported, and this call reports its own trace.
+    void traceFailure() const { ownReport(caller_, MOX_StatusBacktrace, ""); }
+    void refuseTile(const char *message) const { ownReport(caller_, MOX_StatusGeneral, message); }
+
+    // The mask's part for a share; null without a mask.
+    MoxImage *maskShare(const OwnShare &share, OwnScratchImage *scratch) const;
+
+  private:
+    bool agree() const;
+    bool combineMasks();
+
+    OwnCaller caller_;
+    MoxImage *src_, *dst_;
+    MoxImage *mask_ = nullptr;
+    bool maskIsTemporary_ = false;
+    int64_t width_ = 0, height_ = 0;
+};
+
+// Scratch headers for a share of an image's region: of a plain image, of a tile in hand, of a rectangle in a buffer of
+// its own.
+void ownShareOfPlain(const MoxImage *image, const OwnShare &share, OwnScratchImage *scratch);
+void ownShareOfTile(const MoxImage *image, const OwnShare &share, char *tileData, OwnScratchImage *scratch);
+void ownShareOfRect(const MoxImage *image, const OwnShare &share, char *data, int rowBytes, OwnScratchImage *scratch);
+
+// The rectangle of a tiled image that a share covers, as a buffer of ownGetRect.
+char *ownReadShare(MoxImage *image, const OwnShare &share, int *rowBytes);
+
+// The tiles that a region of the given size touches, row by row, each with its share of the region.
+class OwnTileGrid {
+  public:
+    OwnTileGrid(const MoxImage *image, int64_t width, int64_t height);
+    bool next();
+    int column() const { return static_cast<int>(column_); }
+    int row() const { return static_cast<int>(row_); }
+    const OwnShare &share() const { return share_; }
+
+  private:
+    OwnImageRect rect_;
+    int tileWidth_, tileHeight_;
+    int64_t column_, row_;
+    OwnShare share_;
+};

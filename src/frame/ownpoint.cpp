@@ -1,0 +1,138 @@
+// The point frame.
+#include "frame/ownpoint.h"
+
+#include <algorithm>
+
+#include "frame/ownrows.h"
+#include "frame/owntile.h"
+
+const OwnPointMessages ownPointTwoSources = {
+    {"(srcImageA->depth != dstImage->depth)", "(srcImageB->depth != dstImage->depth)"},
+    {"(srcImageA->dataOrder != dstImage->dataOrder)", "(srcImageB->dataOrder != dstImage->dataOrder)"},
+    nullptr,
+    {"(nChSrcA != nChDst)", "(nChSrcB != nChDst)"},
+    {"(srcImageA->tileInfo->tileData == 0)", "(srcImageB->tileInfo->tileData == 0)",
+     "(dstImage->tileInfo->tileData == 0)"},
+};
+
+const OwnPointMessages ownPointOneSource = {
+    {"(srcImage->depth != dstImage->depth)", nullptr},
+    {"(srcImage->dataOrder != dstImage->dataOrder)", nullptr},
+    nullptr,
+    {"(nChSrc != nChDst)", nullptr},
+    {"(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)", nullptr},
+};
+
+OwnPoint::OwnPoint(const OwnCaller &caller, MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage)
+    : caller_(caller), messages_(ownPointTwoSources) {
+    add(srcImageA);
+    add(srcImageB);
+    add(dstImage);
+}
+
+OwnPoint::OwnPoint(const OwnCaller &caller, MoxImage *srcImage, MoxImage *dstImage, const OwnPointMessages &messages)
+    : caller_(caller), messages_(messages) {
+    add(srcImage);
+    add(dstImage);
+}
+
+OwnPoint::~OwnPoint() {
+    if (maskIsTemporary_) moxDeallocate(mask_, MOX_FreeHeader | MOX_FreeData);
+}
+
+bool OwnPoint::open() {
+    for (int i = 0; i < count_; ++i) {
+        if (!ownAcceptImage(caller_, images_[i])) return false;
+    }
+    if (!checkAgreement()) return false;
+    channels_ = ownChannels(destination());
+    for (int i = 0; i < count_; ++i) {
+        first_[i] = ownFirstChannel(images_[i]);
+        alpha_ = alpha_ || images_[i]->alphaChannel != 0;
+    }
+    return combineMasks();
+}
+
+bool OwnPoint::checkAgreement() const {
+    const MoxImage *dst = destination();
+    const int sources = count_ - 1;
+    const auto agree = [&](const char *const *messages, auto property) {
+        for (int i = 0; i < sources; ++i) {
+            if (property(images_[i]) == property(dst)) continue;
+            refuse(messages[i]);
+            return false;
+        }
+        return true;
+    };
+    const auto depth = [](const MoxImage *image) { return image->depth; };
+    const auto order = [](const MoxImage *image) { return image->dataOrder; };
+    const auto nChannels = [](const MoxImage *image) { return image->nChannels; };
+    return agree(messages_.depth, depth) && agree(messages_.order, order) &&
+           (!messages_.nChannels || agree(&messages_.nChannels, nChannels)) && agree(messages_.channels, ownChannels);
+}
+
+bool OwnPoint::combineMasks() {
+    OwnMaskState state;
+    mask_ =
+        ownCombineMasks(images_[0]->maskROI, images_[1]->maskROI, count_ > 2 ? images_[2]->maskROI : nullptr, &state);
+    maskIsTemporary_ = state == OWN_MASK_TEMPORARY;
+    if (state == OWN_MASK_NO_MEMORY) ownReport(caller_, MOX_StatusNoMemory, "Out of memory");
+    return state != OWN_MASK_NO_MEMORY && state != OWN_MASK_EMPTY;
+}
+
+// What a cell of the walk, or the whole call on plain images, needs to know.
+struct OwnPoint::Cell {
+    const OwnPoint &point;
+    const OwnRowForms &kernel;
+    const OwnConstant &constant;
+    int64_t whole;  // bytes of each image that the call passes over, where it does so tile by tile
+
+    void run(MoxImage *const *images, const MoxImage *mask) const {
+        const int count = point.count_;
+        MoxImage *third = count > 2 ? images[2] : nullptr;
+        if (!mask && ownCanRunFlat(images[0], images[1], third, point.alpha_)) {
+            runFlat(images);
+            return;
+        }
+        OwnRows rows;
+        ownSetRows(&rows, images, point.first_, count, point.channels_, mask);
+        rows.whole = whole;
+        ownRunRows(rows, kernel, constant);
+    }
+
+    // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond the rows of
+    // every image is not believed.
+    void runFlat(MoxImage *const *images) const {
+        OwnSpan spans[3] = {};
+        int64_t size = INT64_MAX, extent = 0;
+        const int bytes = std::max(ownDepthBytes(images[0]->depth), 1);
+        for (int i = 0; i < point.count_; ++i) {
+            const MoxImage *image = images[i];
+            const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
+            spans[i].start = reinterpret_cast<uint8_t *>(image->imageData);
+            spans[i].bytes = bytes;
+            spans[i].step = 1;
+            size = std::min<int64_t>(size, image->imageSize);
+            extent = std::max(extent, int64_t{1} * image->widthStep * image->height * planes);
+        }
+        size = std::min(size, extent);
+        ownRunFlat(spans, point.count_, kernel, constant, size / bytes);
+    }
+};
+
+void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
+    Cell cell = {*this, kernel, constant, 0};
+    const bool tiled = std::any_of(images_, images_ + count_, [](const MoxImage *image) { return image->tileInfo; });
+    if (!tiled) {
+        cell.run(images_, mask_);
+        return;
+    }
+    OwnImageRect rect;
+    ownImageRect(destination(), &rect);
+    cell.whole = rect.width * rect.height * channels_ * ownDepthBytes(destination()->depth);
+    const auto runCell = [](void *operation, MoxImage *const *images, MoxImage *mask) {
+        static_cast<const Cell *>(operation)->run(images, mask);
+    };
+    const int refused = ownWalkTiles(images_, count_, mask_, runCell, &cell);
+    if (refused >= 0) refuse(messages_.tile[refused]);
+}

@@ -1,0 +1,155 @@
+// The row runner. Where a row is contiguous in every image and unmasked, the kernel runs straight on the images; all
+// other rows go by stretches, and bits by ways of their own.
+#include "frame/ownrows.h"
+
+#include <algorithm>
+
+#include "frame/ownmove.h"
+#include "frame/ownrowcall.h"
+
+namespace {
+
+// A pass over this much memory pushes everything else out of the caches, its own destination included. Where nothing is
+// read the caches keep up longer.
+constexpr int64_t STREAM_BYTES = int64_t{32} << 20;
+constexpr int64_t STREAM_FILL_BYTES = int64_t{48} << 20;
+constexpr int64_t SHORTEST_STREAM = 1024;
+// A processor that reads ahead stops at the end of a memory page. Rows of this many bytes gain by being asked for
+// earlier.
+constexpr int64_t SHORTEST_AHEAD = 4096;
+
+// Storing past the caches pays where they could not keep the destination, unless a source has brought it in already.
+bool shouldStream(const OwnRowForms &kernel, uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll) {
+    const int64_t enough = count > 1 ? STREAM_BYTES : STREAM_FILL_BYTES;
+    if (!kernel.streamed || bytesOfAll * count < enough || bytesOfRun < SHORTEST_STREAM) return false;
+    return std::find(at, at + count - 1, at[count - 1]) == at + count - 1;
+}
+
+bool allContiguous(const OwnRows &rows) {
+    return std::all_of(rows.spans, rows.spans + rows.count,
+                       [&](const OwnSpan &span) { return ownIsContiguous(span, rows.channels); });
+}
+
+// Whether in every image this field is the bytes of so many samples.
+bool follows(const OwnRows &rows, int64_t OwnSpan::*field, int64_t samples) {
+    return std::all_of(rows.spans, rows.spans + rows.count,
+                       [&](const OwnSpan &span) { return span.*field == samples * span.bytes; });
+}
+
+void askForNextRow(const OwnRows &rows, uint8_t *const *at) {
+    for (int i = 0; i < rows.count; ++i) {
+        for (int line = 0; line < 4; ++line)
+            __builtin_prefetch(at[i] + rows.spans[i].rowStep + 64 * line);
+    }
+}
+
+void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
+    int64_t n = static_cast<int64_t>(rows.width) * rows.channels;
+    int height = rows.height, planes = rows.planes;
+    // Rows without padding between them are one row, and so are planes.
+    if (height > 1 && follows(rows, &OwnSpan::rowStep, n)) {
+        n *= height;
+        height = 1;
+    }
+    if (height == 1 && planes > 1 && follows(rows, &OwnSpan::planeStep, n)) {
+        n *= planes;
+        planes = 1;
+    }
+    const int bytes = ownDestination(rows).bytes;
+    uint8_t *at[OWN_MAX_SPANS];
+    ownStartOfRow(rows, 0, 0, at);
+    const int64_t whole = std::max(rows.whole, n * bytes * height * planes);
+    const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, whole);
+    const OwnRow form = streaming ? kernel.streamed : kernel.plain;
+    for (int plane = 0; plane < planes; ++plane) {
+        for (int row = 0; row < height; ++row) {
+            ownStartOfRow(rows, plane, row, at);
+            if (n * bytes >= SHORTEST_AHEAD && row + 1 < height) askForNextRow(rows, at);
+            ownCallPlain(form, at, rows.count, static_cast<size_t>(n), constant);
+        }
+    }
+    if (streaming) ownMoveRows().fence();
+}
+
+// Rows that begin and end on bytes are bytes where they are one run or long ones, which may be streamed. Others are
+// better left to the kernel that takes all of them, if there is one.
+bool asBytes(const OwnRows &rows, OwnRows *bytes) {
+    if (rows.masked || rows.width % 8 != 0) return false;
+    *bytes = rows;
+    bytes->width = rows.width / 8;
+    for (int i = 0; i < rows.count; ++i) {
+        if (rows.spans[i].bit != 0) return false;
+        bytes->spans[i].bytes = 1;
+    }
+    return rows.exchange || bytes->width >= SHORTEST_STREAM || follows(*bytes, &OwnSpan::rowStep, bytes->width);
+}
+
+}  // namespace
+
+// Filled where it stands: what is copied as soon as it is written waits for the stores.
+static void setSpan(const MoxImage *image, int firstChannel, OwnSpan *span, int *width, int *height) {
+    span->start = reinterpret_cast<uint8_t *>(ownRoiStart(image, firstChannel, width, height, &span->bit));
+    span->rowStep = image->widthStep;
+    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    span->planeStep = planar ? static_cast<int64_t>(image->height) * image->widthStep : 0;
+    span->step = planar ? 1 : image->nChannels;
+    span->first = planar ? 0 : firstChannel;
+    span->bytes = ownDepthBytes(image->depth);
+}
+
+OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
+    OwnSpan span;
+    setSpan(image, firstChannel, &span, width, height);
+    return span;
+}
+
+void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels, int count, int channels,
+                const MoxImage *mask) {
+    rows->count = count;
+    rows->exchange = false;
+    rows->whole = 0;
+    rows->masked = mask != nullptr;
+    rows->width = rows->height = INT32_MAX;
+    const auto add = [&](const MoxImage *image, int firstChannel, OwnSpan *span) {
+        int width, height;
+        setSpan(image, firstChannel, span, &width, &height);
+        rows->width = std::min(rows->width, width);
+        rows->height = std::min(rows->height, height);
+    };
+    for (int i = 0; i < count; ++i)
+        add(images[i], firstChannels[i], &rows->spans[i]);
+    if (mask) add(mask, 0, &rows->mask);
+    const bool planar = images[count - 1]->dataOrder == MOX_DATA_ORDER_PLANE;
+    rows->channels = planar ? std::min(channels, 1) : channels;
+    rows->planes = planar ? channels : 1;
+}
+
+void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
+    if (rows.width <= 0 || rows.height <= 0 || rows.channels <= 0) return;
+    OwnRows bytes;
+    if (ownDestination(rows).bytes > 0) {
+        if (!rows.masked && allContiguous(rows)) {
+            runContiguous(rows, kernel, constant);
+        } else {
+            ownRunStretches(rows, kernel, constant);
+        }
+    } else if (asBytes(rows, &bytes)) {
+        runContiguous(bytes, kernel, constant);
+    } else if (rows.masked) {
+        ownRunMaskedBits(rows, kernel, constant);
+    } else if (rows.exchange) {
+        ownExchangeBits(rows);
+    } else {
+        ownRunBits(rows, kernel, constant);
+    }
+}
+
+void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant,
+                int64_t samples) {
+    OwnRows rows = {};
+    std::copy_n(spans, count, rows.spans);
+    rows.count = count;
+    rows.width = static_cast<int>(samples);
+    rows.height = rows.channels = rows.planes = 1;
+    runContiguous(rows, kernel, constant);
+}

@@ -1,0 +1,109 @@
+// Samples for kernel files. Image data may stand at any address, so a sample's type carries no alignment, and
+// it may alias whatever the caller keeps there.
+#pragma once
+
+#include "frame/ownkernel.h"
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+// The destination may be a source: equal positions, so that no iteration depends on another.
+#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define OWN_ELEMENTWISE  // nothing vectorises, and the annotation would draw a warning
+#elif defined(__clang__)
+#define OWN_ELEMENTWISE _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define OWN_ELEMENTWISE _Pragma("GCC ivdep")
+#endif
+
+namespace {
+
+typedef uint16_t OwnAnyU16 __attribute__((aligned(1), may_alias));
+typedef int16_t OwnAnyS16 __attribute__((aligned(1), may_alias));
+typedef uint32_t OwnAnyU32 __attribute__((aligned(1), may_alias));
+typedef int32_t OwnAnyS32 __attribute__((aligned(1), may_alias));
+typedef uint64_t OwnAnyU64 __attribute__((aligned(1), may_alias));
+typedef float OwnAnyF32 __attribute__((aligned(1), may_alias));
+
+// One for each depth: the type to compute with, the type to load and store, the lane of a mask, the range, and a type
+// that holds every product.
+struct Own8U {
+    using Value = uint8_t;
+    typedef uint8_t Sample;
+    typedef uint8_t Lane;
+    using Wide = uint16_t;
+    static constexpr int low = 0, high = 255;
+};
+struct Own8S {
+    using Value = int8_t;
+    typedef int8_t Sample;
+    typedef uint8_t Lane;
+    using Wide = int16_t;
+    static constexpr int low = -128, high = 127;
+};
+struct Own16U {
+    using Value = uint16_t;
+    typedef OwnAnyU16 Sample;
+    typedef OwnAnyU16 Lane;
+    using Wide = uint32_t;
+    static constexpr int low = 0, high = 65535;
+};
+struct Own16S {
+    using Value = int16_t;
+    typedef OwnAnyS16 Sample;
+    typedef OwnAnyU16 Lane;
+    using Wide = int32_t;
+    static constexpr int low = -32768, high = 32767;
+};
+struct Own32U {
+    using Value = uint32_t;
+    typedef OwnAnyU32 Sample;
+    typedef OwnAnyU32 Lane;
+};
+struct Own32S {
+    using Value = int32_t;
+    typedef OwnAnyS32 Sample;
+    typedef OwnAnyU32 Lane;
+};
+struct Own32F {
+    using Value = float;
+    typedef OwnAnyF32 Sample;
+    typedef OwnAnyU32 Lane;
+};
+
+// What a masked kernel stores: the result where the lane is set, what was there where it is not.
+template <class D>
+[[gnu::always_inline]] inline typename D::Value ownSelect(typename D::Lane lane, typename D::Value result,
+                                                          typename D::Value before) {
+    if constexpr (sizeof(typename D::Value) == 1) {
+        return static_cast<typename D::Value>((result & lane) | (before & ~lane));
+    } else {
+        return lane != 0 ? result : before;
+    }
+}
+
+// What a streamed kernel computes aside at a time: a few cache lines, so that reading and writing of memory alternate.
+constexpr size_t OWN_STREAM_BLOCK = 256;
+
+// Stores a block past the caches, where the processor can. Both are aligned to 64 bytes. A store of a whole cache line
+// need not be combined with others.
+[[gnu::always_inline]] inline void ownStreamBlock(void *to, const void *block) {
+#if defined(__AVX512F__)
+    for (size_t k = 0; k < OWN_STREAM_BLOCK / 64; ++k) {
+        _mm512_stream_si512(static_cast<__m512i *>(to) + k, _mm512_load_si512(static_cast<const __m512i *>(block) + k));
+    }
+#elif defined(__AVX2__)
+    for (size_t k = 0; k < OWN_STREAM_BLOCK / 32; ++k) {
+        _mm256_stream_si256(static_cast<__m256i *>(to) + k, _mm256_load_si256(static_cast<const __m256i *>(block) + k));
+    }
+#elif defined(__SSE2__)
+    for (size_t k = 0; k < OWN_STREAM_BLOCK / 16; ++k) {
+        _mm_stream_si128(static_cast<__m128i *>(to) + k, _mm_load_si128(static_cast<const __m128i *>(block) + k));
+    }
+#else
+    __builtin_memcpy(to, block, OWN_STREAM_BLOCK);
+#endif
+}
+
+}  // namespace

@@ -1,0 +1,187 @@
+// The arithmetic of tiles and the tile walk. Kernels work on the tiles' own memory through scratch headers: nothing is
+// copied.
+#include "frame/owntile.h"
+
+#include <algorithm>
+
+int64_t ownTileRowBytes(int dataOrder, unsigned depth, int align, int nChannels, int tileWidth) {
+    const int64_t samples = static_cast<int64_t>(tileWidth) * (dataOrder == MOX_DATA_ORDER_PLANE ? 1 : nChannels);
+    const int64_t unit = int64_t{8} * align;
+    return (samples * ownDepthBits(depth) + unit - 1) / unit * unit / 8;
+}
+
+int64_t ownTileRowBytesOf(const MoxImage *image) {
+    if (!image || !image->tileInfo || moxCheckImageHeader(image) != MOX_StatusNoError) return 0;
+    return ownTileRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, image->tileInfo->width);
+}
+
+char *ownRequestTile(MoxImage *image, int column, int row, int mode) {
+    image->tileInfo->callBack(image, column, row, mode);
+    return image->tileInfo->tileData;
+}
+
+void ownReleaseTile(MoxImage *image, int column, int row, char *tileData) {
+    image->tileInfo->tileData = tileData;
+    image->tileInfo->callBack(image, column, row, MOX_TileRelease);
+}
+
+void ownMakeScratch(const MoxImage *image, OwnScratchImage *scratch) {
+    scratch->header = *image;
+    scratch->roi = {image->roi ? image->roi->coi : 0, 0, 0, 0, 0};
+    scratch->header.roi = &scratch->roi;
+}
+
+void ownTileWalkSetup(MoxImage *image, MoxImage *scratch, const OwnImageRect *rect, MoxTileWalk *walk) {
+    *walk = {};
+    const MoxTileInfo *tiles = image->tileInfo;
+    if (!tiles) {
+        scratch->width = image->width;
+        scratch->height = image->height;
+        scratch->imageData = image->imageData;
+        return;
+    }
+    const int64_t rowBytes =
+        ownTileRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, tiles->width);
+    const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
+    scratch->tileInfo = nullptr;
+    scratch->widthStep = static_cast<int>(rowBytes);
+    scratch->width = tiles->width;
+    scratch->height = tiles->height;
+    scratch->imageSize = static_cast<int>(rowBytes * tiles->height * planes);
+
+    walk->tiled = true;
+    walk->tileWidth = tiles->width;
+    walk->tileHeight = tiles->height;
+    walk->column = walk->curColumn = static_cast<int>(rect->x / tiles->width);
+    walk->row = static_cast<int>(rect->y / tiles->height);
+    walk->tileX0 = walk->curX0 = static_cast<int64_t>(walk->column) * tiles->width;
+    walk->tileXEnd = walk->curXEnd = walk->tileX0 + tiles->width;
+    walk->tileY0 = static_cast<int64_t>(walk->row) * tiles->height;
+    walk->tileYEnd = walk->tileY0 + tiles->height;
+}
+
+namespace {
+
+// An image on its way through the walk.
+struct Walker {
+    MoxImage *image;
+    int mode;
+    OwnScratchImage scratch;
+    OwnImageRect rect;
+    MoxTileWalk walk;
+    int64_t x, y;
+    char *tile;
+
+    void setup(MoxImage *of, int requestMode, int64_t width, int64_t height) {
+        image = of;
+        mode = requestMode;
+        ownImageRect(image, &rect);
+        rect.xEnd = rect.x + width;
+        rect.yEnd = rect.y + height;
+        ownMakeScratch(image, &scratch);
+        ownTileWalkSetup(image, &scratch.header, &rect, &walk);
+        y = rect.y;
+    }
+
+    bool request() {
+        tile = ownRequestTile(image, walk.curColumn, walk.row, mode);
+        scratch.header.imageData = tile;
+        return tile != nullptr;
+    }
+
+    void release() {
+        if (walk.tiled) ownReleaseTile(image, walk.curColumn, walk.row, tile);
+    }
+
+    // The first tile of a strip, and how many rows it has for it. False if the tile is refused.
+    bool beginStrip(int64_t *rows) {
+        x = rect.x;
+        if (walk.tiled) {
+            if (y >= walk.tileYEnd) {
+                walk.row += 1;
+                walk.tileY0 += walk.tileHeight;
+                walk.tileYEnd += walk.tileHeight;
+            }
+            walk.curColumn = walk.column;
+            walk.curX0 = walk.tileX0;
+            walk.curXEnd = walk.tileXEnd;
+            if (!request()) return false;
+        }
+        scratch.roi.yOffset = static_cast<int>(y - walk.tileY0);
+        *rows = std::min(*rows, (walk.tiled ? std::min(rect.yEnd, walk.tileYEnd) : rect.yEnd) - y);
+        return true;
+    }
+
+    // The tile of the next cell, and how many columns it has for it. False if the tile is refused.
+    bool beginCell(int64_t *columns) {
+        if (walk.tiled && x >= walk.curXEnd) {
+            release();
+            walk.curColumn += 1;
+            walk.curX0 += walk.tileWidth;
+            walk.curXEnd += walk.tileWidth;
+            if (!request()) return false;
+        }
+        scratch.roi.xOffset = static_cast<int>(x - walk.curX0);
+        *columns = std::min(*columns, (walk.tiled ? std::min(rect.xEnd, walk.curXEnd) : rect.xEnd) - x);
+        return true;
+    }
+};
+
+}  // namespace
+
+int ownWalkTiles(MoxImage *const *images, int count, MoxImage *mask, OwnCellFunction cell, void *operation) {
+    int64_t width = INT32_MAX, height = INT32_MAX;
+    const auto limit = [&](const MoxImage *image) {
+        OwnImageRect rect;
+        ownImageRect(image, &rect);
+        width = std::min(width, rect.width);
+        height = std::min(height, rect.height);
+    };
+    std::for_each(images, images + count, limit);
+    if (mask) limit(mask);
+    if (width <= 0 || height <= 0) return -1;
+
+    // The mask moves along last, as an image that is never tiled.
+    Walker walkers[4];
+    int walking[4];  // the images that walk for themselves, in the order of their requests
+    int walkingCount = 0;
+    MoxImage *scratch[3];
+    const int last = count - 1;
+    for (int i = 0; i < count; ++i) {
+        const bool shared = i < last && images[i] == images[last];
+        scratch[i] = &walkers[shared ? last : i].scratch.header;
+        if (shared) continue;
+        walkers[i].setup(images[i], i < last ? MOX_TileRead : MOX_TileWrite, width, height);
+        walking[walkingCount++] = i;
+    }
+    if (mask) {
+        walkers[3].setup(mask, 0, width, height);
+        walking[walkingCount++] = 3;
+    }
+
+    Walker &dst = walkers[last];
+    while (dst.y < dst.rect.yEnd) {
+        int64_t rows = INT32_MAX;
+        for (int k = 0; k < walkingCount; ++k) {
+            if (!walkers[walking[k]].beginStrip(&rows)) return walking[k];
+        }
+        while (dst.x < dst.rect.xEnd) {
+            int64_t columns = INT32_MAX;
+            for (int k = 0; k < walkingCount; ++k) {
+                if (!walkers[walking[k]].beginCell(&columns)) return walking[k];
+            }
+            for (int k = 0; k < walkingCount; ++k) {
+                MoxROI &roi = walkers[walking[k]].scratch.roi;
+                roi.width = static_cast<int>(columns);
+                roi.height = static_cast<int>(rows);
+                walkers[walking[k]].x += columns;
+            }
+            cell(operation, scratch, mask ? &walkers[3].scratch.header : nullptr);
+        }
+        for (int k = 0; k < walkingCount; ++k) {
+            walkers[walking[k]].release();
+            walkers[walking[k]].y += rows;
+        }
+    }
+    return -1;
+}
