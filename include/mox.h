@@ -11,7 +11,9 @@
  *   maskROI   a 1-bit image: where its bit is 0 the destination keeps what it holds. The masks of all images of a call
  *             are combined. A mask's own maskROI is checked with its header and otherwise ignored.
  *   alpha     alphaChannel is 0 or nChannels; operations leave the alpha samples of the destination alone unless they
- * say otherwise. tileInfo  tiles are requested from the callback, used, and released, one at a time for each image.
+ *             say otherwise.
+ *   tileInfo  tiles are requested from the callback, used, and released. An operation may hold several tiles of an
+ *             image at once: see MoxTileCallback.
  *
  * Unless told otherwise an operation runs in place: the destination may be the same header as a source. Two different
  * headers over overlapping memory are not detected; results are defined where equal positions coincide.
@@ -255,8 +257,7 @@ enum {
     MOX_FreeMask = 16 /**< the mask image with its header, data, region and tile record */
 };
 
-/** A region of interest. Records from moxCreateROI go back through moxDeleteROI; one region may serve several images.
- */
+/** A region of interest. Records from moxCreateROI go back by moxDeleteROI; one region may serve several images. */
 typedef struct MoxROI {
     int coi;     /**< channel of interest, counted from 1; 0 for all */
     int xOffset; /**< pixels from the left, at least 0 */
@@ -273,6 +274,21 @@ struct MoxImage;
  * image->tileInfo->tileData; null means failure. A tile is laid out like an image of tile width x tile height with the
  * depth, channels, order and align of the image, rows rounded up to align; edge tiles are whole. The value that it
  * returns is not used.
+ *
+ * A tile is in hand from its request until its release, and must stay where it is, whatever else is requested
+ * meanwhile. How many tiles of an image are in hand at once:
+ *
+ *   element by element   arithmetic and logic, moxSet, moxReduceBits, single pixels: one, released before the next is
+ *                        requested. An image that is both sources of a call is served for each of them, which makes
+ *                        two, and these may be the same tile.
+ *   rectangles           a source of moxBlur, moxConvolve2D or moxConvertToDIB, the source of moxCopy between two tiled
+ *                        images, and the first image of moxExchange between two: a row of tiles, as far as the
+ *                        rectangle reaches, at most all columns of the image. They are requested one after the other,
+ *                        in either direction, and released together, the last one first. A destination: one.
+ *
+ * A tile may be requested several times in an operation. A release does not say what for the tile was requested: what
+ * has been requested by MOX_TileWrite since it was last kept may have changed. After a request has been refused, the
+ * rest of a row of tiles is still requested, and what is in hand then is not always released.
  */
 typedef int(MOX_CALL *MoxTileCallback)(struct MoxImage *image, int xIndex, int yIndex, int mode);
 
@@ -318,11 +334,21 @@ typedef struct MoxImage {
  * string is filled with zero bytes. The header does not own roi, maskROI and tileInfo, and does not copy them. Free it
  * with moxDeallocate.
  *
- * Null and a report "Incorrect data-ins" for the first of: height or width below 1 (-10); nChannels below 1 (-15);
- * several channels at depth 1
- * (-16); a null string (-14); depth (-17); alphaChannel neither 0 nor nChannels (-18); dataOrder (-19); origin (-20);
- * align (-21); an imageSize beyond 32 bits (-10); a mask that is not 1-bit (-117), is tiled (-26), or has a fault of
- * its own (its code less 100). Null without report when memory runs out.
+ * Null and a report "Incorrect data-ins" for the first of
+ *
+ *   -10   height or width below 1
+ *   -15   nChannels below 1
+ *   -16   several channels at depth 1
+ *   -14   a null string
+ *   -17   depth
+ *   -18   alphaChannel neither 0 nor nChannels
+ *   -19   dataOrder
+ *   -20   origin
+ *   -21   align
+ *   -10   an imageSize beyond 32 bits
+ *  -117   a mask that is not 1-bit; -26 one that is tiled; else a fault of the mask's own, less 100
+ *
+ * Null without a report when memory runs out.
  */
 MOX_EXPORT MoxImage *MOX_CALL moxCreateImageHeader(int nChannels, int alphaChannel, int depth, const char *colorModel,
                                                    const char *channelSeq, int dataOrder, int origin, int align,
@@ -372,11 +398,18 @@ MOX_EXPORT void MOX_CALL moxSetTileInfo(MoxTileInfo *tileInfo, MoxTileCallback c
 MOX_EXPORT void MOX_CALL moxDeleteTileInfo(MoxTileInfo *tileInfo);
 
 /**
- * Checks a header as every operation does. Returns and stores the first fault: -9 null; -12 not exactly one of
- * imageData and tileInfo; -10 imageSize below 1 and -13 widthStep below 1 (both not for tiled images); -10 width or
- * height; -15; -16; -17; -18; -19; -20; -21; the mask: -117 not 1-bit, -26 tiled, else its own fault less 100; the
- * tiles: -22 no callback, -23 a size not a positive multiple of 8; the region: -24 coi, -25 size, -11 offset. A clean
- * header returns 0 and leaves the status word alone. Nothing is reported.
+ * Checks a header as every operation does. Returns and stores the first fault:
+ *
+ *    -9   null
+ *   -12   not exactly one of imageData and tileInfo
+ *   -10   imageSize below 1; -13 widthStep below 1: neither is looked at in a tiled image
+ *   -10   width or height below 1
+ *   -15   to -21 in this order: channels, several channels at depth 1, depth, alpha, order, origin, align
+ *  -117   a mask that is not 1-bit; -26 one that is tiled; else a fault of the mask's own, less 100
+ *   -22   no tile callback; -23 a tile's size not a positive multiple of 8
+ *   -24   the region's coi; -25 its size; -11 its offset
+ *
+ * A clean header returns 0 and leaves the status word alone. Nothing is reported.
  */
 MOX_EXPORT MoxStatus MOX_CALL moxCheckImageHeader(const MoxImage *image);
 
@@ -447,15 +480,23 @@ MOX_EXPORT void MOX_CALL moxPutPixel(MoxImage *image, int x, int y, const void *
  * then clamped to the range of the depth. Float results are single precision; where both operands are NaN the first
  * one's payload is kept.
  *
- * Failures, in this order: "Incorrect Image" with the fault of A, B or the destination; -5 "(srcImageA->depth !=
- * dstImage->depth)", "(srcImageB->depth != dstImage->depth)",
- * "(srcImageA->dataOrder != dstImage->dataOrder)", "(srcImageB->dataOrder != dstImage->dataOrder)", "(nChSrcA !=
- * nChDst)", "(nChSrcB != nChDst)"; -4 "Out of memory" for the combined mask; -5 "(srcImageA->tileInfo->tileData == 0)"
- * and likewise srcImageB, dstImage for a tile that was not delivered: what was done before stays, tiles in hand are not
- * released.
+ * Failures, in this order:
+ *
+ *        "Incorrect Image" with the fault of A, B or the destination
+ *   -5   "(srcImageA->depth != dstImage->depth)", "(srcImageB->depth != dstImage->depth)"
+ *   -5   "(srcImageA->dataOrder != dstImage->dataOrder)", "(srcImageB->dataOrder != dstImage->dataOrder)"
+ *   -5   "(nChSrcA != nChDst)", "(nChSrcB != nChDst)"
+ *   -4   "Out of memory" for the combined mask
+ *   -5   "(srcImageA->tileInfo->tileData == 0)", "(srcImageB->tileInfo->tileData == 0)",
+ *        "(dstImage->tileInfo->tileData == 0)" for a tile that was not delivered: what was done before stays, tiles in
+ *        hand are not released
  *
  * Where no region, alpha or mask is in the way and the images agree in width, height, imageSize and align, the whole
- * buffers are processed in one run, row padding included; in all other cases no padding byte is written.
+ * buffers are processed in one run, row padding included; in all other cases no padding byte is written. Of three
+ * images the agreement is that twice the value of A is the sum of those of B and the destination, for each of the four.
+ * Unequal sizes can pass, such as widths of 10, 9 and 11: the run is then as long as the smallest of the buffers, and
+ * also writes samples of the destination beyond the common width and height. Where these must stay, give an image a
+ * region.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /** dst = A + B. At depth 1 the call becomes moxOr before any check. -5 "srcImageA==0". */
@@ -483,10 +524,13 @@ MOX_EXPORT void MOX_CALL moxXor(MoxImage *srcImageA, MoxImage *srcImageB, MoxIma
  * another operation before any check, and then report under its name: a fault of moxAddS at 8 and 16 bits is a report
  * of moxSubtractS, moxOrS or moxAndS.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth != dstImage->depth)",
- * "(srcImage->dataOrder != dstImage->dataOrder)", "(nChSrc != nChDst)"; -4 "Out of memory"; -5
- * "(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)". Where a null source is tested: -5
- * "srcImage==0".
+ * Failures, in this order:
+ *
+ *   -5   "srcImage==0", where a null source is tested
+ *        "Incorrect Image" with the fault of the source or the destination
+ *   -5   "(srcImage->depth != dstImage->depth)", "(srcImage->dataOrder != dstImage->dataOrder)", "(nChSrc != nChDst)"
+ *   -4   "Out of memory"
+ *   -5   "(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)"
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
@@ -555,9 +599,8 @@ MOX_EXPORT void MOX_CALL moxSquare(MoxImage *srcImage, MoxImage *dstImage);
 /**
  * dst = |src|; the most negative integer becomes the largest, -0.0 becomes +0.0. Unsigned depths are copied by moxCopy
  * (and so not while the status word is negative), a fault there is followed by -1 "moxCopy is failed". -5
- * "srcImage==0", "dstImage==0"; besides the tests above -5 "(srcImage->nChannels != dstImage->nChannels)", "(nChSrcCoi
- * != nChDstCoi)" in place of
- * "(nChSrc != nChDst)".
+ * "srcImage==0", "dstImage==0"; besides the tests above -5 "(srcImage->nChannels != dstImage->nChannels)", and
+ * "(nChSrcCoi != nChDstCoi)" in place of "(nChSrc != nChDst)".
  */
 MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
 
@@ -576,11 +619,15 @@ MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
  * bit is set where half of the window is. A window of 1 x 1 is moxCopy, with its rules and reports. The cost of a
  * sample does not depend on the window. The images' dataOrder may differ.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -5 "(srcImage->depth!=dstImage->depth)",
- * "(nRows<0||nCols<0)", "(anchorX<0||anchorY<0)",
- * "(anchorX>=nCols||anchorY>=nRows)"; -18 "bad alpha channel's number" where an image or mask with alpha and no coi has
- * no other channel; -15 "bad channel's number" where the numbers of processed channels differ; -4 "Allocation failure",
- * also for a source tile that is not delivered; -5 "(dstImage->tileInfo->tileData == 0)".
+ * Failures, in this order:
+ *
+ *         "Incorrect Image" with the fault of the source or the destination
+ *    -5   "(srcImage->depth!=dstImage->depth)"
+ *    -5   "(nRows<0||nCols<0)", "(anchorX<0||anchorY<0)", "(anchorX>=nCols||anchorY>=nRows)"
+ *   -18   "bad alpha channel's number" where an image or mask with alpha and no coi has no other channel
+ *   -15   "bad channel's number" where the numbers of processed channels differ
+ *    -4   "Allocation failure", also for a source tile that is not delivered
+ *    -5   "(dstImage->tileInfo->tileData == 0)"
  */
 MOX_EXPORT void MOX_CALL moxBlur(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
                                  int anchorY);
@@ -667,12 +714,19 @@ MOX_EXPORT void MOX_CALL moxDeleteConvKernelFP(MoxConvKernelFP *kernel);
  * coefficients beyond 16 bits and for depth 32S. A single kernel's square wraps in its own width. Several kernels
  * combine in 32-bit integers if all of them have 16-bit sums, else in single precision.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -11 "Bad ROI offsets"; -5 "kernel==0",
- * "(nKernels<=0 || nKernels>10)", "Inadmissible method" (for several kernels), "kernel[i]==0", "Bad kernel structure",
- * "Uncompatible images" (depth or dataOrder), "32F images can be processed only with FP kernel". Where the regions have
- * anything in common: -5 "One of the COI is not defined", "No channel to operate", "Uncompatible images" (numbers of
- * processed channels); -4 "Allocation failure", also for a source tile that is not delivered; -5 "Internal error" for a
- * tile of the destination.
+ * Failures, in this order:
+ *
+ *         "Incorrect Image" with the fault of the source or the destination
+ *   -11   "Bad ROI offsets"
+ *    -5   "kernel==0", "(nKernels<=0 || nKernels>10)", "Inadmissible method" (for several kernels), "kernel[i]==0",
+ *         "Bad kernel structure"
+ *    -5   "Uncompatible images" (depth or dataOrder), "32F images can be processed only with FP kernel"
+ *
+ * and where the regions have anything in common:
+ *
+ *    -5   "One of the COI is not defined", "No channel to operate", "Uncompatible images" (processed channels)
+ *    -4   "Allocation failure", also for a source tile that is not delivered
+ *    -5   "Internal error" for a tile of the destination
  */
 MOX_EXPORT void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernel **kernel, int nKernels,
                                        int combineMethod);
@@ -748,16 +802,25 @@ enum {
  * another; for a tiled image as many rows as a row of tiles has, up to 64 MiB, or 8 rows if these take more. When it
  * runs out the call ends without a report, the destination untouched or in part done, and the status word is -4.
  *
- * Failures, in this order: "Incorrect Image" (source, destination); -5 "( (srcImage->depth == MOX_DEPTH_1U ))",
- * "((srcImage->depth& MOX_DEPTH_MASK) < (dstImage->depth& MOX_DEPTH_MASK))",
- * "(srcImage->dataOrder!=dstImage->dataOrder)", "(( noise < 0 ) || ( noise > 100 ))",
- * "(srcImage->alphaChannel!=dstImage->alphaChannel)", "(srcImage->nChannels < dstImage->nChannels)", "ditherType !=
- * MOX_DITHER_NONE && ditherType != MOX_DITHER_FS && ditherType != MOX_DITHER_JJH && ditherType != MOX_DITHER_STUCKEY &&
- * ditherType != MOX_DITHER_BAYER", "!( ( srcImage->depth == MOX_DEPTH_32S ) || ((srcImage->depth &
- * MOX_DEPTH_SIGN)==0))", "!( ( dstImage->depth == MOX_DEPTH_32S ) || ((dstImage->depth & MOX_DEPTH_SIGN)==0))", "This
- * function does not support depth 32F", "This function isn`t in-plase function", "You incorrectly have set an amount of
- * levels", " Depth 1u is for Gray, only" (with its blank: a 1-bit destination and a source of several channels, of
- * which no coi names one); "(srcImage->tileInfo->tileData == 0)", "(dstImage->tileInfo->tileData == 0)".
+ * Failures, in this order, "Incorrect Image" with the fault of the source or the destination, all others -5:
+ *
+ *   "( (srcImage->depth == MOX_DEPTH_1U ))"
+ *   "((srcImage->depth& MOX_DEPTH_MASK) < (dstImage->depth& MOX_DEPTH_MASK))"
+ *   "(srcImage->dataOrder!=dstImage->dataOrder)"
+ *   "(( noise < 0 ) || ( noise > 100 ))"
+ *   "(srcImage->alphaChannel!=dstImage->alphaChannel)"
+ *   "(srcImage->nChannels < dstImage->nChannels)"
+ *   "ditherType != MOX_DITHER_NONE && ditherType != MOX_DITHER_FS && ditherType != MOX_DITHER_JJH &&
+ *       ditherType != MOX_DITHER_STUCKEY && ditherType != MOX_DITHER_BAYER" (in one line)
+ *   "!( ( srcImage->depth == MOX_DEPTH_32S ) || ((srcImage->depth & MOX_DEPTH_SIGN)==0))"
+ *   "!( ( dstImage->depth == MOX_DEPTH_32S ) || ((dstImage->depth & MOX_DEPTH_SIGN)==0))"
+ *   "This function does not support depth 32F"
+ *   "This function isn`t in-plase function"
+ *   "You incorrectly have set an amount of levels"
+ *   " Depth 1u is for Gray, only" (with its blank: a 1-bit destination and a source of several channels, of which no
+ *       coi names one)
+ *   "(srcImage->tileInfo->tileData == 0)"
+ *   "(dstImage->tileInfo->tileData == 0)"
  */
 MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, int noise, int ditherType, int levels);
 
@@ -818,12 +881,18 @@ enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
  * Regions, channels of interest and masks of the image play no part: whole images are converted.
  *
  * The tests of a bitmap's header, -5 each, in this order ("dibHeader" in place of "dib" in the Sep functions):
- * "(dib->biSize != sizeof(BITMAPINFOHEADER))", "(dib->biPlanes != 1)", "(dib->biCompression != 0) &&
- * (dib->biCompression != 1) && (dib->biCompression != 2) && (dib->biCompression != 3)", "(dib->biBitCount != 8) &&
- * (dib->biCompression == 1)", "(dib->biBitCount != 4) && (dib->biCompression == 2)", "(dib->biHeight < 0) && (
- * (dib->biCompression == 1) || (dib->biCompression == 2) )", "(dib->biClrUsed > 0x8000)", "( dib->biBitCount==8 &&
- * dib->biClrUsed>256 )", "( dib->biBitCount==4 && dib->biClrUsed>16 )", and where bitmaps are read "dib->biBitCount is
- * bad".
+ *
+ *   "(dib->biSize != sizeof(BITMAPINFOHEADER))"
+ *   "(dib->biPlanes != 1)"
+ *   "(dib->biCompression != 0) && (dib->biCompression != 1) && (dib->biCompression != 2) &&
+ *       (dib->biCompression != 3)" (in one line)
+ *   "(dib->biBitCount != 8) && (dib->biCompression == 1)"
+ *   "(dib->biBitCount != 4) && (dib->biCompression == 2)"
+ *   "(dib->biHeight < 0) && ( (dib->biCompression == 1) || (dib->biCompression == 2) )"
+ *   "(dib->biClrUsed > 0x8000)"
+ *   "( dib->biBitCount==8 && dib->biClrUsed>256 )"
+ *   "( dib->biBitCount==4 && dib->biClrUsed>16 )"
+ *   "dib->biBitCount is bad", where bitmaps are read
  *
  * A run-length stream that cannot be decoded gives two reports: -4 "Not enough memory to decompress BI_RLE8 DIB at DIB"
  * or -5 "Incorrect format of BI_RLE8 DIB" with "(mismatch biHeight or biWidth)", "(mismatch biWidth)", "(bad Delta
@@ -855,13 +924,20 @@ MOX_EXPORT MoxImage *MOX_CALL moxTranslateDIB(struct tagBITMAPINFOHEADER *dib, i
  * order. A header without pixels is given its own, which the caller frees by moxDeallocateImage; they go again where
  * the call fails. Padding of the image's rows is left alone.
  *
- * Failures, in this order: -5 "dib==0", "image==0", "( image->alphaChannel < 0 )", "( image->nChannels <
- * image->alphaChannel )", "( (image->dataOrder != 0) && (image->dataOrder != 1) )", "( (image->origin != 0) &&
- * (image->origin != 1) )", "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align !=
- * 32) )", "(image->height <= 0)", "(image->width <= 0)", "(image->imageSize <= 0)", "(image->widthStep <= 0)"; the
- * tests of a bitmap's header; -14 "image->channelSeq unsupport"; "Incorrect Image" with -17 for any other depth, -12
- * for a tiled image, -10 and -13 for sizes that no image in memory can have; -4 "Not enough memory to allocate data for
- * destination image"; those of a stream; -10 "Image size is too small" where the sizes differ in any way.
+ * Failures, in this order:
+ *
+ *    -5   "dib==0", "image==0"
+ *    -5   "( image->alphaChannel < 0 )", "( image->nChannels < image->alphaChannel )"
+ *    -5   "( (image->dataOrder != 0) && (image->dataOrder != 1) )", "( (image->origin != 0) && (image->origin != 1) )"
+ *    -5   "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32) )"
+ *    -5   "(image->height <= 0)", "(image->width <= 0)", "(image->imageSize <= 0)", "(image->widthStep <= 0)"
+ *         the tests of a bitmap's header
+ *   -14   "image->channelSeq unsupport"
+ *         "Incorrect Image" with -17 for any other depth, -12 for a tiled image, -10 and -13 for sizes that no image in
+ *         memory can have
+ *    -4   "Not enough memory to allocate data for destination image"
+ *         those of a stream
+ *   -10   "Image size is too small" where the sizes differ in any way
  */
 MOX_EXPORT void MOX_CALL moxConvertFromDIB(const struct tagBITMAPINFOHEADER *dib, MoxImage *image);
 
@@ -890,16 +966,28 @@ MOX_EXPORT void MOX_CALL moxConvertFromDIBSep(const struct tagBITMAPINFOHEADER *
  * fault. Memory for the uncompressed pixels is needed in any case. biSizeImage is set, and up to 8 bits biClrUsed; row
  * padding and unused bits become 0.
  *
- * Failures, in this order: "Incorrect Image" with the header's fault; -5 "dib==0", "( (image->depth != 1) &&
- * (image->depth != 8) && (image->depth != 16) )", "(image->alphaChannel != 0 && image->alphaChannel != 4)",
- * "(image->nChannels != 3 && image->nChannels != 1)" without alpha, "(image->nChannels != 4)" with it; the tests of a
- * bitmap's header; -5 "(image->width != dib->biWidth || image->height != abs_biHeight)", "(dither != 1 && dither != 2
- * && dither != 4 && dither != 8 && dither != 16)", "(paletteConversion != 0 && paletteConversion != 1 &&
- * paletteConversion != 2)"; -5 "Palette conversion is bad"; -14 "image->channelSeq unsupport"; -5 "Parameter biBitCount
- * of DIB-image have illegal value"; -2 "Error get tile to read"; -3 "Error of creating medcut palette"; -4 "Not enough
- * memory to allocate header for temporal image", "Not enough memory to allocate data for temporal image"; -3 "Dithering
- * can't be produced"; -4 "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB". From the palette on,
- * the bitmap may have been written to.
+ * Failures, in this order:
+ *
+ *         "Incorrect Image" with the header's fault
+ *    -5   "dib==0"
+ *    -5   "( (image->depth != 1) && (image->depth != 8) && (image->depth != 16) )"
+ *    -5   "(image->alphaChannel != 0 && image->alphaChannel != 4)"
+ *    -5   "(image->nChannels != 3 && image->nChannels != 1)" without alpha, "(image->nChannels != 4)" with it
+ *         the tests of a bitmap's header
+ *    -5   "(image->width != dib->biWidth || image->height != abs_biHeight)"
+ *    -5   "(dither != 1 && dither != 2 && dither != 4 && dither != 8 && dither != 16)"
+ *    -5   "(paletteConversion != 0 && paletteConversion != 1 && paletteConversion != 2)"
+ *    -5   "Palette conversion is bad"
+ *   -14   "image->channelSeq unsupport"
+ *    -5   "Parameter biBitCount of DIB-image have illegal value"
+ *    -2   "Error get tile to read"
+ *    -3   "Error of creating medcut palette"
+ *    -4   "Not enough memory to allocate header for temporal image",
+ *         "Not enough memory to allocate data for temporal image"
+ *    -3   "Dithering can't be produced"
+ *    -4   "Not enough memory to compress DIB at BI_RLE8 DIB" or "... BI_RLE4 DIB"
+ *
+ * From the palette on, the bitmap may have been written to.
  */
 MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHEADER *dib, int dither,
                                          int paletteConversion);
