@@ -46,7 +46,11 @@ void expectLastWord(const ChildEnd &end) {
     expectContains(end.output + end.errors, "MOX Library: terminating the application");
 }
 
+#define NEEDS_A_TERMINAL() \
+    if (!terminalsExist()) GTEST_SKIP() << "no pseudo-terminal can be had here"
+
 TEST(Box, AsksInLeafModeWhetherToTerminate) {
+    NEEDS_A_TERMINAL();
     ChildEnd end = runAtTerminal(ask(MOX_ErrModeLeaf), "n\n");
     EXPECT_EQ(end.exitCode, WENT_ON);
     expectContains(end.output, TITLE);
@@ -56,6 +60,7 @@ TEST(Box, AsksInLeafModeWhetherToTerminate) {
 }
 
 TEST(Box, YesTerminatesWithALastWord) {
+    NEEDS_A_TERMINAL();
     ChildEnd end = runAtTerminal(ask(MOX_ErrModeLeaf), "y\n");
     EXPECT_EQ(end.exitCode, 1);
     expectContains(end.output, LEAF_TEXT);
@@ -63,6 +68,7 @@ TEST(Box, YesTerminatesWithALastWord) {
 }
 
 TEST(Box, AsksInParentModeWhetherToContinue) {
+    NEEDS_A_TERMINAL();
     ChildEnd end = runAtTerminal(ask(MOX_ErrModeParent), "o\n");
     EXPECT_EQ(end.exitCode, WENT_ON);
     expectContains(end.output, TITLE);
@@ -72,12 +78,14 @@ TEST(Box, AsksInParentModeWhetherToContinue) {
 }
 
 TEST(Box, CancelTerminatesWithALastWord) {
+    NEEDS_A_TERMINAL();
     ChildEnd end = runAtTerminal(ask(MOX_ErrModeParent), "c\n");
     EXPECT_EQ(end.exitCode, 1);
     expectLastWord(end);
 }
 
 TEST(Box, TakesTheFirstLetterInEitherCase) {
+    NEEDS_A_TERMINAL();
     struct {
         int mode;
         const char *typed;
@@ -93,6 +101,7 @@ TEST(Box, TakesTheFirstLetterInEitherCase) {
 }
 
 TEST(Box, AsksAgainUntilALetterAnswers) {
+    NEEDS_A_TERMINAL();
     std::string longLine(500, 'x');
     EXPECT_EQ(runAtTerminal(ask(MOX_ErrModeLeaf), "\nwhat?\no\nc\nn\n").exitCode, WENT_ON);
     EXPECT_EQ(runAtTerminal(ask(MOX_ErrModeLeaf), "\nwhat?\n" + longLine + "\ny\n").exitCode, 1);
@@ -101,6 +110,7 @@ TEST(Box, AsksAgainUntilALetterAnswers) {
 }
 
 TEST(Box, TakesTheSafeAnswerWhereTheTerminalEnds) {
+    NEEDS_A_TERMINAL();
     ChildEnd leaf = runAtTerminal(ask(MOX_ErrModeLeaf), "what?\n\004");
     EXPECT_TRUE(leaf.ended);
     EXPECT_EQ(leaf.exitCode, 1);
@@ -114,6 +124,7 @@ TEST(Box, TakesTheSafeAnswerWhereTheTerminalEnds) {
 }
 
 TEST(Box, TakesTheSafeAnswerWhereTheTerminalGoesAway) {
+    NEEDS_A_TERMINAL();
     ChildEnd leaf = runAtTerminal(ask(MOX_ErrModeLeaf), "", true);
     EXPECT_TRUE(leaf.ended);
     EXPECT_EQ(leaf.exitCode, 1);
@@ -137,6 +148,7 @@ TEST(Box, WithoutTerminalWritesToStandardErrorAndTakesTheSafeAnswer) {
 
 // A job in the background would be stopped by its first read from the terminal, for good where no shell looks after it.
 TEST(Box, DoesNotStopAProcessInTheBackground) {
+    NEEDS_A_TERMINAL();
     ChildEnd end = runAtTerminal(
         [] {
             pid_t job = fork();
@@ -208,6 +220,7 @@ TEST(Box, HoldsLongStrings) {
 }
 
 TEST(Box, IsNotShownInOtherModes) {
+    NEEDS_A_TERMINAL();
     for (int mode : {2, 7, -1}) {
         ChildEnd end = runAtTerminal(ask(mode), "");
         EXPECT_EQ(end.exitCode, WENT_ON);
@@ -217,6 +230,7 @@ TEST(Box, IsNotShownInOtherModes) {
 }
 
 TEST(Box, IsWhatANewThreadReportsBy) {
+    NEEDS_A_TERMINAL();
     ChildEnd end = runAtTerminal(
         [] { return moxError(-5, "moxAdd", "srcImageA==0", "moxadd.cpp", 42) == -5 ? WENT_ON : 43; }, "n\n");
     EXPECT_EQ(end.exitCode, WENT_ON);

@@ -73,12 +73,26 @@ ChildEnd runWithoutTerminal(const std::function<int()> &run) {
     return end;
 }
 
+bool terminalsExist() {
+    int master = -1, slave = -1;
+    if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) return false;
+    close(master);
+    close(slave);
+    return true;
+}
+
 ChildEnd runAtTerminal(const std::function<int()> &run, const std::string &typed, bool hangUp) {
     ChildEnd end;
     int ends[2], master = -1;
     if (pipe(ends) != 0) return end;
     fflush(nullptr);
     pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
+    if (child < 0) {
+        perror("forkpty");
+        close(ends[0]);
+        close(ends[1]);
+        return end;
+    }
     if (child == 0) {
         signal(SIGHUP, SIG_IGN);
         dup2(ends[1], STDERR_FILENO);

@@ -14,6 +14,9 @@ struct ChildEnd {
 // The child has no controlling terminal. Where the function returns, the child ends by _exit with its result.
 ChildEnd runWithoutTerminal(const std::function<int()> &run);
 
+// Whether the system has pseudo-terminals: a container may have none.
+bool terminalsExist();
+
 // The child's controlling terminal is a new one, where the given text has been typed (end of input is \004);
 // with hangUp the terminal goes away once the question stands.
 ChildEnd runAtTerminal(const std::function<int()> &run, const std::string &typed, bool hangUp = false);
