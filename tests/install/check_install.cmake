@@ -1,5 +1,5 @@
 # Installs the library into a new prefix, moves that prefix, and builds and runs the application against it:
-# -DWAY=cmake|pkgconfig -DBUILD -DCONFIG -DWORK -DAPPLICATION -DLIBDIR -DCC -DGENERATOR -DPKG_CONFIG.
+# -DWAY=cmake|pkgconfig -DBUILD -DCONFIG -DWORK -DAPPLICATION -DLIBDIR -DBINDIR -DDOCDIR -DTOOL -DCC -DGENERATOR -DPKG_CONFIG.
 cmake_minimum_required(VERSION 3.25)
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -20,11 +20,18 @@ run(${CMAKE_COMMAND} --install ${BUILD} --config ${CONFIG} --prefix ${WORK}/firs
 # Nothing in an installed tree may know where it was installed.
 file(RENAME ${WORK}/first ${WORK}/prefix)
 foreach(file include/mox.h ${LIBDIR}/libmoxw7.so ${LIBDIR}/libmoxw7.so.2 ${LIBDIR}/pkgconfig/moxw7.pc
-             ${LIBDIR}/cmake/mox/mox-config.cmake)
+             ${LIBDIR}/cmake/mox/mox-config.cmake ${DOCDIR}/LICENSE)
   if(NOT EXISTS ${WORK}/prefix/${file})
     message(FATAL_ERROR "${file} was not installed")
   endif()
 endforeach()
+
+if(TOOL)
+  run(${WORK}/prefix/${BINDIR}/mox list)
+  if(NOT output MATCHES "blur")
+    message(FATAL_ERROR "the installed tool lists\n${output}")
+  endif()
+endif()
 
 if(WAY STREQUAL "cmake")
   run(${CMAKE_COMMAND} -S ${APPLICATION} -B ${WORK}/build -G ${GENERATOR} -DCMAKE_C_COMPILER=${CC}
