@@ -1,0 +1,1 @@
+// A file of its own for the precompiled header of the tests.
