@@ -45,7 +45,7 @@ const LimitRows &narrower() {
 }  // namespace
 
 double limitBytes(const Traffic &traffic) {
-    static constexpr int STREAMS[LIMIT_SHAPES] = {1, 2, 3, 2, 3, 4, 4};
+    static constexpr int STREAMS[LIMIT_SHAPES] = {1, 2, 3, 2, 3, 4, 4, 1, 2};
     return static_cast<double>(traffic.bytes) * STREAMS[traffic.shape] + static_cast<double>(traffic.maskBytes);
 }
 

@@ -1,0 +1,74 @@
+// Whether any level is slower than the one below it, beyond the noise of the run.
+#include <algorithm>
+#include <cstdio>
+
+#include "rows.h"
+
+namespace {
+
+constexpr int ROUNDS = 11;
+// A suspicious row is measured anew, longer and on images opened anew; it is slower if it is so every time.
+constexpr int REPEATS = 3;
+constexpr int LONGER = 31;
+// So many times the usual difference of equal things is beyond noise.
+constexpr double NOISES = 3;
+
+bool isSlower(const LevelStep &step) {
+    return step.toLower > std::max(SLOWER, 1 + NOISES * step.noise);
+}
+
+const LevelStep *findStep(const std::vector<LevelStep> &steps, OwnCpuLevel level) {
+    const auto found =
+        std::find_if(steps.begin(), steps.end(), [&](const LevelStep &step) { return step.level == level; });
+    return found == steps.end() ? nullptr : &*found;
+}
+
+// Leaves the steps that were slower every time, each with its smallest quotient.
+bool repeatRow(const Row &row, const Levels &levels, std::vector<LevelStep> *slower) {
+    std::vector<LevelStep> again;
+    for (int repeat = 0; repeat < REPEATS && !slower->empty(); ++repeat) {
+        if (!compareLevels(row, levels, LONGER, &again)) return false;
+        std::erase_if(*slower, [&](LevelStep &step) {
+            const LevelStep *other = findStep(again, step.level);
+            if (!other || !isSlower(*other)) return true;
+            if (other->toLower < step.toLower) step = *other;
+            return false;
+        });
+    }
+    return true;
+}
+
+// The steps of a row that are slower than the level below. False where the operation fails.
+bool slowerSteps(const Row &row, const Levels &levels, std::vector<LevelStep> *slower, std::vector<double> *noises) {
+    if (!compareLevels(row, levels, ROUNDS, slower)) return false;
+    for (const LevelStep &step : *slower)
+        noises->push_back(step.noise);
+    std::erase_if(*slower, [](const LevelStep &step) { return !isSlower(step); });
+    return repeatRow(row, levels, slower);
+}
+
+}  // namespace
+
+int checkLevels(const std::vector<Row> &rows, const Levels &levels) {
+    int found = 0, compared = 0;
+    std::vector<double> noises;
+    for (const Row &row : rows) {
+        if (!row.checked) continue;
+        std::vector<LevelStep> slower;
+        if (!slowerSteps(row, levels, &slower, &noises)) {
+            std::printf("%s fails: %s\n", row.name.c_str(), moxErrorStr(moxGetErrStatus()));
+            return -1;
+        }
+        ++compared;
+        for (const LevelStep &step : slower) {
+            std::printf("%-34s %s takes %.2f times what %s takes; noise %.3f\n", row.name.c_str(),
+                        LEVEL_NAMES[step.level], step.toLower, LEVEL_NAMES[step.level - 1], step.noise);
+            std::fflush(stdout);
+        }
+        found += static_cast<int>(slower.size());
+    }
+    std::sort(noises.begin(), noises.end());
+    std::printf("%d rows at %zu levels, median noise %.3f: %d slower than the level below\n", compared, levels.size(),
+                noises.empty() ? 0 : noises[noises.size() / 2], found);
+    return found;
+}
