@@ -13,16 +13,16 @@
 namespace {
 
 constexpr const char *HELP =
-    R"(mox_bench [--table] [--json=FILE] [--docs=FOLDER] [--level=base|v3|v4] [--rounds=N] [--benchmark_...]
+    R"(mox_bench [--table] [--json=FILE] [--docs[=FOLDER]] [--level=base|v3|v4] [--rounds=N] [--benchmark_...]
     measures the rows at each CPU level, or at one of them
 mox_bench --check-levels
     names the rows that are slower at a level than at the level below it, beyond noise; fails if there are any
-mox_bench --report=FILE --docs=FOLDER
+mox_bench --report=FILE --docs[=FOLDER]
     makes the page and its plot from a file of --json
 
   --table                    prints a compact table with goals
   --json=FILE                writes the results
-  --docs=FOLDER              writes performance.md and performance.svg there
+  --docs[=FOLDER]            writes performance.md and performance.svg there, or in docs
   --rounds=N                 rounds of a row, instead of 9 to 25
   --benchmark_filter=REGEX   picks rows by their names, operation-layout/depth/size; with a leading '-' all others
 )";
@@ -53,6 +53,8 @@ Options takeOptions(int *argc, char **argv) {
             options.table = true;
         } else if (std::strcmp(argv[i], "--check-levels") == 0) {
             options.check = true;
+        } else if (std::strcmp(argv[i], "--docs") == 0) {
+            options.docs = "docs";
         } else if (takeText(argv[i], "--rounds", &rounds)) {
             options.rounds = std::max(std::atoi(rounds.c_str()), 1);
         } else if (!takeText(argv[i], "--json", &options.json) && !takeText(argv[i], "--docs", &options.docs) &&
@@ -143,9 +145,8 @@ int makePage(const Options &options) {
         std::fprintf(stderr, "mox_bench: %s holds no results\n", options.report.c_str());
         return 1;
     }
-    const std::string folder = options.docs.empty() ? "." : options.docs;
-    if (writePage(folder, facts, results)) return 0;
-    std::fprintf(stderr, "mox_bench: cannot write to %s\n", folder.c_str());
+    if (writePage(options.docs.empty() ? "." : options.docs, facts, results)) return 0;
+    std::fprintf(stderr, "mox_bench: cannot write the page\n");
     return 1;
 }
 
@@ -193,7 +194,8 @@ int main(int argc, char **argv) {
     moxRedirectError(moxStdErrReport);
     const Levels levels = pickLevels(options.level);
     if (levels.empty()) {
-        std::fprintf(stderr, "mox_bench: there is no CPU level %s here\n", options.level.c_str());
+        std::fprintf(stderr, "mox_bench: there is no CPU level %s here; there are base to %s\n", options.level.c_str(),
+                     LEVEL_NAMES[ownHighestCpuLevel()]);
         return 2;
     }
     std::vector<Row> rows;
