@@ -10,11 +10,9 @@ constexpr int ROUNDS = 11;
 // A suspicious row is measured anew, longer and on images opened anew; it is slower if it is so every time.
 constexpr int REPEATS = 3;
 constexpr int LONGER = 31;
-// So many times the usual difference of equal things is beyond noise.
-constexpr double NOISES = 3;
-
+// The run's noise is in the spread of the rounds: three quarters of them have to agree.
 bool isSlower(const LevelStep &step) {
-    return step.toLower > std::max(SLOWER, 1 + NOISES * step.noise);
+    return step.toLower > SLOWER && step.surely > 1;
 }
 
 const LevelStep *findStep(const std::vector<LevelStep> &steps, OwnCpuLevel level) {
@@ -39,10 +37,10 @@ bool repeatRow(const Row &row, const Levels &levels, std::vector<LevelStep> *slo
 }
 
 // The steps of a row that are slower than the level below. False where the operation fails.
-bool slowerSteps(const Row &row, const Levels &levels, std::vector<LevelStep> *slower, std::vector<double> *noises) {
+bool slowerSteps(const Row &row, const Levels &levels, std::vector<LevelStep> *slower, std::vector<double> *spreads) {
     if (!compareLevels(row, levels, ROUNDS, slower)) return false;
     for (const LevelStep &step : *slower)
-        noises->push_back(step.noise);
+        spreads->push_back(step.toLower - step.surely);
     std::erase_if(*slower, [](const LevelStep &step) { return !isSlower(step); });
     return repeatRow(row, levels, slower);
 }
@@ -51,24 +49,25 @@ bool slowerSteps(const Row &row, const Levels &levels, std::vector<LevelStep> *s
 
 int checkLevels(const std::vector<Row> &rows, const Levels &levels) {
     int found = 0, compared = 0;
-    std::vector<double> noises;
+    std::vector<double> spreads;
     for (const Row &row : rows) {
         if (!row.checked) continue;
         std::vector<LevelStep> slower;
-        if (!slowerSteps(row, levels, &slower, &noises)) {
+        if (!slowerSteps(row, levels, &slower, &spreads)) {
             std::printf("%s fails: %s\n", row.name.c_str(), moxErrorStr(moxGetErrStatus()));
             return -1;
         }
         ++compared;
         for (const LevelStep &step : slower) {
-            std::printf("%-34s %s takes %.2f times what %s takes; noise %.3f\n", row.name.c_str(),
-                        LEVEL_NAMES[step.level], step.toLower, LEVEL_NAMES[step.level - 1], step.noise);
+            std::printf("%-34s %s takes %.2f times what %s takes; three quarters of the rounds, %.2f\n",
+                        row.name.c_str(), LEVEL_NAMES[step.level], step.toLower, LEVEL_NAMES[step.level - 1],
+                        step.surely);
             std::fflush(stdout);
         }
         found += static_cast<int>(slower.size());
     }
-    std::sort(noises.begin(), noises.end());
-    std::printf("%d rows at %zu levels, median noise %.3f: %d slower than the level below\n", compared, levels.size(),
-                noises.empty() ? 0 : noises[noises.size() / 2], found);
+    std::sort(spreads.begin(), spreads.end());
+    std::printf("%d rows at %zu levels, usual spread %.3f: %d slower than the level below\n", compared, levels.size(),
+                spreads.empty() ? 0 : spreads[spreads.size() / 2], found);
     return found;
 }

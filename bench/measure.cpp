@@ -46,12 +46,16 @@ double median(std::vector<double> values) {
     return (*std::max_element(values.begin(), middle) + *middle) / 2;
 }
 
-// The median of a round's quotients: a disturbance that lasts for rounds slows both sides.
-double medianQuotient(const std::vector<double> &above, const std::vector<double> &below) {
-    std::vector<double> quotients;
+std::vector<double> quotients(const std::vector<double> &above, const std::vector<double> &below) {
+    std::vector<double> all;
     for (size_t i = 0; i < std::min(above.size(), below.size()); ++i)
-        quotients.push_back(above[i] / below[i]);
-    return median(quotients);
+        all.push_back(above[i] / below[i]);
+    return all;
+}
+
+// The median of the rounds' quotients: a disturbance that lasts for rounds slows both sides.
+double medianQuotient(const std::vector<double> &above, const std::vector<double> &below) {
+    return median(quotients(above, below));
 }
 
 // One of the things that are timed in turn; level is the one that it is forced to.
@@ -136,6 +140,19 @@ struct Race {
     std::vector<Competitor> own, reference, forms;
 };
 
+// What is compared closely runs closely. Every other round runs backwards: what one pass leaves in the caches helps or
+// harms the next.
+std::vector<Competitor *> startingOrder(Race *race) {
+    std::vector<Competitor *> order;
+    for (size_t i = 0; i < race->own.size(); ++i) {
+        order.push_back(&race->own[i]);
+        if (!race->reference.empty()) order.push_back(&race->reference[i]);
+    }
+    for (Competitor &form : race->forms)
+        order.push_back(&form);
+    return order;
+}
+
 bool runRace(const Row &row, const Levels &levels, int rounds, const Scenes &scenes, Race *race) {
     const Operation &other = row.referenceOperation ? *row.referenceOperation : *row.operation;
     race->own = atLevels(*row.operation, scenes.own, levels);
@@ -145,12 +162,10 @@ bool runRace(const Row &row, const Levels &levels, int rounds, const Scenes &sce
     for (Competitor &form : race->forms)
         prepare(&form);
     for (int round = 0; round < rounds; ++round) {
-        for (size_t i = 0; i < levels.size(); ++i) {
-            timeRound(&race->own[i], scenes.warmUp);
-            if (row.hasReference) timeRound(&race->reference[i], scenes.warmUp);
-        }
-        for (Competitor &form : race->forms)
-            timeRound(&form, scenes.warmUp);
+        std::vector<Competitor *> order = startingOrder(race);
+        if (round % 2 != 0) std::reverse(order.begin(), order.end());
+        for (Competitor *competitor : order)
+            timeRound(competitor, scenes.warmUp);
         if (round + 1 == AUDITION) keepQuickest(&race->forms);
     }
     keepQuickest(&race->forms);
@@ -182,14 +197,6 @@ Result summarize(const Row &row, const Scenes &scenes, const Race &race, size_t 
     return result;
 }
 
-// How much two series of times of the same thing differ: half of their quotients are as near to 1 as this.
-double noiseOf(const std::vector<double> &some, const std::vector<double> &others) {
-    std::vector<double> deviations;
-    for (size_t i = 0; i < std::min(some.size(), others.size()); ++i)
-        deviations.push_back(std::abs(some[i] / others[i] - 1));
-    return median(deviations);
-}
-
 }  // namespace
 
 int usualRounds(const Row &row) {
@@ -212,8 +219,7 @@ bool measureRow(const Row &row, const Levels &levels, int rounds, std::vector<Re
     return done;
 }
 
-// Every round goes up the levels and down again, so that each of them is timed twice: quotients of the same level are
-// the noise.
+// Every round goes up the levels and down again, so that each of them comes before and after its neighbours.
 bool compareLevels(const Row &row, const Levels &levels, int rounds, std::vector<LevelStep> *steps) {
     const OwnCpuLevel before = ownCpuLevel();
     Scenes scenes;
@@ -229,9 +235,11 @@ bool compareLevels(const Row &row, const Levels &levels, int rounds, std::vector
     }
     steps->clear();
     for (size_t i = 1; done && i < levels.size(); ++i) {
-        const double quotient =
-            (medianQuotient(up[i].times, up[i - 1].times) + medianQuotient(down[i].times, down[i - 1].times)) / 2;
-        steps->push_back({levels[i], quotient, noiseOf(up[i].times, down[i].times)});
+        std::vector<double> all = quotients(up[i].times, up[i - 1].times);
+        const std::vector<double> others = quotients(down[i].times, down[i - 1].times);
+        all.insert(all.end(), others.begin(), others.end());
+        std::sort(all.begin(), all.end());
+        steps->push_back({levels[i], median(all), all[all.size() / 4]});
     }
     closeScenes(&scenes);
     ownForceCpuLevel(before);

@@ -114,12 +114,12 @@ int usualRounds(const Row &row);
 // The goal at a level: that of v3 and above, or the baseline's.
 Goal goalAt(const Row &row, OwnCpuLevel level);
 
-// How long a row takes at a level, in units of the level below, and how much two times of the same thing differ in that
-// run.
+// How long a row takes at a level, in units of the level below: the median of the rounds, and what three quarters of
+// them exceed.
 struct LevelStep {
     OwnCpuLevel level;
     double toLower;
-    double noise;
+    double surely;
 };
 bool compareLevels(const Row &row, const Levels &levels, int rounds, std::vector<LevelStep> *steps);
 
