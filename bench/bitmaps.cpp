@@ -125,20 +125,20 @@ const std::vector<int> BYTES = {OWN_8U};
 constexpr double BITS_OF_BYTES = 0.125;
 
 Entry bits(const char *name, void (*call)(Images)) {
-    return {.operation = {name, GROUP_FAMILY, 1, false, BYTES, call, BITS_OF_BYTES}};
+    return {.operation = {.name = name, .at = BYTES, .call = call, .written = BITS_OF_BYTES}};
 }
 
 Entry bytes(const char *name, void (*call)(Images)) {
-    return {.operation = {name, GROUP_FAMILY, 1, false, BYTES, call}};
+    return {.operation = {.name = name, .at = BYTES, .call = call}};
 }
 
 Entry rgb(const char *name, void (*call)(Images)) {
-    return {.operation = {name, GROUP_FAMILY, 1, false, BYTES, call}, .layoutName = "rgb", .layout = {.channels = 3}};
+    return {.operation = {.name = name, .at = BYTES, .call = call}, .layoutName = "rgb", .layout = {.channels = 3}};
 }
 
 // Of one picture, with a time that a pixel may take, if there is one.
 Entry ofPicture(const char *name, void (*call)(Images), double ns) {
-    return {.operation = {name, GROUP_FAMILY, 1, false, BYTES, call},
+    return {.operation = {.name = name, .at = BYTES, .call = call},
             .sizes = {1024},
             .goals = {{-1, 0, {GOAL_NS_PER_SAMPLE, ns}}}};
 }

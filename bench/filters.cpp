@@ -60,14 +60,14 @@ void gradient(MoxImage *const *images) {
 
 const std::vector<int> SOME = {OWN_8U, OWN_16S, OWN_32F};
 
-const Operation BLUR_3 = {"blur-3x3", GROUP_FAMILY, 1, false, SOME, blur<3>};
-const Operation BLUR_5 = {"blur-5x5", GROUP_FAMILY, 1, false, SOME, blur<5>};
-const Operation BLUR_15 = {"blur-15x15", GROUP_FAMILY, 1, false, SOME, blur<15>};
-const Operation BLUR_101 = {"blur-101x101", GROUP_FAMILY, 1, false, SOME, blur<101>};
-const Operation CONVOLVE_3 = {"convolve-3x3", GROUP_FAMILY, 1, false, SOME, convolve<3>};
-const Operation CONVOLVE_5 = {"convolve-5x5", GROUP_FAMILY, 1, false, SOME, convolve<5>};
-const Operation CONVOLVE_9 = {"convolve-9x9", GROUP_FAMILY, 1, false, SOME, convolve<9>};
-const Operation GRADIENT = {"gradient-3x3", GROUP_FAMILY, 1, false, {OWN_8U}, gradient};
+const Operation BLUR_3 = {.name = "blur-3x3", .at = SOME, .call = blur<3>};
+const Operation BLUR_5 = {.name = "blur-5x5", .at = SOME, .call = blur<5>};
+const Operation BLUR_15 = {.name = "blur-15x15", .at = SOME, .call = blur<15>};
+const Operation BLUR_101 = {.name = "blur-101x101", .at = SOME, .call = blur<101>};
+const Operation CONVOLVE_3 = {.name = "convolve-3x3", .at = SOME, .call = convolve<3>};
+const Operation CONVOLVE_5 = {.name = "convolve-5x5", .at = SOME, .call = convolve<5>};
+const Operation CONVOLVE_9 = {.name = "convolve-9x9", .at = SOME, .call = convolve<9>};
+const Operation GRADIENT = {.name = "gradient-3x3", .at = {OWN_8U}, .call = gradient};
 
 // Times that a sample may take within the last-level cache, on a machine that is as wide as level v3.
 EntryGoal within(int depth, double ns) {

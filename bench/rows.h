@@ -2,18 +2,21 @@
 //
 // A new family of operations is a file with a table,
 //
+//   extern const Family measuresFamily;
 //   const Family measuresFamily = {
 //       "Measures",
 //       {
-//           {{"norm-l2", GROUP_FAMILY, 1, false, NUMBERS, norm, .measuresOnly = true}},
-//           {.operation = {"to-gray", GROUP_FAMILY, 1, false, {OWN_8U}, toGray, .destination = {.channels = 1}},
+//           {.operation = {.name = "norm", .at = NUMBERS, .call = norm, .measuresOnly = true}},
+//           {.operation = {.name = "to-gray", .at = {OWN_8U}, .call = toGray, .destination = {.channels = 1}},
 //            .layout = {.channels = 3}},
+//           {.operation = {.name = "halve", .at = {OWN_8U}, .call = halve, .destination = {.scale = 0.5}},
+//            .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 0.3}}}},
 //       },
 //   };
 //
 // a line in allFamilies (rows.cpp) and the file's name in CMakeLists.txt. An entry gives a row at each of its
-// operation's depths and each of its sizes; what it leaves out is as `Entry` says. Whatever does not fit the images
-// that a row has (a further image, a table), an operation's call makes once and keeps.
+// operation's depths and each of its sizes; what it leaves out is as `Entry` and `Operation` say. Whatever does not fit
+// the images that a row has (a further image, a table), an operation's call makes once and keeps.
 #pragma once
 
 #include <memory>
