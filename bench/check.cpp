@@ -6,10 +6,14 @@
 
 namespace {
 
-constexpr int ROUNDS = 11;
+// Rounds of a row, and of one whose images are large: its single calls are as long as many of the others.
+constexpr int ROUNDS = 11, LARGE_ROUNDS = 7;
 // A suspicious row is measured anew, longer and on images opened anew; it is slower if it is so every time.
-constexpr int REPEATS = 3;
-constexpr int LONGER = 31;
+constexpr int REPEATS = 3, LONGER = 2;
+
+int roundsOf(const Row &row) {
+    return row.size < LARGE ? ROUNDS : LARGE_ROUNDS;
+}
 // The run's noise is in the spread of the rounds: three quarters of them have to agree.
 bool isSlower(const LevelStep &step) {
     return step.toLower > SLOWER && step.surely > 1;
@@ -25,7 +29,7 @@ const LevelStep *findStep(const std::vector<LevelStep> &steps, OwnCpuLevel level
 bool repeatRow(const Row &row, const Levels &levels, std::vector<LevelStep> *slower) {
     std::vector<LevelStep> again;
     for (int repeat = 0; repeat < REPEATS && !slower->empty(); ++repeat) {
-        if (!compareLevels(row, levels, LONGER, &again)) return false;
+        if (!compareLevels(row, levels, LONGER * roundsOf(row), &again)) return false;
         std::erase_if(*slower, [&](LevelStep &step) {
             const LevelStep *other = findStep(again, step.level);
             if (!other || !isSlower(*other)) return true;
@@ -38,7 +42,7 @@ bool repeatRow(const Row &row, const Levels &levels, std::vector<LevelStep> *slo
 
 // The steps of a row that are slower than the level below. False where the operation fails.
 bool slowerSteps(const Row &row, const Levels &levels, std::vector<LevelStep> *slower, std::vector<double> *spreads) {
-    if (!compareLevels(row, levels, ROUNDS, slower)) return false;
+    if (!compareLevels(row, levels, roundsOf(row), slower)) return false;
     for (const LevelStep &step : *slower)
         spreads->push_back(step.toLower - step.surely);
     std::erase_if(*slower, [](const LevelStep &step) { return !isSlower(step); });
