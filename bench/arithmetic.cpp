@@ -1,12 +1,11 @@
 // Two images into a third, plain.
 #include "rows.h"
 
-// The sum of bytes is what the processor has an instruction for: within the caches it is held to a time. Levels have
-// rows of their own; this is the level in use.
+// The sum of bytes is what the processor has an instruction for: within the caches it is held to a time.
 void addArithmeticRows(std::vector<Row> *rows) {
     addPlainRows("Two images", GROUP_TWO, rows);
     for (Row &row : *rows) {
         if (row.name != "add/8U/256" && row.name != "add/8S/256") continue;
-        if (ownCpuLevel() >= OWN_LEVEL_V3) row.goal = {GOAL_NS_PER_SAMPLE, 0.15};
+        row.goal = {GOAL_NS_PER_SAMPLE, 0.15};
     }
 }

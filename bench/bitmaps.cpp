@@ -124,50 +124,51 @@ const std::vector<int> BYTES = {OWN_8U};
 // Bits are an eighth of the bytes that they are made from.
 constexpr double BITS_OF_BYTES = 0.125;
 
-const Operation DITHERS[] = {
-    {"fs-to-bits", GROUP_FILTER, 1, false, BYTES, toBits<MOX_DITHER_FS>, BITS_OF_BYTES},
-    {"jjh-to-bits", GROUP_FILTER, 1, false, BYTES, toBits<MOX_DITHER_JJH>, BITS_OF_BYTES},
-    {"stuckey-to-bits", GROUP_FILTER, 1, false, BYTES, toBits<MOX_DITHER_STUCKEY>, BITS_OF_BYTES},
-    {"bayer-to-bits", GROUP_FILTER, 1, false, BYTES, toBits<MOX_DITHER_BAYER>, BITS_OF_BYTES},
-    {"none-to-bits", GROUP_FILTER, 1, false, BYTES, toBits<MOX_DITHER_NONE>, BITS_OF_BYTES},
-    {"fs-to-15-levels", GROUP_FILTER, 1, false, BYTES, toLevels<MOX_DITHER_FS>},
-    {"bayer-to-15-levels", GROUP_FILTER, 1, false, BYTES, toLevels<MOX_DITHER_BAYER>},
-};
-const Operation COPIES[] = {
-    {"to-bitmap-24", GROUP_FILTER, 1, false, BYTES, toBitmap24},
-    {"from-bitmap-24", GROUP_FILTER, 1, false, BYTES, fromBitmap24},
-};
-const Operation ENCODE_DRAWING = {"encode-drawing", GROUP_FILTER, 1, false, BYTES, encode<DRAWING>};
-const Operation ENCODE_PHOTOGRAPH = {"encode-photograph", GROUP_FILTER, 1, false, BYTES, encode<PHOTOGRAPH>};
-const Operation DECODE_DRAWING = {"decode-drawing", GROUP_FILTER, 1, false, BYTES, decode<DRAWING>};
-const Operation MEDIAN_CUT = {"median-cut-256", GROUP_FILTER, 1, false, BYTES, medianCut};
+Entry bits(const char *name, void (*call)(Images)) {
+    return {.operation = {.name = name, .at = BYTES, .call = call, .written = BITS_OF_BYTES}};
+}
+
+Entry bytes(const char *name, void (*call)(Images)) {
+    return {.operation = {.name = name, .at = BYTES, .call = call}};
+}
+
+Entry rgb(const char *name, void (*call)(Images)) {
+    return {.operation = {.name = name, .at = BYTES, .call = call}, .layoutName = "rgb", .layout = {.channels = 3}};
+}
+
+// Of one picture, with a time that a pixel may take, if there is one.
+Entry ofPicture(const char *name, void (*call)(Images), double ns) {
+    return {.operation = {.name = name, .at = BYTES, .call = call},
+            .sizes = {1024},
+            .goals = {{-1, 0, {GOAL_NS_PER_SAMPLE, ns}}}};
+}
 
 // One GB of pixels a second on a drawing, 300 MB on a photograph.
 constexpr double DRAWING_NS = 1, PHOTOGRAPH_NS = 3.4, DIFFUSION_NS = 6;
 
-void addRow(const Operation &operation, int size, Goal goal, std::vector<Row> *rows) {
-    Row row = makeRow("Dithering and bitmaps", operation, "", OWN_8U, size);
-    row.goal = goal;
-    rows->push_back(row);
+Entry withGoal(Entry entry, double ns) {
+    entry.goals = {{-1, 0, {GOAL_NS_PER_SAMPLE, ns}}};
+    return entry;
 }
 
 }  // namespace
 
-void addBitmapRows(std::vector<Row> *rows) {
-    for (const Operation &operation : DITHERS) {
-        const bool diffuses = &operation == &DITHERS[0];
-        for (const int size : SIZES)
-            addRow(operation, size, diffuses ? Goal{GOAL_NS_PER_SAMPLE, DIFFUSION_NS} : Goal{}, rows);
-    }
-    for (const Operation &operation : COPIES) {
-        for (const int size : SIZES) {
-            Row row = makeRow("Dithering and bitmaps", operation, "rgb", OWN_8U, size);
-            row.layout.channels = 3;
-            rows->push_back(row);
-        }
-    }
-    addRow(ENCODE_DRAWING, 1024, {GOAL_NS_PER_SAMPLE, DRAWING_NS}, rows);
-    addRow(DECODE_DRAWING, 1024, {GOAL_NS_PER_SAMPLE, DRAWING_NS}, rows);
-    addRow(ENCODE_PHOTOGRAPH, 1024, {GOAL_NS_PER_SAMPLE, PHOTOGRAPH_NS}, rows);
-    addRow(MEDIAN_CUT, 1024, {}, rows);
-}
+extern const Family bitmapFamily;
+const Family bitmapFamily = {
+    "Dithering and bitmaps",
+    {
+        withGoal(bits("fs-to-bits", toBits<MOX_DITHER_FS>), DIFFUSION_NS),
+        bits("jjh-to-bits", toBits<MOX_DITHER_JJH>),
+        bits("stuckey-to-bits", toBits<MOX_DITHER_STUCKEY>),
+        bits("bayer-to-bits", toBits<MOX_DITHER_BAYER>),
+        bits("none-to-bits", toBits<MOX_DITHER_NONE>),
+        bytes("fs-to-15-levels", toLevels<MOX_DITHER_FS>),
+        bytes("bayer-to-15-levels", toLevels<MOX_DITHER_BAYER>),
+        rgb("to-bitmap-24", toBitmap24),
+        rgb("from-bitmap-24", fromBitmap24),
+        ofPicture("encode-drawing", encode<DRAWING>, DRAWING_NS),
+        ofPicture("decode-drawing", decode<DRAWING>, DRAWING_NS),
+        ofPicture("encode-photograph", encode<PHOTOGRAPH>, PHOTOGRAPH_NS),
+        ofPicture("median-cut-256", medianCut, 0),
+    },
+};

@@ -14,7 +14,7 @@ void addRows(const char *name, const Layout &layout, const Layout *reference, st
                 row.reference = *reference;
                 row.goal = {GOAL_RATIO, 2};
             } else if (size == LARGE) {
-                row.goal = {GOAL_SHARE, 0.85};
+                row.goal = AT_THE_LIMIT;
             }
             rows->push_back(row);
         }

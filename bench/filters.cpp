@@ -60,78 +60,65 @@ void gradient(MoxImage *const *images) {
 
 const std::vector<int> SOME = {OWN_8U, OWN_16S, OWN_32F};
 
-const Operation BLUR_3 = {"blur-3x3", GROUP_FILTER, 1, false, SOME, blur<3>};
-const Operation BLUR_5 = {"blur-5x5", GROUP_FILTER, 1, false, SOME, blur<5>};
-const Operation BLUR_15 = {"blur-15x15", GROUP_FILTER, 1, false, SOME, blur<15>};
-const Operation BLUR_101 = {"blur-101x101", GROUP_FILTER, 1, false, SOME, blur<101>};
-const Operation CONVOLVE_3 = {"convolve-3x3", GROUP_FILTER, 1, false, SOME, convolve<3>};
-const Operation CONVOLVE_5 = {"convolve-5x5", GROUP_FILTER, 1, false, SOME, convolve<5>};
-const Operation CONVOLVE_9 = {"convolve-9x9", GROUP_FILTER, 1, false, SOME, convolve<9>};
-const Operation GRADIENT = {"gradient-3x3", GROUP_FILTER, 1, false, {OWN_8U}, gradient};
+const Operation BLUR_3 = {.name = "blur-3x3", .at = SOME, .call = blur<3>};
+const Operation BLUR_5 = {.name = "blur-5x5", .at = SOME, .call = blur<5>};
+const Operation BLUR_15 = {.name = "blur-15x15", .at = SOME, .call = blur<15>};
+const Operation BLUR_101 = {.name = "blur-101x101", .at = SOME, .call = blur<101>};
+const Operation CONVOLVE_3 = {.name = "convolve-3x3", .at = SOME, .call = convolve<3>};
+const Operation CONVOLVE_5 = {.name = "convolve-5x5", .at = SOME, .call = convolve<5>};
+const Operation CONVOLVE_9 = {.name = "convolve-9x9", .at = SOME, .call = convolve<9>};
+const Operation GRADIENT = {.name = "gradient-3x3", .at = {OWN_8U}, .call = gradient};
 
 // Times that a sample may take within the last-level cache, on a machine that is as wide as level v3.
-struct TimeGoal {
-    const Operation *operation;
-    int depth;
-    double ns;
-};
-const TimeGoal TIME_GOALS[] = {
-    {&BLUR_3, OWN_8U, 0.5},      {&BLUR_5, OWN_8U, 0.5},      {&BLUR_15, OWN_8U, 0.5},  {&BLUR_101, OWN_8U, 0.5},
-    {&BLUR_3, OWN_32F, 1.2},     {&BLUR_5, OWN_32F, 1.2},     {&BLUR_15, OWN_32F, 1.2}, {&BLUR_101, OWN_32F, 1.2},
-    {&CONVOLVE_3, OWN_8U, 0.35}, {&CONVOLVE_5, OWN_8U, 0.9},  {&CONVOLVE_9, OWN_8U, 3}, {&CONVOLVE_3, OWN_16S, 0.6},
-    {&CONVOLVE_3, OWN_32F, 0.6}, {&CONVOLVE_5, OWN_32F, 1.5},
-};
-
-Goal timeGoal(const Operation &operation, int depth) {
-    for (const TimeGoal &goal : TIME_GOALS) {
-        if (goal.operation == &operation && goal.depth == depth) return {GOAL_NS_PER_SAMPLE, goal.ns};
-    }
-    return {};
+EntryGoal within(int depth, double ns) {
+    return {depth, 1024, {GOAL_NS_PER_SAMPLE, ns}};
 }
 
-Row besideRow(const Operation &operation, const char *layoutName, int depth, int size, Goal goal) {
-    Row row = makeRow("Filters", operation, layoutName, depth, size);
-    row.hasReference = true;
-    row.goal = goal;
-    return row;
+const std::vector<EntryGoal> BLUR_TIMES = {within(OWN_8U, 0.5), within(OWN_32F, 1.2)};
+const std::vector<EntryGoal> CONVOLVE_3_TIMES = {within(OWN_8U, 0.35), within(OWN_16S, 0.6), within(OWN_32F, 0.6)};
+
+// The largest window beside the smallest.
+Entry besideSmallest() {
+    return {BLUR_101, "beside-3x3", {}, {1024}, {{-1, 0, {GOAL_RATIO, 1.3}}}, true, {}, &BLUR_3, false};
+}
+
+Entry rgb(const Operation &operation) {
+    return {operation, "rgb", {.channels = 3}, {1024}, {{-1, 0, {GOAL_RATIO, 1.1}}}, true};
+}
+
+Entry masked(const Operation &operation) {
+    return {operation, "masked", {.masked = true}, {1024}, {{-1, 0, {GOAL_RATIO, 1.5}}}, true};
+}
+
+// The whole image, rim and all, beside a region that has neighbours on all sides.
+Entry withRim(const Operation &operation) {
+    const Layout region = {.region = true, .x = {64, 64, 64}, .y = 64};
+    return {operation, "with-rim", {}, {4096}, {{-1, 0, {GOAL_RATIO, 1.05}}}, true, region, nullptr, false};
 }
 
 }  // namespace
 
-void addFilterRows(std::vector<Row> *rows) {
-    static const Operation *const OPERATIONS[] = {&BLUR_3,     &BLUR_5,     &BLUR_15,    &BLUR_101,
-                                                  &CONVOLVE_3, &CONVOLVE_5, &CONVOLVE_9, &GRADIENT};
-    for (const Operation *operation : OPERATIONS) {
-        for (const int depth : operation->at) {
-            for (const int size : SIZES) {
-                Row row = makeRow("Filters", *operation, "", depth, size);
-                if (size == 1024 && ownCpuLevel() >= OWN_LEVEL_V3) row.goal = timeGoal(*operation, depth);
-                rows->push_back(row);
-            }
-        }
-    }
-    for (const int depth : SOME) {
-        // The largest window beside the smallest.
-        Row window = besideRow(BLUR_101, "beside-3x3", depth, 1024, {GOAL_RATIO, 1.3});
-        window.referenceOperation = &BLUR_3;
-        rows->push_back(window);
-    }
-    for (const Operation *operation : {&BLUR_5, &CONVOLVE_3, &CONVOLVE_5}) {
-        for (const int depth : SOME) {
-            Row rgb = besideRow(*operation, "rgb", depth, 1024, {GOAL_RATIO, 1.1});
-            rgb.layout.channels = 3;
-            rows->push_back(rgb);
-
-            Row masked = besideRow(*operation, "masked", depth, 1024, {GOAL_RATIO, 1.5});
-            masked.layout.masked = true;
-            rows->push_back(masked);
-
-            // The whole image, rim and all, beside a region that has neighbours on all sides.
-            Row rim = besideRow(*operation, "with-rim", depth, 4096, {GOAL_RATIO, 1.05});
-            rim.reference.region = true;
-            rim.reference.x[0] = rim.reference.x[1] = rim.reference.x[2] = 64;
-            rim.reference.y = 64;
-            rows->push_back(rim);
-        }
-    }
-}
+extern const Family filterFamily;
+const Family filterFamily = {
+    "Filters",
+    {
+        {.operation = BLUR_3, .goals = BLUR_TIMES},
+        {.operation = BLUR_5, .goals = BLUR_TIMES},
+        {.operation = BLUR_15, .goals = BLUR_TIMES},
+        {.operation = BLUR_101, .goals = BLUR_TIMES},
+        {.operation = CONVOLVE_3, .goals = CONVOLVE_3_TIMES},
+        {.operation = CONVOLVE_5, .goals = {within(OWN_8U, 0.9), within(OWN_32F, 1.5)}},
+        {.operation = CONVOLVE_9, .goals = {within(OWN_8U, 3)}},
+        {.operation = GRADIENT},
+        besideSmallest(),
+        rgb(BLUR_5),
+        rgb(CONVOLVE_3),
+        rgb(CONVOLVE_5),
+        masked(BLUR_5),
+        masked(CONVOLVE_3),
+        masked(CONVOLVE_5),
+        withRim(BLUR_5),
+        withRim(CONVOLVE_3),
+        withRim(CONVOLVE_5),
+    },
+};

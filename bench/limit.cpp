@@ -1,36 +1,22 @@
-// Chooses among the passes. The limit belongs to the machine: it uses the widest vectors there are, whatever level the
-// library is forced to.
+// Chooses among the passes. The limit belongs to the machine: it uses the widest vectors there are (in this
+// build), whatever level the library is forced to.
 #include "limit.h"
 
 #include <cstring>
 
 #include "core/owncpu.h"
+#include "frame/ownkernel.h"
 #include "limitrows.h"
 
-namespace ownBase {
-extern const LimitRows limitRows;
-}
-#if defined(OWN_HAS_LEVELS)
-namespace ownV3 {
-extern const LimitRows limitRows;
-}
-namespace ownV4 {
-extern const LimitRows limitRows;
-}
-#endif
+OWN_DECLARE_LEVELS(LimitRows, limitRows)
 
 namespace {
 
 enum { PLAIN, STREAMING, LIBRARY, NARROW, FORMS };
 
 const LimitRows &rowsOf(OwnCpuLevel level) {
-#if defined(OWN_HAS_LEVELS)
-    if (level == OWN_LEVEL_V4) return ownV4::limitRows;
-    if (level == OWN_LEVEL_V3) return ownV3::limitRows;
-#else
-    static_cast<void>(level);
-#endif
-    return ownBase::limitRows;
+    static constexpr const LimitRows *tables[] = OWN_LEVEL_TABLES(limitRows);
+    return *tables[level];
 }
 
 const LimitRows &widest() {
@@ -45,7 +31,7 @@ const LimitRows &narrower() {
 }  // namespace
 
 double limitBytes(const Traffic &traffic) {
-    static constexpr int STREAMS[LIMIT_SHAPES] = {1, 2, 3, 2, 3, 4, 4};
+    static constexpr int STREAMS[LIMIT_SHAPES] = {1, 2, 3, 2, 3, 4, 4, 1, 2};
     return static_cast<double>(traffic.bytes) * STREAMS[traffic.shape] + static_cast<double>(traffic.maskBytes);
 }
 

@@ -14,6 +14,8 @@ enum LimitShape {
     LIMIT_KEEP_COPY,  // a and d to d
     LIMIT_KEEP_JOIN,  // a, b and d to d
     LIMIT_SWAP,       // a and d to each other
+    LIMIT_READ,       // a, to nowhere
+    LIMIT_READ_TWO,   // a and b, to nowhere
     LIMIT_SHAPES
 };
 

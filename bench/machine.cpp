@@ -35,7 +35,6 @@ std::string compilerName() {
 }  // namespace
 
 Facts machineFacts() {
-    static constexpr const char *LEVELS[OWN_LEVELS] = {"base", "v3", "v4"};
     const benchmark::CPUInfo &cpu = benchmark::CPUInfo::Get();
     Facts facts;
     facts.push_back({"Processor", processorName()});
@@ -44,7 +43,7 @@ Facts machineFacts() {
         const std::string kind = cache.type == "Unified" ? "" : " " + cache.type;
         facts.push_back({"Cache L" + std::to_string(cache.level) + kind, sizeText(cache.size)});
     }
-    facts.push_back({"CPU level in use", LEVELS[ownCpuLevel()]});
+    facts.push_back({"Highest CPU level", LEVEL_NAMES[ownHighestCpuLevel()]});
     facts.push_back({"Compiler", compilerName()});
     char date[16];
     const std::time_t now = std::time(nullptr);

@@ -2,6 +2,7 @@
 // state; medians then drop the rounds that were disturbed.
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <ctime>
 #include <functional>
 
@@ -45,28 +46,36 @@ double median(std::vector<double> values) {
     return (*std::max_element(values.begin(), middle) + *middle) / 2;
 }
 
-// The median of a round's quotients: a disturbance that lasts for rounds slows both sides.
-double medianQuotient(const std::vector<double> &above, const std::vector<double> &below) {
-    std::vector<double> quotients;
+std::vector<double> quotients(const std::vector<double> &above, const std::vector<double> &below) {
+    std::vector<double> all;
     for (size_t i = 0; i < std::min(above.size(), below.size()); ++i)
-        quotients.push_back(above[i] / below[i]);
-    return median(quotients);
+        all.push_back(above[i] / below[i]);
+    return all;
 }
 
+// The median of the rounds' quotients: a disturbance that lasts for rounds slows both sides.
+double medianQuotient(const std::vector<double> &above, const std::vector<double> &below) {
+    return median(quotients(above, below));
+}
+
+// One of the things that are timed in turn; level is the one that it is forced to.
 struct Competitor {
     Pass pass;
-    int form;  // of the limit
-    int calls;
-    std::vector<double> times;
+    OwnCpuLevel level;
+    int form = 0;  // of the limit
+    int calls = 1;
+    std::vector<double> times = {};
 };
 
 void prepare(Competitor *competitor) {
+    ownForceCpuLevel(competitor->level);
     competitor->pass();
     const double once = std::max(timeCalls(competitor->pass, 1), 1.0);
     competitor->calls = static_cast<int>(std::clamp(BATCH_NS / once, 1.0, double{LONGEST_BATCH}));
 }
 
 void timeRound(Competitor *competitor, bool warmUp) {
+    ownForceCpuLevel(competitor->level);
     if (warmUp) competitor->pass();
     competitor->times.push_back(timeCalls(competitor->pass, competitor->calls));
 }
@@ -83,50 +92,109 @@ std::vector<Competitor> competingForms(const Row &row, const Traffic &traffic) {
     const LimitBuffers buffers = sceneBuffers();
     for (int form = 0; form < limitForms(); ++form) {
         if (!limitHasForm(traffic.shape, form)) continue;
-        forms.push_back({[=] { limitPass(traffic, buffers, form); }, form, 1, {}});
+        forms.push_back({[=] { limitPass(traffic, buffers, form); }, OWN_LEVEL_BASE, form});
     }
     return forms;
 }
 
-void summarize(const Row &row, const Scene &scene, const Competitor &own, const Competitor &reference,
-               const Scene &referenceScene, std::vector<Competitor> *forms, Result *result) {
-    result->nsPerCall = median(own.times);
-    result->nsPerSample = result->nsPerCall / scene.samples;
-    if (row.size >= SIZES[0]) result->gbPerSecond = limitBytes(scene.traffic) / result->nsPerCall;
-    if (row.hasReference) {
-        result->ratio = medianQuotient(own.times, reference.times) * referenceScene.samples / scene.samples;
-    }
-    if (!forms->empty()) {
-        keepQuickest(forms);
-        result->share = medianQuotient(forms->front().times, own.times);
-        result->limitForm = limitFormName(forms->front().form);
-    }
+// The images of a row, and of what it is compared with.
+struct Scenes {
+    Scene own, reference;
+    bool warmUp;
+};
+
+void openScenes(const Row &row, Scenes *scenes) {
+    const Operation &other = row.referenceOperation ? *row.referenceOperation : *row.operation;
+    makeScene(*row.operation, row.depthIndex, row.size, row.layout, &scenes->own);
+    scenes->reference = {};
+    if (row.hasReference) makeScene(other, row.depthIndex, row.size, row.reference, &scenes->reference);
+    attachScene(&scenes->own);
+    attachScene(&scenes->reference);
+    fillBuffers(scenes->own, row.depthIndex);
+    scenes->warmUp = static_cast<double>(scenes->own.bytes) * scenes->own.count < CACHES;
 }
 
-bool measureScenes(const Row &row, int rounds, Scene *scene, Scene *referenceScene, Result *result) {
-    const auto call = row.operation->call;
-    const auto referenceCall = row.referenceOperation ? row.referenceOperation->call : call;
-    Competitor own = {[=] { call(scene->images); }, 0, 1, {}};
-    Competitor reference = {[=] { referenceCall(referenceScene->images); }, 0, 1, {}};
-    std::vector<Competitor> forms = competingForms(row, scene->traffic);
+void closeScenes(Scenes *scenes) {
+    freeScene(&scenes->own);
+    freeScene(&scenes->reference);
+}
 
+// The operation at each level.
+std::vector<Competitor> atLevels(const Operation &operation, const Scene &scene, const Levels &levels) {
+    std::vector<Competitor> all;
+    for (const OwnCpuLevel level : levels)
+        all.push_back({[call = operation.call, &scene] { call(scene.images); }, level});
+    return all;
+}
+
+// False where the operation reports a failure.
+bool prepareAll(std::vector<Competitor> *all) {
     moxSetErrStatus(MOX_StatusNoError);
-    prepare(&own);
-    if (row.hasReference) prepare(&reference);
-    if (moxGetErrStatus() != MOX_StatusNoError) return false;
-    for (Competitor &form : forms)
-        prepare(&form);
+    for (Competitor &one : *all)
+        prepare(&one);
+    return moxGetErrStatus() == MOX_StatusNoError;
+}
 
-    const bool warmUp = static_cast<double>(scene->bytes) * scene->count < CACHES;
-    for (int round = 0; round < rounds; ++round) {
-        timeRound(&own, warmUp);
-        if (row.hasReference) timeRound(&reference, warmUp);
-        for (Competitor &form : forms)
-            timeRound(&form, warmUp);
-        if (round + 1 == AUDITION) keepQuickest(&forms);
+// What is timed of a row.
+struct Race {
+    std::vector<Competitor> own, reference, forms;
+};
+
+// What is compared closely runs closely. Every other round runs backwards: what one pass leaves in the caches helps or
+// harms the next.
+std::vector<Competitor *> startingOrder(Race *race) {
+    std::vector<Competitor *> order;
+    for (size_t i = 0; i < race->own.size(); ++i) {
+        order.push_back(&race->own[i]);
+        if (!race->reference.empty()) order.push_back(&race->reference[i]);
     }
-    summarize(row, *scene, own, reference, *referenceScene, &forms, result);
+    for (Competitor &form : race->forms)
+        order.push_back(&form);
+    return order;
+}
+
+bool runRace(const Row &row, const Levels &levels, int rounds, const Scenes &scenes, Race *race) {
+    const Operation &other = row.referenceOperation ? *row.referenceOperation : *row.operation;
+    race->own = atLevels(*row.operation, scenes.own, levels);
+    if (row.hasReference) race->reference = atLevels(other, scenes.reference, levels);
+    race->forms = competingForms(row, scenes.own.traffic);
+    if (!prepareAll(&race->own) || !prepareAll(&race->reference)) return false;
+    for (Competitor &form : race->forms)
+        prepare(&form);
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<Competitor *> order = startingOrder(race);
+        if (round % 2 != 0) std::reverse(order.begin(), order.end());
+        for (Competitor *competitor : order)
+            timeRound(competitor, scenes.warmUp);
+        if (round + 1 == AUDITION) keepQuickest(&race->forms);
+    }
+    keepQuickest(&race->forms);
     return true;
+}
+
+Result summarize(const Row &row, const Scenes &scenes, const Race &race, size_t i) {
+    Result result;
+    result.name = row.name;
+    result.subject = row.subject;
+    result.operation = row.operation->name;
+    result.layout = row.layoutName;
+    result.depth = depthName(row.depthIndex);
+    result.level = LEVEL_NAMES[race.own[i].level];
+    result.size = row.size;
+    result.goal = goalAt(row, race.own[i].level);
+    const std::vector<double> &times = race.own[i].times;
+    result.nsPerCall = median(times);
+    result.nsPerSample = result.nsPerCall / scenes.own.samples;
+    if (row.size >= SIZES[0]) result.gbPerSecond = limitBytes(scenes.own.traffic) / result.nsPerCall;
+    if (i > 0) result.toLower = medianQuotient(times, race.own[i - 1].times);
+    if (row.hasReference) {
+        result.ratio = medianQuotient(times, race.reference[i].times) * scenes.reference.samples / scenes.own.samples;
+    }
+    if (!race.forms.empty()) {
+        result.share = medianQuotient(race.forms.front().times, times);
+        result.limitForm = limitFormName(race.forms.front().form);
+    }
+    return result;
 }
 
 }  // namespace
@@ -137,27 +205,43 @@ int usualRounds(const Row &row) {
     return bytes < 16e6 ? 25 : bytes < 128e6 ? 15 : 9;
 }
 
-bool measureRow(const Row &row, int rounds, Result *result) {
-    *result = {};
-    result->name = row.name;
-    result->subject = row.subject;
-    result->operation = row.operation->name;
-    result->layout = row.layoutName;
-    result->depth = depthName(row.depthIndex);
-    result->size = row.size;
-    result->goal = row.goal;
+bool measureRow(const Row &row, const Levels &levels, int rounds, std::vector<Result> *results) {
+    const OwnCpuLevel before = ownCpuLevel();
+    Scenes scenes;
+    openScenes(row, &scenes);
+    Race race;
+    results->clear();
+    const bool done = runRace(row, levels, rounds, scenes, &race);
+    for (size_t i = 0; done && i < levels.size(); ++i)
+        results->push_back(summarize(row, scenes, race, i));
+    closeScenes(&scenes);
+    ownForceCpuLevel(before);
+    return done;
+}
 
-    const OwnCpuLevel level = ownCpuLevel();
-    if (row.level >= 0 && !ownForceCpuLevel(static_cast<OwnCpuLevel>(row.level))) return false;
-    Scene scene, reference = {};
-    makeScene(*row.operation, row.depthIndex, row.size, row.layout, &scene);
-    if (row.hasReference) makeScene(*row.operation, row.depthIndex, row.size, row.reference, &reference);
-    attachScene(&scene);
-    attachScene(&reference);
-    fillBuffers(scene, row.depthIndex);
-    const bool done = measureScenes(row, rounds, &scene, &reference, result);
-    freeScene(&scene);
-    freeScene(&reference);
-    ownForceCpuLevel(level);
+// Every round goes up the levels and down again, so that each of them comes before and after its neighbours.
+bool compareLevels(const Row &row, const Levels &levels, int rounds, std::vector<LevelStep> *steps) {
+    const OwnCpuLevel before = ownCpuLevel();
+    Scenes scenes;
+    openScenes(row, &scenes);
+    std::vector<Competitor> up = atLevels(*row.operation, scenes.own, levels);
+    const bool done = prepareAll(&up);
+    std::vector<Competitor> down = up;
+    for (int round = 0; done && round < rounds; ++round) {
+        for (Competitor &one : up)
+            timeRound(&one, scenes.warmUp);
+        for (size_t i = down.size(); i-- > 0;)
+            timeRound(&down[i], scenes.warmUp);
+    }
+    steps->clear();
+    for (size_t i = 1; done && i < levels.size(); ++i) {
+        std::vector<double> all = quotients(up[i].times, up[i - 1].times);
+        const std::vector<double> others = quotients(down[i].times, down[i - 1].times);
+        all.insert(all.end(), others.begin(), others.end());
+        std::sort(all.begin(), all.end());
+        steps->push_back({levels[i], median(all), all[all.size() / 4]});
+    }
+    closeScenes(&scenes);
+    ownForceCpuLevel(before);
     return done;
 }

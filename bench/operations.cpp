@@ -65,11 +65,6 @@ void shift(Images images) {
     operation(images[0], images[1], 3);
 }
 
-const std::vector<int> EVERY = {OWN_1U, OWN_8U, OWN_8S, OWN_16U, OWN_16S, OWN_32S, OWN_32F};
-const std::vector<int> NUMBERS = {OWN_8U, OWN_8S, OWN_16U, OWN_16S, OWN_32S, OWN_32F};
-const std::vector<int> INTEGERS = {OWN_8U, OWN_8S, OWN_16U, OWN_16S, OWN_32S};
-const std::vector<int> INTEGERS_AND_BITS = {OWN_1U, OWN_8U, OWN_8S, OWN_16U, OWN_16S, OWN_32S};
-
 }  // namespace
 
 const std::vector<Operation> &allOperations() {

@@ -15,27 +15,37 @@ std::string formatted(const char *format, double value) {
     return text;
 }
 
+template <typename Value>
+bool addOnce(const Value &value, std::vector<Value> *values) {
+    if (std::find(values->begin(), values->end(), value) != values->end()) return false;
+    values->push_back(value);
+    return true;
+}
+
 const char *INTRODUCTION = R"(# Performance
 
-`script/bench` measures this and prints the table; `mox_bench --report=FILE --docs=docs` makes this page and its plot from a
-file that `mox_bench --json=FILE` wrote.
+`script/bench --docs` measures this and writes this page and its plot; `script/bench --table` prints a table instead, and
+`script/bench --help` says what else there is.
 
 ![Share of the memory limit](performance.svg)
 
 ## How it is measured
 
-One thread calls the library as an application does. A row is measured in rounds; in every round the operation, what it is
-compared with, and the memory limit are timed one after the other on the same buffers. Times are the thread's own (what
+One thread calls the library as an application does. A row is measured in rounds; in every round the operation and what it is
+compared with, at each CPU level, and the memory limit are timed one after the other on the same buffers. Times are the thread's own (what
 the machine does for others does not count) and medians of the rounds; quotients are medians of the rounds' quotients.
 
+- The levels are those of the machine: `base` is SSE2, `v3` AVX2, `v4` AVX-512. A cell has the figures of all, in this order.
+  Goals hold at v3 and v4; at the baseline plain images in memory have one of their own, and so have short calls.
 - **ns/sample** is the time of a call divided by the samples that it processes.
 - **limit** is the share of the memory limit that is reached: the time of moving the same bytes and doing nothing else, divided
-  by the operation's time. As many streams are read and written as the operation has images, by the quickest of plain stores,
+  by the operation's time, with the widest vectors that the machine has, at all levels. As many streams are read and written as the operation has images, by the quickest of plain stores,
   stores past the caches, and `memcpy` or `memset`. Where some samples of a cache line are left alone (masks, channels of
-  interest, alpha) the limit reads the destination too, and moves whole pixels. A figure somewhat above 1 says that the operation
+  interest, alpha) the limit reads the destination too, and moves whole pixels: a channel of interest may take 1.3 times as long
+  as that, which is 0.77 of the limit. A figure somewhat above 1 says that the operation
   is as quick as moving its bytes, give or take the noise.
 - **beside** is the time per sample in units of the row's counterpart: for a region, mask or tile the same operation on whole plain
-  images, with as many channels; for a channel of interest an image of one channel; for `rgb-region`, `rgb-masked` and `alpha` an image
+  images, with as many channels; for `rgb-region`, `rgb-masked` and `alpha` an image
   of three channels in pixel order; for bits at an offset the same at byte boundaries; for `beside-3x3` the smallest
   window, for `with-rim` a region that has neighbours on all sides.
 - Regions begin at a cache line in every row (`region`, `rgb-region`) or anywhere, and elsewhere in each image (`odd-region`).
@@ -81,7 +91,7 @@ std::string valueText(const Result &row) {
     }
 }
 
-// Rows of one subject, layout and goal, counted.
+// Rows of one subject, layout, level and goal, counted.
 struct GoalGroup {
     const Result *worst;
     int rows, met;
@@ -93,7 +103,7 @@ std::vector<GoalGroup> groupGoals(const std::vector<Result> &results) {
         if (row.goal.kind == GOAL_NONE) continue;
         auto group = std::find_if(groups.begin(), groups.end(), [&](const GoalGroup &other) {
             return other.worst->subject == row.subject && other.worst->layout == row.layout &&
-                   goalText(other.worst->goal) == goalText(row.goal);
+                   other.worst->level == row.level && goalText(other.worst->goal) == goalText(row.goal);
         });
         if (group == groups.end()) group = groups.insert(groups.end(), {&row, 0, 0});
         group->rows += 1;
@@ -104,12 +114,51 @@ std::vector<GoalGroup> groupGoals(const std::vector<Result> &results) {
 }
 
 void writeGoals(std::ofstream &out, const std::vector<Result> &results) {
-    out << "\n## Goals\n\n| Rows | Layout | Goal | Met | Of | Worst | |\n|---|---|---|--:|--:|---|--:|\n";
+    out << "\n## Goals\n\n| Rows | Layout | Level | Goal | Met | Of | Worst | |\n|---|---|---|---|--:|--:|---|--:|\n";
     for (const GoalGroup &group : groupGoals(results)) {
         const Result &worst = *group.worst;
-        out << "| " << worst.subject << " | " << (worst.layout.empty() ? "plain" : worst.layout) << " | "
-            << goalText(worst.goal) << " | " << group.met << " | " << group.rows << " | " << worst.name << " | "
-            << valueText(worst) << " |\n";
+        out << "| " << worst.subject << " | " << (worst.layout.empty() ? "plain" : worst.layout) << " | " << worst.level
+            << " | " << goalText(worst.goal) << " | " << group.met << " | " << group.rows << " | " << worst.name
+            << " | " << valueText(worst) << " |\n";
+    }
+}
+
+// Where a level is slower than the one below, as far as one row's rounds can tell.
+void writeSlowerLevels(std::ofstream &out, const std::vector<Result> &results) {
+    out << "\n## One level and the next\n\nNo level is to be slower than the one below it; `script/deep/check-levels` "
+           "tells noise from fact. Rows that took more than "
+        << formatted("%.2f", SLOWER) << " times as long here:\n\n";
+    int rows = 0;
+    for (const Result &row : results) {
+        if (row.toLower <= SLOWER) continue;
+        if (rows++ == 0) out << "| Row | Level | Times the level below |\n|---|---|--:|\n";
+        out << "| " << row.name << " | " << row.level << " | " << formatted("%.2f", row.toLower) << " |\n";
+    }
+    if (rows == 0) out << "none.\n";
+}
+
+std::string whySlow(const Result &row) {
+    const char *why = whyBaseIsSlow(row.name);
+    return why ? why : "**!** Not explained.";
+}
+
+// Rows that are slow at the baseline, under the sentences that say why.
+void writeSlowBase(std::ofstream &out, const std::vector<Result> &results) {
+    out << "\nThe baseline takes more than " << formatted("%.0f", SLOW_BASE) << " times what v3 takes in these rows:\n";
+    std::vector<std::string> sentences;
+    for (const Result &row : results) {
+        if (isBaseSlow(row)) addOnce(whySlow(row), &sentences);
+    }
+    if (sentences.empty()) out << "\nnone.\n";
+    for (const std::string &sentence : sentences) {
+        out << "\n- " << sentence << " ";
+        const char *separator = "";
+        for (const Result &row : results) {
+            if (!isBaseSlow(row) || sentence != whySlow(row)) continue;
+            out << separator << row.name << " (" << formatted("%.1f", 1 / row.toLower) << ")";
+            separator = ", ";
+        }
+        out << "\n";
     }
 }
 
@@ -119,9 +168,8 @@ std::string rowLabel(const Result &row) {
 
 std::vector<int> sizesOf(const std::vector<Result> &rows) {
     std::vector<int> sizes;
-    for (const Result &row : rows) {
-        if (std::find(sizes.begin(), sizes.end(), row.size) == sizes.end()) sizes.push_back(row.size);
-    }
+    for (const Result &row : rows)
+        addOnce(row.size, &sizes);
     std::sort(sizes.begin(), sizes.end());
     return sizes;
 }
@@ -154,18 +202,27 @@ void writeHead(std::ofstream &out, const Columns &columns) {
     out << head << "\n" << line << "\n";
 }
 
-void writeCells(std::ofstream &out, const Columns &columns, const Result *row) {
-    const auto cell = [&](const char *format, double value, GoalKind kind) {
-        const bool missed = row && row->goal.kind == kind && !isMet(*row);
-        out << " " << (row && value > 0 ? formatted(format, value) : "") << (missed ? " **!**" : "") << " |";
-    };
-    if (columns.call) {
-        cell("%.0f", row ? row->nsPerCall : 0, GOAL_NS_PER_CALL);
-    } else {
-        cell("%.4f", row ? row->nsPerSample : 0, GOAL_NS_PER_SAMPLE);
+// A row's figures at all levels.
+using Cell = std::vector<const Result *>;
+
+void writeCell(std::ofstream &out, const Cell &cell, const char *format, double Result::*value, GoalKind kind) {
+    std::string text;
+    for (const Result *row : cell) {
+        if (row->*value <= 0) continue;
+        const bool missed = row->goal.kind == kind && !isMet(*row);
+        text += (text.empty() ? "" : " / ") + formatted(format, row->*value) + (missed ? " **!**" : "");
     }
-    if (columns.share) cell("%.2f", row ? row->share : 0, GOAL_SHARE);
-    if (columns.ratio) cell("%.2f", row ? row->ratio : 0, GOAL_RATIO);
+    out << " " << text << " |";
+}
+
+void writeCells(std::ofstream &out, const Columns &columns, const Cell &cell) {
+    if (columns.call) {
+        writeCell(out, cell, "%.0f", &Result::nsPerCall, GOAL_NS_PER_CALL);
+    } else {
+        writeCell(out, cell, "%.4f", &Result::nsPerSample, GOAL_NS_PER_SAMPLE);
+    }
+    if (columns.share) writeCell(out, cell, "%.2f", &Result::share, GOAL_SHARE);
+    if (columns.ratio) writeCell(out, cell, "%.2f", &Result::ratio, GOAL_RATIO);
 }
 
 void writeSubject(std::ofstream &out, const std::string &subject, const std::vector<Result> &rows) {
@@ -175,17 +232,28 @@ void writeSubject(std::ofstream &out, const std::string &subject, const std::vec
     std::vector<std::string> labels;
     for (const Result &row : rows) {
         const std::string label = rowLabel(row);
-        if (std::find(labels.begin(), labels.end(), label) != labels.end()) continue;
-        labels.push_back(label);
+        if (!addOnce(label, &labels)) continue;
         out << "| " << label << " |";
         for (const int size : columns.sizes) {
-            const auto found = std::find_if(rows.begin(), rows.end(), [&](const Result &other) {
-                return other.size == size && rowLabel(other) == label;
-            });
-            writeCells(out, columns, found == rows.end() ? nullptr : &*found);
+            Cell cell;
+            for (const Result &other : rows) {
+                if (other.size == size && rowLabel(other) == label) cell.push_back(&other);
+            }
+            writeCells(out, columns, cell);
         }
         out << "\n";
     }
+}
+
+// The levels in the order of the cells.
+void writeLevels(std::ofstream &out, const std::vector<Result> &results) {
+    std::vector<std::string> levels;
+    for (const Result &row : results)
+        addOnce(row.level, &levels);
+    out << "\nLevels measured: ";
+    for (size_t i = 0; i < levels.size(); ++i)
+        out << (i > 0 ? " / " : "") << levels[i];
+    out << ".\n";
 }
 
 }  // namespace
@@ -194,11 +262,13 @@ bool writePage(const std::string &folder, const Facts &facts, const std::vector<
     std::ofstream out(folder + "/performance.md");
     out << INTRODUCTION;
     writeFacts(out, facts);
+    writeLevels(out, results);
     writeGoals(out, results);
+    writeSlowerLevels(out, results);
+    writeSlowBase(out, results);
     std::vector<std::string> subjects;
-    for (const Result &row : results) {
-        if (std::find(subjects.begin(), subjects.end(), row.subject) == subjects.end()) subjects.push_back(row.subject);
-    }
+    for (const Result &row : results)
+        addOnce(row.subject, &subjects);
     for (const std::string &subject : subjects) {
         std::vector<Result> rows;
         std::copy_if(results.begin(), results.end(), std::back_inserter(rows),

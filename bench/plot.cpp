@@ -1,5 +1,5 @@
 // The results as a plot: for every operation on plain images, at three depths, the share of the memory limit at each
-// size.
+// size, at the highest level measured.
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -68,8 +68,8 @@ const Result *findRow(const std::vector<Result> &results, const std::string &ope
     return found == results.end() ? nullptr : &*found;
 }
 
-void drawLegend(Canvas canvas) {
-    canvas.text(12, 22, "start", 15, "Share of the memory limit, by operation, depth and size");
+void drawLegend(Canvas canvas, const std::string &level) {
+    canvas.text(12, 22, "start", 15, "Share of the memory limit at level " + level + ", by operation, depth and size");
     int x = LABELS;
     for (const Series &series : SERIES) {
         canvas.bar(x, 34, 12, 12, series.color);
@@ -109,8 +109,12 @@ void drawPanel(Canvas canvas, int x, const char *depth, const std::vector<std::s
 
 }  // namespace
 
-bool writePlot(const std::string &path, const std::vector<Result> &results) {
+bool writePlot(const std::string &path, const std::vector<Result> &all) {
     std::ofstream out(path);
+    const std::string level = all.empty() ? "" : all.back().level;
+    std::vector<Result> results;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(results),
+                 [&](const Result &row) { return row.level == level; });
     Canvas canvas = {out};
     const std::vector<std::string> operations = operationsOf(results);
     const int panels = static_cast<int>(std::size(DEPTHS));
@@ -119,7 +123,7 @@ bool writePlot(const std::string &path, const std::vector<Result> &results) {
     out << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
         << "\" viewBox=\"0 0 " << width << " " << height << "\" font-family=\"sans-serif\">\n";
     canvas.bar(0, 0, width, height, "#fff");
-    drawLegend(canvas);
+    drawLegend(canvas, level);
     for (size_t i = 0; i < operations.size(); ++i) {
         canvas.text(LABELS - 8, TOP + GROUP * static_cast<int>(i) + GROUP / 2 + 4, "end", 12, operations[i]);
     }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -48,12 +49,12 @@ double numberOf(const std::string &line, const std::string &key) {
 void writeRow(std::ofstream &out, const Result &row) {
     out << "    {\"name\": " << quoted(row.name) << ", \"subject\": " << quoted(row.subject)
         << ", \"operation\": " << quoted(row.operation) << ", \"layout\": " << quoted(row.layout)
-        << ", \"depth\": " << quoted(row.depth) << ", \"size\": " << row.size
+        << ", \"depth\": " << quoted(row.depth) << ", \"level\": " << quoted(row.level) << ", \"size\": " << row.size
         << ", \"nsPerCall\": " << number(row.nsPerCall) << ", \"nsPerSample\": " << number(row.nsPerSample)
         << ", \"gbPerSecond\": " << number(row.gbPerSecond) << ", \"share\": " << number(row.share)
-        << ", \"ratio\": " << number(row.ratio) << ", \"limitForm\": " << quoted(row.limitForm)
-        << ", \"goal\": " << quoted(GOAL_NAMES[row.goal.kind]) << ", \"bound\": " << number(row.goal.bound)
-        << ", \"met\": " << (isMet(row) ? "true" : "false") << "}";
+        << ", \"ratio\": " << number(row.ratio) << ", \"toLower\": " << number(row.toLower)
+        << ", \"limitForm\": " << quoted(row.limitForm) << ", \"goal\": " << quoted(GOAL_NAMES[row.goal.kind])
+        << ", \"bound\": " << number(row.goal.bound) << ", \"met\": " << (isMet(row) ? "true" : "false") << "}";
 }
 
 Result readRow(const std::string &line) {
@@ -63,12 +64,14 @@ Result readRow(const std::string &line) {
     row.operation = textOf(line, "operation");
     row.layout = textOf(line, "layout");
     row.depth = textOf(line, "depth");
+    row.level = textOf(line, "level");
     row.size = static_cast<int>(numberOf(line, "size"));
     row.nsPerCall = numberOf(line, "nsPerCall");
     row.nsPerSample = numberOf(line, "nsPerSample");
     row.gbPerSecond = numberOf(line, "gbPerSecond");
     row.share = numberOf(line, "share");
     row.ratio = numberOf(line, "ratio");
+    row.toLower = numberOf(line, "toLower");
     row.limitForm = textOf(line, "limitForm");
     const std::string goal = textOf(line, "goal");
     for (int kind = GOAL_SHARE; kind <= GOAL_NS_PER_CALL; ++kind) {
@@ -107,6 +110,13 @@ std::string goalText(const Goal &goal) {
         default:
             return "";
     }
+}
+
+int levelNumber(const std::string &name) {
+    for (int level = 0; level < static_cast<int>(std::size(LEVEL_NAMES)); ++level) {
+        if (name == LEVEL_NAMES[level]) return level;
+    }
+    return -1;
 }
 
 bool writeResults(const std::string &path, const Facts &facts, const std::vector<Result> &results) {

@@ -1,6 +1,25 @@
 // Rows put together.
 #include "rows.h"
 
+#include <algorithm>
+
+extern const Family filterFamily, bitmapFamily;
+
+namespace {
+
+// The families that have tables, in the order of the page.
+const Family *const allFamilies[] = {&filterFamily, &bitmapFamily};
+
+Goal entryGoal(const Entry &entry, int depth, int size) {
+    for (const EntryGoal &goal : entry.goals) {
+        if ((goal.depthIndex < 0 || goal.depthIndex == depth) && (goal.size == 0 || goal.size == size))
+            return goal.goal;
+    }
+    return {};
+}
+
+}  // namespace
+
 std::vector<Row> allRows() {
     std::vector<Row> rows;
     addMoveRows(&rows);
@@ -10,9 +29,8 @@ std::vector<Row> allRows() {
     addMaskRows(&rows);
     addTileRows(&rows);
     addBitRows(&rows);
-    addFilterRows(&rows);
-    addBitmapRows(&rows);
-    addLevelRows(&rows);
+    for (const Family *family : allFamilies)
+        addFamilyRows(*family, &rows);
     addCallRows(&rows);
     return rows;
 }
@@ -27,8 +45,25 @@ Row makeRow(const char *subject, const Operation &operation, const char *layoutN
     row.layoutName = layoutName;
     row.depthIndex = depthIndex;
     row.size = size;
-    row.level = -1;
+    row.checked = size == SMALL;
     return row;
+}
+
+void addFamilyRows(const Family &family, std::vector<Row> *rows) {
+    for (const Entry &entry : family.entries) {
+        for (const int depth : entry.operation.at) {
+            for (const int size : entry.sizes) {
+                Row row = makeRow(family.subject, entry.operation, entry.layoutName, depth, size);
+                row.layout = entry.layout;
+                row.hasReference = entry.hasReference;
+                row.reference = entry.reference;
+                row.referenceOperation = entry.referenceOperation;
+                row.goal = entryGoal(entry, depth, size);
+                row.checked = entry.checked && size == *std::min_element(entry.sizes.begin(), entry.sizes.end());
+                rows->push_back(row);
+            }
+        }
+    }
 }
 
 void addPlainRows(const char *subject, OperationGroup group, std::vector<Row> *rows) {
@@ -38,7 +73,8 @@ void addPlainRows(const char *subject, OperationGroup group, std::vector<Row> *r
             if (depth == OWN_1U) continue;  // bits are a subject of their own
             for (const int size : SIZES) {
                 Row row = makeRow(subject, operation, "", depth, size);
-                if (size == LARGE && isSimple(operation, depth)) row.goal = {GOAL_SHARE, 0.85};
+                if (size == LARGE && isSimple(operation, depth)) row.goal = AT_THE_LIMIT;
+                row.checked = true;
                 rows->push_back(row);
             }
         }
@@ -72,4 +108,11 @@ void addLayoutRows(const LayoutSubject &of, std::vector<Row> *rows) {
             }
         }
     }
+}
+
+Goal goalAt(const Row &row, OwnCpuLevel level) {
+    Goal goal = row.goal;
+    if (level == OWN_LEVEL_BASE) goal.bound = goal.atBase;
+    if (goal.bound <= 0) return {};
+    return goal;
 }

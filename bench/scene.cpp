@@ -52,7 +52,7 @@ const uint8_t *noise(bool floats) {
 }
 
 int bufferOf(const Scene &scene, int image) {
-    return image == scene.count - 1 ? MOST_IMAGES - 1 : image;
+    return scene.writes && image == scene.count - 1 ? MOST_IMAGES - 1 : image;
 }
 
 // Hands out the tile's address and does nothing else.
@@ -88,7 +88,20 @@ void makeMask(Scene *scene, int size, const Layout &layout) {
         scene->mask->roi = &scene->maskRoi;
     }
     growBuffer(&buffers[MASK], static_cast<size_t>(scene->mask->imageSize));
-    scene->images[scene->count - 1]->maskROI = scene->mask;
+    scene->images[scene->writes ? scene->count - 1 : 0]->maskROI = scene->mask;
+}
+
+double pixelBits(int depthIndex, int channels) {
+    return static_cast<double>(channels) * ownDepthBits(depthCode(depthIndex));
+}
+
+// The bytes written for each one that is read.
+double writtenOf(const Operation &operation, int depthIndex, const Layout &layout) {
+    if (operation.written > 0) return operation.written;
+    const Form &form = operation.destination;
+    const double bits = pixelBits(form.depthIndex >= 0 ? form.depthIndex : depthIndex,
+                                  form.channels > 0 ? form.channels : layout.channels);
+    return form.scale * form.scale * bits / pixelBits(depthIndex, layout.channels);
 }
 
 // What leaves some samples of a cache line alone reads the destination too, and a channel of interest moves whole
@@ -98,28 +111,34 @@ Traffic trafficOf(const Operation &operation, int depthIndex, int size, const La
     static constexpr LimitShape KEEP[] = {LIMIT_KEEP_FILL, LIMIT_KEEP_COPY, LIMIT_KEEP_JOIN};
     const bool keeps = layout.masked || layout.alpha || layout.coi != 0;
     const size_t pixels = static_cast<size_t>(size) * static_cast<size_t>(size);
-    const auto bits = static_cast<size_t>(layout.channels) * static_cast<size_t>(ownDepthBits(depthCode(depthIndex)));
-    const double bytes = static_cast<double>(pixels * bits / 8) * (1 + operation.written) / 2;
-    return {operation.exchanges ? LIMIT_SWAP : (keeps ? KEEP : ALL)[operation.sources], static_cast<size_t>(bytes),
-            layout.masked ? pixels / 8 : 0};
+    const size_t maskBytes = layout.masked ? pixels / 8 : 0;
+    const double bytes = static_cast<double>(pixels) * pixelBits(depthIndex, layout.channels) / 8;
+    if (operation.measuresOnly)
+        return {operation.sources == 1 ? LIMIT_READ : LIMIT_READ_TWO, static_cast<size_t>(bytes), maskBytes};
+    return {operation.exchanges ? LIMIT_SWAP : (keeps ? KEEP : ALL)[operation.sources],
+            static_cast<size_t>(bytes * (1 + writtenOf(operation, depthIndex, layout)) / 2), maskBytes};
 }
 
 }  // namespace
 
 void makeScene(const Operation &operation, int depthIndex, int size, const Layout &layout, Scene *scene) {
     *scene = {};
-    scene->count = operation.sources + 1;
+    scene->writes = !operation.measuresOnly;
+    scene->count = operation.sources + (scene->writes ? 1 : 0);
     const int processed = layout.coi != 0 ? 1 : layout.channels - (layout.alpha ? 1 : 0);
     scene->samples = static_cast<double>(size) * size * processed;
     scene->traffic = trafficOf(operation, depthIndex, size, layout);
     for (int i = 0; i < scene->count; ++i) {
         // A region leaves something of the image on all sides.
         const int margin = layout.region ? 128 : 0;
+        const Form form = scene->writes && i == scene->count - 1 ? operation.destination : Form();
+        const int side = static_cast<int>(size * form.scale);
         MoxImage *image =
-            makeHeader(layout.channels, layout.alpha, depthCode(depthIndex), size + margin, size + margin);
+            makeHeader(form.channels > 0 ? form.channels : layout.channels, layout.alpha,
+                       depthCode(form.depthIndex >= 0 ? form.depthIndex : depthIndex), side + margin, side + margin);
         scene->images[i] = image;
         if (layout.region || layout.coi != 0) {
-            scene->rois[i] = {layout.coi, layout.x[bufferOf(*scene, i)], layout.y, size, size};
+            scene->rois[i] = {layout.coi, layout.x[bufferOf(*scene, i)], layout.y, side, side};
             image->roi = &scene->rois[i];
         }
         size_t bytes = static_cast<size_t>(image->imageSize);

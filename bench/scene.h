@@ -27,6 +27,7 @@ struct TileSource {
 struct Scene {
     MoxImage *images[MOST_IMAGES];  // sources, then the destination
     int count;
+    bool writes;  // the last image is a destination
     MoxROI rois[MOST_IMAGES];
     MoxTileInfo tiles[MOST_IMAGES];
     TileSource tileSources[MOST_IMAGES];

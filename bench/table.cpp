@@ -16,8 +16,8 @@ std::string optional(const char *format, double value) {
 bool TableReporter::ReportContext(const Context &) {
     for (const auto &[fact, value] : machineFacts())
         std::printf("%-26s %s\n", fact.c_str(), value.c_str());
-    std::printf("\n%-34s %10s %11s %8s %7s %7s  %s\n", "row", "ns/sample", "ns/call", "GB/s", "limit", "beside",
-                "goal");
+    std::printf("\n%-34s %-4s %10s %11s %8s %7s %7s %7s  %s\n", "row", "at", "ns/sample", "ns/call", "GB/s", "limit",
+                "beside", "lower", "goal");
     return true;
 }
 
@@ -30,9 +30,10 @@ void TableReporter::ReportRuns(const std::vector<Run> &runs) {
         if (run.run_type != Run::RT_Iteration || results_.empty()) continue;
         const Result &row = results_.back();
         const bool hasGoal = row.goal.kind != GOAL_NONE;
-        std::printf("%-34s %10.4f %11.0f %8s %7s %7s  %s\n", row.name.c_str(), row.nsPerSample, row.nsPerCall,
-                    optional("%.1f", row.gbPerSecond).c_str(), optional("%.2f", row.share).c_str(),
-                    optional("%.2f", row.ratio).c_str(),
+        std::printf("%-34s %-4s %10.4f %11.0f %8s %7s %7s %7s  %s\n", row.name.c_str(), row.level.c_str(),
+                    row.nsPerSample, row.nsPerCall, optional("%.1f", row.gbPerSecond).c_str(),
+                    optional("%.2f", row.share).c_str(), optional("%.2f", row.ratio).c_str(),
+                    optional("%.2f", row.toLower).c_str(),
                     !hasGoal ? "" : (goalText(row.goal) + (isMet(row) ? ": met" : ": MISSED")).c_str());
     }
     std::fflush(stdout);
@@ -47,7 +48,15 @@ void TableReporter::Finalize() {
     std::printf("\n%zu rows, %d with a goal, %d missed\n", results_.size(), goals, missed);
     for (const Result &row : results_) {
         if (isMet(row)) continue;
-        std::printf("  %-34s limit %.2f, beside %.2f, %.4f ns/sample, %.0f ns/call; goal %s\n", row.name.c_str(),
-                    row.share, row.ratio, row.nsPerSample, row.nsPerCall, goalText(row.goal).c_str());
+        std::printf("  %-34s %-4s limit %.2f, beside %.2f, %.4f ns/sample, %.0f ns/call; goal %s\n", row.name.c_str(),
+                    row.level.c_str(), row.share, row.ratio, row.nsPerSample, row.nsPerCall,
+                    goalText(row.goal).c_str());
+    }
+    for (const Result &row : results_) {
+        if (row.toLower > SLOWER)
+            std::printf("  %-34s %-4s takes %.2f times what the level below takes\n", row.name.c_str(),
+                        row.level.c_str(), row.toLower);
+        if (isBaseSlow(row) && !whyBaseIsSlow(row.name))
+            std::printf("  %-34s base takes %.1f times what v3 takes\n", row.name.c_str(), 1 / row.toLower);
     }
 }

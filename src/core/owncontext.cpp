@@ -1,6 +1,7 @@
 // The life of a thread's context: created at attach or on first use, its caches freed when the thread ends.
 #include <cstring>
 
+#include "core/owncache.h"
 #include "core/owncore.h"
 #include "core/owncpu.h"
 #include "core/platform/ownplatform.h"
@@ -11,9 +12,11 @@ void ownInitContext(MoxThreadContext *context) {
     context->dctCosLength = -1;
 }
 
-// The processor level is known before the first operation runs, also where the attach came too late to find it.
+// The processor's level and caches are known before the first operation runs, also where the attach came too late to
+// find them.
 bool ownAttachProcess() {
     ownChooseCpuLevel();
+    ownChooseStreamBounds();
     if (!ownOpenSlot()) return false;
     return ownGetContext() != nullptr;
 }

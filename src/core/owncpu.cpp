@@ -40,7 +40,7 @@ OwnCpuLevel findLevel() {
     if (!v3) return OWN_LEVEL_BASE;
     const bool v4 =
         has(saved, 0xe6) && has(seven.b, bit_AVX512F | bit_AVX512BW | bit_AVX512CD | bit_AVX512DQ | bit_AVX512VL);
-    return v4 ? OWN_LEVEL_V4 : OWN_LEVEL_V3;
+    return v4 && OWN_HAS_LEVELS > 1 ? OWN_LEVEL_V4 : OWN_LEVEL_V3;
 }
 
 }  // namespace

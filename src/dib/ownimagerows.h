@@ -1,15 +1,16 @@
 // The rows of an image as quads, or as grays of 8 bits: what the conversions see of any depth, order and sequence.
 #pragma once
 
+#include "core/owncache.h"
 #include "dib/ownbitmaprows.h"
 #include "dib/owndib.h"
 
 // Pixels that are converted at a time, through buffers on the stack; a multiple of 8.
 constexpr size_t OWN_DIB_PART = 1024;
 
-// Whether rows of so many bytes are written past the caches, which could not keep them all.
+// Whether rows of so many bytes, which are read as well, are written past the caches, which could not keep them all.
 inline bool ownStreamsRows(int64_t rowBytes, int64_t rows) {
-    return rowBytes >= 1024 && rowBytes * rows >= int64_t{16} << 20;
+    return rowBytes >= 1024 && rowBytes * rows >= ownStreamBounds().bytes / 2;
 }
 
 struct OwnImageRows {

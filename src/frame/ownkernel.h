@@ -52,24 +52,25 @@ struct OwnRowForms {
 };
 
 // The tables of the levels that this build has, in the order of OwnCpuLevel.
-#if defined(OWN_HAS_LEVELS)
-#define OWN_DECLARE_LEVELS(Table, name) \
-    namespace ownBase {                 \
-    extern const Table name;            \
-    }                                   \
-    namespace ownV3 {                   \
-    extern const Table name;            \
-    }                                   \
-    namespace ownV4 {                   \
-    extern const Table name;            \
+#define OWN_DECLARE_LEVEL(level, Table, name) \
+    namespace level {                         \
+    extern const Table name;                  \
     }
-#define OWN_LEVEL_TABLES(name) \
-    { &ownBase::name, &ownV3::name, &ownV4::name }
-#else
-#define OWN_DECLARE_LEVELS(Table, name) \
-    namespace ownBase {                 \
-    extern const Table name;            \
-    }
+#if !defined(OWN_HAS_LEVELS)
+#define OWN_DECLARE_LEVELS(Table, name) OWN_DECLARE_LEVEL(ownBase, Table, name)
 #define OWN_LEVEL_TABLES(name) \
     { &ownBase::name }
+#elif OWN_HAS_LEVELS == 1
+#define OWN_DECLARE_LEVELS(Table, name)     \
+    OWN_DECLARE_LEVEL(ownBase, Table, name) \
+    OWN_DECLARE_LEVEL(ownV3, Table, name)
+#define OWN_LEVEL_TABLES(name) \
+    { &ownBase::name, &ownV3::name }
+#else
+#define OWN_DECLARE_LEVELS(Table, name)     \
+    OWN_DECLARE_LEVEL(ownBase, Table, name) \
+    OWN_DECLARE_LEVEL(ownV3, Table, name)   \
+    OWN_DECLARE_LEVEL(ownV4, Table, name)
+#define OWN_LEVEL_TABLES(name) \
+    { &ownBase::name, &ownV3::name, &ownV4::name }
 #endif

@@ -1,6 +1,7 @@
 // Version record, clock, rounding mode and CPU level.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cfenv>
 #include <cmath>
 #include <thread>
@@ -136,7 +137,8 @@ TEST(CpuLevel, IsWhatTheProcessorHas) {
     bool v4 = v3 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
               __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
               __builtin_cpu_supports("avx512vl");
-    EXPECT_EQ(ownHighestCpuLevel(), v4 ? OWN_LEVEL_V4 : v3 ? OWN_LEVEL_V3 : OWN_LEVEL_BASE);
+    const int has = v4 ? OWN_LEVEL_V4 : v3 ? OWN_LEVEL_V3 : OWN_LEVEL_BASE;
+    EXPECT_EQ(ownHighestCpuLevel(), std::min(has, OWN_HAS_LEVELS));
 }
 #endif
 
