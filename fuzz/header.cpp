@@ -26,7 +26,7 @@ static const Example &drawExample(Random &random) {
         }
         return list;
     }();
-    return *takers[static_cast<size_t>(random.below(static_cast<int>(takers.size())))];
+    return exampleOfKey(takers, random.bits());
 }
 
 // Functions that allocate pixels take as much as a header asks for.

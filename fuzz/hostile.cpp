@@ -143,7 +143,9 @@ HostileImages::Part *HostileImages::add(Random &random, bool isMask, int depth) 
     part.tiles = {serve, this, nullptr, 8, 8};
     part.roi = {0, 0, 0, 8, 8};
     image.headerSize = random.oneIn(8) ? drawInt(random) : static_cast<int>(sizeof(MoxImage));
-    image.depth = random.oneIn(24) ? random.bits() : isMask ? MOX_DEPTH_1U : allDepths[random.below(7)];
+    image.depth = random.oneIn(24) ? random.bits()
+                  : isMask         ? MOX_DEPTH_1U
+                                   : allDepths[random.below(static_cast<int>(std::size(allDepths)))];
     const bool one = image.depth == MOX_DEPTH_1U && !random.oneIn(24);
     image.nChannels = one ? 1 : pick(random, channels);
     image.alphaChannel = random.oneIn(3) ? image.nChannels : random.oneIn(24) ? drawInt(random) : 0;

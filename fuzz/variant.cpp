@@ -89,5 +89,5 @@ const Example &drawPixelExample(Random &random) {
         }
         return found;
     }();
-    return *list[static_cast<size_t>(random.below(static_cast<int>(list.size())))];
+    return exampleOfKey(list, random.bits());
 }

@@ -4,18 +4,18 @@
 
 namespace {
 
-class Allocation : public testing::TestWithParam<RefOp> {};
+class Allocation : public testing::TestWithParam<RefOperation> {};
 
-INSTANTIATE_TEST_SUITE_P(Memory, Allocation, testing::ValuesIn(allOperations),
-                         [](const auto &each) { return std::string(refName(each.param)); });
+INSTANTIATE_TEST_SUITE_P(Memory, Allocation, testing::ValuesIn(allOperations()),
+                         [](const auto &each) { return std::string(each.param.name); });
 
-unsigned depthOf(RefOp op) {
-    return refAccepts(op, MOX_DEPTH_8S) ? MOX_DEPTH_8S : MOX_DEPTH_32F;
+unsigned depthOf(const RefOperation &op) {
+    return op.accepts(MOX_DEPTH_8S) ? MOX_DEPTH_8S : MOX_DEPTH_32F;
 }
 
 TEST_P(Allocation, noneWithoutMasksOrWithOne) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         const int channels = depth == MOX_DEPTH_1U ? 1 : 3;
         TestLayout region = TestLayout::of(depth, 40, 9, channels);
         region.setRoi(1, 3, 2, 30, 5);
@@ -23,11 +23,10 @@ TEST_P(Allocation, noneWithoutMasksOrWithOne) {
             TestImage a(layout, 1), d(layout, 2), mask(TestLayout::ofMask(30, 6), 3);
             for (TestImage *each : {static_cast<TestImage *>(nullptr), &mask}) {
                 // The copy of masked bits takes a copy of the mask.
-                if (GetParam() == RefOp::Abs && depth == MOX_DEPTH_1U && each) continue;
+                if (GetParam().moves(depth) && depth == MOX_DEPTH_1U && each) continue;
                 d.setMask(each);
                 // Made before the window opens: where the C++ library is linked statically, its heap counts too.
-                const std::vector<TestImage *> images =
-                    refIsBinary(GetParam()) ? std::vector<TestImage *>{&a, &a, &d} : std::vector<TestImage *>{&a, &d};
+                const std::vector<TestImage *> images = imagesOf(GetParam(), &a, &a, &d);
                 ReportRecorder reports;
                 AllocationWindow window;
                 refRunLibrary({GetParam(), 3}, images);
@@ -44,8 +43,7 @@ TEST_P(Allocation, noneOnTiles) {
     TestLayout layout = TestLayout::of(depth, 40, 19, 3);
     layout.tileWidth = layout.tileHeight = 8;
     TestImage a(layout, 1), d(layout, 2);
-    const std::vector<TestImage *> images =
-        refIsBinary(GetParam()) ? std::vector<TestImage *>{&a, &a, &d} : std::vector<TestImage *>{&a, &d};
+    const std::vector<TestImage *> images = imagesOf(GetParam(), &a, &a, &d);
     ReportRecorder reports;
     AllocationWindow window;
     refRunLibrary({GetParam(), 3}, images);
@@ -65,14 +63,11 @@ TEST_P(Allocation, everyOneMayFail) {
             maskD(TestLayout::ofMask(41, 19), 4);
         a.setMask(&maskA);
         d.setMask(&maskD);
-        const std::vector<TestImage *> images =
-            refIsBinary(GetParam()) ? std::vector<TestImage *>{&a, &a, &d} : std::vector<TestImage *>{&a, &d};
+        const std::vector<TestImage *> images = imagesOf(GetParam(), &a, &a, &d);
         const RefCall call = {GetParam(), 3};
         const TestBytes before = d.bytes();
         const RefResult wanted = refPoint(call, images);
-        std::string name = refName(GetParam());
-        if (name == "moxAddS") name = "moxSubtractS";
-        if (name == "moxNot") name = "moxXorS";
+        const std::string name = GetParam().becomes ? GetParam().becomes : GetParam().name;
         int failAt = 1;
         for (;; ++failAt) {
             ReportRecorder reports;
@@ -112,7 +107,7 @@ TEST(AbsAllocation, everyOneMayFailAtUnsignedDepths) {
                 maskD(TestLayout::ofMask(41, 19), 4);
             a.setMask(&maskA);
             d.setMask(&maskD);
-            const RefResult wanted = refPoint({RefOp::Abs}, {&a, &d});
+            const RefResult wanted = refPoint(pointOperation("moxAbs"), {&a, &d});
             const TestBytes before = d.bytes();
             for (int failAt = 1; failAt < 1000; ++failAt) {
                 SCOPED_TRACE(std::string(depthName(depth)) + " allocation " + std::to_string(failAt));

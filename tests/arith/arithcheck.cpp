@@ -3,16 +3,16 @@
 
 #include <cstdio>
 
-const RefOp allOperations[20] = {
-    RefOp::Add,       RefOp::Subtract,    RefOp::Multiply,    RefOp::And, RefOp::Or,     RefOp::Xor,     RefOp::AddS,
-    RefOp::SubtractS, RefOp::MultiplyS,   RefOp::AndS,        RefOp::OrS, RefOp::XorS,   RefOp::LShiftS, RefOp::RShiftS,
-    RefOp::AddSFP,    RefOp::SubtractSFP, RefOp::MultiplySFP, RefOp::Not, RefOp::Square, RefOp::Abs};
+const std::vector<RefOperation> &allOperations() {
+    static const std::vector<RefOperation> operations = pointOperations("arith");
+    return operations;
+}
 
-RefCall drawCall(Random &random, RefOp op, unsigned depth) {
-    RefCall call = {op};
+RefCall drawCall(Random &random, const RefOperation &op, unsigned depth) {
+    RefCall call = op;
     call.flip = random.oneIn(2);
     call.floatBits = drawSample(random, MOX_DEPTH_32F);
-    if (op == RefOp::LShiftS || op == RefOp::RShiftS) {
+    if (op.constant == RefConstant::SHIFT) {
         const int bits = static_cast<int>(depth & ~MOX_DEPTH_SIGN);
         call.value = random.oneIn(6) ? drawInt(random) : random.below(bits + 2);
     } else if (random.oneIn(3)) {
@@ -25,21 +25,25 @@ RefCall drawCall(Random &random, RefOp op, unsigned depth) {
 
 std::string describeCall(const RefCall &call) {
     char text[120];
-    snprintf(text, sizeof text, "%s value %d flip %d float 0x%08X", refName(call.op), call.value, call.flip,
+    snprintf(text, sizeof text, "%s value %d flip %d float 0x%08X", call.op->name, call.value, call.flip,
              call.floatBits);
     return text;
 }
 
-SceneOptions sceneOptions(RefOp op, unsigned depth) {
+SceneOptions sceneOptions(const RefOperation &op, unsigned depth) {
     SceneOptions options;
-    options.images = refIsBinary(op) ? 3 : 2;
+    options.images = op.sources + 1;
     options.depth = depth;
-    options.sameChannels = options.sameOrigin = op == RefOp::Abs;
+    options.sameChannels = options.sameOrigin = op.copies != RefCopies::NEVER;
     return options;
 }
 
 std::vector<TestImage *> callImages(Scene &scene) {
     return scene.entries();
+}
+
+std::vector<TestImage *> imagesOf(const RefOperation &op, TestImage *a, TestImage *b, TestImage *d) {
+    return op.sources == 2 ? std::vector<TestImage *>{a, b, d} : std::vector<TestImage *>{a, d};
 }
 
 void checkAgainstModel(const RefCall &call, Scene &scene) {

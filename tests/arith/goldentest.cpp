@@ -25,14 +25,14 @@ TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int shift) {
     return layout;
 }
 
-class Golden : public testing::TestWithParam<RefOp> {};
+class Golden : public testing::TestWithParam<RefOperation> {};
 
-INSTANTIATE_TEST_SUITE_P(Digests, Golden, testing::ValuesIn(allOperations),
-                         [](const auto &each) { return std::string(refName(each.param)); });
+INSTANTIATE_TEST_SUITE_P(Digests, Golden, testing::ValuesIn(allOperations()),
+                         [](const auto &each) { return std::string(each.param.name); });
 
 TEST_P(Golden, everyDepthAndLayout) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         for (const GoldenLayout &golden : goldenLayouts) {
             forEachCpuLevel([&] {
                 uint64_t digest = digestOf({});
@@ -42,9 +42,7 @@ TEST_P(Golden, everyDepthAndLayout) {
                     TestImage mask(TestLayout::ofMask(60, 18), 14);
                     if (golden.masked) d.setMask(&mask);
                     RefCall call = {GetParam(), value, value == 3, 0x40490FDB};
-                    const std::vector<TestImage *> images = refIsBinary(GetParam())
-                                                                ? std::vector<TestImage *>{&a, &b, &d}
-                                                                : std::vector<TestImage *>{&a, &d};
+                    const std::vector<TestImage *> images = imagesOf(GetParam(), &a, &b, &d);
                     const RefResult wanted = refPoint(call, images);
                     ReportRecorder reports;
                     refRunLibrary(call, images);
@@ -54,7 +52,7 @@ TEST_P(Golden, everyDepthAndLayout) {
                 }
                 if (HasFailure()) return;
                 EXPECT_TRUE(digestIsGolden(
-                    std::string("arith/") + refName(GetParam()) + "/" + depthName(depth) + "/" + golden.name, digest));
+                    std::string("arith/") + GetParam().name + "/" + depthName(depth) + "/" + golden.name, digest));
             });
         }
     }

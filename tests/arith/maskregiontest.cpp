@@ -26,10 +26,8 @@ TEST(Masks, nothingInCommonDoesNothing) {
     const TestBytes before = d.bytes();
     ReportRecorder reports;
     AllocationWindow window;
-    for (RefOp op : allOperations) {
-        if (refAccepts(op, MOX_DEPTH_8S))
-            refRunLibrary({op, 3},
-                          refIsBinary(op) ? std::vector<TestImage *>{&a, &a, &d} : std::vector<TestImage *>{&a, &d});
+    for (const RefOperation &op : allOperations()) {
+        if (op.accepts(MOX_DEPTH_8S)) refRunLibrary({op, 3}, imagesOf(op, &a, &a, &d));
     }
     window.close();
     EXPECT_EQ(window.live(), 0);
@@ -132,7 +130,7 @@ TEST(FlatRun, heightsOfTenNineElevenStayWithinEveryBuffer) {
                 TestImage *b = d == &eleven ? &nine : &eleven;
                 // The samples of the smallest image; what the run does to those beyond it is not told apart from
                 // padding here.
-                const RefResult wanted = refPoint({RefOp::Subtract}, {&ten, b, d});
+                const RefResult wanted = refPoint(pointOperation("moxSubtract"), {&ten, b, d});
                 const TestBytes beforeTen = ten.bytes(), beforeB = b->bytes(), before = d->bytes();
                 forEachCpuLevel([&] {
                     ReportRecorder reports;
@@ -153,7 +151,7 @@ TEST(FlatRun, widthsOfTwelveElevenThirteenStayWithinEveryBuffer) {
     TestImage a(TestLayout::of(MOX_DEPTH_8U, 12, 5), 1), b(TestLayout::of(MOX_DEPTH_8U, 11, 5), 2),
         d(TestLayout::of(MOX_DEPTH_8U, 13, 5), 3);
     ASSERT_TRUE(refRunsFlat({&a, &b, &d}));
-    const RefResult wanted = refPoint({RefOp::Add}, {&a, &b, &d});
+    const RefResult wanted = refPoint(pointOperation("moxAdd"), {&a, &b, &d});
     ReportRecorder reports;
     moxAdd(a.header(), b.header(), d.header());
     EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified));
@@ -163,7 +161,8 @@ TEST(FlatRun, widthsOfTwelveElevenThirteenStayWithinEveryBuffer) {
 TEST(FlatRun, doesNotBelieveAnImageSizeBeyondTheBuffer) {
     for (unsigned depth : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16S, MOX_DEPTH_32S}) {
         TestImage a(TestLayout::of(depth, 13, 4), 1), d(TestLayout::of(depth, 13, 4), 2);
-        const RefResult wanted = refPoint({RefOp::Xor}, {&a, &a, &d}), wantedNot = refPoint({RefOp::Not}, {&a, &d});
+        const RefResult wanted = refPoint(pointOperation("moxXor"), {&a, &a, &d}),
+                        wantedNot = refPoint(pointOperation("moxNot"), {&a, &d});
         a.header()->imageSize += 16;
         d.header()->imageSize += 16;
         ReportRecorder reports;
@@ -179,7 +178,7 @@ TEST(FlatRun, isRuledOutByARegionOverTheWholeImageWithoutAChannel) {
     region.setRoi(0, 0, 0, 13, 5);
     TestImage a(plain, 1), b(plain, 2), d(region, 3);
     ASSERT_FALSE(refRunsFlat({&a, &b, &d}));
-    const RefResult wanted = refPoint({RefOp::Xor}, {&a, &b, &d});
+    const RefResult wanted = refPoint(pointOperation("moxXor"), {&a, &b, &d});
     ReportRecorder reports;
     moxXor(a.header(), b.header(), d.header());
     EXPECT_TRUE(d.holds(wanted.expected)) << "padding is left alone";
@@ -191,8 +190,8 @@ TEST(FlatRun, isRuledOutByAlphaAndByDifferentAligns) {
     TestLayout alpha = TestLayout::of(MOX_DEPTH_8U, 13, 5, 2);
     alpha.alpha = 2;
     TestImage a(four, 1), d(eight, 2), withAlpha(alpha, 3), withAlpha2(alpha, 4);
-    const RefResult wanted = refPoint({RefOp::Not}, {&a, &d}),
-                    wantedAlpha = refPoint({RefOp::Not}, {&withAlpha, &withAlpha2});
+    const RefResult wanted = refPoint(pointOperation("moxNot"), {&a, &d}),
+                    wantedAlpha = refPoint(pointOperation("moxNot"), {&withAlpha, &withAlpha2});
     ASSERT_TRUE(wanted.unspecified.empty());
     ReportRecorder reports;
     moxNot(a.header(), d.header());
@@ -213,12 +212,12 @@ TEST(Strides, oddOnesOfWideSamples) {
             plane.extraStride = 3;
             TestImage a(layout, 1), b(plane, 2), d(layout, 3), mask(TestLayout::ofMask(21, 4), 4);
             if (masked) d.setMask(&mask);
-            const RefOp op = depth == MOX_DEPTH_32F ? RefOp::Multiply : RefOp::Add;
-            const RefResult wanted = refPoint({op}, {&a, &b, &d});
+            const RefOperation &op = pointOperation(depth == MOX_DEPTH_32F ? "moxMultiply" : "moxAdd");
+            const RefResult wanted = refPoint(op, {&a, &b, &d});
             const TestBytes before = d.bytes();
             forEachCpuLevel([&] {
                 ReportRecorder reports;
-                refRunLibrary({op}, {&a, &b, &d});
+                refRunLibrary(op, {&a, &b, &d});
                 EXPECT_TRUE(reports.none());
                 EXPECT_TRUE(d.holds(wanted.expected));
                 d.setBytes(before);

@@ -4,14 +4,14 @@
 
 namespace {
 
-class EveryOperation : public testing::TestWithParam<RefOp> {};
+class EveryOperation : public testing::TestWithParam<RefOperation> {};
 
-INSTANTIATE_TEST_SUITE_P(Model, EveryOperation, testing::ValuesIn(allOperations),
-                         [](const auto &each) { return std::string(refName(each.param)); });
+INSTANTIATE_TEST_SUITE_P(Model, EveryOperation, testing::ValuesIn(allOperations()),
+                         [](const auto &each) { return std::string(each.param.name); });
 
 TEST_P(EveryOperation, agreesWithTheModelOverRandomLayouts) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         SCOPED_TRACE(depthName(depth));
         forEachCase(600, [&](Random &random) {
             Scene scene(random, sceneOptions(GetParam(), depth));
@@ -22,7 +22,7 @@ TEST_P(EveryOperation, agreesWithTheModelOverRandomLayouts) {
 
 TEST_P(EveryOperation, agreesWithTheModelOnTiles) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         SCOPED_TRACE(depthName(depth));
         forEachCase(150, [&](Random &random) {
             SceneOptions options = sceneOptions(GetParam(), depth);
@@ -36,7 +36,7 @@ TEST_P(EveryOperation, agreesWithTheModelOnTiles) {
 // Wide rows, so that the blocks of every CPU level, their heads and tails come into play.
 TEST_P(EveryOperation, agreesWithTheModelOnWideRows) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         SCOPED_TRACE(depthName(depth));
         forEachCase(60, [&](Random &random) {
             SceneOptions options = sceneOptions(GetParam(), depth);
@@ -51,12 +51,12 @@ TEST_P(EveryOperation, agreesWithTheModelOnWideRows) {
 // One row of every length, each beginning at some other place of its buffer.
 TEST_P(EveryOperation, isRightAtEveryLength) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         Random random(testSeed());
         for (int width = 1; width <= 150; ++width) {
             std::vector<std::unique_ptr<TestImage>> images;
             std::vector<TestImage *> entries;
-            for (int i = refIsBinary(GetParam()) ? 0 : 1; i < 3; ++i) {
+            for (int i = 0; i <= GetParam().sources; ++i) {
                 TestLayout layout = TestLayout::of(depth, width + 20, 1);
                 layout.dataShift = random.below(32);
                 layout.setRoi(0, random.below(18), 0, width, 1);
@@ -81,7 +81,7 @@ TEST_P(EveryOperation, isRightAtEveryLength) {
 // Two headers over the same pixels count as two images; results are defined where equal positions coincide.
 TEST_P(EveryOperation, runsInPlaceThroughAnotherHeader) {
     for (unsigned depth : allDepths) {
-        if (!refAccepts(GetParam(), depth)) continue;
+        if (!GetParam().accepts(depth)) continue;
         forEachCase(40, [&](Random &random) {
             TestLayout layout =
                 TestLayout::of(depth, random.between(1, 300), 3, depth == MOX_DEPTH_1U ? 1 : random.between(1, 3));
@@ -89,9 +89,9 @@ TEST_P(EveryOperation, runsInPlaceThroughAnotherHeader) {
             TestImage d(layout, random.next()), other(layout, random.next()), mask(TestLayout::ofMask(300, 3), 5);
             if (random.oneIn(3)) d.setMask(&mask);
             const RefCall call = drawCall(random, GetParam(), depth);
-            const bool second = refIsBinary(GetParam()) && random.oneIn(2);
+            const bool second = GetParam().sources == 2 && random.oneIn(2);
             std::vector<TestImage *> images = {&d, &d};
-            if (refIsBinary(GetParam()))
+            if (GetParam().sources == 2)
                 images = second ? std::vector<TestImage *>{&other, &d, &d} : std::vector<TestImage *>{&d, &other, &d};
             const RefResult wanted = refPoint(call, images);
             const TestBytes before = d.bytes();
@@ -100,8 +100,8 @@ TEST_P(EveryOperation, runsInPlaceThroughAnotherHeader) {
                 ReportRecorder reports;
                 MoxImage alias = *d.header();
                 MoxImage *destination = d.header();
-                refRunLibraryOn(call, second || !refIsBinary(GetParam()) ? images[0]->header() : &alias,
-                                second ? &alias : images[1]->header(), refIsBinary(GetParam()) ? destination : &alias);
+                refRunLibraryOn(call, second || GetParam().sources == 1 ? images[0]->header() : &alias,
+                                second ? &alias : images[1]->header(), GetParam().sources == 2 ? destination : &alias);
                 EXPECT_TRUE(reports.none());
                 EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified));
                 d.setBytes(before);
@@ -121,17 +121,17 @@ TEST(EightBits, everyPairOfValues) {
                 b.set(0, x, y, static_cast<uint32_t>(y));
             }
         }
-        for (RefOp op : allOperations) {
-            if (!refIsBinary(op)) continue;
+        for (const RefOperation &op : allOperations()) {
+            if (op.sources == 1) continue;
             for (TestImage *each : {static_cast<TestImage *>(nullptr), &mask}) {
                 d.setMask(each);
-                const RefResult wanted = refPoint({op}, {&a, &b, &d});
+                const RefResult wanted = refPoint(op, {&a, &b, &d});
                 const TestBytes before = d.bytes();
                 forEachCpuLevel([&] {
                     ReportRecorder reports;
                     d.setBytes(before);
-                    refRunLibrary({op}, {&a, &b, &d});
-                    EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified)) << refName(op);
+                    refRunLibrary(op, {&a, &b, &d});
+                    EXPECT_TRUE(d.holds(wanted.expected, wanted.unspecified)) << op.name;
                 });
             }
         }
@@ -151,11 +151,11 @@ TEST(EightBits, everyValueWithEveryConstant) {
         for (int x = 0; x < 256; ++x)
             a.set(0, x, 0, static_cast<uint32_t>(x));
         ReportRecorder reports;
-        for (RefOp op : allOperations) {
-            if (op < RefOp::AddS || op > RefOp::RShiftS) continue;
+        for (const RefOperation &op : allOperations()) {
+            if (op.constant != RefConstant::INTEGER && op.constant != RefConstant::SHIFT) continue;
             for (int value : constants) {
                 for (bool flip : {false, true}) {
-                    if (flip && op != RefOp::SubtractS) continue;
+                    if (flip && !op.flips) continue;
                     const RefCall call = {op, value, flip};
                     const RefResult wanted = refPoint(call, {&a, &d});
                     refRunLibrary(call, {&a, &d});
@@ -189,13 +189,12 @@ TEST(WideIntegers, boundsWithBounds) {
             ReportRecorder reports;
             for (int64_t value : bounds) {
                 b.setAll(static_cast<uint32_t>(value));
-                for (RefOp op : allOperations) {
-                    if (!refAccepts(op, depth) || op == RefOp::Not || op >= RefOp::AddSFP) continue;
+                for (const RefOperation &op : allOperations()) {
+                    if (!op.accepts(depth)) continue;
                     for (bool flip : {false, true}) {
-                        if (flip && op != RefOp::SubtractS) continue;
+                        if (flip && !op.flips) continue;
                         const RefCall call = {op, static_cast<int>(value), flip};
-                        const std::vector<TestImage *> images =
-                            refIsBinary(op) ? std::vector<TestImage *>{&a, &b, &d} : std::vector<TestImage *>{&a, &d};
+                        const std::vector<TestImage *> images = imagesOf(op, &a, &b, &d);
                         const RefResult wanted = refPoint(call, images);
                         refRunLibrary(call, images);
                         ASSERT_TRUE(d.holds(wanted.expected, wanted.unspecified))
@@ -227,12 +226,11 @@ TEST(Floats, specialValuesWithSpecialValues) {
             ReportRecorder reports;
             for (uint32_t value : specials) {
                 b.setAll(value);
-                for (RefOp op : allOperations) {
-                    if (!refAccepts(op, MOX_DEPTH_32F)) continue;
+                for (const RefOperation &op : allOperations()) {
+                    if (!op.accepts(MOX_DEPTH_32F)) continue;
                     for (bool flip : {false, true}) {
                         const RefCall call = {op, 0, flip, value};
-                        const std::vector<TestImage *> images =
-                            refIsBinary(op) ? std::vector<TestImage *>{&a, &b, &d} : std::vector<TestImage *>{&a, &d};
+                        const std::vector<TestImage *> images = imagesOf(op, &a, &b, &d);
                         const RefResult wanted = refPoint(call, images);
                         refRunLibrary(call, images);
                         ASSERT_TRUE(d.holds(wanted.expected, wanted.unspecified)) << describeCall(call);
@@ -256,14 +254,15 @@ TEST(Bits, everyCombinationOfOffsets) {
                 images.push_back(std::make_unique<TestImage>(layout, random.next()));
             }
             const std::vector<TestImage *> entries = {images[0].get(), images[1].get(), images[2].get()};
-            for (RefOp op : {RefOp::Subtract, RefOp::And, RefOp::Or, RefOp::Xor}) {
-                const RefResult wanted = refPoint({op}, entries);
+            for (const RefOperation &op : allOperations()) {
+                if (op.sources != 2 || !op.accepts(MOX_DEPTH_1U)) continue;
+                const RefResult wanted = refPoint(op, entries);
                 const TestBytes before = entries[2]->bytes();
                 forEachCpuLevel([&] {
                     ReportRecorder reports;
                     entries[2]->setBytes(before);
-                    refRunLibrary({op}, entries);
-                    ASSERT_TRUE(entries[2]->holds(wanted.expected)) << refName(op) << " offsets " << offsets;
+                    refRunLibrary(op, entries);
+                    ASSERT_TRUE(entries[2]->holds(wanted.expected)) << op.name << " offsets " << offsets;
                 });
                 if (HasFailure()) return;
             }

@@ -1,5 +1,6 @@
 // One image and a constant, and unary operations: every report, the order of the tests that make them, and which
 // operation a call becomes.
+#include <cstring>
 #include <functional>
 #include <limits>
 
@@ -13,54 +14,49 @@ constexpr int INT_HIGHEST = std::numeric_limits<int>::max();
 using Call = std::function<void(MoxImage *, MoxImage *)>;
 
 struct ScalarMember {
-    const char *testName;
-    Call call;
+    std::string testName;
+    RefCall call;
     unsigned depth;      // at which the call runs a frame of its own
     const char *report;  // the name that it reports under
-    bool testsNull;
-    bool refusesFloat;  // after the mask step
 };
 void PrintTo(const ScalarMember &member, std::ostream *out) {
     *out << member.testName;
 }
 
-const ScalarMember members[] = {
-    {"AddS", [](MoxImage *s, MoxImage *d) { moxAddS(s, d, 5); }, MOX_DEPTH_32S, "moxAddS", true, false},
-    {"SubtractS", [](MoxImage *s, MoxImage *d) { moxSubtractS(s, d, 5, 0); }, MOX_DEPTH_8U, "moxSubtractS", true,
-     false},
-    {"SubtractSFlip", [](MoxImage *s, MoxImage *d) { moxSubtractS(s, d, 5, 1); }, MOX_DEPTH_16S, "moxSubtractS", true,
-     false},
-    {"MultiplyS", [](MoxImage *s, MoxImage *d) { moxMultiplyS(s, d, 3); }, MOX_DEPTH_8U, "moxMultiplyS", true, false},
-    {"AndS", [](MoxImage *s, MoxImage *d) { moxAndS(s, d, 3); }, MOX_DEPTH_8U, "moxAndS", false, true},
-    {"OrS", [](MoxImage *s, MoxImage *d) { moxOrS(s, d, 3); }, MOX_DEPTH_8U, "moxOrS", false, true},
-    {"XorS", [](MoxImage *s, MoxImage *d) { moxXorS(s, d, 3); }, MOX_DEPTH_8U, "moxXorS", false, true},
-    {"Not", [](MoxImage *s, MoxImage *d) { moxNot(s, d); }, MOX_DEPTH_8U, "moxXorS", false, true},
-    {"LShiftS", [](MoxImage *s, MoxImage *d) { moxLShiftS(s, d, 1); }, MOX_DEPTH_8U, "moxLShiftS", true, true},
-    {"RShiftS", [](MoxImage *s, MoxImage *d) { moxRShiftS(s, d, 1); }, MOX_DEPTH_8U, "moxRShiftS", true, true},
-    {"AddSFP", [](MoxImage *s, MoxImage *d) { moxAddSFP(s, d, 1); }, MOX_DEPTH_32F, "moxAddSFP", true, false},
-    {"SubtractSFP", [](MoxImage *s, MoxImage *d) { moxSubtractSFP(s, d, 1, 0); }, MOX_DEPTH_32F, "moxSubtractSFP", true,
-     false},
-    {"MultiplySFP", [](MoxImage *s, MoxImage *d) { moxMultiplySFP(s, d, 2); }, MOX_DEPTH_32F, "moxMultiplySFP", true,
-     false},
-    {"Square", [](MoxImage *s, MoxImage *d) { moxSquare(s, d); }, MOX_DEPTH_8U, "moxSquare", false, false}};
+// What copies has tests of its own.
+std::vector<ScalarMember> members() {
+    std::vector<ScalarMember> scalar;
+    for (const RefOperation &op : allOperations()) {
+        if (op.sources != 1 || op.copies != RefCopies::NEVER) continue;
+        const unsigned depth = op.ownDepth ? op.ownDepth : op.usualDepth();
+        const char *report = op.becomes && !op.ownDepth ? op.becomes : op.name;
+        const std::string testName = op.name + strlen("mox");
+        scalar.push_back({testName, RefCall(op, op.usual), depth, report});
+        if (op.flips) scalar.push_back({testName + "Flip", RefCall(op, op.usual, true), depth, report});
+    }
+    return scalar;
+}
 
 class EveryScalarMember : public testing::TestWithParam<ScalarMember> {
   protected:
+    void run(MoxImage *source, MoxImage *destination) {
+        refRunLibraryOn(GetParam().call, source, nullptr, destination);
+    }
     void expectReport(MoxImage *source, MoxImage *destination, MoxStatus status, const char *message) {
         ReportRecorder reports;
-        GetParam().call(source, destination);
+        run(source, destination);
         EXPECT_TRUE(reports.are({{status, GetParam().report, message}}));
         EXPECT_EQ(moxGetErrStatus(), status);
     }
     TestLayout layout(int channels = 1) const { return TestLayout::of(GetParam().depth, 8, 8, channels); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Scalar, EveryScalarMember, testing::ValuesIn(members),
-                         [](const auto &each) { return std::string(each.param.testName); });
+INSTANTIATE_TEST_SUITE_P(Scalar, EveryScalarMember, testing::ValuesIn(members()),
+                         [](const auto &each) { return each.param.testName; });
 
 TEST_P(EveryScalarMember, testsANullSource) {
     TestImage image(layout());
-    if (GetParam().testsNull) {
+    if (GetParam().call.op->testsNull) {
         expectReport(nullptr, nullptr, -5, "srcImage==0");
         expectReport(nullptr, image.header(), -5, "srcImage==0");
     } else {
@@ -120,8 +116,8 @@ TEST_P(EveryScalarMember, doesNothingForAnEmptyRegion) {
     TestImage image(layout()), empty(away);
     const TestBytes before = image.bytes(), beforeEmpty = empty.bytes();
     ReportRecorder reports;
-    GetParam().call(image.header(), empty.header());
-    GetParam().call(empty.header(), image.header());
+    run(image.header(), empty.header());
+    run(empty.header(), image.header());
     EXPECT_TRUE(reports.none());
     EXPECT_TRUE(image.holds(before));
     EXPECT_TRUE(empty.holds(beforeEmpty));
@@ -131,14 +127,15 @@ class RefusingMember : public EveryScalarMember {};
 
 std::vector<ScalarMember> refusingMembers() {
     std::vector<ScalarMember> refusing;
-    for (const ScalarMember &member : members) {
-        if (member.refusesFloat) refusing.push_back(member);
+    for (const ScalarMember &member : members()) {
+        const RefOperation &op = *member.call.op;
+        if (!op.accepts(MOX_DEPTH_32F) && !op.elsewhere) refusing.push_back(member);
     }
     return refusing;
 }
 
 INSTANTIATE_TEST_SUITE_P(Scalar, RefusingMember, testing::ValuesIn(refusingMembers()),
-                         [](const auto &each) { return std::string(each.param.testName); });
+                         [](const auto &each) { return each.param.testName; });
 
 TEST_P(RefusingMember, refusesFloatAfterTheMaskStep) {
     TestLayout emptyRegion = TestLayout::ofMask(8, 8);
@@ -154,7 +151,7 @@ TEST_P(RefusingMember, refusesFloatAfterTheMaskStep) {
     source.setMask(&mask);
     {
         ReportRecorder reports;
-        GetParam().call(source.header(), destination.header());
+        run(source.header(), destination.header());
         EXPECT_TRUE(reports.none());
     }
     destination.setMask(&mask);
@@ -360,34 +357,26 @@ TEST(ScalarRouting, unknownDepth) {
                              {-17, "moxAbs", "Incorrect Image"}}));
 }
 
-// Depth 32F is refused by the integer members, and every other depth by the float members, before any header check.
-TEST(ScalarDepth, integerMembersRefuseFloatBeforeTheHeaderCheck) {
-    TestImage image(TestLayout::of(MOX_DEPTH_32F, 8, 8));
-    image.header()->align = 0;
-    ReportRecorder reports;
-    moxAddS(image.header(), nullptr, 1);
-    moxSubtractS(image.header(), nullptr, 1, 0);
-    moxSubtractS(image.header(), nullptr, 1, 1);
-    moxMultiplyS(image.header(), nullptr, 1);
-    EXPECT_TRUE(reports.are({{-5, "moxAddS", "For processing depth 32F use function moxAddSFP"},
-                             {-5, "moxSubtractS", "For processing depth 32F use function moxSubtractSFP"},
-                             {-5, "moxSubtractS", "For processing depth 32F use function moxSubtractSFP"},
-                             {-5, "moxMultiplyS", "For processing depth 32F use function moxMultiplySFP"}}));
-}
-
-TEST(ScalarDepth, floatMembersRefuseEveryOtherDepthBeforeTheHeaderCheck) {
-    for (unsigned depth : allDepths) {
-        if (depth == MOX_DEPTH_32F) continue;
-        TestImage image(TestLayout::of(depth, 8, 8));
-        image.header()->align = 0;
-        ReportRecorder reports;
-        moxAddSFP(image.header(), nullptr, 1);
-        moxSubtractSFP(image.header(), nullptr, 1, 0);
-        moxMultiplySFP(image.header(), nullptr, 1);
-        EXPECT_TRUE(reports.are({{-5, "moxAddSFP", "For processing this depth use function moxAddS"},
-                                 {-5, "moxSubtractSFP", "For processing this depth use function moxSubtractS"},
-                                 {-5, "moxMultiplySFP", "For processing this depth use function moxMultiplyS"}}));
+// Depth 32F is refused by the integer members, and every other depth by the float members.
+TEST(ScalarDepth, membersNameTheFunctionForOtherDepthsBeforeTheHeaderCheck) {
+    int refused = 0;
+    for (const RefOperation &op : allOperations()) {
+        for (unsigned depth : allDepths) {
+            if (op.accepts(depth) || !op.elsewhere) continue;
+            SCOPED_TRACE(std::string(op.name) + " " + depthName(depth));
+            EXPECT_TRUE(pointOperation(op.elsewhere).accepts(depth));
+            const std::string which = depth == MOX_DEPTH_32F ? "depth 32F" : "this depth";
+            const std::string message = "For processing " + which + " use function " + op.elsewhere;
+            TestImage image(TestLayout::of(depth, 8, 8));
+            image.header()->align = 0;
+            ReportRecorder reports;
+            for (bool flip : {false, true})
+                refRunLibraryOn({op, 1, flip}, image.header(), nullptr, nullptr);
+            EXPECT_TRUE(reports.are({{-5, op.name, message.c_str()}, {-5, op.name, message.c_str()}}));
+            ++refused;
+        }
     }
+    EXPECT_GT(refused, 0);
 }
 
 TEST(ScalarDepth, shiftsRefuseFloatUnderTheNameTheyHaveThen) {

@@ -8,6 +8,10 @@ namespace {
 
 TEST(Threads, shareSourcesAndHaveDestinationsOfTheirOwn) {
     constexpr int THREADS = 8, ROUNDS = 40;
+    std::vector<RefOperation> operations;
+    for (const RefOperation &op : allOperations()) {
+        if (op.accepts(MOX_DEPTH_8S)) operations.push_back(op);
+    }
     TestImage a(TestLayout::of(MOX_DEPTH_8S, 97, 31, 3), 1), b(TestLayout::of(MOX_DEPTH_8S, 97, 31, 3), 2),
         mask(TestLayout::ofMask(97, 31), 3);
     b.setMask(&mask);
@@ -24,10 +28,9 @@ TEST(Threads, shareSourcesAndHaveDestinationsOfTheirOwn) {
             tiles.setMask(&own);
             for (int round = 0; round < ROUNDS; ++round) {
                 for (TestImage *d : {&plain, &tiles}) {
-                    const RefOp op = allOperations[(t + round) % 14];
+                    const RefOperation &op = operations[static_cast<size_t>(t + round) % operations.size()];
                     const RefCall call = {op, round - 20, round % 2 == 0};
-                    const std::vector<TestImage *> images =
-                        refIsBinary(op) ? std::vector<TestImage *>{&a, &b, d} : std::vector<TestImage *>{&b, d};
+                    const std::vector<TestImage *> images = imagesOf(op, &a, &b, d);
                     const RefResult wanted = refPoint(call, images);
                     refRunLibrary(call, images);
                     if (!d->holds(wanted.expected, wanted.unspecified)) ++wrong;

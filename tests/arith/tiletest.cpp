@@ -3,24 +3,20 @@
 
 namespace {
 
-bool walksTiles(RefOp op, unsigned depth) {
-    // moxAbs copies the unsigned depths.
-    return op != RefOp::Abs || (depth & MOX_DEPTH_SIGN) || depth == MOX_DEPTH_32F;
-}
+class TiledOperation : public testing::TestWithParam<RefOperation> {};
 
-class TiledOperation : public testing::TestWithParam<RefOp> {};
+INSTANTIATE_TEST_SUITE_P(Tiles, TiledOperation, testing::ValuesIn(allOperations()),
+                         [](const auto &each) { return std::string(each.param.name); });
 
-INSTANTIATE_TEST_SUITE_P(Tiles, TiledOperation, testing::ValuesIn(allOperations),
-                         [](const auto &each) { return std::string(refName(each.param)); });
-
-unsigned drawDepth(Random &random, RefOp op) {
+// What copies has a walk of its own.
+unsigned drawDepth(Random &random, const RefOperation &op) {
     for (;;) {
-        const unsigned depth = allDepths[random.below(7)];
-        if (refAccepts(op, depth) && walksTiles(op, depth)) return depth;
+        const unsigned depth = allDepths[random.below(static_cast<int>(std::size(allDepths)))];
+        if (op.accepts(depth) && !op.moves(depth)) return depth;
     }
 }
 
-SceneOptions tiledOptions(RefOp op, unsigned depth) {
+SceneOptions tiledOptions(const RefOperation &op, unsigned depth) {
     SceneOptions options = sceneOptions(op, depth);
     options.tiledAlways = true;
     options.maxHeight = 40;
@@ -84,7 +80,7 @@ TEST_P(TiledOperation, stopsAtEveryRefusedTile) {
             const bool isDestination = log.events.back().mode == MOX_TileWrite;
             std::string message =
                 isDestination ? "(dstImage->tileInfo->tileData == 0)" : "(srcImage->tileInfo->tileData == 0)";
-            if (!isDestination && refIsBinary(GetParam())) {
+            if (!isDestination && GetParam().sources == 2) {
                 const bool isA = log.refusedImage() == images[0];
                 message = isA ? "(srcImageA->tileInfo->tileData == 0)" : "(srcImageB->tileInfo->tileData == 0)";
                 // The same header twice: the tiles of B are requested after those of A.
@@ -152,7 +148,7 @@ TEST(TileWalk, destinationThatIsASourceIsFetchedOnceForWriting) {
     layout.transientTiles = true;
     layout.setRoi(0, 4, 3, 14, 6);
     TestImage d(layout, 1);
-    const RefResult wanted = refPoint({RefOp::Add}, {&d, &d, &d});
+    const RefResult wanted = refPoint(pointOperation("moxAdd"), {&d, &d, &d});
     ReportRecorder reports;
     TileLog log;
     moxAdd(d.header(), d.header(), d.header());
@@ -172,7 +168,7 @@ TEST(TileWalk, gridsThatDisagreeAskAgainInEveryStrip) {
     coarse.tileWidth = coarse.tileHeight = 16;
     fine.tileWidth = fine.tileHeight = 8;
     TestImage a(coarse, 1), d(fine, 2);
-    const RefResult wanted = refPoint({RefOp::Not}, {&a, &d});
+    const RefResult wanted = refPoint(pointOperation("moxNot"), {&a, &d});
     ReportRecorder reports;
     TileLog log;
     moxNot(a.header(), d.header());

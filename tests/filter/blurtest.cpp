@@ -228,7 +228,7 @@ TEST(BlurOfOnePixel, isACopy) {
             Scene scene(random, options);
             SCOPED_TRACE(scene.describe());
             scene.keep();
-            const RefResult wanted = refPoint({RefOp::Copy}, scene.entries());
+            const RefResult wanted = refPoint(refCopy, scene.entries());
             ReportRecorder reports;
             moxBlur(scene[0].header(), scene[1].header(), 1, 1, 0, 0);
             EXPECT_TRUE(reports.none());

@@ -137,7 +137,7 @@ static std::vector<uint32_t> floatMeans(const Padded &padded, const Cell &cell, 
 
 RefResult refBlur(TestImage &source, TestImage &destination, const RefWindow &window) {
     const std::vector<TestImage *> images = {&source, &destination};
-    if (window.nCols == 1 && window.nRows == 1) return refPoint({RefOp::Copy}, images);
+    if (window.nCols == 1 && window.nRows == 1) return refPoint(refCopy, images);
     const TestLayout &layout = destination.layout();
     RefResult result = {destination.bytes(), {}};
     int width, height;

@@ -1,6 +1,5 @@
 // Regions, channels, masks and flat runs of the element-wise operations, and their calls.
 #include <algorithm>
-#include <bit>
 
 #include "reference/reference.h"
 
@@ -94,9 +93,7 @@ static uint32_t regionSample(const TestImage &image, int channel, int i, int j) 
 }
 
 RefResult refPoint(const RefCall &call, const std::vector<TestImage *> &images) {
-    const bool moves =
-        call.op == RefOp::Copy || (call.op == RefOp::Abs && !(images[0]->layout().depth & MOX_DEPTH_SIGN) &&
-                                   images[0]->layout().depth != MOX_DEPTH_32F);
+    const bool moves = call.op->moves(images[0]->layout().depth);
     if (!moves && refRunsFlat(images)) return flatRun(call, images);
     TestImage &destination = *images.back();
     const TestLayout &layout = destination.layout();
@@ -145,8 +142,8 @@ TestBytes refSet(TestImage &image, uint32_t value) {
 }
 
 void refExchange(TestImage &image1, TestImage &image2, TestBytes *expected1, TestBytes *expected2) {
-    *expected1 = refPoint({RefOp::Copy}, {&image2, &image1}).expected;
-    *expected2 = refPoint({RefOp::Copy}, {&image1, &image2}).expected;
+    *expected1 = refPoint(refCopy, {&image2, &image1}).expected;
+    *expected2 = refPoint(refCopy, {&image1, &image2}).expected;
 }
 
 void refRunLibrary(const RefCall &call, const std::vector<TestImage *> &images) {
@@ -154,70 +151,5 @@ void refRunLibrary(const RefCall &call, const std::vector<TestImage *> &images) 
 }
 
 void refRunLibraryOn(const RefCall &call, MoxImage *a, MoxImage *b, MoxImage *d) {
-    const float scalar = std::bit_cast<float>(call.floatBits);
-    switch (call.op) {
-        case RefOp::Add:
-            moxAdd(a, b, d);
-            break;
-        case RefOp::Subtract:
-            moxSubtract(a, b, d);
-            break;
-        case RefOp::Multiply:
-            moxMultiply(a, b, d);
-            break;
-        case RefOp::And:
-            moxAnd(a, b, d);
-            break;
-        case RefOp::Or:
-            moxOr(a, b, d);
-            break;
-        case RefOp::Xor:
-            moxXor(a, b, d);
-            break;
-        case RefOp::AddS:
-            moxAddS(a, d, call.value);
-            break;
-        case RefOp::SubtractS:
-            moxSubtractS(a, d, call.value, call.flip ? -5 : 0);
-            break;
-        case RefOp::MultiplyS:
-            moxMultiplyS(a, d, call.value);
-            break;
-        case RefOp::AndS:
-            moxAndS(a, d, call.value);
-            break;
-        case RefOp::OrS:
-            moxOrS(a, d, call.value);
-            break;
-        case RefOp::XorS:
-            moxXorS(a, d, call.value);
-            break;
-        case RefOp::LShiftS:
-            moxLShiftS(a, d, static_cast<unsigned>(call.value));
-            break;
-        case RefOp::RShiftS:
-            moxRShiftS(a, d, static_cast<unsigned>(call.value));
-            break;
-        case RefOp::AddSFP:
-            moxAddSFP(a, d, scalar);
-            break;
-        case RefOp::SubtractSFP:
-            moxSubtractSFP(a, d, scalar, call.flip ? 2 : 0);
-            break;
-        case RefOp::MultiplySFP:
-            moxMultiplySFP(a, d, scalar);
-            break;
-        case RefOp::Not:
-            moxNot(a, d);
-            break;
-        case RefOp::Square:
-            moxSquare(a, d);
-            break;
-        case RefOp::Abs:
-            moxAbs(a, d);
-            break;
-        case RefOp::Copy:
-            moxCopy(a, d);
-            break;
-    }
+    call.op->call(call, a, b, d);
 }

@@ -1,9 +1,9 @@
 // The reference model of the element-wise operations: slow, sample by sample, to be read as their definition.
 //
-//     RefCall call = {RefOp::AddS, 40};
-//     RefResult wanted = refPoint(call, {&source, &destination});       // before the call: sources and destination as
-//     they are now moxAddS(source.header(), destination.header(), 40); EXPECT_TRUE(destination.holds(wanted.expected,
-//     wanted.unspecified));
+//     // Before the call, with sources and destination as they are now.
+//     RefResult wanted = refPoint({operation("moxAddS"), 40}, {&source, &destination});
+//     moxAddS(source.header(), destination.header(), 40);
+//     EXPECT_TRUE(destination.holds(wanted.expected, wanted.unspecified));
 //
 // expected is the destination's whole storage; unspecified marks the padding that a flat run may write, and nothing
 // else.
@@ -12,49 +12,14 @@
 #include <cstdint>
 #include <vector>
 
+#include "reference/operation.h"
 #include "support/testimage.h"
 #include "support/tilelog.h"
-
-enum class RefOp {
-    Add,
-    Subtract,
-    Multiply,
-    And,
-    Or,
-    Xor,
-    AddS,
-    SubtractS,
-    MultiplyS,
-    AndS,
-    OrS,
-    XorS,
-    LShiftS,
-    RShiftS,
-    AddSFP,
-    SubtractSFP,
-    MultiplySFP,
-    Not,
-    Square,
-    Abs,
-    Copy
-};
-
-// An operation with its constants. The float is a bit pattern, the shift an unsigned number in value.
-struct RefCall {
-    RefOp op;
-    int value = 0;
-    bool flip = false;
-    uint32_t floatBits = 0;
-};
 
 struct RefResult {
     TestBytes expected;
     TestBytes unspecified;
 };
-
-bool refIsBinary(RefOp op);                 // two sources
-bool refAccepts(RefOp op, unsigned depth);  // refused depths are reported
-const char *refName(RefOp op);              // the exported function
 
 // One sample from one or two.
 uint32_t refElement(const RefCall &call, unsigned depth, uint32_t a, uint32_t b);

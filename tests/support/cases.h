@@ -1,8 +1,9 @@
 // Random cases that can be repeated, and the loop over CPU levels.
 //
-//     forEachCase(200, [](Random &random) { ... });          // stops at the first case that fails; the failure names
-//     seed and case forEachCpuLevel([&] { ... });                          // every level of this machine; the one in
-//     use before comes back
+//     // Stops at the first case that fails, which names its seed and number.
+//     forEachCase(200, [](Random &random) { ... });
+//     // Every level of this machine; the one in use before comes back.
+//     forEachCpuLevel([&] { ... });
 //
 // MOX_TEST_SEED=n chooses other cases, MOX_TEST_CASE=n runs one case alone, MOX_TEST_FACTOR=n multiplies their number,
 // MOX_TEST_DIVISOR=n divides it.

@@ -1,5 +1,6 @@
-// One example call of every exported function: what the tests that hold for all of them run through, and what the fuzz
-// targets draw calls from. A new function takes a line in examples.cpp.
+// One example call of every exported function, and of element-wise operations the model too: what the tests that hold
+// for all functions run through, and what the fuzz targets draw calls from. A new function is one entry in the table of
+// its family, tests/table/<family>.cpp; a new family is such a file and its name in CMakeLists.txt.
 //
 //     for (const Example &example : allExamples()) {
 //         ExampleCall call = {.images = {a, b, d}};       // as many as example.images says, the destination last
@@ -7,10 +8,13 @@
 //     }
 #pragma once
 
+#include <functional>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "mox.h"
+#include "reference/operation.h"
 #include "support/cases.h"
 
 // The images of a call, and where its other arguments come from. Functions that take one image get the destination.
@@ -41,7 +45,7 @@ struct Example {
     const char *name;
     Touches touches;
     int images;
-    void (*run)(ExampleCall &call);
+    std::function<void(ExampleCall &call)> run;
     struct More {
         unsigned depth = MOX_DEPTH_8U;    // of images that it accepts
         const char *reportsAs = nullptr;  // what its reports name, where it becomes another function
@@ -50,13 +54,34 @@ struct Example {
         bool releasesTiles = false;       // also after one that is not delivered; the others stay in hand
         bool tiledDiffers = false;        // results of 32F depend on the tiles
         bool plainOnly = false;           // refuses tiled images
+        bool readsOnly = false;           // its images stay as they are: it gives numbers
+        bool neighbours = false;          // a sample depends on others than the one in its place
         int leaks = 0;                    // blocks that stay behind, as promised, where memory runs out
+        const char *tool = nullptr;       // the tool's word for an operation on pixels, if it is not toolName's
     } more = {};
+    const RefOperation *point = nullptr;  // the model, where the operation is element-wise
+    const char *family = nullptr;         // the name of the file that it stands in
 
     const char *reporter() const { return more.reportsAs ? more.reportsAs : name; }
 };
 
+// The example of an element-wise operation, which must outlive it.
+Example exampleOf(const RefOperation &operation);
+
+// All entries of all families.
 const std::vector<Example> &allExamples();
+
+// The element-wise operations of a family, and any one by its name.
+std::vector<RefOperation> pointOperations(const std::string &family);
+const RefOperation &pointOperation(const std::string &name);
+
+// "moxSubtractSFP" is "subtract-sfp" to the tool.
+std::string toolName(const Example &example);
+
+// A function's name as a number, by which fuzz inputs have it: it stays what it is when others come.
+uint32_t exampleKey(const char *name);
+// The example with a key. A key that is none of theirs gives one of them too, and mostly the same one when others come.
+const Example &exampleOfKey(const std::vector<const Example *> &examples, uint32_t key);
 
 // What a failing test calls its example.
 inline void PrintTo(const Example &example, std::ostream *out) {

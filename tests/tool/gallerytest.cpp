@@ -41,7 +41,7 @@ TEST_F(Gallery, ShowsEveryOperationAndNothingFromElsewhere) {
         EXPECT_NE(html.find("href=\"#" + name + "\""), std::string::npos) << name;
     }
     const std::set<std::string> images = valuesOf(html, "src");
-    EXPECT_GE(images.size(), 50u);
+    EXPECT_FALSE(images.empty());
     for (const std::string &image : images) {
         EXPECT_TRUE(exists("made/here/" + image)) << image;
         if (image.ends_with(".bmp")) {
@@ -62,7 +62,7 @@ TEST_F(Gallery, EachCommandMakesTheSameBytes) {
     fs::copy(path("gallery"), folder, fs::copy_options::recursive);
     const std::string html = readBytes("index.html");
     const std::vector<std::string> commands = linesOf(readBytes("commands.txt"));
-    EXPECT_GE(commands.size(), 40u);
+    EXPECT_GE(commands.size(), linesOf(runWell({"list", "--names"})).size()) << "an operation has no example";
     for (const std::string &command : commands) {
         EXPECT_NE(html.find("<pre>" + command + "</pre>"), std::string::npos) << command;
         std::vector<std::string> words = split(command);

@@ -1,6 +1,9 @@
 // What each operation computes, against formulas; and the depths.
+#include <bit>
 #include <cmath>
 
+#include "reference/reference.h"
+#include "table/examples.h"
 #include "toolbench.h"
 
 using Operations = Bench;
@@ -12,11 +15,6 @@ struct OneCase {
     std::function<int(int)> change;
 };
 
-struct PairCase {
-    const char *name;
-    std::function<int(int, int)> combine;
-};
-
 // A sample computed in single precision on a scale from 0 to 1, and brought back.
 std::function<int(int)> inFloat(const std::function<float(float)> &change) {
     return [change](int a) {
@@ -25,34 +23,18 @@ std::function<int(int)> inFloat(const std::function<float(float)> &change) {
     };
 }
 
+// What the tool adds to an operation: ways to write a constant, depths, chains. Constants by themselves come from the
+// table of operations below.
 const std::vector<OneCase> oneCases = {
-    {"add-s 40", [](int a) { return clamped(a + 40, 255); }},
-    {"add-s -40", [](int a) { return clamped(a - 40, 255); }},
     {"add-s 0x20", [](int a) { return clamped(a + 32, 255); }},
-    {"subtract-s 100", [](int a) { return clamped(a - 100, 255); }},
-    {"subtract-s -100", [](int a) { return clamped(a + 100, 255); }},
-    {"subtract-s 200 flip", [](int a) { return clamped(200 - a, 255); }},
-    {"multiply-s 3", [](int a) { return clamped(a * 3, 255); }},
-    {"multiply-s -1", [](int) { return 0; }},
     {"and-s 0xE0", [](int a) { return a & 0xE0; }},
     {"and-s 0xFFFFFFF0", [](int a) { return a & 0xF0; }},
     {"or-s 0x0F", [](int a) { return a | 0x0F; }},
-    {"xor-s -1", [](int a) { return 255 - a; }},
-    {"lshift-s 3", [](int a) { return (a << 3) & 255; }},
-    {"lshift-s 9", [](int) { return 0; }},
-    {"rshift-s 3", [](int a) { return a >> 3; }},
     {"rshift-s 4294967295", [](int) { return 0; }},
-    {"not", [](int a) { return 255 - a; }},
-    {"square", [](int a) { return clamped(a * a, 255); }},
-    {"abs", [](int a) { return a; }},
     {"set 77", [](int) { return 77; }},
     {"set 300", [](int) { return 255; }},
     {"--depth 32f set-fp 0.5", [](int) { return 128; }},
-    {"--depth 32f add-sfp 0.25", inFloat([](float a) { return a + 0.25f; })},
     {"--depth 32f add-sfp -.25", inFloat([](float a) { return a - 0.25f; })},
-    {"--depth 32f subtract-sfp 0.5", inFloat([](float a) { return a - 0.5f; })},
-    {"--depth 32f subtract-sfp 1 flip", [](int a) { return 255 - a; }},
-    {"--depth 32f multiply-sfp 1.5", inFloat([](float a) { return a * 1.5f; })},
     {"--depth 32f square", inFloat([](float a) { return a * a; })},
     {"--depth 32f multiply-sfp 1e30 multiply-sfp 1e30 multiply-sfp 0",
      [](int) { return 0; }},  // no number becomes black
@@ -63,16 +45,49 @@ const std::vector<OneCase> oneCases = {
     {"add-s 40 not rshift-s 1", [](int a) { return (255 - clamped(a + 40, 255)) >> 1; }},
 };
 
-const std::vector<PairCase> pairCases = {
-    {"add", [](int a, int b) { return clamped(a + b, 255); }},
-    {"subtract", [](int a, int b) { return clamped(a - b, 255); }},
-    {"multiply", [](int a, int b) { return clamped(a * b, 255); }},
-    {"and", [](int a, int b) { return a & b; }},
-    {"or", [](int a, int b) { return a | b; }},
-    {"xor", [](int a, int b) { return a ^ b; }},
-    {"copy", [](int, int b) { return b; }},
-    {"exchange", [](int, int b) { return b; }},
+// An operation of the table with constants, and the words that mean the same.
+struct Wording {
+    std::string words;
+    RefCall call;
 };
+
+std::vector<Wording> wordingsOf(const RefOperation &op) {
+    std::vector<Wording> plain;
+    switch (op.constant) {
+        case RefConstant::NONE:
+            plain.push_back({"", op});
+            break;
+        case RefConstant::INTEGER:
+            for (int value : {40, -40, 3, -1, 0, 200, -300})
+                plain.push_back({std::to_string(value), {op, value}});
+            break;
+        case RefConstant::SHIFT:
+            for (int value : {0, 1, 3, 9})
+                plain.push_back({std::to_string(value), {op, value}});
+            break;
+        case RefConstant::REAL:
+            for (const char *value : {"0.25", "-0.25", "1.5", "0"})
+                plain.push_back({value, {op, 0, false, std::bit_cast<uint32_t>(std::stof(value))}});
+            break;
+    }
+    std::vector<Wording> all = plain;
+    for (Wording wording : plain) {
+        if (!op.flips) break;
+        wording.words.append(" flip");
+        wording.call.flip = true;
+        all.push_back(wording);
+    }
+    return all;
+}
+
+// The model on samples of a picture of 8 bits, or of one, as the tool brings them to a depth and back.
+int modelled(const RefCall &call, unsigned depth, int a, int b) {
+    const auto first = static_cast<uint32_t>(a), second = static_cast<uint32_t>(b);
+    if (depth != MOX_DEPTH_32F) return static_cast<int>(refElement(call, depth, first, second));
+    const auto real = [](int sample) { return std::bit_cast<uint32_t>(static_cast<float>(sample) / 255.0f); };
+    const auto result = static_cast<double>(std::bit_cast<float>(refElement(call, depth, real(a), real(b))));
+    return clamped(std::lrint(result * 255), 255);
+}
 
 }  // namespace
 
@@ -87,39 +102,52 @@ TEST_F(Operations, OnOnePicture) {
     }
 }
 
-TEST_F(Operations, OnTwoPictures) {
-    const Png a = randomPng(37, 23, 3, 8, 11);
-    const Png b = randomPng(37, 23, 3, 8, 12);
-    write("a.png", a);
-    write("b.png", b);
-    for (const PairCase &pair : pairCases) {
-        runLineWell(std::string("run a.png ") + pair.name + " b.png out.png");
-        const Png result = read("out.png");
-        ASSERT_EQ(result.samples.size(), a.samples.size());
-        for (std::size_t i = 0; i < a.samples.size(); i++) {
-            ASSERT_EQ(result.samples[i], pair.combine(a.samples[i], b.samples[i])) << pair.name << " at " << i;
+class TableOperation : public Bench, public testing::WithParamInterface<Example> {};
+
+std::vector<Example> elementWise() {
+    std::vector<Example> found;
+    for (const Example &example : allExamples()) {
+        if (example.point) found.push_back(example);
+    }
+    return found;
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, TableOperation, testing::ValuesIn(elementWise()),
+                         [](const auto &each) { return std::string(each.param.name); });
+
+TEST_P(TableOperation, GivesWhatItsModelSays) {
+    const RefOperation &op = *GetParam().point;
+    const std::string name = toolName(GetParam());
+    // Where a single source is a second picture, it takes the place of the first.
+    const bool takesPicture = runWell({"list"}).find("  " + name + " PICTURE") != std::string::npos;
+    EXPECT_TRUE(takesPicture || op.sources == 1);
+    for (const unsigned depth : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_32F}) {
+        if (!op.accepts(depth)) continue;
+        const int bits = depth == MOX_DEPTH_1U ? 1 : 8;
+        const Png a = randomPng(37, 23, bits == 1 ? 1 : 3, bits, 11), b = randomPng(37, 23, a.channels, bits, 12);
+        write("a.png", a);
+        write("b.png", b);
+        for (const Wording &wording : wordingsOf(op)) {
+            std::string words = depth == MOX_DEPTH_32F ? "--depth 32f " : "";
+            words.append(name).append(" ").append(wording.words);
+            runLineWell(std::string("run a.png ").append(words).append(takesPicture ? " b.png" : "") + " out.png");
+            const Png result = read("out.png");
+            EXPECT_EQ(result.bits, bits);
+            ASSERT_EQ(result.samples.size(), a.samples.size()) << words;
+            for (std::size_t i = 0; i < a.samples.size(); i++) {
+                const int first = takesPicture && op.sources == 1 ? b.samples[i] : a.samples[i];
+                ASSERT_EQ(result.samples[i], modelled(wording.call, depth, first, b.samples[i]))
+                    << words << " at " << i;
+            }
         }
     }
 }
 
-TEST_F(Operations, OnTwoPicturesOfBits) {
-    const Png a = randomPng(37, 23, 1, 1, 11);
-    const Png b = randomPng(37, 23, 1, 1, 12);
-    write("a.png", a);
-    write("b.png", b);
-    const std::vector<PairCase> cases = {{"add", [](int p, int q) { return p | q; }},
-                                         {"subtract", [](int p, int q) { return p & ~q; }},
-                                         {"multiply", [](int p, int q) { return p & q; }},
-                                         {"xor", [](int p, int q) { return p ^ q; }},
-                                         {"copy", [](int, int q) { return q; }}};
-    for (const PairCase &pair : cases) {
-        runLineWell(std::string("run a.png ") + pair.name + " b.png out.png");
-        const Png result = read("out.png");
-        EXPECT_EQ(result.bits, 1);
-        for (std::size_t i = 0; i < a.samples.size(); i++) {
-            ASSERT_EQ(result.samples[i], pair.combine(a.samples[i], b.samples[i])) << pair.name << " at " << i;
-        }
-    }
+TEST_F(Operations, Exchange) {
+    write("a.png", randomPng(37, 23, 3, 8, 11));
+    write("b.png", randomPng(37, 23, 3, 8, 12));
+    runLineWell("run a.png exchange b.png out.png");
+    EXPECT_EQ(read("out.png").samples, read("b.png").samples);
 }
 
 TEST_F(Operations, SecondPictureIsBroughtToTheFirst) {

@@ -1,0 +1,116 @@
+// Example calls: filters, and the records of their kernels.
+
+#include "table/examples.h"
+
+namespace {
+
+using Call = ExampleCall;
+constexpr Touches NOTHING = Touches::NOTHING, PIXELS = Touches::PIXELS;
+
+// A kernel of 5 x 5 at most.
+template <typename Value>
+struct ExampleKernel {
+    int nCols, nRows, anchorX, anchorY;
+    Value values[25];
+
+    explicit ExampleKernel(Call &call)
+        : nCols(call.choice(3, 6)), nRows(call.choice(2, 6)), anchorX(call.choice(1, 3)), anchorY(call.choice(0, 3)) {
+        if (nCols > 5) nCols = 5;
+        if (nRows > 5) nRows = 5;
+        for (int i = 0; i < 25; ++i) {
+            const int value = call.choice(i % 4, 9);
+            values[i] = static_cast<Value>(value >= 0 && value < 9 ? value - 4 : value);
+        }
+    }
+};
+
+MoxConvKernel *createKernel(Call &call) {
+    const ExampleKernel<int> k(call);
+    return moxCreateConvKernel(k.nCols, k.nRows, k.anchorX, k.anchorY, k.values,
+                               call.random ? call.random->below(32) : 1);
+}
+MoxConvKernel *createKernelChar(Call &call) {
+    const ExampleKernel<signed char> k(call);
+    return moxCreateConvKernelChar(k.nCols, k.nRows, k.anchorX, k.anchorY, k.values,
+                                   call.random ? call.random->below(32) : 1);
+}
+MoxConvKernelFP *createKernelFP(Call &call) {
+    const ExampleKernel<float> k(call);
+    return moxCreateConvKernelFP(k.nCols, k.nRows, k.anchorX, k.anchorY, k.values);
+}
+void freeKernel(MoxConvKernel *kernel) {
+    if (kernel) moxDeleteConvKernel(kernel);
+}
+void freeKernel(MoxConvKernelFP *kernel) {
+    if (kernel) moxDeleteConvKernelFP(kernel);
+}
+
+// Kernel records by hand, so that nothing but the function itself takes memory.
+template <typename Values>
+void getKernel(Call &call, MoxStatus(MOX_CALL *get)(MoxConvKernel *, int *, int *, int *, int *, Values **, int *)) {
+    ExampleKernel<int> k(call);
+    MoxConvKernel kernel = {k.nCols, k.nRows, k.anchorX, k.anchorY, k.values, 1};
+    Values values[25];
+    Values *place = values;
+    int nCols, nRows, anchorX, anchorY, shift;
+    get(&kernel, &nCols, &nRows, &anchorX, &anchorY, &place, &shift);
+}
+
+void getKernelFP(Call &call) {
+    ExampleKernel<float> k(call);
+    MoxConvKernelFP kernel = {k.nCols, k.nRows, k.anchorX, k.anchorY, k.values};
+    float values[25];
+    float *place = values;
+    int nCols, nRows, anchorX, anchorY;
+    moxGetConvKernelFP(&kernel, &nCols, &nRows, &anchorX, &anchorY, &place);
+}
+
+// One or two kernels, combined.
+void convolve(Call &call) {
+    ExampleKernel<int> first(call), second(call);
+    const int shift = call.random ? call.random->below(32) : 1, count = call.choice(2, 3), method = call.choice(0, 5);
+    MoxConvKernel kernels[2] = {{first.nCols, first.nRows, first.anchorX, first.anchorY, first.values, shift},
+                                {second.nCols, second.nRows, second.anchorX, second.anchorY, second.values, 0}};
+    MoxConvKernel *list[2] = {&kernels[0], &kernels[1]};
+    moxConvolve2D(call.src(), call.dst(), list, count > 2 && count <= 10 ? 2 : count, method);
+}
+
+void convolveFP(Call &call) {
+    ExampleKernel<float> first(call), second(call);
+    const int count = call.choice(2, 3), method = call.choice(0, 5);
+    MoxConvKernelFP kernels[2] = {{first.nCols, first.nRows, first.anchorX, first.anchorY, first.values},
+                                  {second.nCols, second.nRows, second.anchorX, second.anchorY, second.values}};
+    MoxConvKernelFP *list[2] = {&kernels[0], &kernels[1]};
+    moxConvolve2DFP(call.src(), call.dst(), list, count > 2 && count <= 10 ? 2 : count, method);
+}
+
+void blur(Call &call) {
+    const int nCols = call.size(3), nRows = call.size(5), anchorX = call.choice(1, 3), anchorY = call.choice(2, 3);
+    moxBlur(call.src(), call.dst(), nCols, nRows, anchorX, anchorY);
+}
+
+}  // namespace
+
+std::vector<Example> filterExamples() {
+    return {
+        {"moxBlur", PIXELS, 2, blur, {.tiledDiffers = true, .neighbours = true}},
+        {"moxCreateConvKernel", NOTHING, 0, [](Call &c) { freeKernel(createKernel(c)); }, {.leaks = 1}},
+        {"moxCreateConvKernelChar", NOTHING, 0, [](Call &c) { freeKernel(createKernelChar(c)); }, {.leaks = 1}},
+        {"moxCreateConvKernelFP", NOTHING, 0, [](Call &c) { freeKernel(createKernelFP(c)); }, {.leaks = 1}},
+        {"moxGetConvKernel", NOTHING, 0, [](Call &c) { getKernel(c, moxGetConvKernel); }},
+        {"moxGetConvKernelChar", NOTHING, 0, [](Call &c) { getKernel(c, moxGetConvKernelChar); }},
+        {"moxGetConvKernelFP", NOTHING, 0, getKernelFP},
+        {"moxDeleteConvKernel",
+         NOTHING,
+         0,
+         [](Call &c) { freeKernel(createKernel(c)); },
+         {.reportsAs = "moxCreateConvKernel", .leaks = 1}},
+        {"moxDeleteConvKernelFP",
+         NOTHING,
+         0,
+         [](Call &c) { freeKernel(createKernelFP(c)); },
+         {.reportsAs = "moxCreateConvKernelFP", .leaks = 1}},
+        {"moxConvolve2D", PIXELS, 2, convolve, {.neighbours = true, .tool = "convolve"}},
+        {"moxConvolve2DFP", PIXELS, 2, convolveFP, {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve"}},
+    };
+}
