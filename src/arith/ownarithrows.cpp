@@ -1,9 +1,9 @@
 // Row kernels of arithmetic and logic, compiled once for each CPU level. Every result is the exact one, clamped; the
 // forms are those that vectorise without widening.
 #include "arith/ownarith.h"
+#include "frame/ownclamp.h"
 #include "frame/ownforms.h"
 #include "frame/ownlogic.h"
-#include "frame/ownvector.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -61,6 +61,12 @@ struct Add {
             return as<D>(a + least(b, complement<D>(a)));
         }
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnInteger D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
+        return ownAddClamped<D>(a, b);
+    }
+#endif
 };
 
 struct Subtract {
@@ -76,6 +82,12 @@ struct Subtract {
             return as<D>(a - least(a, b));
         }
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnInteger D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
+        return ownSubtractClamped<D>(a, b);
+    }
+#endif
 };
 
 // A product of 32-bit samples in double precision: exact wherever it is within the range.
@@ -112,39 +124,13 @@ struct Multiply {
             return product<D>(a, b);
         }
     }
-};
-
 #if defined(OWN_HAS_VECTORS)
-// What processors have for signed saturation and for products of 16 bits.
-struct AddVector8 {
-    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(adds, epi8)(a, b); }
-};
-struct AddVector16 {
-    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(adds, epi16)(a, b); }
-};
-struct SubtractVector8 {
-    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(subs, epi8)(a, b); }
-};
-struct SubtractVector16 {
-    static OwnVector vector(OwnVector a, OwnVector b) { return OWN_VECTOR(subs, epi16)(a, b); }
-};
-// A product's two halves are one instruction each.
-struct MultiplyVector16S {
-    static OwnVector vector(OwnVector a, OwnVector b) {
-        const OwnVector low = OWN_VECTOR(mullo, epi16)(a, b), high = OWN_VECTOR(mulhi, epi16)(a, b);
-        return OWN_VECTOR(packs, epi32)(OWN_VECTOR(unpacklo, epi16)(low, high), OWN_VECTOR(unpackhi, epi16)(low, high));
+    template <OwnInteger D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
+        return ownMultiplyClamped<D>(a, b);
     }
-};
-struct MultiplyVector16U {
-    static OwnVector vector(OwnVector a, OwnVector b) {
-        const OwnVector low = OWN_VECTOR(mullo, epi16)(a, b), high = OWN_VECTOR(mulhi, epu16)(a, b);
-        return ownOr(low, ownNot(OWN_VECTOR(cmpeq, epi16)(high, ownZero())));
-    }
-};
-#define OWN_VECTOR_FORMS(D, F, Plain) OwnVectorBinary<D, F, Plain>::forms
-#else
-#define OWN_VECTOR_FORMS(D, F, Plain) OwnBinary<D, Plain>::forms
 #endif
+};
 
 struct MultiplyS {
     template <class D>
@@ -159,20 +145,31 @@ struct MultiplyS {
             return clampedWide<D>(static_cast<Wide>(static_cast<Wide>(a) * static_cast<Wide>(c.value)));
         }
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnInteger D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        if constexpr (ownIsOneOf<D, Own8S>) {
+            // A factor of 128 is none of the samples: words have it.
+            const OwnVector factor = ownSplat<Own16S>(c.value), sign = OWN_VECTOR(cmpgt, epi8)(ownZero(), a);
+            return OWN_VECTOR(packs, epi16)(OWN_VECTOR(mullo, epi16)(OWN_VECTOR(unpacklo, epi8)(a, sign), factor),
+                                            OWN_VECTOR(mullo, epi16)(OWN_VECTOR(unpackhi, epi8)(a, sign), factor));
+        } else if constexpr (ownIsOneOf<D, Own16S>) {
+            // One of 32768 is the sum of two halves.
+            const uint32_t half = c.value >> 1, rest = c.value - half;
+            const OwnVector factors = ownSplat<Own32S>((half & 0xFFFF) | rest << 16);
+            return OWN_VECTOR(packs, epi32)(OWN_VECTOR(madd, epi16)(OWN_VECTOR(unpacklo, epi16)(a, a), factors),
+                                            OWN_VECTOR(madd, epi16)(OWN_VECTOR(unpackhi, epi16)(a, a), factors));
+        } else {
+            return ownMultiplyClamped<D>(a, ownSplat<D>(c.value));
+        }
+    }
+#endif
 };
 
 struct And {
     template <class W>
     static W word(W a, W b, W) {
         return static_cast<W>(a & b);
-    }
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
-        return as<D>(a & b);
-    }
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
-        return as<D>(a & as<D>(c.value));
     }
 };
 
@@ -181,28 +178,12 @@ struct Or {
     static W word(W a, W b, W) {
         return static_cast<W>(a | b);
     }
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
-        return as<D>(a | b);
-    }
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
-        return as<D>(a | as<D>(c.value));
-    }
 };
 
 struct Xor {
     template <class W>
     static W word(W a, W b, W) {
         return static_cast<W>(a ^ b);
-    }
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
-        return as<D>(a ^ b);
-    }
-    template <class D>
-    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
-        return as<D>(a ^ as<D>(c.value));
     }
 };
 
@@ -233,12 +214,20 @@ struct AndNot {
     }
 };
 
-// Shifts of 16 and 32 bits.
+// Processors have no shifts of bytes: those of words do, with the bits from the neighbours cut off.
 struct ShiftLeft {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         return as<D>(static_cast<typename D::Lane>(a) << c.value);
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSmall D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const OwnVector shifted = OWN_VECTOR(sll, epi16)(a, _mm_cvtsi32_si128(static_cast<int>(c.value)));
+        if constexpr (sizeof(typename D::Value) == 2) return shifted;
+        return ownAnd(shifted, ownSplat<D>(0xFFu << c.value));
+    }
+#endif
 };
 
 struct ShiftRight {
@@ -246,47 +235,21 @@ struct ShiftRight {
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         return as<D>(a >> c.value);
     }
-};
-
-// Shifts of bytes, for which processors have no instruction: on words of eight, with the bits from the neighbours cut
-// off.
-constexpr uint64_t everyByte = 0x0101010101010101u;
-
-struct ShiftBytesLeft {
-    static uint64_t word(uint64_t w, unsigned shift) { return w << shift & everyByte * (0xFFu << shift & 0xFF); }
-};
-struct ShiftBytesRight {
-    static uint64_t word(uint64_t w, unsigned shift) { return w >> shift & everyByte * (0xFFu >> shift); }
-};
-// Signed bytes are shifted with 128 added, of which 128 >> shift is left to take off again. The top bit, free after the
-// shift, keeps that from borrowing.
-struct ShiftSignedBytesRight {
-    static uint64_t word(uint64_t w, unsigned shift) {
-        constexpr uint64_t top = everyByte * 0x80;
-        const uint64_t shifted = (w ^ top) >> shift & everyByte * (0xFFu >> shift);
-        return ((shifted | top) - everyByte * (0x80u >> shift)) ^ top;
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSmall D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const __m128i count = _mm_cvtsi32_si128(static_cast<int>(c.value));
+        if constexpr (ownIsOneOf<D, Own16S>) return OWN_VECTOR(sra, epi16)(a, count);
+        const OwnVector shifted = OWN_VECTOR(srl, epi16)(a, count);
+        if constexpr (sizeof(typename D::Value) == 2) return shifted;
+        const OwnVector bits = ownAnd(shifted, ownSplat<D>(0xFFu >> c.value));
+        if constexpr (ownIsOneOf<D, Own8U>) return bits;
+        // The sign goes down with the other bits, and is spread upwards again.
+        const OwnVector sign = ownSplat<D>(0x80u >> c.value);
+        return OWN_VECTOR(sub, epi8)(ownXor(bits, sign), sign);
     }
+#endif
 };
-
-template <class F>
-struct ShiftBlock {
-    static void block(const char *a, const char *, void *d, const OwnConstant &c) {
-        // Taken in before any is stored: the destination may be the source.
-        uint64_t words[8];
-        __builtin_memcpy(words, a, sizeof words);
-        for (uint64_t &word : words)
-            word = F::word(word, c.value);
-        __builtin_memcpy(d, words, sizeof words);
-    }
-    static void tail(const char *a, const char *, void *d, size_t n, const OwnConstant &c) {
-        const unsigned char *bytes = reinterpret_cast<const unsigned char *>(a);
-        for (size_t i = 0; i < n; ++i) {
-            static_cast<unsigned char *>(d)[i] = static_cast<unsigned char>(F::word(bytes[i], c.value));
-        }
-    }
-};
-template <class F>
-using ShiftBytes = OwnBlockForms<Own8U, ShiftBlock<F>>;
 
 // The four ways to add to or subtract from 8- and 16-bit samples, all on unsigned values.
 struct AddUp {
@@ -295,6 +258,13 @@ struct AddUp {
         const auto u = as<D>(a ^ as<D>(c.bias));
         return as<D>((u + least(as<D>(c.value), complement<D>(u))) ^ as<D>(c.bias));
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSmall D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const OwnVector bias = ownSplat<D>(c.bias);
+        return ownXor(ownAddClamped<D>(ownXor(a, bias), ownSplat<D>(c.value)), bias);
+    }
+#endif
 };
 struct TakeDown {
     template <class D>
@@ -302,6 +272,13 @@ struct TakeDown {
         const auto u = as<D>(a ^ as<D>(c.bias));
         return as<D>((u - least(u, as<D>(c.value))) ^ as<D>(c.bias));
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSmall D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const OwnVector bias = ownSplat<D>(c.bias);
+        return ownXor(ownSubtractClamped<D>(ownXor(a, bias), ownSplat<D>(c.value)), bias);
+    }
+#endif
 };
 struct FromValue {
     template <class D>
@@ -309,6 +286,13 @@ struct FromValue {
         const auto u = as<D>(a ^ as<D>(c.bias));
         return as<D>((as<D>(c.value) - least(u, as<D>(c.value))) ^ as<D>(c.bias));
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSmall D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const OwnVector bias = ownSplat<D>(c.bias);
+        return ownXor(ownSubtractClamped<D>(ownSplat<D>(c.value), ownXor(a, bias)), bias);
+    }
+#endif
 };
 struct FromAbove {
     template <class D>
@@ -316,6 +300,13 @@ struct FromAbove {
         const auto u = as<D>(a ^ as<D>(c.bias));
         return as<D>((complement<D>(u) + least(u, as<D>(c.value))) ^ as<D>(c.bias));
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSmall D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const OwnVector bias = ownSplat<D>(c.bias), value = ownSplat<D>(c.value);
+        return ownXor(ownNot(ownSubtractClamped<D>(ownXor(a, bias), value)), bias);
+    }
+#endif
 };
 
 template <class D>
@@ -327,23 +318,70 @@ template <class D>
     }
 }
 
+#if defined(OWN_HAS_VECTORS)
+// Sums and differences with a constant leave the range of 32 bits on one side only, which is known beforehand: where
+// samples pass a bound upwards, or, with all bits turned over, downwards.
+struct OneSide {
+    OwnVector turned, bound, end;
+    [[gnu::always_inline]] static OneSide above(uint32_t bound, bool end) { return make(0, bound, end); }
+    [[gnu::always_inline]] static OneSide below(uint32_t bound, bool end) { return make(~0u, ~bound, end); }
+    [[gnu::always_inline]] static OneSide make(uint32_t turned, uint32_t bound, bool highest) {
+        return {ownSplat<Own32S>(turned), ownSplat<Own32S>(bound), ownSplat<Own32S>(0x80000000u - highest)};
+    }
+    [[gnu::always_inline]] OwnVector clamp(OwnVector a, OwnVector result) const {
+        return ownChoose(OWN_VECTOR(cmpgt, epi32)(ownXor(a, turned), bound), end, result);
+    }
+};
+constexpr uint32_t lowest32 = 0x80000000u, highest32 = 0x7FFFFFFFu;
+[[gnu::always_inline]] inline bool isNegative(uint32_t value) {
+    return value > highest32;
+}
+#endif
+
 struct AddS {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         return Add::f<D>(a, constantOf<D>(c), c);
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnWide D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const uint32_t value = c.value;
+        const OneSide side =
+            isNegative(value) ? OneSide::below(lowest32 - value, false) : OneSide::above(highest32 - value, true);
+        return side.clamp(a, OWN_VECTOR(add, epi32)(a, ownSplat<D>(value)));
+    }
+#endif
 };
 struct SubtractS {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         return Subtract::f<D>(a, constantOf<D>(c), c);
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnWide D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const uint32_t value = c.value;
+        const OneSide side =
+            isNegative(value) ? OneSide::above(highest32 + value, true) : OneSide::below(lowest32 + value, false);
+        return side.clamp(a, OWN_VECTOR(sub, epi32)(a, ownSplat<D>(value)));
+    }
+#endif
 };
 struct SubtractFrom {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         return Subtract::f<D>(constantOf<D>(c), a, c);
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnWide D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        const uint32_t value = c.value;
+        const OneSide side =
+            isNegative(value) ? OneSide::above(value - lowest32, false) : OneSide::below(value - highest32, true);
+        return side.clamp(a, OWN_VECTOR(sub, epi32)(ownSplat<D>(value), a));
+    }
+#endif
 };
 
 struct Square {
@@ -357,6 +395,17 @@ struct Square {
             return product<D>(a, a);
         }
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnInteger D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
+        if constexpr (!ownIsOneOf<D, Own32S>) return ownMultiplyClamped<D>(a, a);
+        // The largest root is 46340.
+        const OwnVector root = ownSplat<D>(46340);
+        const OwnVector over = ownOr(OWN_VECTOR(cmpgt, epi32)(a, root),
+                                     OWN_VECTOR(cmpgt, epi32)(OWN_VECTOR(sub, epi32)(ownZero(), root), a));
+        return ownOr(ownAndNot(ownMultiplyLow(a, a), over), OWN_VECTOR(srli, epi32)(over, 1));
+    }
+#endif
 };
 
 struct Absolute {
@@ -369,6 +418,19 @@ struct Absolute {
         const auto positive = as<D>(static_cast<Bits>(Bits{0} - static_cast<Bits>(a)));
         return a == lowest ? as<D>(~a) : a < 0 ? positive : a;
     }
+#if defined(OWN_HAS_VECTORS)
+    template <OwnSigned D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
+        if constexpr (ownIsOneOf<D, Own32S>) {
+            const OwnVector sign = ownSigns32(a), positive = OWN_VECTOR(sub, epi32)(ownXor(a, sign), sign);
+            return OWN_VECTOR(add, epi32)(positive, ownSigns32(positive));
+        } else {
+            const OwnVector sign =
+                ownIsOneOf<D, Own8S> ? OWN_VECTOR(cmpgt, epi8)(ownZero(), a) : OWN_VECTOR(srai, epi16)(a, 15);
+            return ownSubtractClamped<D>(ownXor(a, sign), sign);
+        }
+    }
+#endif
 };
 
 // The sign of a float is its top bit, that of NaN and zero too.
@@ -380,9 +442,11 @@ struct DropSign {
 };
 
 template <class D, class F>
-constexpr OwnRowForms two = OwnBinary<D, F>::forms;
+constexpr OwnRowForms two = ownBinary<D, F>;
 template <class D, class F>
-constexpr OwnRowForms one = OwnUnary<D, F>::forms;
+constexpr OwnRowForms one = ownUnary<D, F>;
+template <class D, class F>
+constexpr OwnRowForms logic = OwnLogicForms<F, D>::forms;
 constexpr OwnRowForms none = {nullptr, nullptr, nullptr};
 
 }  // namespace
@@ -390,30 +454,28 @@ constexpr OwnRowForms none = {nullptr, nullptr, nullptr};
 // In the order 1U, 8U, 8S, 16U, 16S, 32S, 32F.
 extern const OwnArithRows arithRows;
 const OwnArithRows arithRows = {
-    .add = {none, two<Own8U, Add>, OWN_VECTOR_FORMS(Own8S, AddVector8, Add), two<Own16U, Add>,
-            OWN_VECTOR_FORMS(Own16S, AddVector16, Add), two<Own32S, Add>, two<Own32F, Add>},
-    .subtract = {OwnLogicForms<AndNot>::forms, two<Own8U, Subtract>, OWN_VECTOR_FORMS(Own8S, SubtractVector8, Subtract),
-                 two<Own16U, Subtract>, OWN_VECTOR_FORMS(Own16S, SubtractVector16, Subtract), two<Own32S, Subtract>,
-                 two<Own32F, Subtract>},
-    .multiply = {none, two<Own8U, Multiply>, two<Own8S, Multiply>,
-                 OWN_VECTOR_FORMS(Own16U, MultiplyVector16U, Multiply),
-                 OWN_VECTOR_FORMS(Own16S, MultiplyVector16S, Multiply), two<Own32S, Multiply>, two<Own32F, Multiply>},
-    .bitAnd = {OwnLogicForms<And>::forms, OwnLogicForms<And>::forms, OwnLogicForms<And>::forms, two<Own16U, And>,
-               two<Own16U, And>, two<Own32U, And>, none},
-    .bitOr = {OwnLogicForms<Or>::forms, OwnLogicForms<Or>::forms, OwnLogicForms<Or>::forms, two<Own16U, Or>,
-              two<Own16U, Or>, two<Own32U, Or>, none},
-    .bitXor = {OwnLogicForms<Xor>::forms, OwnLogicForms<Xor>::forms, OwnLogicForms<Xor>::forms, two<Own16U, Xor>,
-               two<Own16U, Xor>, two<Own32U, Xor>, none},
-    .andS = {OwnLogicForms<AndValue>::forms, OwnLogicForms<AndValue>::forms, OwnLogicForms<AndValue>::forms,
-             one<Own16U, And>, one<Own16U, And>, one<Own32U, And>, none},
-    .orS = {OwnLogicForms<OrValue>::forms, OwnLogicForms<OrValue>::forms, OwnLogicForms<OrValue>::forms,
-            one<Own16U, Or>, one<Own16U, Or>, one<Own32U, Or>, none},
-    .xorS = {OwnLogicForms<XorValue>::forms, OwnLogicForms<XorValue>::forms, OwnLogicForms<XorValue>::forms,
-             one<Own16U, Xor>, one<Own16U, Xor>, one<Own32U, Xor>, none},
-    .shiftLeft = {none, ShiftBytes<ShiftBytesLeft>::forms, ShiftBytes<ShiftBytesLeft>::forms, one<Own16U, ShiftLeft>,
-                  one<Own16U, ShiftLeft>, one<Own32U, ShiftLeft>, none},
-    .shiftRight = {none, ShiftBytes<ShiftBytesRight>::forms, ShiftBytes<ShiftSignedBytesRight>::forms,
-                   one<Own16U, ShiftRight>, one<Own16S, ShiftRight>, one<Own32S, ShiftRight>, none},
+    .add = {none, two<Own8U, Add>, two<Own8S, Add>, two<Own16U, Add>, two<Own16S, Add>, two<Own32S, Add>,
+            two<Own32F, Add>},
+    .subtract = {logic<Own8U, AndNot>, two<Own8U, Subtract>, two<Own8S, Subtract>, two<Own16U, Subtract>,
+                 two<Own16S, Subtract>, two<Own32S, Subtract>, two<Own32F, Subtract>},
+    .multiply = {none, two<Own8U, Multiply>, two<Own8S, Multiply>, two<Own16U, Multiply>, two<Own16S, Multiply>,
+                 two<Own32S, Multiply>, two<Own32F, Multiply>},
+    .bitAnd = {logic<Own8U, And>, logic<Own8U, And>, logic<Own8U, And>, logic<Own16U, And>, logic<Own16U, And>,
+               logic<Own32U, And>, none},
+    .bitOr = {logic<Own8U, Or>, logic<Own8U, Or>, logic<Own8U, Or>, logic<Own16U, Or>, logic<Own16U, Or>,
+              logic<Own32U, Or>, none},
+    .bitXor = {logic<Own8U, Xor>, logic<Own8U, Xor>, logic<Own8U, Xor>, logic<Own16U, Xor>, logic<Own16U, Xor>,
+               logic<Own32U, Xor>, none},
+    .andS = {logic<Own8U, AndValue>, logic<Own8U, AndValue>, logic<Own8U, AndValue>, logic<Own16U, AndValue>,
+             logic<Own16U, AndValue>, logic<Own32U, AndValue>, none},
+    .orS = {logic<Own8U, OrValue>, logic<Own8U, OrValue>, logic<Own8U, OrValue>, logic<Own16U, OrValue>,
+            logic<Own16U, OrValue>, logic<Own32U, OrValue>, none},
+    .xorS = {logic<Own8U, XorValue>, logic<Own8U, XorValue>, logic<Own8U, XorValue>, logic<Own16U, XorValue>,
+             logic<Own16U, XorValue>, logic<Own32U, XorValue>, none},
+    .shiftLeft = {none, one<Own8U, ShiftLeft>, one<Own8U, ShiftLeft>, one<Own16U, ShiftLeft>, one<Own16U, ShiftLeft>,
+                  one<Own32U, ShiftLeft>, none},
+    .shiftRight = {none, one<Own8U, ShiftRight>, one<Own8S, ShiftRight>, one<Own16U, ShiftRight>,
+                   one<Own16S, ShiftRight>, one<Own32S, ShiftRight>, none},
     .multiplyS = {none, one<Own8U, MultiplyS>, one<Own8S, MultiplyS>, one<Own16U, MultiplyS>, one<Own16S, MultiplyS>,
                   one<Own32S, MultiplyS>, one<Own32F, MultiplyS>},
     .addUp = {none, one<Own8U, AddUp>, one<Own8U, AddUp>, one<Own16U, AddUp>, one<Own16U, AddUp>, none, none},

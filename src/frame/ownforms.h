@@ -1,13 +1,16 @@
-// The forms of a kernel whose every element is a function of equal positions: one loop, over samples of any depth.
+// The forms of a kernel whose every element is a function of equal positions, F::f<D>(a, b, constant) or
+// F::f<D>(a, constant). They are loops over samples. What a compiler makes no good vectors of has F::vector<D>(a, b,
+// constant) beside it, which computes a vector of samples; the loops are then for other processors.
 #pragma once
 
-#include "frame/ownsample.h"
+#include "frame/ownvector.h"
 
 namespace {
 
-// The three forms of a kernel whose element i is compute(i, a, b, constant).
+// The three forms of a kernel whose element i is compute(i, a, b, constant), as loops that the compiler vectorises.
 template <class D, class Element>
-struct OwnForms {
+struct OwnLoopForms {
+    static constexpr int sources = Element::sources;
     using Sample = typename D::Sample;
     using Value = typename D::Value;
 
@@ -46,35 +49,29 @@ struct OwnForms {
             d[i] = ownSelect<D>(lanes[i], Element::compute(i, a, b, constant), d[i]);
     }
 
-    // Whole blocks are computed aside and streamed; what lies before and behind them is stored plainly.
     static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        constexpr size_t block = OWN_STREAM_BLOCK / sizeof(Value);
-        const size_t toLine = -reinterpret_cast<uintptr_t>(d_) & 63;
-        const size_t head = toLine / sizeof(Value);
-        if (toLine % sizeof(Value) != 0 || n < head + block) return plain(a_, b_, d_, n, c);
         const Sample *a = static_cast<const Sample *>(a_);
         const Sample *b = static_cast<const Sample *>(b_);
         Sample *d = static_cast<Sample *>(d_);
         const OwnConstant constant = c;
-        for (size_t i = 0; i < head; ++i)
-            d[i] = Element::compute(i, a, b, constant);
-        size_t i = head;
-        for (; i + block <= n; i += block) {
-            alignas(64) Value values[block];
-            for (size_t k = 0; k < block; ++k)
-                values[k] = Element::compute(i + k, a, b, constant);
-            ownStreamBlock(d + i, values);
-        }
-        for (; i < n; ++i)
-            d[i] = Element::compute(i, a, b, constant);
+        const auto stored = [&](size_t i, size_t count) {
+            for (const size_t end = i + count; i < end; ++i)
+                d[i] = Element::compute(i, a, b, constant);
+        };
+        const auto aside = [&](size_t i, void *values) {
+            for (size_t k = 0; k < OWN_STREAM_BLOCK / sizeof(Value); ++k)
+                static_cast<Value *>(values)[k] = Element::compute(i + k, a, b, constant);
+        };
+        ownStreamRow<Sample>(d_, n, stored, aside);
     }
 
     static constexpr OwnRowForms forms = {plain, masked, streamed};
 };
 
-// Kernels of an element function f(a, b, constant) at a depth, and of f(a, constant).
+// Element i of f(a, b, constant), and of f(a, constant).
 template <class D, class F>
 struct OwnBinaryElement {
+    static constexpr int sources = 2;
     using Sample = typename D::Sample;
     [[gnu::always_inline]] static typename D::Value compute(size_t i, const Sample *a, const Sample *b,
                                                             const OwnConstant &c) {
@@ -83,15 +80,27 @@ struct OwnBinaryElement {
 };
 template <class D, class F>
 struct OwnUnaryElement {
+    static constexpr int sources = 1;
     using Sample = typename D::Sample;
     [[gnu::always_inline]] static typename D::Value compute(size_t i, const Sample *a, const Sample *,
                                                             const OwnConstant &c) {
         return F::template f<D>(a[i], c);
     }
 };
+
+// By vectors where F has a vector function of this depth, and by loops elsewhere.
+template <class D, class F, class Element>
+constexpr OwnRowForms ownFormsOf() {
+#if defined(OWN_HAS_VECTORS)
+    if constexpr (requires(OwnVector v, const OwnConstant &c) { F::template vector<D>(v, v, c); }) {
+        return OwnVectorForms<D, F, OwnLoopForms<D, Element>>::forms;
+    }
+#endif
+    return OwnLoopForms<D, Element>::forms;
+}
 template <class D, class F>
-using OwnBinary = OwnForms<D, OwnBinaryElement<D, F>>;
+constexpr OwnRowForms ownBinary = ownFormsOf<D, F, OwnBinaryElement<D, F>>();
 template <class D, class F>
-using OwnUnary = OwnForms<D, OwnUnaryElement<D, F>>;
+constexpr OwnRowForms ownUnary = ownFormsOf<D, F, OwnUnaryElement<D, F>>();
 
 }  // namespace

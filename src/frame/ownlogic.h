@@ -14,13 +14,18 @@ typedef uint64_t OwnWords __attribute__((vector_size(16), aligned(1), may_alias)
 
 typedef uint64_t OwnTwoWords __attribute__((vector_size(16), aligned(1), may_alias));
 
-// The forms of a kernel of bitwise logic on bytes, by F::word(a, b, repeated constant). b is ignored by unary kernels,
-// and may be null for them.
-template <class F>
+// The forms of a kernel of bitwise logic, by F::word(a, b, repeated constant). b is ignored by unary kernels, and may
+// be null for them. Samples of any size are bytes here, with a constant of their size.
+template <class F, class D = Own8U>
 struct OwnLogicForms {
+    static constexpr size_t sampleBytes = sizeof(typename D::Value);
+
     template <class Words>
-    static Words repeat(uint32_t byte) {
-        return static_cast<Words>(Words{} + 0x0101010101010101u * uint64_t{byte & 0xFF});
+    static Words repeat(uint32_t value) {
+        if constexpr (sampleBytes == 4) return static_cast<Words>(Words{} + 0x0000000100000001u * uint64_t{value});
+        if constexpr (sampleBytes == 2)
+            return static_cast<Words>(Words{} + 0x0001000100010001u * uint64_t{value & 0xFFFF});
+        return static_cast<Words>(Words{} + 0x0101010101010101u * uint64_t{value & 0xFF});
     }
     template <class Words>
     static Words load(const void *p) {
@@ -33,11 +38,12 @@ struct OwnLogicForms {
         __builtin_memcpy(p, &words, sizeof words);
     }
 
-    // d[i] = at(i, constant), by the widest words that the row has: rows of bits are short. The last words of a row
-    // overlap those before; they are computed first, since the destination may be a source, and stored last.
+    // n bytes of d from i on = at(i, constant), by the widest words that the row has: rows of bits are short. The last
+    // words of a row overlap those before; they are computed first, since the destination may be a source, and stored
+    // last.
     template <class At>
     static void byWords(uint8_t *d, size_t n, const OwnConstant &c, const At &at) {
-        const uint32_t byte = c.value;
+        const uint32_t value = c.value;
         const auto run = [&]<class Words>(Words constant) {
             constexpr size_t step = sizeof(Words);
             if (n < step) return false;
@@ -48,15 +54,16 @@ struct OwnLogicForms {
             store(d + n - step, end);
             return true;
         };
-        if (run(repeat<OwnWords>(byte)) || run(repeat<OwnTwoWords>(byte)) || run(repeat<uint64_t>(byte))) return;
-        for (size_t i = 0; i < n; ++i)
-            d[i] = at(i, repeat<uint8_t>(byte));
+        if (run(repeat<OwnWords>(value)) || run(repeat<OwnTwoWords>(value)) || run(repeat<uint64_t>(value))) return;
+        using Unit = typename D::Value;
+        for (size_t i = 0; i < n; i += sampleBytes)
+            store(d + i, at(i, repeat<Unit>(value)));
     }
 
     static void plain(const void *a_, const void *b_, void *d, size_t n, const OwnConstant &c) {
         const uint8_t *a = static_cast<const uint8_t *>(a_);
         const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
-        byWords(static_cast<uint8_t *>(d), n, c, [=]<class Words>(size_t i, Words constant) {
+        byWords(static_cast<uint8_t *>(d), n * sampleBytes, c, [=]<class Words>(size_t i, Words constant) {
             return static_cast<Words>(F::word(load<Words>(a + i), load<Words>(b + i), constant));
         });
     }
@@ -66,7 +73,7 @@ struct OwnLogicForms {
         const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         const uint8_t *lanes = static_cast<const uint8_t *>(lanes_);
         uint8_t *d = static_cast<uint8_t *>(d_);
-        byWords(d, n, c, [=]<class Words>(size_t i, Words constant) {
+        byWords(d, n * sampleBytes, c, [=]<class Words>(size_t i, Words constant) {
             const Words lane = load<Words>(lanes + i), before = load<Words>(d + i);
             return static_cast<Words>((F::word(load<Words>(a + i), load<Words>(b + i), constant) & lane) |
                                       (before & ~lane));
@@ -78,17 +85,16 @@ struct OwnLogicForms {
         const uint8_t *b = static_cast<const uint8_t *>(b_ ? b_ : a_);
         uint8_t *d = static_cast<uint8_t *>(d_);
         const auto constant = repeat<OwnWords>(c.value);
-        const size_t head = -reinterpret_cast<uintptr_t>(d_) & 63;
-        if (n < head) return plain(a, b, d, n, c);
-        plain(a, b, d, head, c);
-        size_t i = head;
-        for (; i + OWN_STREAM_BLOCK <= n; i += OWN_STREAM_BLOCK) {
-            alignas(64) uint8_t block[OWN_STREAM_BLOCK];
-            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += sizeof(OwnWords))
-                store(block + k, F::word(load<OwnWords>(a + i + k), load<OwnWords>(b + i + k), constant));
-            ownStreamBlock(d + i, block);
-        }
-        plain(a + i, b + i, d + i, n - i, c);
+        const auto stored = [&](size_t i, size_t count) {
+            plain(a + i * sampleBytes, b + i * sampleBytes, d + i * sampleBytes, count, c);
+        };
+        const auto aside = [&](size_t i, uint8_t *block) {
+            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += sizeof(OwnWords)) {
+                const size_t at = i * sampleBytes + k;
+                store(block + k, F::word(load<OwnWords>(a + at), load<OwnWords>(b + at), constant));
+            }
+        };
+        ownStreamRow<typename D::Sample>(d_, n, stored, aside);
     }
 
     // A source's bytes as they lie against the destination's: byte k is from(k)[0] << left | from(k)[1] >> (8 - left).

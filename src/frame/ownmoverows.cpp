@@ -54,19 +54,12 @@ struct Fill {
     }
 
     static void streamed(const void *, const void *, void *d_, size_t n, const OwnConstant &c) {
-        using Value = typename D::Value;
-        constexpr size_t block = OWN_STREAM_BLOCK / sizeof(Value);
-        const size_t toLine = -reinterpret_cast<uintptr_t>(d_) & 63;
-        const size_t head = toLine / sizeof(Value);
-        if (toLine % sizeof(Value) != 0 || n < head) return plain(nullptr, nullptr, d_, n, c);
-        alignas(64) Value values[block];
-        plain(nullptr, nullptr, values, block, c);
-        plain(nullptr, nullptr, d_, head, c);
+        alignas(64) typename D::Value values[OWN_STREAM_BLOCK / sizeof(typename D::Value)];
+        plain(nullptr, nullptr, values, sizeof values / sizeof values[0], c);
         typename D::Sample *d = static_cast<typename D::Sample *>(d_);
-        size_t i = head;
-        for (; i + block <= n; i += block)
-            ownStreamBlock(d + i, values);
-        plain(nullptr, nullptr, d + i, n - i, c);
+        ownStreamRow<typename D::Sample>(
+            d_, n, [&](size_t i, size_t count) { plain(nullptr, nullptr, d + i, count, c); },
+            [&](size_t, void *block) { std::memcpy(block, values, sizeof values); });
     }
 };
 
@@ -259,9 +252,9 @@ void fence() {
 
 extern const OwnMoveRows moveRows;
 const OwnMoveRows moveRows = {
-    {{copyRow<Own8U>, OwnUnary<Own8U, Copy>::masked, OwnUnary<Own8U, Copy>::streamed, OwnLogicForms<Copy>::bits},
-     {copyRow<Own16U>, OwnUnary<Own16U, Copy>::masked, OwnUnary<Own16U, Copy>::streamed},
-     {copyRow<Own32U>, OwnUnary<Own32U, Copy>::masked, OwnUnary<Own32U, Copy>::streamed}},
+    {{copyRow<Own8U>, ownUnary<Own8U, Copy>.masked, ownUnary<Own8U, Copy>.streamed, OwnLogicForms<Copy>::bits},
+     {copyRow<Own16U>, ownUnary<Own16U, Copy>.masked, ownUnary<Own16U, Copy>.streamed},
+     {copyRow<Own32U>, ownUnary<Own32U, Copy>.masked, ownUnary<Own32U, Copy>.streamed}},
     {{Fill<Own8U>::plain, Fill<Own8U>::masked, Fill<Own8U>::streamed, OwnLogicForms<FillBits>::bits},
      {Fill<Own16U>::plain, Fill<Own16U>::masked, Fill<Own16U>::streamed},
      {Fill<Own32U>::plain, Fill<Own32U>::masked, Fill<Own32U>::streamed}},

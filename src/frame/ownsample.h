@@ -106,4 +106,21 @@ constexpr size_t OWN_STREAM_BLOCK = 256;
 #endif
 }
 
+// Runs n samples of a row whose destination is not read back: those before the first cache line and behind the last
+// whole block by plain(i, count), which stores them, the blocks by block(i, values), which computes samples aside.
+template <class Sample, class Plain, class Block>
+[[gnu::always_inline]] inline void ownStreamRow(void *to, size_t n, const Plain &plain, const Block &block) {
+    constexpr size_t step = OWN_STREAM_BLOCK / sizeof(Sample);
+    const size_t toLine = -reinterpret_cast<uintptr_t>(to) & 63, head = toLine / sizeof(Sample);
+    if (toLine % sizeof(Sample) != 0 || n < head + step) return plain(0, n);
+    plain(0, head);
+    size_t i = head;
+    for (; i + step <= n; i += step) {
+        alignas(64) unsigned char values[OWN_STREAM_BLOCK];
+        block(i, values);
+        ownStreamBlock(static_cast<Sample *>(to) + i, values);
+    }
+    plain(i, n - i);
+}
+
 }  // namespace

@@ -1,8 +1,7 @@
-// The widest plain vector of a kernel file's level, for the instructions that no loop over samples becomes.
+// The widest plain vector of a kernel file's level, and the forms of kernels that compute with it.
 #pragma once
 
-#include "frame/ownblocks.h"
-#include "frame/ownforms.h"
+#include "frame/ownsample.h"
 
 #if defined(__SSE2__)
 #define OWN_HAS_VECTORS 1
@@ -21,11 +20,26 @@ inline void ownStore(char *p, OwnVector v) {
 inline OwnVector ownNot(OwnVector v) {
     return _mm256_xor_si256(v, _mm256_set1_epi32(-1));
 }
+inline OwnVector ownAnd(OwnVector a, OwnVector b) {
+    return _mm256_and_si256(a, b);
+}
+inline OwnVector ownAndNot(OwnVector a, OwnVector b) {  // a & ~b
+    return _mm256_andnot_si256(b, a);
+}
 inline OwnVector ownOr(OwnVector a, OwnVector b) {
     return _mm256_or_si256(a, b);
 }
+inline OwnVector ownXor(OwnVector a, OwnVector b) {
+    return _mm256_xor_si256(a, b);
+}
 inline OwnVector ownZero() {
     return _mm256_setzero_si256();
+}
+inline OwnVector ownWiden(__m128i v) {
+    return _mm256_castsi128_si256(v);
+}
+inline __m128i ownNarrow(OwnVector v) {
+    return _mm256_castsi256_si128(v);
 }
 #else
 using OwnVector = __m128i;
@@ -39,28 +53,164 @@ inline void ownStore(char *p, OwnVector v) {
 inline OwnVector ownNot(OwnVector v) {
     return _mm_xor_si128(v, _mm_set1_epi32(-1));
 }
+inline OwnVector ownAnd(OwnVector a, OwnVector b) {
+    return _mm_and_si128(a, b);
+}
+inline OwnVector ownAndNot(OwnVector a, OwnVector b) {  // a & ~b
+    return _mm_andnot_si128(b, a);
+}
 inline OwnVector ownOr(OwnVector a, OwnVector b) {
     return _mm_or_si128(a, b);
+}
+inline OwnVector ownXor(OwnVector a, OwnVector b) {
+    return _mm_xor_si128(a, b);
 }
 inline OwnVector ownZero() {
     return _mm_setzero_si128();
 }
+inline OwnVector ownWiden(__m128i v) {
+    return v;
+}
+inline __m128i ownNarrow(OwnVector v) {
+    return v;
+}
 #endif
 
-// Kernels of F::vector(a, b), whole vectors of samples, and of Plain's element function for what is left of a row.
-template <class D, class F, class Plain>
-struct OwnVectorBlock {
-    static void block(const char *a, const char *b, void *d, const OwnConstant &) {
-        for (size_t i = 0; i < 64; i += sizeof(OwnVector)) {
-            ownStore(static_cast<char *>(d) + i, F::vector(ownLoad(a + i), ownLoad(b + i)));
-        }
+// The bits of a where the mask is set, those of b where it is not.
+inline OwnVector ownSelectBits(OwnVector mask, OwnVector a, OwnVector b) {
+#if defined(__AVX512VL__)
+    return _mm256_ternarylogic_epi64(mask, a, b, 0xCA);
+#elif defined(__AVX2__)
+    return ownOr(ownAnd(a, mask), ownAndNot(b, mask));
+#else
+    return ownXor(ownAnd(ownXor(a, b), mask), b);  // without a copy of the mask
+#endif
+}
+
+// The same for masks of whole lanes.
+inline OwnVector ownChoose(OwnVector mask, OwnVector a, OwnVector b) {
+#if defined(__AVX2__) && !defined(__AVX512VL__)
+    return _mm256_blendv_epi8(b, a, mask);
+#elif defined(__AVX512VL__)
+    return ownSelectBits(mask, a, b);
+#else
+    return ownOr(ownAnd(a, mask), ownAndNot(b, mask));
+#endif
+}
+
+// A value in every lane.
+template <class D>
+[[gnu::always_inline]] inline OwnVector ownSplat(uint32_t value) {
+    if constexpr (sizeof(typename D::Value) == 1) {
+        return OWN_VECTOR(set1, epi8)(static_cast<char>(value));
+    } else if constexpr (sizeof(typename D::Value) == 2) {
+        return OWN_VECTOR(set1, epi16)(static_cast<short>(value));
+    } else {
+        return OWN_VECTOR(set1, epi32)(static_cast<int>(value));
     }
-    static void tail(const char *a, const char *b, void *d, size_t n, const OwnConstant &c) {
-        OwnBinary<D, Plain>::plain(a, b, d, n, c);
+}
+
+// The first bytes of a vector, of which the others are of no account.
+template <size_t bytes>
+[[gnu::always_inline]] inline OwnVector ownLoadPart(const char *p) {
+    if constexpr (bytes == sizeof(OwnVector)) {
+        return ownLoad(p);
+    } else if constexpr (bytes == 16) {
+        return ownWiden(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)));
+    } else if constexpr (bytes == 8) {
+        return ownWiden(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(p)));
+    } else {
+        int word;
+        __builtin_memcpy(&word, p, 4);
+        return ownWiden(_mm_cvtsi32_si128(word));
     }
+}
+template <size_t bytes>
+[[gnu::always_inline]] inline void ownStorePart(char *p, OwnVector v) {
+    if constexpr (bytes == sizeof(OwnVector)) {
+        ownStore(p, v);
+    } else if constexpr (bytes == 16) {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(p), ownNarrow(v));
+    } else if constexpr (bytes == 8) {
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(p), ownNarrow(v));
+    } else {
+        const int word = _mm_cvtsi128_si32(ownNarrow(v));
+        __builtin_memcpy(p, &word, 4);
+    }
+}
+
+// The forms of a kernel that has F::vector<D>(a, b, constant), whole vectors of samples: where a processor has
+// instructions that no loop over samples becomes. Loops are its forms for rows shorter than four bytes. A source that
+// the kernel does not have is null, and its vector unspecified.
+template <class D, class F, class Loops>
+struct OwnVectorForms {
+    static constexpr size_t width = sizeof(OwnVector);
+    static constexpr bool binary = Loops::sources > 1;
+
+    template <size_t bytes>
+    [[gnu::always_inline]] static OwnVector part(const char *a, const char *b, size_t i, const OwnConstant &c) {
+        const OwnVector first = ownLoadPart<bytes>(a + i);
+        if constexpr (binary) return F::template vector<D>(first, ownLoadPart<bytes>(b + i), c);
+        return F::template vector<D>(first, first, c);
+    }
+
+    // bytes of d from i on = at<bytes>(i), by the widest parts that the row has. The last part of a row overlaps those
+    // before; it is computed first, since the destination may be a source, and stored last.
+    template <size_t bytes, class At>
+    [[gnu::always_inline]] static bool byParts(char *d, size_t n, const At &at) {
+        if (n < bytes) return false;
+        const OwnVector last = at.template operator()<bytes>(n - bytes);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i + bytes <= n; i += bytes)
+            ownStorePart<bytes>(d + i, at.template operator()<bytes>(i));
+        ownStorePart<bytes>(d + n - bytes, last);
+        return true;
+    }
+    template <class At>
+    [[gnu::always_inline]] static bool byParts(char *d, size_t n, const At &at) {
+        return byParts<width>(d, n, at) || (width > 16 && byParts<16>(d, n, at)) || byParts<8>(d, n, at) ||
+               byParts<4>(d, n, at);
+    }
+
+    static void plain(const void *a_, const void *b_, void *d, size_t n, const OwnConstant &c) {
+        const char *a = static_cast<const char *>(a_), *b = static_cast<const char *>(b_);
+        const OwnConstant constant = c;
+        const auto at = [&]<size_t bytes>(size_t i) { return part<bytes>(a, b, i, constant); };
+        if (!byParts(static_cast<char *>(d), n * sizeof(typename D::Value), at)) Loops::plain(a_, b_, d, n, c);
+    }
+
+    static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
+        const char *a = static_cast<const char *>(a_), *b = static_cast<const char *>(b_);
+        const char *lanes = static_cast<const char *>(lanes_);
+        char *d = static_cast<char *>(d_);
+        const OwnConstant constant = c;
+        const auto at = [&]<size_t bytes>(size_t i) {
+            const OwnVector lane = ownLoadPart<bytes>(lanes + i), before = ownLoadPart<bytes>(d + i);
+            const OwnVector result = part<bytes>(a, b, i, constant);
+            return ownSelectBits(lane, result, before);
+        };
+        if (!byParts(d, n * sizeof(typename D::Value), at)) Loops::masked(a_, b_, d_, n, c, lanes_);
+    }
+
+    static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
+        using Sample = typename D::Sample;
+        const Sample *a = static_cast<const Sample *>(a_), *b = static_cast<const Sample *>(b_);
+        Sample *d = static_cast<Sample *>(d_);
+        const OwnConstant constant = c;
+        const auto stored = [&](size_t i, size_t count) {
+            plain(a + i, binary ? b + i : nullptr, d + i, count, constant);
+        };
+        const auto aside = [&](size_t i, unsigned char *values) {
+            const char *from = reinterpret_cast<const char *>(a + i);
+            const char *other = binary ? reinterpret_cast<const char *>(b + i) : nullptr;
+            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += width)
+                ownStore(reinterpret_cast<char *>(values) + k, part<width>(from, other, k, constant));
+        };
+        ownStreamRow<Sample>(d_, n, stored, aside);
+    }
+
+    static constexpr OwnRowForms forms = {plain, masked, streamed};
 };
-template <class D, class F, class Plain>
-using OwnVectorBinary = OwnBlockForms<D, OwnVectorBlock<D, F, Plain>>;
 
 }  // namespace
 #endif
