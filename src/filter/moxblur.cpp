@@ -1,6 +1,7 @@
 // The box filter. Column sums slide down the image and the window's sum slides along the row, so that a sample costs
 // the same whatever the window. Averages are chopped, not rounded: the window's size is a float reciprocal, and the
 // product with it is cut off.
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <initializer_list>
@@ -10,28 +11,62 @@
 
 namespace {
 
+enum Kind { NARROW, USUAL, WIDE };
+
 struct Blur {
-    int nCols, nRows;
-    float scale;
+    int nRows;
     int depth;
-    bool wide;
-    void *sums;  // of the columns
+    Kind kind;
+    OwnBlurWindow window;
+    char *sums;       // of the columns, for as many rows as are averaged at once, and scratch behind them
+    int64_t sumStep;  // bytes
+    int64_t sumRows;  // rows of sums
     const OwnBlurRows *kernels;
 };
 
-void blurRow(void *filter, const OwnWindowRow &row) {
-    const auto &blur = *static_cast<const Blur *>(filter);
-    const size_t columns = row.width + static_cast<size_t>(blur.nCols) - 1;
-    const size_t n = columns * static_cast<size_t>(row.channels);
-    if (row.y == 0) {
-        std::memset(blur.sums, 0, (n + OWN_BLUR_ROOM) * 4);
-        for (int k = 0; k < blur.nRows; ++k)
-            blur.kernels->add[blur.depth](row.rows[k], blur.sums, n);
-    } else {
-        blur.kernels->slide[blur.depth](row.rows[blur.nRows - 1], row.rows[-1], blur.sums, n);
+char *sumsAt(const Blur &blur, int64_t y) {
+    return blur.sums + y % blur.sumRows * blur.sumStep;
+}
+
+// The column sums of an output row, by those of the row above.
+void sumColumns(const Blur &blur, const OwnWindowRows &rows, int64_t k, size_t n) {
+    const uint8_t *const *covered = rows.rows + k;
+    const bool narrow = blur.kind == NARROW;
+    char *sums = sumsAt(blur, rows.y + k);
+    if (rows.y + k > 0) {
+        const auto slide = narrow ? blur.kernels->slideNarrow : blur.kernels->slide[blur.depth];
+        slide(covered[blur.nRows - 1], covered[-1], sumsAt(blur, rows.y + k - 1), sums, n);
+        return;
     }
-    const auto &average = blur.wide ? blur.kernels->averageWide : blur.kernels->average;
-    average[blur.depth](blur.sums, row.out, {row.width, row.channels, blur.nCols, blur.scale});
+    std::memset(sums, 0, static_cast<size_t>(blur.sumStep));
+    for (int r = 0; r < blur.nRows; ++r)
+        (narrow ? blur.kernels->addNarrow : blur.kernels->add[blur.depth])(covered[r], sums, n);
+}
+
+void average(const Blur &blur, const void *sums, void *out) {
+    switch (blur.kind) {
+        case NARROW:
+            return blur.kernels->averageNarrow(sums, out, blur.window);
+        case WIDE:
+            return blur.kernels->averageWide[blur.depth](sums, out, blur.window);
+        default:
+            return blur.kernels->average[blur.depth](sums, out, blur.window);
+    }
+}
+
+void blurRows(void *filter, const OwnWindowRows &rows) {
+    auto &blur = *static_cast<Blur *>(filter);
+    const size_t columns = rows.width + static_cast<size_t>(blur.window.nCols) - 1;
+    blur.window.width = rows.width;
+    blur.window.channels = rows.channels;
+    for (int64_t k = 0; k < rows.height; ++k) {
+        sumColumns(blur, rows, k, columns * static_cast<size_t>(rows.channels));
+        if (blur.depth != OWN_32F) average(blur, sumsAt(blur, rows.y + k), rows.out + k * rows.outStep);
+    }
+    if (blur.depth == OWN_32F) {
+        const OwnBlurBand band = {blur.sums, blur.sumStep, rows.out, rows.outStep, rows.height};
+        blur.kernels->averageFloats(band, blur.window);
+    }
 }
 
 bool hasBadAlpha(const MoxImage *image) {
@@ -58,9 +93,10 @@ bool check(const OwnCaller &caller, const OwnWindow &window, int nCols, int nRow
     return true;
 }
 
-// Whether window sums of samples of 8 bits fit the 24 bits of a float.
-bool sumsAreWide(unsigned depth, int64_t windowSize) {
-    return ownDepthBits(depth) == 8 && windowSize > ((1 << 24) - 1) / 255;
+// By the bits that the sums of a window of samples of 8 bits take: 16, or more than the 24 of a float.
+Kind kindOf(unsigned depth, int64_t windowSize) {
+    if (depth == MOX_DEPTH_8U && windowSize <= OWN_BLUR_NARROW) return NARROW;
+    return ownDepthBits(depth) == 8 && windowSize > ((1 << 24) - 1) / 255 ? WIDE : USUAL;
 }
 
 // The channels of a pass of the window frame, which takes planes one by one.
@@ -69,13 +105,28 @@ int channelsOfPass(const OwnWindow &window) {
     return pixels ? ownChannels(window.src) : 1;
 }
 
+// Rows of sums, and of scratch of the same length. False if memory ran out.
+bool allocateSums(const OwnWindow &window, Blur *blur) {
+    const int64_t columns = window.width + blur->window.nCols - 1;
+    const int64_t bytes = blur->kind == NARROW ? 2 : 4;
+    blur->sumRows = std::min(window.rowsAtOnce, window.height);
+    blur->sumStep = (columns * channelsOfPass(window) + OWN_BLUR_ROOM) * bytes;
+    const bool parts = blur->kind == NARROW && blur->window.nCols > OWN_BLUR_DIRECT;
+    const int64_t rows = blur->sumRows + (parts ? OWN_BLUR_PARTS : 0);
+    if (blur->sumStep > INT_MAX / rows) return false;
+    blur->sums = static_cast<char *>(moxMalloc(static_cast<int>(rows * blur->sumStep)));
+    for (int k = 0; parts && k < OWN_BLUR_PARTS; ++k) {
+        char *part = blur->sums + (blur->sumRows + k) * blur->sumStep;
+        blur->window.parts[k] = reinterpret_cast<uint16_t *>(part);
+    }
+    return blur->sums != nullptr;
+}
+
 // False if memory ran out.
 bool run(const OwnCaller &caller, OwnWindow *window, Blur *blur) {
-    const int64_t columns = window->width + blur->nCols - 1;
-    const int64_t sums = columns * channelsOfPass(*window) + OWN_BLUR_ROOM;
-    blur->sums = sums > INT_MAX ? nullptr : moxMalloc(static_cast<int>(sums <= INT_MAX / 4 ? sums * 4 : 0));
-    if (!blur->sums) return false;
-    window->function = blurRow;
+    window->rowsAtOnce = blur->depth == OWN_32F ? OWN_BLUR_ROWS : 1;
+    if (!allocateSums(*window, blur)) return false;
+    window->function = blurRows;
     window->filter = blur;
     const OwnWindowResult result = ownRunWindow(*window);
     moxFree(blur->sums);
@@ -99,11 +150,12 @@ void MOX_CALL moxBlur(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRo
     if (!check(caller, window, nCols, nRows, anchorX, anchorY)) return;
     const int64_t size = static_cast<int64_t>(nCols) * nRows;
     Blur blur = {};
-    blur.nCols = nCols;
     blur.nRows = nRows;
-    blur.scale = 1.0f / static_cast<float>(size);
     blur.depth = ownDepthIndex(srcImage->depth);
-    blur.wide = sumsAreWide(srcImage->depth, size);
+    blur.kind = kindOf(srcImage->depth, size);
+    blur.window.nCols = nCols;
+    blur.window.scale = 1.0f / static_cast<float>(size);
+    if (blur.kind == NARROW) blur.window.division = ownBlurDivision(static_cast<int>(size));
     blur.kernels = &ownBlurRows();
     window.left = anchorX;
     window.top = anchorY;

@@ -115,7 +115,7 @@ void pairTaps(OwnConvTap *taps, size_t count) {
 }
 
 // Where the taps' samples are.
-void aimTaps(const Convolution &c, const OwnWindowRow &row) {
+void aimTaps(const Convolution &c, const OwnWindowRows &row) {
     for (int k = 0; k < c.count; ++k) {
         const size_t end = c.kernels[k].taps + c.kernels[k].tapCount;
         for (size_t t = end; t-- > c.kernels[k].taps;) {
@@ -198,7 +198,7 @@ void runSeveral(const Convolution &c, size_t from, uint8_t *out, size_t n) {
     c.rows->store[c.mergesInt ? OWN_CONV_32 : OWN_CONV_FLOAT][c.depth](merged, out, n);
 }
 
-void convolveRow(void *filter, const OwnWindowRow &row) {
+void convolveRow(void *filter, const OwnWindowRows &row) {
     const auto &c = *static_cast<const Convolution *>(filter);
     aimTaps(c, row);
     const size_t n = row.width * static_cast<size_t>(row.channels);
@@ -309,6 +309,7 @@ Outcome runMasked(OwnWindow *window, Convolution *convolution) {
     setReach(window, *convolution);
     placeTaps(convolution, *window);
     window->function = convolveRow;
+    window->rowsAtOnce = 1;
     window->filter = convolution;
     const OwnWindowResult result = ownRunWindow(*window);
     moxFree(memory);

@@ -74,7 +74,7 @@ class WindowRunner {
     void runRows(OwnRows *rows, int64_t y0, int64_t height);
     void loadRow(int64_t index, int64_t y);
     const uint8_t *keptRow(int64_t y) const;
-    void store(OwnRows *rows, const uint8_t *out);
+    void store(OwnRows *rows, int height);
 
     const OwnWindow &window_;
     OwnImageRect srcRect_;
@@ -83,7 +83,8 @@ class WindowRunner {
 
     // Scratch, for the widest area.
     uint8_t *memory_ = nullptr;
-    int64_t ringRows_, rowBytes_;
+    int64_t atOnce_;  // output rows
+    int64_t ringRows_, rowBytes_, bitBytes_;
     const uint8_t **pointers_;  // of the ring's rows, twice over: any row of it begins a run of ringRows_
     uint8_t *ring_, *tail_, *out_, *bits_;
 
@@ -93,22 +94,23 @@ class WindowRunner {
     int64_t tailY_, tailRows_;  // rows below the image that are kept since what they repeat is overwritten
 };
 
-// Everything in one block: the ring, the rows kept from below the image, an output row, and that row as bits.
+// Everything in one block: the ring, the rows kept from below the image, output rows, and those rows as bits.
 bool WindowRunner::allocate() {
     constexpr int64_t line = 64;
     const auto lines = [](int64_t bytes) { return (bytes + line - 1) / line * line; };
     const int64_t padded = window_.left + window_.width + window_.right;
     const int64_t pixelBytes = int64_t{channels_} * std::max(ownDepthBytes(window_.src->depth), 1);
-    ringRows_ = window_.top + window_.bottom + 2;
+    atOnce_ = std::min(window_.rowsAtOnce, window_.height);
+    ringRows_ = window_.top + window_.bottom + atOnce_ + 1;
     // A line between the rows keeps them from falling on the same places of a cache.
     if (padded > INT_MAX / pixelBytes) return false;
     rowBytes_ = lines(padded * pixelBytes) + line;
     const int64_t tailRows = inPlace_ ? window_.bottom : 0;
     const int64_t pointerBytes = lines(2 * ringRows_ * static_cast<int64_t>(sizeof(*pointers_)));
-    const int64_t bitBytes = lines(window_.width / 8 + 1);
-    const int64_t rows = ringRows_ + tailRows + 1;
+    bitBytes_ = lines(window_.width / 8 + 1);
+    const int64_t rows = ringRows_ + tailRows + atOnce_;
     if (rows > INT_MAX / rowBytes_) return false;
-    const int64_t size = rows * rowBytes_ + pointerBytes + bitBytes;
+    const int64_t size = rows * rowBytes_ + pointerBytes + atOnce_ * bitBytes_;
     if (size > INT_MAX) return false;
     memory_ = static_cast<uint8_t *>(moxMalloc(static_cast<int>(size)));
     if (!memory_) return false;
@@ -116,7 +118,7 @@ bool WindowRunner::allocate() {
     ring_ = memory_ + pointerBytes;
     tail_ = ring_ + ringRows_ * rowBytes_;
     out_ = tail_ + tailRows * rowBytes_;
-    bits_ = out_ + rowBytes_;
+    bits_ = out_ + atOnce_ * rowBytes_;
     return true;
 }
 
@@ -329,7 +331,6 @@ void WindowRunner::runPass(const Area &area, int pass) {
     const int firsts[] = {first, first};
     ownSetRows(&rows, images, firsts, 2, channels_, area.mask);
     const int height = rows.height;
-    rows.height = 1;
     rows.channels = channels_;
     rows.planes = 1;
 
@@ -357,29 +358,40 @@ void WindowRunner::runRows(OwnRows *rows, int64_t y0, int64_t height) {
     OwnSpan &dst = rows->spans[1];
     const bool direct = !rows->masked && dst.bytes > 0 && dst.step == channels_;
     const int64_t reach = window_.top + window_.bottom;
+    OwnWindowRows at = {};
+    at.width = static_cast<size_t>(rows->width);
+    at.channels = channels_;
+    at.outStep = direct ? dst.rowStep : rowBytes_;
     int64_t loaded = 0;
-    for (int64_t y = 0; y < height; ++y) {
-        for (; loaded <= y + reach; ++loaded)
+    for (int64_t y = 0; y < height; y += at.height) {
+        at.y = y;
+        at.height = std::min(atOnce_, height - y);
+        for (; loaded < y + at.height + reach; ++loaded)
             loadRow(loaded, y0 + loaded);
-        const uint8_t *const *before = pointers_ + (y + ringRows_ - 1) % ringRows_;
-        uint8_t *out = direct ? dst.start : out_;
-        window_.function(window_.filter, {before + 1, out, static_cast<size_t>(rows->width), channels_, y});
-        if (!direct) store(rows, out_);
-        dst.start += dst.rowStep;
-        if (rows->masked) rows->mask.start += rows->mask.rowStep;
+        at.rows = pointers_ + (y + ringRows_ - 1) % ringRows_ + 1;
+        at.out = direct ? dst.start : out_;
+        window_.function(window_.filter, at);
+        if (!direct) store(rows, static_cast<int>(at.height));
+        dst.start += at.height * dst.rowStep;
+        if (rows->masked) rows->mask.start += at.height * rows->mask.rowStep;
     }
 }
 
-void WindowRunner::store(OwnRows *rows, const uint8_t *out) {
+// The output rows at hand, to where they belong.
+void WindowRunner::store(OwnRows *rows, int height) {
     OwnSpan &from = rows->spans[0];
     from = {};
-    from.start = const_cast<uint8_t *>(out);
+    from.start = out_;
+    from.rowStep = rowBytes_;
     from.step = channels_;
     from.bytes = rows->spans[1].bytes;
     if (from.bytes == 0) {
-        packBits(out, rows->width, bits_);
+        for (int k = 0; k < height; ++k)
+            packBits(out_ + k * rowBytes_, rows->width, bits_ + k * bitBytes_);
         from.start = bits_;
+        from.rowStep = bitBytes_;
     }
+    rows->height = height;
     ownRunRows(*rows, ownMoveRows().copy[ownSampleSize(from.bytes)], {});
 }
 

@@ -1,21 +1,23 @@
 // The window frame: runs a filter whose every output row is computed from the rows of a window around it. It knows
 // regions, channels, masks, borders and tiles, and that an image may be filtered in place; the filter sees contiguous
-// rows of samples.
+// rows of samples, as many output rows at a time as it asks for.
 #pragma once
 
 #include "frame/ownimage.h"
 
-// One output row of an area, and the source rows that its window covers.
-struct OwnWindowRow {
-    // rows[0] to rows[top + bottom], each of left + width + right pixels. rows[-1] is the row that the window has just
-    // left; at y 0 there is none.
+// Output rows of an area, one below the other, and the source rows that their windows cover.
+struct OwnWindowRows {
+    // The window of output row k is rows[k] to rows[k + top + bottom], each of left + width + right pixels. rows[k - 1]
+    // is the row that it has just left; of an area's first row there is none.
     const uint8_t *const *rows;
-    uint8_t *out;  // width pixels, and nothing behind them is written
-    size_t width;  // pixels
-    int channels;  // processed in each pixel, one after the other
-    int64_t y;     // rows of an area come in order: 0 begins a new one
+    uint8_t *out;     // the first output row: width pixels, and nothing behind them is written
+    int64_t outStep;  // bytes from an output row to the next
+    int64_t height;   // output rows
+    size_t width;     // pixels
+    int channels;     // processed in each pixel, one after the other
+    int64_t y;        // of the first output row; an area's rows come in order, and 0 begins a new one
 };
-using OwnWindowFunction = void (*)(void *filter, const OwnWindowRow &row);
+using OwnWindowFunction = void (*)(void *filter, const OwnWindowRows &rows);
 
 struct OwnWindow {
     MoxImage *src, *dst;
@@ -24,7 +26,8 @@ struct OwnWindow {
     int64_t left, top, right, bottom;  // how far the window reaches, in pixels
     OwnWindowFunction function;
     void *filter;
-    bool chop;  // the filter computes with rounding towards zero
+    int64_t rowsAtOnce;  // output rows that a call of the function takes at most
+    bool chop;           // the filter computes with rounding towards zero
 };
 
 enum OwnWindowResult { OWN_WINDOW_DONE, OWN_WINDOW_NO_ROWS, OWN_WINDOW_NO_TILE };

@@ -1,8 +1,10 @@
 // moxBlur by the letter: values worked out by hand, borders, the copy of one pixel, and the callers' rounding mode.
 #include <bit>
 #include <cfenv>
+#include <vector>
 
 #include "filter/filtercheck.h"
+#include "filter/ownblur.h"
 
 namespace {
 
@@ -297,6 +299,29 @@ TEST(BlurTiles, changeNothingAtIntegerDepths) {
                 }
             }
         }
+    }
+}
+
+// Narrow windows are divided by a product of 16 bits: at every size and for every sum that is what the float product,
+// cut off, comes to.
+TEST(BlurDivision, equalsTheChoppedProductForEverySum) {
+    for (int size = 2; size <= OWN_BLUR_NARROW; ++size) {
+        const int count = 255 * size + 1;
+        std::vector<uint16_t> sums(static_cast<size_t>(count + OWN_BLUR_ROOM));
+        for (int sum = 0; sum < count; ++sum)
+            sums[static_cast<size_t>(sum)] = static_cast<uint16_t>(sum);
+        OwnBlurWindow window = {};
+        window.width = static_cast<size_t>(count);
+        window.channels = window.nCols = 1;
+        window.division = ownBlurDivision(size);
+        const double scale = 1.0f / static_cast<float>(size);
+        forEachCpuLevel([&] {
+            std::vector<uint8_t> averages(static_cast<size_t>(count));
+            ownBlurRows().averageNarrow(sums.data(), averages.data(), window);
+            for (int sum = 0; sum < count; ++sum)
+                ASSERT_EQ(averages[static_cast<size_t>(sum)], static_cast<int>(sum * scale)) << sum << " / " << size;
+        });
+        if (testing::Test::HasFailure()) return;
     }
 }
 
