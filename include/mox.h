@@ -911,6 +911,17 @@ MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHE
 MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINFOHEADER *dibHeader, void *dibData,
                                             int dither, int paletteConversion);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Measures
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** Norms of moxNorm. MOX_NORM_RELATIVE is added to one of the others. */
+enum { MOX_NORM_C = 1, MOX_NORM_L1 = 2, MOX_NORM_L2 = 4, MOX_NORM_RELATIVE = 8 };
+
+MOX_EXPORT double MOX_CALL moxNorm(MoxImage *srcImageA, MoxImage *srcImageB, int normType);
+
+MOX_EXPORT MoxStatus MOX_CALL moxMinMaxFP(MoxImage *srcImage, float *min, float *max);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,33 @@
+// The row kernels of measures.
+#pragma once
+
+#include "core/owncore.h"
+#include "frame/ownkernel.h"
+
+// What a norm has gathered. Largest values and sums of integers are exact; sums of 32-bit samples that no integer holds
+// are kept in lanes, so that every level adds them in one order: sample i of a row to lane i % 16, and the lanes to the
+// total at the row's end.
+struct OwnNormSum {
+    uint64_t whole;
+    double real;
+    double lanes[16];
+};
+
+// Takes in n samples, of which the first belongs to lane 0. b is null for the norm of one image.
+using OwnNormRow = void (*)(const void *a, const void *b, size_t n, OwnNormSum *sum);
+
+// The smallest and the largest of floats, NaN left out; zeros of either sign are remembered.
+struct OwnExtrema {
+    float least, largest;
+    bool negativeZero, positiveZero;
+};
+
+enum OwnNormKind { OWN_NORM_C, OWN_NORM_L1, OWN_NORM_L2, OWN_NORM_KINDS };
+
+struct OwnStatRows {
+    OwnNormRow one[OWN_NORM_KINDS][OWN_DEPTHS];
+    OwnNormRow difference[OWN_NORM_KINDS][OWN_DEPTHS];
+    void (*extrema)(const void *a, size_t n, OwnExtrema *extrema);
+};
+
+const OwnStatRows &ownStatRows();
