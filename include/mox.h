@@ -922,6 +922,35 @@ MOX_EXPORT double MOX_CALL moxNorm(MoxImage *srcImageA, MoxImage *srcImageB, int
 
 MOX_EXPORT MoxStatus MOX_CALL moxMinMaxFP(MoxImage *srcImage, float *min, float *max);
 
+/** One cell of a state of moments. */
+typedef struct MoxMomentCell {
+    double scale;
+    double moment;
+} MoxMomentCell;
+typedef MoxMomentCell MoxMomentState[4][4];
+
+MOX_EXPORT void MOX_CALL moxMoments(MoxImage *image, MoxMomentState state);
+MOX_EXPORT double MOX_CALL moxGetSpatialMoment(MoxMomentState state, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxGetNormalizedSpatialMoment(MoxMomentState state, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxGetCentralMoment(MoxMomentState state, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxGetNormalizedCentralMoment(MoxMomentState state, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxSpatialMoment(MoxImage *image, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxNormalizedSpatialMoment(MoxImage *image, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxCentralMoment(MoxImage *image, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxNormalizedCentralMoment(MoxImage *image, int mOrd, int nOrd);
+
+MOX_EXPORT MoxStatus MOX_CALL moxLess(MoxImage *img1, MoxImage *img2, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxGreater(MoxImage *img1, MoxImage *img2, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxEqual(MoxImage *img1, MoxImage *img2, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxEqualFPEps(MoxImage *img1, MoxImage *img2, MoxImage *res, float eps);
+MOX_EXPORT MoxStatus MOX_CALL moxLessS(MoxImage *img, int value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxGreaterS(MoxImage *img, int value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxEqualS(MoxImage *img, int value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxLessSFP(MoxImage *img, float value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxGreaterSFP(MoxImage *img, float value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxEqualSFP(MoxImage *img, float value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxEqualSFPEps(MoxImage *img, float value, MoxImage *res, float eps);
+
 #ifdef __cplusplus
 }
 #endif

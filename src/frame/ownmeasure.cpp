@@ -159,7 +159,7 @@ void MeasureRunner::runRow(int64_t x, int64_t y, int64_t width) {
     if (direct_) {
         const uint8_t *b = count_ > 1 ? spans_[1].start : nullptr;
         const auto samples = static_cast<size_t>(width * channels_);
-        measure_.fold(measure_.state, {spans_[0].start, b, samples, 0, x, y, channel_, true});
+        measure_.fold(measure_.state, {spans_[0].start, b, samples, 0, x, y, channels_, channel_, true});
         return;
     }
     const int bytes = spans_[0].bytes;
@@ -171,6 +171,7 @@ void MeasureRunner::runRow(int64_t x, int64_t y, int64_t width) {
         OwnFold fold = {};
         fold.x = x + done;
         fold.y = y;
+        fold.channels = channels_;
         fold.channel = channel_;
         fold.endsRow = done + pixels == width;
         for (int i = 0; i < count_; ++i)

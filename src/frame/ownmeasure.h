@@ -10,7 +10,8 @@ struct OwnFold {
     size_t samples;        // of bits those beyond the last one in its byte are 0
     size_t skipped;        // as many of them the mask leaves out: these read 0
     int64_t x, y;          // the first one's pixel, counted from the common region's corner
-    int channel;           // the one that they belong to, where channels are kept apart; counted from 0
+    int channels;          // samples of each pixel: all measured ones, or one
+    int channel;           // that one, counted from the first measured one
     bool endsRow;
 };
 using OwnFoldFunction = void (*)(void *state, const OwnFold &fold);

@@ -22,11 +22,23 @@ struct OwnExtrema {
     bool negativeZero, positiveZero;
 };
 
+// The sums of i^m p over the samples p of a stretch, i from 0 on, for m of 0 to 3: whole for samples of up to 16 bits,
+// real for those of 32. A row takes at most so many samples at a time.
+struct OwnMomentSums {
+    int64_t whole[4];
+    double real[4];
+};
+struct OwnMomentRow {
+    void (*sum)(const void *a, size_t n, OwnMomentSums *sums);
+    size_t most;
+};
+
 enum OwnNormKind { OWN_NORM_C, OWN_NORM_L1, OWN_NORM_L2, OWN_NORM_KINDS };
 
 struct OwnStatRows {
     OwnNormRow one[OWN_NORM_KINDS][OWN_DEPTHS];
     OwnNormRow difference[OWN_NORM_KINDS][OWN_DEPTHS];
+    OwnMomentRow moments[OWN_DEPTHS];  // not of bits
     void (*extrema)(const void *a, size_t n, OwnExtrema *extrema);
 };
 
