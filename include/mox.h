@@ -951,6 +951,19 @@ MOX_EXPORT MoxStatus MOX_CALL moxGreaterSFP(MoxImage *img, float value, MoxImage
 MOX_EXPORT MoxStatus MOX_CALL moxEqualSFP(MoxImage *img, float value, MoxImage *res);
 MOX_EXPORT MoxStatus MOX_CALL moxEqualSFPEps(MoxImage *img, float value, MoxImage *res, float eps);
 
+/** A table of levels of one channel. */
+typedef struct MoxLUT {
+    int num;
+    int *key;
+    int *value;
+    int *factor;
+    int interpolateType;
+} MoxLUT;
+
+MOX_EXPORT void MOX_CALL moxComputeHisto(MoxImage *srcImage, MoxLUT **lut);
+MOX_EXPORT void MOX_CALL moxContrastStretch(MoxImage *srcImage, MoxImage *dstImage, MoxLUT **lut);
+MOX_EXPORT void MOX_CALL moxHistoEqualize(MoxImage *srcImage, MoxImage *dstImage, MoxLUT **lut);
+
 #ifdef __cplusplus
 }
 #endif

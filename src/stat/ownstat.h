@@ -43,3 +43,10 @@ struct OwnStatRows {
 };
 
 const OwnStatRows &ownStatRows();
+
+// d = table[a], of bytes and of 16-bit samples; the table is the constant's.
+struct OwnLookRows {
+    OwnRowForms bytes, words;
+};
+
+const OwnLookRows &ownLookRows();
