@@ -190,15 +190,9 @@ void MOX_CALL moxComputeHisto(MoxImage *srcImage, MoxLUT **lut) {
         refuseMemory(caller);
         return;
     }
-    switch (ownCountLevels(srcImage, tables, counters.as<uint32_t>())) {
-        case OWN_COUNT_DONE:
-            break;
-        case OWN_COUNT_NO_TILE:
-            ownReport(caller, MOX_StatusGeneral, "Error get tile to read");
-            return;
-        default:
-            ownReport(caller, MOX_StatusBacktrace, "");
-            return;
+    if (!ownCountLevels(srcImage, tables, counters.as<uint32_t>())) {
+        ownReport(caller, MOX_StatusGeneral, "Error get tile to read");
+        return;
     }
     for (int channel = 0; channel < tables.channels; ++channel) {
         fillTable(counters.as<uint32_t>() + int64_t{channel} * tables.levels, lut[tables.first + channel]);

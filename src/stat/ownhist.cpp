@@ -38,24 +38,23 @@ bool ownCheckTables(const OwnCaller &caller, const OwnTables &tables) {
 
 namespace {
 
-// Neighbours that are equal would wait for each other's counter: they have counters of their own, as many sets as the
-// nearest caches hold.
-constexpr int SETS8 = 4, SETS16 = 2;
+// Neighbours that are equal would wait for each other's counter. Bytes have as many sets of counters as the nearest
+// cache holds; of 16-bit samples four that are equal are counted at once.
+constexpr int SETS = 8;
 
 struct Counting {
-    uint32_t *counters;  // of the channel at hand: sets one after the other
-    int levels, sets;
-    uint32_t *result;
+    uint32_t *counters;  // of each processed channel
+    int levels;
+    uint32_t *sets;  // of bytes, for the channel at hand
     int channel;
 
-    // The sets of a channel become its counters.
     void finishChannel() {
         if (channel < 0) return;
-        for (int set = 0; set < sets; ++set) {
-            for (int level = 0; level < levels; ++level)
-                result[int64_t{channel} * levels + level] += counters[set * levels + level];
+        for (int set = 0; set < SETS; ++set) {
+            for (int level = 0; level < 256; ++level)
+                counters[channel * 256 + level] += sets[set * 256 + level];
         }
-        std::memset(counters, 0, static_cast<size_t>(sets) * static_cast<size_t>(levels) * sizeof *counters);
+        std::memset(sets, 0, SETS * 256 * sizeof *sets);
     }
     void beginChannel(int next) {
         if (next == channel) return;
@@ -64,16 +63,20 @@ struct Counting {
     }
 };
 
-void count8(const uint8_t *at, size_t n, uint32_t *counters) {
+void count8(const uint8_t *at, size_t n, uint32_t *sets) {
     size_t i = 0;
     for (; i + 8 <= n; i += 8) {
         uint64_t word;
         std::memcpy(&word, at + i, sizeof word);
+        if (word == (word >> 8 | word << 56)) {
+            sets[word & 255] += 8;
+            continue;
+        }
         for (int k = 0; k < 8; ++k, word >>= 8)
-            ++counters[(k % SETS8) * 256 + static_cast<int>(word & 255)];
+            ++sets[(k % SETS) * 256 + static_cast<int>(word & 255)];
     }
     for (; i < n; ++i)
-        ++counters[at[i]];
+        ++sets[at[i]];
 }
 
 void count16(const uint8_t *at, size_t n, uint32_t *counters) {
@@ -81,8 +84,12 @@ void count16(const uint8_t *at, size_t n, uint32_t *counters) {
     for (; i + 4 <= n; i += 4) {
         uint64_t word;
         std::memcpy(&word, at + 2 * i, sizeof word);
+        if (word == (word >> 16 | word << 48)) {
+            counters[word & 65535] += 4;
+            continue;
+        }
         for (int k = 0; k < 4; ++k, word >>= 16)
-            ++counters[(k % SETS16) * 65536 + static_cast<int>(word & 65535)];
+            ++counters[word & 65535];
     }
     for (; i < n; ++i) {
         uint16_t level;
@@ -91,50 +98,45 @@ void count16(const uint8_t *at, size_t n, uint32_t *counters) {
     }
 }
 
-void fold(void *state, const OwnFold &stretch) {
+void fold8(void *state, const OwnFold &stretch) {
     auto *counting = static_cast<Counting *>(state);
     counting->beginChannel(stretch.channel);
-    if (counting->levels == 256) {
-        count8(stretch.a, stretch.samples, counting->counters);
-    } else {
-        count16(stretch.a, stretch.samples, counting->counters);
-    }
+    count8(stretch.a, stretch.samples, counting->sets);
     // What the mask leaves out reads 0.
-    counting->counters[0] -= static_cast<uint32_t>(stretch.skipped);
+    counting->sets[0] -= static_cast<uint32_t>(stretch.skipped);
+}
+
+void fold16(void *state, const OwnFold &stretch) {
+    uint32_t *counters = static_cast<Counting *>(state)->counters + int64_t{stretch.channel} * 65536;
+    count16(stretch.a, stretch.samples, counters);
+    counters[0] -= static_cast<uint32_t>(stretch.skipped);
 }
 
 void foldBits(void *state, const OwnFold &stretch) {
     auto *counting = static_cast<Counting *>(state);
     OwnNormSum set = {};
     ownStatRows().one[OWN_NORM_L1][OWN_1U](stretch.a, nullptr, stretch.samples, &set);
-    counting->result[1] += static_cast<uint32_t>(set.whole);
-    counting->result[0] += static_cast<uint32_t>(stretch.samples - stretch.skipped - set.whole);
+    counting->counters[1] += static_cast<uint32_t>(set.whole);
+    counting->counters[0] += static_cast<uint32_t>(stretch.samples - stretch.skipped - set.whole);
 }
 
 }  // namespace
 
-OwnCountResult ownCountLevels(MoxImage *image, const OwnTables &tables, uint32_t *counters) {
-    Counting counting = {nullptr, tables.levels, tables.levels == 256 ? SETS8 : SETS16, counters, -1};
-    const bool bits = image->depth == MOX_DEPTH_1U;
-    if (!bits) {
-        const int size = counting.sets * counting.levels * static_cast<int>(sizeof(uint32_t));
-        counting.counters = static_cast<uint32_t *>(moxMalloc(size));
-        if (!counting.counters) return OWN_COUNT_NO_MEMORY;
-        std::memset(counting.counters, 0, static_cast<size_t>(size));
-    }
+bool ownCountLevels(MoxImage *image, const OwnTables &tables, uint32_t *counters) {
+    uint32_t sets[SETS * 256] = {};
+    Counting counting = {counters, tables.levels, sets, -1};
     OwnMeasure measure = {};
     measure.images[0] = image;
     measure.mask = image->maskROI;
     measure.first[0] = tables.first;
     measure.channels = tables.channels;
     measure.apart = measure.anyRows = true;
-    measure.fold = bits ? foldBits : fold;
+    measure.fold = tables.levels == 2 ? foldBits : tables.levels == 256 ? fold8 : fold16;
     measure.state = &counting;
     ownMeasureSize(&measure);
-    const OwnMeasureResult result = ownRunMeasure(measure);
-    if (!bits) counting.finishChannel();
-    moxFree(counting.counters);
-    return result == OWN_MEASURE_DONE ? OWN_COUNT_DONE : OWN_COUNT_NO_TILE;
+    const bool done = ownRunMeasure(measure) == OWN_MEASURE_DONE;
+    counting.finishChannel();
+    return done;
 }
 
 // --------------------------------------------------------------------------------------------------------------- maps

@@ -13,9 +13,8 @@ struct OwnTables {
 // Reports the first fault of a table, in the order of channels; false if there is one.
 bool ownCheckTables(const OwnCaller &caller, const OwnTables &tables);
 
-// How often each level occurs: channels x levels counters, which the caller zeroes.
-enum OwnCountResult { OWN_COUNT_DONE, OWN_COUNT_NO_TILE, OWN_COUNT_NO_MEMORY };
-OwnCountResult ownCountLevels(MoxImage *image, const OwnTables &tables, uint32_t *counters);
+// How often each level occurs: channels x levels counters, which the caller zeroes. False if a tile was not delivered.
+bool ownCountLevels(MoxImage *image, const OwnTables &tables, uint32_t *counters);
 
 // Applies a map for each processed channel, of samples of 8 or 16 bits; maps follow one another. Reports under the name
 // "moxMap". OWN_MAP_FAILED: a mask was not to be had; OWN_MAP_NO_TILE: a tile was not.
