@@ -999,6 +999,173 @@ MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHE
 MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINFOHEADER *dibHeader, void *dibData,
                                             int dither, int paletteConversion);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Measures: numbers, tables and bits from images. None of these writes to a source.
+ *
+ * What is measured is the region, all processed channels together unless told otherwise, where the mask's bit is 1. Tiles
+ * are read one at a time for each image. Results at integer depths are exact, and the same plain or tiled.
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** Norms of moxNorm. MOX_NORM_RELATIVE is added to one of the others. */
+enum { MOX_NORM_C = 1, MOX_NORM_L1 = 2, MOX_NORM_L2 = 4, MOX_NORM_RELATIVE = 8 };
+
+/**
+ * The norm of an image (srcImageB null), or of the difference A - B:
+ *
+ *   MOX_NORM_C   the largest absolute value
+ *   MOX_NORM_L1  the sum of the absolute values
+ *   MOX_NORM_L2  the square root of the sum of the squares
+ *   + MOX_NORM_RELATIVE  that of A - B over that of B
+ *
+ * Any depth, bits included (their difference is the exclusive-or); all processed channels are one sum or one maximum.
+ * Absolute values and differences may leave the depth's range: |-128| is 128. Integer sums are exact before the last
+ * rounding; 32F, and L2 at 32S, are sums in double precision, of each row in 16 interleaved parts. NaN is left out of
+ * MOX_NORM_C. Images of different size are compared over the common area; an empty one gives 0.0.
+ *
+ * Failures give 0.0: "Incorrect Image"; -19 "DataOrder_A!=DataOrder_B"; -5 "(srcImageA->depth!=srcImageB->depth)",
+ * "Unknown normType", "normType is impossible, no second image"; -15 "nChannelsA != nChannelsB" (processed ones);
+ * -24 "COI should be defined for second image if COI is defined for the first one"; -9 "Null pointer for mask" where the
+ * masks cannot be combined for want of memory. Two failures give a negative number: -1 with -5 "Zero divided" for a
+ * relative norm whose denominator is 0, -3 with -4 "No memory for create intermediate image" where a tile was not
+ * delivered.
+ */
+MOX_EXPORT double MOX_CALL moxNorm(MoxImage *srcImageA, MoxImage *srcImageB, int normType);
+
+/**
+ * The smallest and the largest sample of a 32F image. The mask is not looked at. NaN is left out unless all samples are;
+ * of the two zeros the negative one is the smaller. Where there is nothing to look at (an empty region, alpha alone) min
+ * and max stay as they are.
+ *
+ * Returns 0, or -5 after a report: "Incorrect Image" with the header's own fault; -5 "((min == 0)||(max == 0))",
+ * "(srcImage->depth != 32)", "(srcImage->tileInfo->tileData == NULL)".
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxMinMaxFP(MoxImage *srcImage, float *min, float *max);
+
+/** One cell of a state of moments. */
+typedef struct MoxMomentCell {
+    double scale;  /**< of [1][0] 1 / width of the region, of [0][1] 1 / height; the others' are not used */
+    double moment; /**< of [m][n] the sum of x^m y^n p over the pixels p at (x, y) */
+} MoxMomentCell;
+
+/** A state of moments, by the power of x, then that of y. Cells whose powers add up to more than 3 are not used. */
+typedef MoxMomentCell MoxMomentState[4][4];
+
+/**
+ * Fills a state with all moments up to the third order of one channel. x and y are coordinates of the image: a region
+ * begins at its xOffset and yOffset. Sums of samples of up to 16 bits are exact before the last rounding, those of 32
+ * bits are double precision; bits count as samples 0 and 1. What the mask leaves out adds nothing; a mask that is smaller
+ * than the region limits it. An empty region leaves the state as it is. The image's roi points to a record of the
+ * library's for the duration of the call.
+ *
+ * "Incorrect Image"; -5 "Only one channel can be proceed" for several channels without a coi; -2 "Error get tile to
+ * read".
+ */
+MOX_EXPORT void MOX_CALL moxMoments(MoxImage *image, MoxMomentState state);
+
+/** M(m, n). Orders that are negative or add up to more than 3: -5 "Illegal order of moment", and 0.0. */
+MOX_EXPORT double MOX_CALL moxGetSpatialMoment(MoxMomentState state, int mOrd, int nOrd);
+
+/** M(m, n) / M(0, 0)^((m + n + 2) / 2). Illegal orders are reported in the name of moxGetSpatialMoment. */
+MOX_EXPORT double MOX_CALL moxGetNormalizedSpatialMoment(MoxMomentState state, int mOrd, int nOrd);
+
+/**
+ * The moment about the centre (M(1, 0) / M(0, 0), M(0, 1) / M(0, 0)), or about half the region's size where M(0, 0) is 0.
+ * Those of first order are 0.
+ */
+MOX_EXPORT double MOX_CALL moxGetCentralMoment(MoxMomentState state, int mOrd, int nOrd);
+
+/** The central moment over M(0, 0)^((m + n + 2) / 2). */
+MOX_EXPORT double MOX_CALL moxGetNormalizedCentralMoment(MoxMomentState state, int mOrd, int nOrd);
+
+/** moxMoments and the matching function above in one: the tests of the image come first. 0.0 for an empty region. */
+MOX_EXPORT double MOX_CALL moxSpatialMoment(MoxImage *image, int mOrd, int nOrd);
+MOX_EXPORT double MOX_CALL moxNormalizedSpatialMoment(MoxImage *image, int mOrd, int nOrd); /**< see moxSpatialMoment */
+MOX_EXPORT double MOX_CALL moxCentralMoment(MoxImage *image, int mOrd, int nOrd);           /**< see moxSpatialMoment */
+MOX_EXPORT double MOX_CALL moxNormalizedCentralMoment(MoxImage *image, int mOrd, int nOrd); /**< see moxSpatialMoment */
+
+/**
+ * Comparisons write a bit for each pixel to res, a 1-bit image: 1 if the relation holds in every processed channel. Where
+ * a mask's bit is 0 the result keeps its bit. Images of different size are compared over the common area. The channel of
+ * res has no meaning. Unlike most of the library these functions return a status as well as storing one, and in part not
+ * the same; 0 is success.
+ *
+ * Failures, as returned (and as reported, where that differs): " Incorrect Image" with the header's fault; -17 (-5)
+ * "(res->depth!=MOX_DEPTH_1U)"; -17 (-5) "(img1->depth!=img2->depth)"; -5 "(img1==res || img2==res)"; -19 (-5)
+ * "(img1->dataOrder!=img2->dataOrder)"; -20 (-5) "(img1->origin!=img2->origin)"; -5 (-18) "bad alpha channel's number"
+ * for an image whose one channel is alpha; -15 "bad channel's number"; -18 "bad alpha channel's number" for res or a
+ * mask; -4 "Allocation failure" where the masks cannot be combined or a source's tile is not delivered; -2 "Error get
+ * tile to write".
+ *
+ * With a constant: " Incorrect Image"; -5 "(img==res)"; the depth of res; -17 (-5) "(img->depth==MOX_DEPTH_32F)" for the
+ * integer forms, "(img->depth!=MOX_DEPTH_32F)" for those of floats; then the channels as above.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxLess(MoxImage *img1, MoxImage *img2, MoxImage *res);    /**< img1 < img2 */
+MOX_EXPORT MoxStatus MOX_CALL moxGreater(MoxImage *img1, MoxImage *img2, MoxImage *res); /**< img1 > img2 */
+MOX_EXPORT MoxStatus MOX_CALL moxEqual(MoxImage *img1, MoxImage *img2, MoxImage *res);   /**< img1 == img2 */
+
+/**
+ * Not |img1 - img2| >= eps, in single precision: a difference of exactly eps is none, NaN is equal to everything. 32F
+ * only. Behind the tests of moxEqual: -17 (-5) "((img1->depth!= MOX_DEPTH_32F)|| (img2->depth!= MOX_DEPTH_32F))"; -5
+ * "(eps<=0.)".
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxEqualFPEps(MoxImage *img1, MoxImage *img2, MoxImage *res, float eps);
+
+/** img < value; a value beyond the range of the depth is greater or smaller than every sample. See moxLess. */
+MOX_EXPORT MoxStatus MOX_CALL moxLessS(MoxImage *img, int value, MoxImage *res);
+MOX_EXPORT MoxStatus MOX_CALL moxGreaterS(MoxImage *img, int value, MoxImage *res);     /**< img > value */
+MOX_EXPORT MoxStatus MOX_CALL moxEqualS(MoxImage *img, int value, MoxImage *res);       /**< img == value */
+MOX_EXPORT MoxStatus MOX_CALL moxLessSFP(MoxImage *img, float value, MoxImage *res);    /**< img < value, 32F */
+MOX_EXPORT MoxStatus MOX_CALL moxGreaterSFP(MoxImage *img, float value, MoxImage *res); /**< img > value, 32F */
+MOX_EXPORT MoxStatus MOX_CALL moxEqualSFP(MoxImage *img, float value, MoxImage *res);   /**< img == value, 32F */
+
+/** Not |img - value| >= eps; see moxEqualFPEps. -5 "(eps<=0.)" behind the test of the depth. */
+MOX_EXPORT MoxStatus MOX_CALL moxEqualSFPEps(MoxImage *img, float value, MoxImage *res, float eps);
+
+/**
+ * A table of one channel's levels: a histogram with bins of any width, or a tone curve of segments. The functions take an
+ * array of pointers to such tables, one for each channel of the image (with a coi of 3 the third one is used; tables of
+ * channels that are not processed may be null). The caller owns all of it.
+ */
+typedef struct MoxLUT {
+    int num;             /**< of keys, at least 2 */
+    int *key;            /**< ascending levels, from 0 or more to the depth's number of levels or less */
+    int *value;          /**< histogram: samples of key[i] to key[i + 1] - 1; curve: the result at key[i] */
+    int *factor;         /**< curve: what the result rises by from level to level; may be null if it is not used */
+    int interpolateType; /**< curve: 0 for flat segments, else factor counts */
+} MoxLUT;
+
+/**
+ * The histogram of each processed channel, by the segments of its table: value[i] becomes the number of samples from
+ * key[i] to key[i + 1] - 1; value[num - 1] is left alone, and interpolateType becomes 0. Depths 1U, 8U, 16U.
+ *
+ * "Incorrect Image"; -5 "lut==0", "(srcImage->depth & MOX_DEPTH_SIGN) || (srcImage->depth == MOX_DEPTH_32F)": of these
+ * three each one is reported. Then the first of -5 "lut[k]==0", "lut[k]->key==0", "lut[k]->value==0", "lut[k]->num < 2",
+ * "lut[k]->key[0] < 0", "lut[k]->key[lut[k]->num-1] > histSize", "lut[k]->key[i] > lut[k]->key[i+1]"; -4 with an empty
+ * message; -2 "Error get tile to read".
+ */
+MOX_EXPORT void MOX_CALL moxComputeHisto(MoxImage *srcImage, MoxLUT **lut);
+
+/**
+ * Applies each channel's curve: a level v of segment i becomes value[i], or value[i] + (v - key[i]) x factor[i] where
+ * interpolateType is not 0, cut to the low bits of the depth. Levels below the first key, the last key and those above
+ * it stay as they are. Depths 8U and 16U; in place or not.
+ *
+ * Of these each one is reported: "Incorrect Image" (source, destination); -5 "srcImage->depth != dstImage->depth",
+ * "srcImage->origin != dstImage->origin", "srcImage->dataOrder != dstImage->dataOrder" (not for single channels),
+ * "srcImage->depth != MOX_DEPTH_8U && srcImage->depth != MOX_DEPTH_16U", "lut==0". Then "Number of processed channels of
+ * srcImage != Number of processed channels of dstImage", the tests of the tables, -4 with an empty message; and in the
+ * name of moxMap -2 "Error get tile to read", "Error get tile to write".
+ */
+MOX_EXPORT void MOX_CALL moxContrastStretch(MoxImage *srcImage, MoxImage *dstImage, MoxLUT **lut);
+
+/**
+ * Equalises each channel by its histogram, as moxComputeHisto leaves it: a level becomes its share of the running sum, of
+ * 255 (of 65535) for the whole. The counts of a wider segment are spread evenly over its levels. At 8 bits the product of
+ * sum and 255 is one of 32 bits, which wraps for more than 8421504 samples. The tests of moxContrastStretch; -3 "All
+ * values in histogram are zeroes".
+ */
+MOX_EXPORT void MOX_CALL moxHistoEqualize(MoxImage *srcImage, MoxImage *dstImage, MoxLUT **lut);
+
 #ifdef __cplusplus
 }
 #endif

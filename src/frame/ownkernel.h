@@ -10,6 +10,7 @@ struct OwnConstant {
     uint32_t value;  // in the element's width
     uint32_t bias;   // added without carry to signed samples, to handle them as unsigned ones
     float real;
+    const void *table = nullptr;
 };
 
 // A row kernel: d[i] = f(a[i], b[i], constant) for n samples. b is null for unary kernels, a as well for those that
