@@ -99,18 +99,12 @@ Kind kindOf(unsigned depth, int64_t windowSize) {
     return ownDepthBits(depth) == 8 && windowSize > ((1 << 24) - 1) / 255 ? WIDE : USUAL;
 }
 
-// The channels of a pass of the window frame, which takes planes one by one.
-int channelsOfPass(const OwnWindow &window) {
-    const bool pixels = window.src->dataOrder == MOX_DATA_ORDER_PIXEL && window.dst->dataOrder == MOX_DATA_ORDER_PIXEL;
-    return pixels ? ownChannels(window.src) : 1;
-}
-
 // Rows of sums, and of scratch of the same length. False if memory ran out.
 bool allocateSums(const OwnWindow &window, Blur *blur) {
     const int64_t columns = window.width + blur->window.nCols - 1;
     const int64_t bytes = blur->kind == NARROW ? 2 : 4;
     blur->sumRows = std::min(window.rowsAtOnce, window.height);
-    blur->sumStep = (columns * channelsOfPass(window) + OWN_BLUR_ROOM) * bytes;
+    blur->sumStep = (columns * ownWindowChannels(window) + OWN_BLUR_ROOM) * bytes;
     const bool parts = blur->kind == NARROW && blur->window.nCols > OWN_BLUR_DIRECT;
     const int64_t rows = blur->sumRows + (parts ? OWN_BLUR_PARTS : 0);
     if (blur->sumStep > INT_MAX / rows) return false;

@@ -18,8 +18,9 @@ struct Kernel {
     bool real;  // values are float
     int shift;
     OwnConvClass accumulator;
-    bool bytes;   // unsigned bytes, coefficients of 8 bits, 16-bit sums
-    size_t taps;  // where its taps begin
+    bool bytes;     // unsigned bytes, coefficients of 8 bits, 16-bit sums
+    bool together;  // its taps come in twos, of columns side by side
+    size_t taps;    // where its taps begin
     size_t tapCount;
 
     int intValue(int64_t i) const { return static_cast<const int *>(view.values)[i]; }
@@ -41,6 +42,7 @@ struct Convolution {
     Kernel kernels[MAX_KERNELS];
     int count;
     bool mergesInt;
+    bool storesBytes;  // the only kernel's sums, and nothing is done with them but a shift
     OwnConvTap *taps;  // of all kernels
     Place *places;
 };
@@ -104,6 +106,23 @@ void visitTaps(const Kernel &kernel, int depth, Visit visit) {
     }
 }
 
+// Taps in twos, of two columns each: an odd column at the end is paired with the one before it, which counts for 0.
+template <class Visit>
+void visitTogether(const Kernel &kernel, Visit visit) {
+    const int nCols = kernel.view.nCols, nRows = kernel.view.nRows;
+    for (int v = 0; v < nRows; ++v) {
+        const int64_t row = static_cast<int64_t>(v) * nCols;
+        for (int u = 0; u < nCols; u += 2) {
+            const bool last = u + 1 == nCols;
+            const int first = last ? u - 1 : u;
+            const int values[] = {last ? 0 : kernel.intValue(row + u), kernel.intValue(row + first + 1)};
+            if (values[0] == 0 && values[1] == 0) continue;
+            visit(first, v, values[0]);
+            visit(first + 1, v, values[1]);
+        }
+    }
+}
+
 // Both coefficients of each pair of taps side by side, the first one below.
 void pairTaps(OwnConvTap *taps, size_t count) {
     for (size_t t = 0; t < count; t += 2) {
@@ -114,12 +133,12 @@ void pairTaps(OwnConvTap *taps, size_t count) {
     }
 }
 
-// Where the taps' samples are.
-void aimTaps(const Convolution &c, const OwnWindowRows &row) {
+// Where the taps' samples are for an output row.
+void aimTaps(const Convolution &c, const uint8_t *const *rows, int channels) {
     for (int k = 0; k < c.count; ++k) {
         const size_t end = c.kernels[k].taps + c.kernels[k].tapCount;
         for (size_t t = end; t-- > c.kernels[k].taps;) {
-            c.taps[t].row = row.rows[c.places[t].row] + c.places[t].column * row.channels * c.bytes;
+            c.taps[t].row = rows[c.places[t].row] + c.places[t].column * channels * c.bytes;
             c.taps[t].next = c.taps[t + 1 < end ? t + 1 : t].row;
         }
     }
@@ -130,12 +149,18 @@ void placeTaps(Convolution *convolution, const OwnWindow &window) {
     for (int k = 0; k < convolution->count; ++k) {
         Kernel &kernel = convolution->kernels[k];
         kernel.taps = next;
-        visitTaps(kernel, convolution->depth, [&](int u, int v, int64_t i) {
-            const int value = kernel.real ? 0 : kernel.intValue(i);
-            convolution->taps[next] = {nullptr, nullptr, value, kernel.value(i), 0, 0};
+        const auto place = [&](int u, int v, int value, float real) {
+            convolution->taps[next] = {nullptr, nullptr, value, real, 0, 0};
             convolution->places[next] = {window.top - kernel.view.anchorY + v, window.left - kernel.view.anchorX + u};
             ++next;
-        });
+        };
+        if (kernel.together) {
+            visitTogether(kernel, [&](int u, int v, int value) { place(u, v, value, 0); });
+        } else {
+            visitTaps(kernel, convolution->depth, [&](int u, int v, int64_t i) {
+                place(u, v, kernel.real ? 0 : kernel.intValue(i), kernel.value(i));
+            });
+        }
         kernel.tapCount = next - kernel.taps;
         pairTaps(convolution->taps + kernel.taps, kernel.tapCount);
     }
@@ -165,14 +190,27 @@ void sumSegment(const Convolution &c, const Kernel &kernel, size_t from, void *s
     if (kernel.shift != 0) c.rows->shift[kernel.accumulator](sums, n, kernel.shift);
 }
 
+// What the method makes of the sums of a single kernel.
+void finishSums(const Convolution &c, void *sums, size_t n) {
+    const OwnConvClass accumulator = c.kernels[0].accumulator;
+    if (c.method == MOX_COMBINE_SUMSQ) c.rows->square[accumulator](sums, n);
+    if (c.method == MOX_COMBINE_SUMSQROOT) c.rows->absolute[accumulator](sums, n);
+}
+
 void runOne(const Convolution &c, size_t from, uint8_t *out, size_t n) {
     const OwnConvClass accumulator = c.kernels[0].accumulator;
     alignas(64) uint8_t kept[SEGMENT * 4];
     uint8_t *sums = c.depth == OWN_32F ? out : kept;
     sumSegment(c, c.kernels[0], from, sums, n);
-    if (c.method == MOX_COMBINE_SUMSQ) c.rows->square[accumulator](sums, n);
-    if (c.method == MOX_COMBINE_SUMSQROOT) c.rows->absolute[accumulator](sums, n);
+    finishSums(c, sums, n);
     if (sums != out) c.rows->store[accumulator][c.depth](sums, out, n);
+}
+
+// One kernel on bytes.
+void storeBytes(const Convolution &c, uint8_t *out, size_t n) {
+    const Kernel &kernel = c.kernels[0];
+    const OwnConvBytes how = {kernel.shift, static_cast<uint8_t>(c.depth == OWN_1U ? 1 : 255)};
+    c.rows->storeBytes[kernel.together](c.taps + kernel.taps, kernel.tapCount, 0, how, out, n);
 }
 
 // Two kernels of 16-bit sums, and the root of their squares' sum.
@@ -198,16 +236,33 @@ void runSeveral(const Convolution &c, size_t from, uint8_t *out, size_t n) {
     c.rows->store[c.mergesInt ? OWN_CONV_32 : OWN_CONV_FLOAT][c.depth](merged, out, n);
 }
 
-void convolveRow(void *filter, const OwnWindowRows &row) {
-    const auto &c = *static_cast<const Convolution *>(filter);
-    aimTaps(c, row);
-    const size_t n = row.width * static_cast<size_t>(row.channels);
+void convolveRow(const Convolution &c, const OwnWindowRows &rows, int64_t k) {
+    aimTaps(c, rows.rows + k, rows.channels);
+    const size_t n = rows.width * static_cast<size_t>(rows.channels);
+    uint8_t *out = rows.out + k * rows.outStep;
+    if (c.storesBytes) return storeBytes(c, out, n);
     const bool gradient = c.count == 2 && c.mergesInt && c.method == MOX_COMBINE_SUMSQROOT;
     const auto run = c.count == 1 ? runOne : gradient ? runGradient : runSeveral;
-    for (size_t i = 0; i < n; i += SEGMENT) {
-        uint8_t *out = row.out + i * static_cast<size_t>(c.bytes);
-        run(c, i, out, std::min(SEGMENT, n - i));
-    }
+    for (size_t i = 0; i < n; i += SEGMENT)
+        run(c, i, out + i * static_cast<size_t>(c.bytes), std::min(SEGMENT, n - i));
+}
+
+// A float kernel alone, over as many rows as go side by side.
+void convolveField(const Convolution &c, const OwnWindowRows &rows) {
+    const OwnConvKernel &view = c.kernels[0].view;
+    const size_t n = rows.width * static_cast<size_t>(rows.channels);
+    const size_t step = static_cast<size_t>(rows.channels) * sizeof(float);
+    const OwnConvField field = {rows.rows, 0, step, view.nCols, view.nRows, static_cast<const float *>(view.values)};
+    c.rows->sumField(field, rows.out, rows.outStep, n);
+    for (int64_t k = 0; k < rows.height; ++k)
+        finishSums(c, rows.out + k * rows.outStep, n);
+}
+
+void convolveRows(void *filter, const OwnWindowRows &rows) {
+    const auto &c = *static_cast<const Convolution *>(filter);
+    if (rows.height == OWN_CONV_ROWS) return convolveField(c, rows);
+    for (int64_t k = 0; k < rows.height; ++k)
+        convolveRow(c, rows, k);
 }
 
 // -------------------------------------------------------------------------------------------------------- the worker
@@ -296,20 +351,30 @@ void setReach(OwnWindow *window, const Convolution &convolution) {
     }
 }
 
+// A kernel on bytes alone goes straight to the destination, where there are instructions for that.
+void chooseForm(Convolution *convolution, const OwnWindow &window) {
+    Kernel &kernel = convolution->kernels[0];
+    const bool plain = convolution->method != MOX_COMBINE_SUMSQ && convolution->method != MOX_COMBINE_SUMSQROOT;
+    convolution->storesBytes = convolution->count == 1 && kernel.bytes && plain && convolution->rows->storeBytes[0];
+    kernel.together = convolution->storesBytes && kernel.view.nCols > 1 && ownWindowChannels(window) == 1;
+}
+
 Outcome runMasked(OwnWindow *window, Convolution *convolution) {
+    // Taps that come in twos may be one more in each row.
     int64_t taps = 0;
     for (int k = 0; k < convolution->count; ++k)
-        taps += convolution->kernels[k].size();
+        taps += convolution->kernels[k].size() + convolution->kernels[k].view.nRows;
     constexpr int64_t tapBytes = sizeof(OwnConvTap) + sizeof(Place);
     if (taps > INT_MAX / tapBytes) return NO_MEMORY;
     void *memory = moxMalloc(static_cast<int>(taps * tapBytes));
     if (!memory) return NO_MEMORY;
     convolution->places = static_cast<Place *>(memory);
     convolution->taps = reinterpret_cast<OwnConvTap *>(convolution->places + taps);
+    chooseForm(convolution, *window);
     setReach(window, *convolution);
     placeTaps(convolution, *window);
-    window->function = convolveRow;
-    window->rowsAtOnce = 1;
+    window->function = convolveRows;
+    window->rowsAtOnce = convolution->depth == OWN_32F && convolution->count == 1 ? OWN_CONV_ROWS : 1;
     window->filter = convolution;
     const OwnWindowResult result = ownRunWindow(*window);
     moxFree(memory);

@@ -30,6 +30,27 @@ struct OwnConvTap {
     uint16_t bytePair;  // 8 bits each
 };
 
+// Output rows that a float kernel is run over side by side.
+constexpr int OWN_CONV_ROWS = 4;
+
+// A float kernel over that many output rows, which share the samples that they load.
+struct OwnConvField {
+    const uint8_t *const *rows;  // that of the first output row under the kernel's first row, and those below it
+    size_t from;                 // bytes of a row before the kernel's first column
+    size_t step;                 // bytes from a column to the next
+    int nCols, nRows;
+    const float *values;
+};
+
+// What becomes of the sums of a kernel on bytes.
+struct OwnConvBytes {
+    int shift;
+    uint8_t high;  // the depth's highest value
+};
+
+using OwnConvStoreBytes = void (*)(const OwnConvTap *taps, size_t count, size_t from, const OwnConvBytes &how,
+                                   void *out, size_t n);
+
 // Kernels over n samples of a row, from sample `from` of each tap's row on. Bits are bytes 0 and 1. Where an
 // accumulator is of no use at a depth the entry is null.
 struct OwnConvRows {
@@ -38,6 +59,14 @@ struct OwnConvRows {
 
     // 16-bit sums of unsigned bytes (and bits), with coefficients of 8 bits.
     void (*sumBytes)(const OwnConvTap *taps, size_t count, size_t from, void *sums, size_t n);
+
+    // A kernel alone, whose sums sumBytes can form: shifted, saturated and stored without being kept in between.
+    // Adjacent pairs are of columns that follow one another, in samples side by side. Null where it is no quicker.
+    OwnConvStoreBytes storeBytes[2];
+
+    // out = the sums of OWN_CONV_ROWS rows of floats, outStep bytes apart. The kernel's rows are taken in pairs and
+    // column by column within them.
+    void (*sumField)(const OwnConvField &field, void *out, int64_t outStep, size_t n);
 
     // On sums in place: an arithmetic shift, the square in the accumulator's width, the absolute value.
     void (*shift[OWN_CONV_CLASSES])(void *sums, size_t n, int shift);

@@ -264,6 +264,83 @@ struct BytePairByPair {
 };
 #endif
 
+#if defined(__AVX2__)
+inline OwnVector finishBytes(OwnVector low, OwnVector high, const OwnConvBytes &how) {
+    const __m128i shift = _mm_cvtsi32_si128(how.shift);
+    const OwnVector bytes = _mm256_packus_epi16(_mm256_sra_epi16(low, shift), _mm256_sra_epi16(high, shift));
+    return _mm256_min_epu8(bytes, _mm256_set1_epi8(static_cast<char>(how.high)));
+}
+
+// Any two taps side by side, brought together byte by byte; what was unpacked in halves is packed in halves.
+struct PairsApart {
+    [[gnu::always_inline]] static void add(const OwnConvTap *taps, size_t from, OwnVector values, OwnVector *low,
+                                           OwnVector *high) {
+        const OwnVector va = ownLoad(reinterpret_cast<const char *>(taps[0].row) + from);
+        const OwnVector vb = ownLoad(reinterpret_cast<const char *>(taps[0].next) + from);
+        *low = _mm256_add_epi16(*low, _mm256_maddubs_epi16(_mm256_unpacklo_epi8(va, vb), values));
+        *high = _mm256_add_epi16(*high, _mm256_maddubs_epi16(_mm256_unpackhi_epi8(va, vb), values));
+    }
+    static OwnVector finish(OwnVector low, OwnVector high, const OwnConvBytes &how) {
+        return finishBytes(low, high, how);
+    }
+};
+
+// Two columns side by side in memory: samples are pairs as they stand. One vector has the sums of the even places, the
+// other those of the odd ones, which begin with the next sample.
+struct PairsTogether {
+    [[gnu::always_inline]] static void add(const OwnConvTap *taps, size_t from, OwnVector values, OwnVector *even,
+                                           OwnVector *odd) {
+        const char *at = reinterpret_cast<const char *>(taps[0].row) + from;
+        *even = _mm256_add_epi16(*even, _mm256_maddubs_epi16(ownLoad(at), values));
+        *odd = _mm256_add_epi16(*odd, _mm256_maddubs_epi16(ownLoad(at + 1), values));
+    }
+    static OwnVector finish(OwnVector even, OwnVector odd, const OwnConvBytes &how) {
+        const OwnVector woven = _mm256_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15,  //
+                                                 0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
+        return _mm256_shuffle_epi8(finishBytes(even, odd, how), woven);
+    }
+};
+
+template <class Pairs, size_t blocks>
+[[gnu::always_inline]] inline void storeBlock(const OwnConvTap *taps, size_t count, size_t from,
+                                              const OwnConvBytes &how, char *out) {
+    OwnVector low[blocks], high[blocks];
+#pragma GCC unroll 8
+    for (size_t k = 0; k < blocks; ++k)
+        low[k] = high[k] = ownZero();
+    for (size_t t = 0; t < count; t += 2) {
+        const OwnVector values = _mm256_set1_epi16(static_cast<int16_t>(taps[t].bytePair));
+#pragma GCC unroll 8
+        for (size_t k = 0; k < blocks; ++k)
+            Pairs::add(taps + t, from + k * sizeof(OwnVector), values, &low[k], &high[k]);
+    }
+#pragma GCC unroll 8
+    for (size_t k = 0; k < blocks; ++k)
+        ownStore(out + k * sizeof(OwnVector), Pairs::finish(low[k], high[k], how));
+}
+
+template <class Pairs>
+void storeBytes(const OwnConvTap *taps, size_t count, size_t from, const OwnConvBytes &how, void *out_, size_t n) {
+    auto *out = static_cast<char *>(out_);
+    constexpr size_t lanes = sizeof(OwnVector), blocks = 4;
+    size_t i = 0;
+    for (; i + blocks * lanes <= n; i += blocks * lanes)
+        storeBlock<Pairs, blocks>(taps, count, from + i, how, out + i);
+    for (; i + lanes <= n; i += lanes)
+        storeBlock<Pairs, 1>(taps, count, from + i, how, out + i);
+    if (i == n) return;
+    // What is left: a vector that overlaps the one before, or single samples.
+    if (n >= lanes) return storeBlock<Pairs, 1>(taps, count, from + n - lanes, how, out + n - lanes);
+    for (; i < n; ++i) {
+        int sum = 0;
+        for (size_t t = 0; t < count; ++t)
+            sum += taps[t].row[from + i] * taps[t].value;
+        sum >>= how.shift;
+        out[i] = static_cast<char>(sum < 0 ? 0 : sum > how.high ? how.high : sum);
+    }
+}
+#endif
+
 template <class Way>
 void sum(const OwnConvTap *taps, size_t count, size_t from, void *sums_, size_t n) {
     using D = typename Way::D;
@@ -305,9 +382,109 @@ template <class D>
 constexpr auto sumFloats = sum<TapByTap<D, float>>;
 #if defined(__AVX2__)
 constexpr auto sumBytes = sum<BytePairByPair>;
+constexpr auto storeApart = storeBytes<PairsApart>, storeTogether = storeBytes<PairsTogether>;
 #else
 constexpr auto sumBytes = sumShorts<Own8U>;
+constexpr OwnConvStoreBytes storeApart = nullptr, storeTogether = nullptr;
 #endif
+
+// What is used twice is loaded once: left to itself, the compiler would rather load it again with each use.
+[[gnu::always_inline]] inline void keepInRegister([[maybe_unused]] FloatSamples &samples) {
+#if defined(__AVX512F__)
+    __asm__("" : "+v"(samples));
+#elif defined(__SSE2__)
+    __asm__("" : "+x"(samples));
+#endif
+}
+
+// Rows of floats. The sums of a few rows stay in registers, and a sample that is loaded goes to two of them: two kernel
+// rows pass at a time, and what the upper one of them covers for an output row the lower one covers for the row above.
+template <size_t vectors>
+[[gnu::always_inline]] inline void fieldBlock(const OwnConvField &field, size_t i, char *out, int64_t outStep) {
+    constexpr int last = OWN_CONV_ROWS - 1;
+    FloatSamples sum[OWN_CONV_ROWS][vectors] = {};
+    const float *value = field.values;
+    const auto load = [](const char *at, size_t k) { return loadVector<FloatSamples>(at + k * sizeof(FloatSamples)); };
+    int v = 0;
+    for (; v + 1 < field.nRows; v += 2, value += field.nCols) {
+        const char *at[OWN_CONV_ROWS + 1];
+        for (int j = 0; j <= OWN_CONV_ROWS; ++j)
+            at[j] = reinterpret_cast<const char *>(field.rows[v + j]) + field.from + i * sizeof(float);
+        size_t offset = 0;
+        for (int u = 0; u < field.nCols; ++u, ++value, offset += field.step) {
+            const FloatSamples upper = *value - FloatSamples{}, lower = value[field.nCols] - FloatSamples{};
+#pragma GCC unroll 8
+            for (int j = 0; j <= OWN_CONV_ROWS; ++j) {
+#pragma GCC unroll 8
+                for (size_t k = 0; k < vectors; ++k) {
+                    FloatSamples samples = load(at[j] + offset, k);
+                    keepInRegister(samples);
+                    if (j > 0) sum[j - 1][k] += samples * lower;
+                    if (j <= last) sum[j][k] += samples * upper;
+                }
+            }
+        }
+    }
+    if (v < field.nRows) {
+        for (int u = 0; u < field.nCols; ++u) {
+            const FloatSamples coefficient = value[u] - FloatSamples{};
+            const size_t offset = field.from + i * sizeof(float) + static_cast<size_t>(u) * field.step;
+#pragma GCC unroll 8
+            for (int j = 0; j <= last; ++j) {
+#pragma GCC unroll 8
+                for (size_t k = 0; k < vectors; ++k)
+                    sum[j][k] += load(reinterpret_cast<const char *>(field.rows[v + j]) + offset, k) * coefficient;
+            }
+        }
+    }
+#pragma GCC unroll 8
+    for (int j = 0; j <= last; ++j) {
+#pragma GCC unroll 8
+        for (size_t k = 0; k < vectors; ++k)
+            std::memcpy(out + j * outStep + i * sizeof(float) + k * sizeof(FloatSamples), &sum[j][k], sizeof sum[j][k]);
+    }
+}
+
+// One sum of one row.
+float fieldSum(const OwnConvField &field, int row, size_t i) {
+    float sum = 0;
+    const auto add = [&](int v, int u) {
+        float sample;
+        const uint8_t *at = field.rows[row + v] + field.from + static_cast<size_t>(u) * field.step;
+        std::memcpy(&sample, at + i * sizeof sample, sizeof sample);
+        sum +=
+            sample * field.values[static_cast<size_t>(v) * static_cast<size_t>(field.nCols) + static_cast<size_t>(u)];
+    };
+    for (int v = 0; v < field.nRows; v += 2) {
+        for (int u = 0; u < field.nCols; ++u) {
+            add(v, u);
+            if (v + 1 < field.nRows) add(v + 1, u);
+        }
+    }
+    return sum;
+}
+
+void sumField(const OwnConvField &field, void *out_, int64_t outStep, size_t n) {
+    constexpr size_t lanes = sizeof(FloatSamples) / sizeof(float);
+    constexpr size_t vectors = 2;
+    auto *out = static_cast<char *>(out_);
+    size_t i = 0;
+    for (; i + vectors * lanes <= n; i += vectors * lanes)
+        fieldBlock<vectors>(field, i, out, outStep);
+    if (i == n) return;
+    // What is left: a block or a vector that overlaps what was before, or single samples.
+    if (i > 0 && n - i > lanes) return fieldBlock<vectors>(field, n - vectors * lanes, out, outStep);
+    for (; i + lanes <= n; i += lanes)
+        fieldBlock<1>(field, i, out, outStep);
+    if (i == n) return;
+    if (n >= lanes) return fieldBlock<1>(field, n - lanes, out, outStep);
+    for (; i < n; ++i) {
+        for (int row = 0; row < OWN_CONV_ROWS; ++row) {
+            const float sum = fieldSum(field, row, i);
+            std::memcpy(out + row * outStep + i * sizeof sum, &sum, sizeof sum);
+        }
+    }
+}
 
 // ------------------------------------------------------------------------------------------------------ steps on sums
 
@@ -521,6 +698,8 @@ const OwnConvRows convRows = {
      {sumFloats<Own8U>, sumFloats<Own8U>, sumFloats<Own8S>, sumFloats<Own16U>, sumFloats<Own16S>, sumFloats<Own32S>,
       sumFloats<Own32F>}},
     sumBytes,
+    {storeApart, storeTogether},
+    sumField,
     {shift<int16_t>, shift<int32_t>, shift<float>},
     {square<int16_t>, square<int32_t>, square<float>},
     {absolute<int16_t>, absolute<int32_t>, absolute<float>},

@@ -45,11 +45,8 @@ class WindowRunner {
     explicit WindowRunner(const OwnWindow &window) : window_(window) {
         ownImageRect(window.src, &srcRect_);
         inPlace_ = window.src == window.dst && !window.src->tileInfo;
-        const bool pixels =
-            window.src->dataOrder == MOX_DATA_ORDER_PIXEL && window.dst->dataOrder == MOX_DATA_ORDER_PIXEL;
-        const int channels = ownChannels(window.src);
-        passes_ = pixels ? 1 : channels;
-        channels_ = pixels ? channels : 1;
+        channels_ = ownWindowChannels(window);
+        passes_ = ownChannels(window.src) / channels_;
     }
     ~WindowRunner() { moxFree(memory_); }
     WindowRunner(const WindowRunner &) = delete;
@@ -406,6 +403,11 @@ void ownWindowSize(OwnWindow *window) {
         window->width = std::min(window->width, rect.width);
         window->height = std::min(window->height, rect.height);
     }
+}
+
+int ownWindowChannels(const OwnWindow &window) {
+    const bool pixels = window.src->dataOrder == MOX_DATA_ORDER_PIXEL && window.dst->dataOrder == MOX_DATA_ORDER_PIXEL;
+    return pixels ? ownChannels(window.src) : 1;
 }
 
 OwnWindowResult ownRunWindow(const OwnWindow &window) {

@@ -35,6 +35,9 @@ enum OwnWindowResult { OWN_WINDOW_DONE, OWN_WINDOW_NO_ROWS, OWN_WINDOW_NO_TILE }
 // The smallest of the sizes of the images' regions and the mask's; the mask may be null.
 void ownWindowSize(OwnWindow *window);
 
+// Channels that the filter sees in a pixel: in plane order it takes one after the other.
+int ownWindowChannels(const OwnWindow &window);
+
 // Runs the filter over a common region of at least one pixel. At depth 1 it sees and leaves bytes 0 and 1. In plane
 // order each channel is an area of its own, and so is each tile of a tiled destination. NO_ROWS: no memory for source
 // rows, or a source tile was not delivered; NO_TILE: a tile of the destination was not delivered.
