@@ -99,9 +99,81 @@ struct Exchange {
     }
 };
 
+#if defined(__SSSE3__)
+// Pixels of up to 16 bytes, as many at a time as these hold, by a shuffle of bytes. What it reads and writes lies
+// between the first sample and the last; it gives the number of pixels done, and the loops below do the others.
+class PixelShuffle {
+  public:
+    PixelShuffle(int step, int count, int bytes, size_t pixels)
+        : step_(static_cast<size_t>(step * bytes)), count_(static_cast<size_t>(count * bytes)), pixels_(pixels) {
+        const size_t span = 1 + (16 - count_ + step_ - 1) / step_, samples = (16 + count_ - 1) / count_;
+        needed_ = span > samples ? span : samples;
+    }
+
+    size_t gather(const uint8_t *src, uint8_t *row) const {
+        if (!fits(0)) return 0;
+        alignas(16) uint8_t order[16] = {};
+        const size_t group = 16 / step_;
+        for (size_t i = 0; i < group * count_; ++i)
+            order[i] = static_cast<uint8_t>(i / count_ * step_ + i % count_);
+        const __m128i places = at(order);
+        size_t i = 0;
+        for (; fits(i); i += group)
+            put(row + i * count_, _mm_shuffle_epi8(at(src + i * step_), places));
+        return i;
+    }
+
+    // The samples between those stored are stored again as they were, and read before the store that touches them,
+    // which a processor could not hand over in part.
+    size_t scatter(const uint8_t *row, uint8_t *dst) const {
+        if (!fits(0)) return 0;
+        alignas(16) uint8_t order[16], stored[16] = {};
+        std::memset(order, 0x80, sizeof order);
+        const size_t group = 16 / step_;
+        for (size_t i = 0; i < group * count_; ++i) {
+            const size_t place = i / count_ * step_ + i % count_;
+            order[place] = static_cast<uint8_t>(i);
+            stored[place] = 0xFF;
+        }
+        const __m128i places = at(order), mask = at(stored);
+        __m128i before = at(dst);
+        size_t i = 0;
+        for (bool more = true; more; i += group) {
+            more = fits(i + group);
+            const __m128i following = more ? at(dst + (i + group) * step_) : before;
+            const __m128i samples = _mm_shuffle_epi8(at(row + i * count_), places);
+            put(dst + i * step_, _mm_or_si128(samples, _mm_andnot_si128(mask, before)));
+            before = following;
+        }
+        return i;
+    }
+
+  private:
+    // Whether there are 16 bytes of pixels and of the row from this pixel on.
+    bool fits(size_t i) const { return i + needed_ <= pixels_; }
+    static __m128i at(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
+    static void put(uint8_t *p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v); }
+    size_t step_, count_;  // bytes
+    size_t pixels_, needed_;
+};
+#endif
+
+// One sample of each pixel, by loops with a known step.
 template <class D, int step>
 void gatherOne(const typename D::Sample *src, typename D::Sample *row, size_t pixels) {
-    for (size_t i = 0; i < pixels; ++i)
+    size_t i = 0;
+#if defined(__SSE2__) && !defined(__SSSE3__)
+    // For this one compilers find no good vectors.
+    if constexpr (step == 3 && sizeof(typename D::Value) == 4) {
+        for (; i + 4 < pixels; i += 4) {
+            const float *at = reinterpret_cast<const float *>(src + i * step);
+            const __m128 a = _mm_loadu_ps(at), b = _mm_loadu_ps(at + 4), c = _mm_loadu_ps(at + 8);
+            const __m128 others = _mm_shuffle_ps(b, c, _MM_SHUFFLE(1, 1, 2, 2));
+            _mm_storeu_ps(reinterpret_cast<float *>(row + i), _mm_shuffle_ps(a, others, _MM_SHUFFLE(2, 0, 3, 0)));
+        }
+    }
+#endif
+    for (; i < pixels; ++i)
         row[i] = src[i * step];
 }
 
@@ -121,7 +193,17 @@ void gather(const void *src_, int step, int count, void *row_, size_t pixels) {
                 break;
         }
     }
-    for (size_t i = 0; i < pixels; ++i, src += step, row += count) {
+    size_t i = 0;
+#if defined(__SSSE3__)
+    constexpr int bytes = sizeof(typename D::Value);
+    if (step * bytes <= 16) {
+        i = PixelShuffle(step, count, bytes, pixels)
+                .gather(static_cast<const uint8_t *>(src_), static_cast<uint8_t *>(row_));
+    }
+#endif
+    src += i * static_cast<size_t>(step);
+    row += i * static_cast<size_t>(count);
+    for (; i < pixels; ++i, src += step, row += count) {
         for (int c = 0; c < count; ++c)
             row[c] = src[c];
     }
@@ -137,87 +219,105 @@ template <class D>
 void scatter(const void *row_, void *dst_, int step, int count, size_t pixels) {
     const typename D::Sample *row = static_cast<const typename D::Sample *>(row_);
     typename D::Sample *dst = static_cast<typename D::Sample *>(dst_);
+    size_t i = 0;
+#if defined(__SSSE3__)
+    constexpr int bytes = sizeof(typename D::Value);
+    // Single samples of more than a byte are as quick one by one.
+    if (step * bytes <= 16 && (count > 1 || bytes == 1)) {
+        i = PixelShuffle(step, count, bytes, pixels)
+                .scatter(static_cast<const uint8_t *>(row_), static_cast<uint8_t *>(dst_));
+    }
+#endif
+    row += i * static_cast<size_t>(count);
+    dst += i * static_cast<size_t>(step);
     if (count == 1) {
         switch (step) {
             case 2:
-                return scatterOne<D, 2>(row, dst, pixels);
+                return scatterOne<D, 2>(row, dst, pixels - i);
             case 3:
-                return scatterOne<D, 3>(row, dst, pixels);
+                return scatterOne<D, 3>(row, dst, pixels - i);
             case 4:
-                return scatterOne<D, 4>(row, dst, pixels);
+                return scatterOne<D, 4>(row, dst, pixels - i);
             default:
                 break;
         }
     }
-    for (size_t i = 0; i < pixels; ++i, row += count, dst += step) {
+    for (; i < pixels; ++i, row += count, dst += step) {
         for (int c = 0; c < count; ++c)
             dst[c] = row[c];
     }
 }
 
 // Lanes of `width` bytes each for the bits of a mask, the first bit on top of a byte.
+#if defined(__SSE2__)
 #if defined(__AVX2__)
-// Where a byte of lanes finds its bit in a word of 32 of them: in vector v of those that the word fills.
+constexpr int GROUP = 32;  // bits at a time, which become as many vectors as a lane has bytes
+#else
+constexpr int GROUP = 16;
+#endif
+// Where a byte of lanes finds its bit in a group: in vector v of those that the group fills.
 template <int width>
 struct BitPlaces {
-    alignas(32) uint8_t byte[width][32];
-    alignas(32) uint8_t bit[width][32];
+    alignas(GROUP) uint8_t byte[width][GROUP];
+    alignas(GROUP) uint8_t bit[width][GROUP];
 };
 template <int width>
 constexpr BitPlaces<width> makeBitPlaces() {
     BitPlaces<width> places = {};
-    for (int i = 0; i < 32 * width; ++i) {
+    for (int i = 0; i < GROUP * width; ++i) {
         const int bit = i / width;
-        places.byte[i / 32][i % 32] = static_cast<uint8_t>(bit / 8);
-        places.bit[i / 32][i % 32] = static_cast<uint8_t>(128 >> bit % 8);
+        places.byte[i / GROUP][i % GROUP] = static_cast<uint8_t>(bit / 8);
+        places.bit[i / GROUP][i % GROUP] = static_cast<uint8_t>(128 >> bit % 8);
     }
     return places;
 }
 
+// The lanes of a group of bits, of which the first bytes are there.
 template <int width>
-void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
+[[gnu::always_inline]] inline void expandGroup(const uint8_t *from, size_t bytes, uint8_t *to) {
     static constexpr BitPlaces<width> places = makeBitPlaces<width>();
-    const auto expandWord = [](const uint8_t *from, size_t bytes, uint8_t *to) {
-        int word = 0;
-        std::memcpy(&word, from, bytes);
-        const __m256i words = _mm256_set1_epi32(word);
-        for (size_t v = 0; v < width; ++v) {
-            const __m256i bit = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.bit[v]));
-            const __m256i byte = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.byte[v]));
-            const __m256i found = _mm256_and_si256(_mm256_shuffle_epi8(words, byte), bit);
-            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + v * 32), _mm256_cmpeq_epi8(found, bit));
-        }
-    };
-    size_t i = 0;
-    for (; i + 32 <= count; i += 32)
-        expandWord(bits + i / 8, 4, lanes + i * width);
-    if (i == count) return;
-    uint8_t last[32 * width];
-    const size_t bytes = (count - i + 7) / 8;
-    expandWord(bits + i / 8, bytes, last);
-    std::memcpy(lanes + i * width, last, bytes * 8 * width);
-}
-#else
-// Eight bytes for each value of a mask byte.
-struct LaneTable {
-    uint8_t lanes[256][8];
-};
-constexpr LaneTable makeLaneTable() {
-    LaneTable table = {};
-    for (int bits = 0; bits < 256; ++bits) {
-        for (int i = 0; i < 8; ++i)
-            table.lanes[bits][i] = (bits >> (7 - i) & 1) != 0 ? 255 : 0;
+    int group = 0;
+    std::memcpy(&group, from, bytes);
+#if defined(__AVX2__)
+    const __m256i groups = _mm256_set1_epi32(group);
+    for (size_t v = 0; v < width; ++v) {
+        const __m256i bit = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.bit[v]));
+        const __m256i byte = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.byte[v]));
+        const __m256i found = _mm256_and_si256(_mm256_shuffle_epi8(groups, byte), bit);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + v * 32), _mm256_cmpeq_epi8(found, bit));
     }
-    return table;
+#else
+    // A vector is filled by one of the two bytes, or by both in halves.
+    __m128i halves = _mm_cvtsi32_si128(group);
+    halves = _mm_unpacklo_epi8(halves, halves);
+    halves = _mm_unpacklo_epi16(halves, halves);
+    halves = _mm_unpacklo_epi32(halves, halves);
+    const __m128i first = _mm_unpacklo_epi64(halves, halves), second = _mm_unpackhi_epi64(halves, halves);
+    for (int v = 0; v < width; ++v) {
+        const __m128i bit = _mm_load_si128(reinterpret_cast<const __m128i *>(places.bit[v]));
+        const __m128i byte = 2 * v + 2 <= width ? first : 2 * v >= width ? second : halves;
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(to + v * 16), _mm_cmpeq_epi8(_mm_and_si128(byte, bit), bit));
+    }
+#endif
 }
 
 template <int width>
 void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
-    static constexpr LaneTable table = makeLaneTable();
+    size_t i = 0;
+    for (; i + GROUP <= count; i += GROUP)
+        expandGroup<width>(bits + i / 8, GROUP / 8, lanes + i * width);
+    if (i == count) return;
+    uint8_t last[GROUP * width];
+    const size_t bytes = (count - i + 7) / 8;
+    expandGroup<width>(bits + i / 8, bytes, last);
+    std::memcpy(lanes + i * width, last, bytes * 8 * width);
+}
+#else
+template <int width>
+void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
     for (size_t i = 0; i < count; i += 8, lanes += 8 * width) {
-        const uint8_t *bytes = table.lanes[bits[i / 8]];
         for (int k = 0; k < 8 * width; ++k)
-            lanes[k] = bytes[k / width];
+            lanes[k] = (bits[i / 8] >> (7 - k / width) & 1) != 0 ? 255 : 0;
     }
 }
 #endif
