@@ -9,10 +9,8 @@
 
 namespace {
 
-// A pass over this much memory pushes everything else out of the caches, its own destination included. Where nothing is
-// read the caches keep up longer.
+// A pass over this much memory pushes everything else out of the caches, its own destination included.
 constexpr int64_t STREAM_BYTES = int64_t{32} << 20;
-constexpr int64_t STREAM_FILL_BYTES = int64_t{48} << 20;
 constexpr int64_t SHORTEST_STREAM = 1024;
 // A processor that reads ahead stops at the end of a memory page. Rows of this many bytes gain by being asked for
 // earlier.
@@ -20,8 +18,7 @@ constexpr int64_t SHORTEST_AHEAD = 4096;
 
 // Storing past the caches pays where they could not keep the destination, unless a source has brought it in already.
 bool shouldStream(const OwnRowForms &kernel, uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll) {
-    const int64_t enough = count > 1 ? STREAM_BYTES : STREAM_FILL_BYTES;
-    if (!kernel.streamed || bytesOfAll * count < enough || bytesOfRun < SHORTEST_STREAM) return false;
+    if (!kernel.streamed || bytesOfAll * count < STREAM_BYTES || bytesOfRun < SHORTEST_STREAM) return false;
     return std::find(at, at + count - 1, at[count - 1]) == at + count - 1;
 }
 
