@@ -18,6 +18,12 @@ struct Copy {
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &) {
         return a;
     }
+#if defined(OWN_HAS_VECTORS)
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
+        return a;
+    }
+#endif
 };
 
 template <class D>
