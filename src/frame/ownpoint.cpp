@@ -100,11 +100,11 @@ struct OwnPoint::Cell {
         ownRunRows(rows, kernel, constant);
     }
 
-    // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond the rows of
-    // every image is not believed.
+    // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond an image's own
+    // rows is not believed: they are all that an application promises.
     void runFlat(MoxImage *const *images) const {
         OwnSpan spans[3] = {};
-        int64_t size = INT64_MAX, extent = 0;
+        int64_t size = INT64_MAX;
         const int bytes = std::max(ownDepthBytes(images[0]->depth), 1);
         for (int i = 0; i < point.count_; ++i) {
             const MoxImage *image = images[i];
@@ -112,10 +112,8 @@ struct OwnPoint::Cell {
             spans[i].start = reinterpret_cast<uint8_t *>(image->imageData);
             spans[i].bytes = bytes;
             spans[i].step = 1;
-            size = std::min<int64_t>(size, image->imageSize);
-            extent = std::max(extent, int64_t{1} * image->widthStep * image->height * planes);
+            size = std::min({size, int64_t{image->imageSize}, int64_t{image->widthStep} * image->height * planes});
         }
-        size = std::min(size, extent);
         ownRunFlat(spans, point.count_, kernel, constant, size / bytes);
     }
 };
