@@ -2,6 +2,7 @@
 #include "frame/ownpoint.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "frame/ownrows.h"
 #include "frame/owntile.h"
@@ -104,7 +105,7 @@ struct OwnPoint::Cell {
     // rows is not believed: they are all that an application promises.
     void runFlat(MoxImage *const *images) const {
         OwnSpan spans[3] = {};
-        int64_t size = INT64_MAX;
+        int64_t size = INT_MAX;
         const int bytes = std::max(ownDepthBytes(images[0]->depth), 1);
         for (int i = 0; i < point.count_; ++i) {
             const MoxImage *image = images[i];
@@ -114,7 +115,7 @@ struct OwnPoint::Cell {
             spans[i].step = 1;
             size = std::min({size, int64_t{image->imageSize}, int64_t{image->widthStep} * image->height * planes});
         }
-        ownRunFlat(spans, point.count_, kernel, constant, size / bytes);
+        ownRunFlat(spans, point.count_, kernel, constant, static_cast<int>(size / bytes));
     }
 };
 
