@@ -51,9 +51,18 @@ inline uint8_t ownLastBits(int offset, int64_t count) {
 
 enum OwnMaskState { OWN_MASK_AS_IS, OWN_MASK_TEMPORARY, OWN_MASK_NO_MEMORY, OWN_MASK_EMPTY };
 
-// The one mask for an operation, or null. A temporary one (its pixel (0, 0) at the region corners) is freed by
-// moxDeallocate(mask, 3).
+// The one mask for an operation, or null. A temporary one (its pixel (0, 0) at the region corners) is freed with its
+// header and data.
 MoxImage *ownCombineMasks(MoxImage *maskA, MoxImage *maskB, MoxImage *maskC, OwnMaskState *state);
+
+// A mask as an operand: its own mask means nothing, and neither does an alpha channel, which its one channel may be
+// called.
+inline MoxImage ownMaskAsImage(const MoxImage *mask) {
+    MoxImage image = *mask;
+    image.maskROI = nullptr;
+    image.alphaChannel = 0;
+    return image;
+}
 
 // Processed channels of an image: the coi alone, or all but alpha; the first of them; whether a coi is named.
 inline bool ownHasCoi(const MoxImage *image) {

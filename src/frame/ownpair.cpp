@@ -6,22 +6,18 @@
 #include "frame/ownrect.h"
 
 OwnPair::~OwnPair() {
-    if (maskIsTemporary_) moxDeallocate(mask_, 31);
+    if (maskIsTemporary_) moxDeallocate(mask_, MOX_FreeHeader | MOX_FreeData);
 }
 
 // All three faults are reported, one after the other.
-bool OwnPair::agree() const {
-    bool agreed = true;
-    const auto refuse = [&](const char *message) {
-        ownReport(caller_, MOX_StatusBadArgument, message);
-        agreed = false;
-    };
+bool OwnPair::agree() {
+    const auto refuse = [&](const char *message) { report(MOX_StatusBadArgument, message); };
     if (src_->depth != dst_->depth) refuse("srcImage->depth != dstImage->depth");
     if (src_->origin != dst_->origin) refuse("srcImage->origin != dstImage->origin");
     // The order has no meaning for a single channel.
     const bool single = src_->depth == MOX_DEPTH_1U || (src_->nChannels == 1 && dst_->nChannels == 1);
     if (!single && src_->dataOrder != dst_->dataOrder) refuse("srcImage->dataOrder != dstImage->dataOrder");
-    return agreed;
+    return !failed_;
 }
 
 bool OwnPair::combineMasks() {
@@ -34,9 +30,11 @@ bool OwnPair::combineMasks() {
 }
 
 bool OwnPair::open() {
-    if (!ownAcceptImage(caller_, src_) || !ownAcceptImage(caller_, dst_)) return false;
+    failed_ = !ownAcceptImage(caller_, src_) || !ownAcceptImage(caller_, dst_);
+    if (failed_ || !agree()) return false;
     // The status word rules as well: while a fault of an earlier call stands in it, no pixels are moved.
-    if (!agree() || moxGetErrStatus() < 0 || src_ == dst_) return false;
+    failed_ = moxGetErrStatus() < 0;
+    if (failed_ || src_ == dst_) return false;
     if (ownChannels(src_) == 0 || ownChannels(dst_) == 0) return false;
     if (!combineMasks()) return false;
 
@@ -51,11 +49,11 @@ bool OwnPair::open() {
     return width_ > 0 && height_ > 0;
 }
 
-void OwnPair::runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const {
+void OwnPair::runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) {
     const int channels = ownChannels(dst_);
     if (ownChannels(src_) != channels) {
-        ownReport(caller_, MOX_StatusBadArgument,
-                  "Number of processed channels of srcImage != Number of processed channels of dstImage");
+        report(MOX_StatusBadArgument,
+               "Number of processed channels of srcImage != Number of processed channels of dstImage");
         return;
     }
     MoxImage *const images[] = {src_, dst_};
