@@ -17,8 +17,8 @@ class OwnPair {
     OwnPair(const OwnPair &) = delete;
     OwnPair &operator=(const OwnPair &) = delete;
 
-    // The checks up to the common size. False when the call must end: after a fault, this one's or an older one's, and
-    // when there is nothing to do.
+    // All checks. False when the call must end: after a fault, this one's or an older one's, and when there is nothing
+    // to do.
     bool open();
 
     // Whether a fault has kept pixels from being moved. Memory that is missing for a header leaves no trace in the
@@ -32,7 +32,7 @@ class OwnPair {
     int64_t height() const { return height_; }
 
     // Runs a moving kernel over two plain images.
-    void runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange);
+    void runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const;
 
     void refuseTile(const char *message) { report(MOX_StatusGeneral, message); }
     // A step within failed: this call reports its own trace.
@@ -50,6 +50,7 @@ class OwnPair {
   private:
     bool agree();
     bool combineMasks();
+    bool accept();
     void report(MoxStatus status, const char *message) {
         ownReport(caller_, status, message);
         failed_ = true;
@@ -59,7 +60,8 @@ class OwnPair {
     bool failed_ = false;
     MoxImage *src_, *dst_;
     MoxImage *mask_ = nullptr;
-    bool maskIsTemporary_ = false;
+    OwnMaskState maskState_ = OWN_MASK_AS_IS;
+    bool exceeds_ = false;  // an image, or a mask, cannot be in memory
     int64_t width_ = 0, height_ = 0;
 };
 

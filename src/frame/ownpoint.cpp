@@ -38,7 +38,7 @@ OwnPoint::OwnPoint(const OwnCaller &caller, MoxImage *srcImage, MoxImage *dstIma
 }
 
 OwnPoint::~OwnPoint() {
-    if (maskIsTemporary_) moxDeallocate(mask_, MOX_FreeHeader | MOX_FreeData);
+    ownFreeMask(mask_, maskState_);
 }
 
 bool OwnPoint::open() {
@@ -50,6 +50,7 @@ bool OwnPoint::open() {
     for (int i = 0; i < count_; ++i) {
         first_[i] = ownFirstChannel(images_[i]);
         alpha_ = alpha_ || images_[i]->alphaChannel != 0;
+        exceeds_ = exceeds_ || ownFindExcess(images_[i]) != MOX_StatusNoError;
     }
     return combineMasks();
 }
@@ -73,12 +74,12 @@ bool OwnPoint::checkAgreement() const {
 }
 
 bool OwnPoint::combineMasks() {
-    OwnMaskState state;
-    mask_ =
-        ownCombineMasks(images_[0]->maskROI, images_[1]->maskROI, count_ > 2 ? images_[2]->maskROI : nullptr, &state);
-    maskIsTemporary_ = state == OWN_MASK_TEMPORARY;
-    if (state == OWN_MASK_NO_MEMORY) ownReport(caller_, MOX_StatusNoMemory, "Out of memory");
-    return state != OWN_MASK_NO_MEMORY && state != OWN_MASK_EMPTY;
+    MoxImage *third = count_ > 2 ? images_[2]->maskROI : nullptr;
+    // What cannot be in memory is not touched: run refuses it, behind the tests that the operation makes of its own.
+    if (exceeds_) return !ownMasksAreApart(images_[0]->maskROI, images_[1]->maskROI, third);
+    mask_ = ownCombineMasks(images_[0]->maskROI, images_[1]->maskROI, third, &maskState_);
+    if (maskState_ == OWN_MASK_NO_MEMORY) ownReport(caller_, MOX_StatusNoMemory, "Out of memory");
+    return maskState_ != OWN_MASK_NO_MEMORY && maskState_ != OWN_MASK_EMPTY;
 }
 
 // What a cell of the walk, or the whole call on plain images, needs to know.
@@ -120,15 +121,21 @@ struct OwnPoint::Cell {
 };
 
 void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
+    if (exceeds_) {
+        ownAcceptMemory(caller_, {images_[0], images_[1], count_ > 2 ? images_[2] : nullptr});
+        return;
+    }
     Cell cell = {*this, kernel, constant, 0};
     const bool tiled = std::any_of(images_, images_ + count_, [](const MoxImage *image) { return image->tileInfo; });
     if (!tiled) {
         cell.run(images_, mask_);
         return;
     }
+    // More than caches hold is enough to know, and the tiles of an image may add up to more than 64 bits count.
     OwnImageRect rect;
     ownImageRect(destination(), &rect);
-    cell.whole = rect.width * rect.height * channels_ * ownDepthBytes(destination()->depth);
+    const int64_t pixelBytes = std::min<int64_t>(int64_t{channels_} * ownDepthBytes(destination()->depth), 16);
+    cell.whole = std::min<int64_t>(rect.width * rect.height, INT_MAX) * pixelBytes;
     const auto runCell = [](void *operation, MoxImage *const *images, MoxImage *mask) {
         static_cast<const Cell *>(operation)->run(images, mask);
     };

@@ -95,6 +95,7 @@ void MOX_CALL moxSet(MoxImage *image, int fillValue) {
         rect.height = std::min(rect.height, mask.height);
     }
     if (rect.width <= 0 || rect.height <= 0 || ownChannels(image) == 0) return;
+    if (!ownAcceptMemory(caller, {image})) return;
 
     if (!image->tileInfo) {
         setPlain(image, value);
