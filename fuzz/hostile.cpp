@@ -171,6 +171,25 @@ HostileImages::Part *HostileImages::add(Random &random, bool isMask, int depth) 
     return &part;
 }
 
+// Images that an operation runs over in one go, by an imageSize that only the one with the longest rows has.
+void HostileImages::makeFlat(Random &random) {
+    const MoxImage *first = nullptr;
+    for (const auto &part : parts_) {
+        MoxImage &image = part->header;
+        if (!image.imageData || std::find(entries_.begin(), entries_.end(), &image) == entries_.end()) continue;
+        if (!first) first = &image;
+        image.align = first->align;
+        image.width = first->width;
+        image.height = first->height;
+        image.imageSize = first->imageSize;
+        image.alphaChannel = 0;
+        image.roi = nullptr;
+        image.maskROI = nullptr;
+        image.widthStep = saturated(rowBytes(image, image.width) + random.below(3) * 32);
+        provideMemory(random, *part);
+    }
+}
+
 HostileImages::HostileImages(Random &random, int count) {
     for (int i = 0; i < count; ++i) {
         const bool again = i > 0 && random.oneIn(6), none = random.oneIn(64);
@@ -195,6 +214,7 @@ HostileImages::HostileImages(Random &random, int count) {
             }
         }
     }
+    if (random.oneIn(6)) makeFlat(random);
     for (const auto &part : parts_) {
         part->kept = part->header;
         part->keptRoi = part->roi;

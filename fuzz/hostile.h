@@ -1,5 +1,6 @@
 // Headers, regions, masks and tile records with anything in their fields, over memory that an application has to
-// provide for them: widthStep x height bytes for each plane, whole tiles. Nothing else about them is right on purpose.
+// provide for them: widthStep x height bytes for each plane, whole tiles, and not one byte more, whatever imageSize
+// says. Nothing else about them is right on purpose.
 #pragma once
 
 #include <map>
@@ -56,6 +57,7 @@ class HostileImages {
     void drawMask(Random &random, Part &part, int depth);
     void drawTiles(Random &random, Part &part);
     void provideMemory(Random &random, Part &part);
+    void makeFlat(Random &random);
     static int MOX_CALL serve(MoxImage *image, int column, int row, int mode);
     void giveTile(MoxImage *image, int column, int row, int mode);
     void takeTile(MoxImage *image, int column, int row);

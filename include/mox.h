@@ -16,15 +16,17 @@
  *             image at once: see MoxTileCallback.
  *
  * Unless told otherwise an operation runs in place: the destination may be the same header as a source. Two different
- * headers over overlapping memory are not detected; results are defined where equal positions coincide.
+ * headers over overlapping memory are not noticed: where equal positions coincide in memory, operations that compute a
+ * sample from those at its own position have defined results all the same; filters and moxReduceBits have none.
  *
  * Failures. An operation that cannot run calls moxError once and returns with its destination untouched; what it
  * returns is nothing, so read moxGetErrStatus(). The status word is sticky: only moxSetErrStatus(0) clears it. A new
  * thread starts in MOX_ErrModeLeaf, where a report may end the application: most applications begin with
  * moxSetErrMode(MOX_ErrModeParent). A header that passes moxCheckImageHeader but cannot be that of an image in memory
- * is refused by every operation before any memory is touched: with MOX_StatusHeaderSize (or MOX_StatusTileSize) where
- * its sizes multiply to more than a 32-bit count of bytes, with MOX_StatusHeaderWidthStep where a row is longer than
- * widthStep; 100 less for a mask. What the library cannot see is the caller's to guarantee: that imageData points to
+ * is refused by every operation with "Incorrect Image", behind all its other tests and before any memory is touched:
+ * with MOX_StatusHeaderSize (or MOX_StatusTileSize) where its sizes multiply to more than a 32-bit count of bytes, with
+ * MOX_StatusHeaderWidthStep where a row is longer than widthStep; 100 less for a mask. imageSize is not among them: what
+ * of it goes beyond widthStep x height bytes (x nChannels in plane order) is not used. What the library cannot see is the caller's to guarantee: that imageData points to
  * widthStep x height bytes (x nChannels in plane order), and a tile's tileData to a whole tile.
  *
  * Threads. The library starts no thread and takes no lock. Status, error mode and report function belong to the calling
@@ -330,7 +332,8 @@ typedef struct MoxImage {
 /**
  * Creates a header without pixels: imageData is null, widthStep and imageSize are computed, all borders are constant 0.
  * widthStep is width x bits (x nChannels in pixel order) rounded up to align bytes; imageSize is widthStep x height (x
- * nChannels in plane order). colorModel and channelSeq are read to four characters, with no end mark needed; a shorter
+ * nChannels in plane order). A tiled image has no bytes of its own and may have any size; where an int does not hold its
+ * widthStep or imageSize they are 0. colorModel and channelSeq are read to four characters, with no end mark needed; a shorter
  * string is filled with zero bytes. The header does not own roi, maskROI and tileInfo, and does not copy them. Free it
  * with moxDeallocate.
  *
@@ -345,7 +348,7 @@ typedef struct MoxImage {
  *   -19   dataOrder
  *   -20   origin
  *   -21   align
- *   -10   an imageSize beyond 32 bits
+ *   -10   an imageSize beyond 32 bits, without tileInfo
  *  -117   a mask that is not 1-bit; -26 one that is tiled; else a fault of the mask's own, less 100
  *
  * Null without a report when memory runs out.
@@ -491,12 +494,13 @@ MOX_EXPORT void MOX_CALL moxPutPixel(MoxImage *image, int x, int y, const void *
  *        "(dstImage->tileInfo->tileData == 0)" for a tile that was not delivered: what was done before stays, tiles in
  *        hand are not released
  *
- * Where no region, alpha or mask is in the way and the images agree in width, height, imageSize and align, the whole
- * buffers are processed in one run, row padding included; in all other cases no padding byte is written. Of three
- * images the agreement is that twice the value of A is the sum of those of B and the destination, for each of the four.
- * Unequal sizes can pass, such as widths of 10, 9 and 11: the run is then as long as the smallest of the buffers, and
- * also writes samples of the destination beyond the common width and height. Where these must stay, give an image a
- * region.
+ * Plain images that agree in width, height, imageSize and align are processed in one run over the whole buffers, row
+ * padding included, if there is neither mask nor alpha and every image has either no region, or one that covers it and
+ * names channel 1 of 1. So is a tile that lies wholly within a region that names channel 1 of 1, with the others' alike.
+ * In all other cases no padding byte is written. Of three images the agreement is that twice the value of A is the sum
+ * of those of B and the destination, for each of the four. Unequal sizes can pass, such as widths of 10, 9 and 11: the
+ * run is then as long as the smallest of the buffers, and also writes samples of the destination beyond the common
+ * width and height. Where these must stay, give an image a region.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /** dst = A + B. At depth 1 the call becomes moxOr before any check. -5 "srcImageA==0". */
@@ -608,7 +612,8 @@ MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
  * Neighbourhood filters.
  *
  * What a window reads beyond the image follows the source's border rules (moxSetBorderMode); pixels of the image beyond
- * its region are real input. A source that is the destination gives the same result as a copy of it, tiled or not.
+ * its region are real input. A source that is the destination gives the same result as a copy of it, tiled or not; that
+ * is noticed by the header only, so another header over the same memory gives no defined result.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**

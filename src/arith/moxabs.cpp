@@ -1,5 +1,6 @@
 // The absolute value of an image.
 #include "arith/ownarith.h"
+#include "frame/owncopy.h"
 #include "frame/ownpoint.h"
 
 static const OwnPointMessages messages = {
@@ -22,9 +23,9 @@ void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage) {
     }
     const unsigned depth = srcImage->depth;
     if (depth == MOX_DEPTH_1U || depth == MOX_DEPTH_8U || depth == MOX_DEPTH_16U) {
-        moxCopy(srcImage, dstImage);
         // An older fault counts as well: it is why the copy did nothing.
-        if (moxGetErrStatus() < 0) ownReport(caller, MOX_StatusBacktrace, "moxCopy is failed");
+        if (!ownCopy(srcImage, dstImage) || moxGetErrStatus() < 0)
+            ownReport(caller, MOX_StatusBacktrace, "moxCopy is failed");
         return;
     }
     OwnPoint point(caller, srcImage, dstImage, messages);

@@ -154,11 +154,10 @@ void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, int noise, i
     images.dst = dstImage;
     if (!chooseChannels(&images)) return;
 
-    OwnMaskState state;
-    MoxImage *second = dstImage->maskROI != srcImage->maskROI ? dstImage->maskROI : nullptr;
-    images.mask = ownCombineMasks(srcImage->maskROI, second, nullptr, &state);
-    if (state == OWN_MASK_NO_MEMORY) moxSetErrStatus(MOX_StatusNoMemory);
-    if (state == OWN_MASK_NO_MEMORY || state == OWN_MASK_EMPTY) return;
+    const OwnCommonMask mask(caller, srcImage, dstImage);
+    if (mask.lacksMemory()) moxSetErrStatus(MOX_StatusNoMemory);
+    if (mask.lacksMemory() || mask.endsCall()) return;
+    images.mask = mask.image();
     if (limitSize(&images)) {
         OwnReduction reduction = {};
         reduction.ditherType = ditherType;
@@ -171,5 +170,4 @@ void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, int noise, i
             runReduction(caller, images, reduction);
         }
     }
-    if (state == OWN_MASK_TEMPORARY) moxDeallocate(images.mask, MOX_FreeHeader | MOX_FreeData);
 }

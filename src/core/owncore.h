@@ -7,7 +7,6 @@
 #include "mox.h"
 
 static_assert(sizeof(int) == 4);
-static_assert(sizeof(void *) != 4 || sizeof(MoxImage) == 112);
 
 // The base name of the file being compiled, so that no report and no binary carries the path of a machine.
 #if defined(__FILE_NAME__)
@@ -46,7 +45,8 @@ inline MoxStatus ownReport(const OwnCaller &caller, MoxStatus status, const char
     return moxError(status, caller.function, message, caller.file, caller.line);
 }
 
-// One thread's state. Every field behind the error state is a cache of the transforms: built when first needed, kept
+// One thread's state. The record is known by this name beside the public ones, but no application sees it. Every field
+// behind the error state is a cache of the transforms: built when first needed, kept
 // until the thread ends.
 struct MoxThreadContext {
     MoxStatus status;

@@ -73,7 +73,7 @@ bool check(const OwnCaller &caller, const OwnBitmap &bitmap, const MoxImage *ima
 }
 
 void convert(const OwnCaller &caller, const OwnBitmap &bitmap, MoxImage *image, int dither, int paletteConversion) {
-    if (check(caller, bitmap, image, dither, paletteConversion))
+    if (check(caller, bitmap, image, dither, paletteConversion) && ownAcceptPixels(caller, image))
         ownFillBitmap(caller, bitmap, image, dither, paletteConversion);
 }
 

@@ -157,13 +157,11 @@ void MOX_CALL moxBlur(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRo
     window.bottom = nRows - 1 - anchorY;
     window.chop = true;
 
-    OwnMaskState state;
-    MoxImage *second = dstImage->maskROI != srcImage->maskROI ? dstImage->maskROI : nullptr;
-    window.mask = ownCombineMasks(srcImage->maskROI, second, nullptr, &state);
-    if (state == OWN_MASK_EMPTY) return;
-    bool complete = state != OWN_MASK_NO_MEMORY;
+    const OwnCommonMask mask(caller, srcImage, dstImage);
+    if (mask.endsCall()) return;
+    window.mask = mask.image();
+    bool complete = !mask.lacksMemory();
     ownWindowSize(&window);
     if (complete && window.width > 0 && window.height > 0) complete = run(caller, &window, &blur);
-    if (state == OWN_MASK_TEMPORARY) moxDeallocate(window.mask, MOX_FreeHeader | MOX_FreeData);
     if (!complete) ownReport(caller, MOX_StatusNoMemory, "Allocation failure");
 }

@@ -267,6 +267,7 @@ void convolveRows(void *filter, const OwnWindowRows &rows) {
 
 // -------------------------------------------------------------------------------------------------------- the worker
 
+// DONE also where the images have been refused with a report.
 enum Outcome { DONE, NO_CHANNEL, DIFFERENT_CHANNELS, NO_MEMORY, COI_MISSING, NO_TILE };
 
 Outcome checkChannels(const MoxImage *src, const MoxImage *dst) {
@@ -381,7 +382,7 @@ Outcome runMasked(OwnWindow *window, Convolution *convolution) {
     return result == OWN_WINDOW_NO_ROWS ? NO_MEMORY : result == OWN_WINDOW_NO_TILE ? NO_TILE : DONE;
 }
 
-Outcome run(MoxImage *src, MoxImage *dst, Convolution *convolution) {
+Outcome run(const OwnCaller &caller, MoxImage *src, MoxImage *dst, Convolution *convolution) {
     OwnWindow window = {};
     window.src = src;
     window.dst = dst;
@@ -392,14 +393,11 @@ Outcome run(MoxImage *src, MoxImage *dst, Convolution *convolution) {
     ClampedImage clamped;
     window.src = clampSource(src, &clamped);
     if (dst == src) window.dst = window.src;
-    OwnMaskState state;
-    MoxImage *second = dst->maskROI != src->maskROI ? dst->maskROI : nullptr;
-    window.mask = ownCombineMasks(src->maskROI, second, nullptr, &state);
-    if (state == OWN_MASK_NO_MEMORY) return NO_MEMORY;
-    if (state == OWN_MASK_EMPTY) return DONE;
-    const Outcome outcome = runMasked(&window, convolution);
-    if (state == OWN_MASK_TEMPORARY) moxDeallocate(window.mask, MOX_FreeHeader | MOX_FreeData);
-    return outcome;
+    const OwnCommonMask mask(caller, src, dst);
+    if (mask.lacksMemory()) return NO_MEMORY;
+    if (mask.endsCall()) return DONE;
+    window.mask = mask.image();
+    return runMasked(&window, convolution);
 }
 
 // ------------------------------------------------------------------------------------------------------------ checks
@@ -486,7 +484,7 @@ void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKerne
         k.bytes = fitsBytes(k, convolution.depth);
         convolution.mergesInt = convolution.mergesInt && k.accumulator == OWN_CONV_16;
     }
-    report(caller, run(srcImage, dstImage, &convolution));
+    report(caller, run(caller, srcImage, dstImage, &convolution));
 }
 
 void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP **kernel, int nKernels,
@@ -503,5 +501,5 @@ void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKer
         convolution.kernels[i].real = true;
         convolution.kernels[i].accumulator = OWN_CONV_FLOAT;
     }
-    report(caller, run(srcImage, dstImage, &convolution));
+    report(caller, run(caller, srcImage, dstImage, &convolution));
 }

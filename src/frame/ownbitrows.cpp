@@ -21,15 +21,14 @@ void ownExchangeBits(const OwnRows &rows) {
     for (int64_t x = 0; x < rows.width; x += part) {
         const int64_t count = std::min(part, rows.width - x), bytes = (two.bit + count + 7) / 8;
         const int64_t most = std::max<int64_t>(1, OWN_SCRATCH_BYTES / bytes);
-        for (int64_t row = 0; row < rows.height; row += most) {
-            const int height = static_cast<int>(std::min(most, rows.height - row));
+        ownForEachBand(rows.height, most, [&](int64_t row, int height) {
             uint8_t *first = one.start + row * one.rowStep + x / 8, *second = two.start + row * two.rowStep + x / 8;
             for (int i = 0; i < height; ++i)
                 std::memcpy(kept + i * bytes, second + i * two.rowStep, static_cast<size_t>(bytes));
             const OwnBitRun from = {first, one.bit, one.rowStep}, back = {kept, two.bit, bytes};
             copy.bits({from, from, second, two.bit, two.rowStep, count, height}, {});
             copy.bits({back, back, first, one.bit, one.rowStep, count, height}, {});
-        }
+        });
     }
 }
 

@@ -17,8 +17,6 @@ MoxStatus ownFindFormatFault(const MoxImage *image) {
 
 namespace {
 
-constexpr MoxStatus MASK_FAULT = -100;
-
 // The tests of a header's own fields, which come before its mask is looked at.
 MoxStatus checkFields(const MoxImage *image) {
     if (!image) return MOX_StatusHeaderNull;
@@ -53,15 +51,15 @@ MoxStatus checkRoi(const MoxImage *image) {
 // recursion, since its length is the caller's; one that runs back into itself ends when every header in it has been
 // seen (Brent's cycle detection).
 MoxStatus checkMasks(const MoxImage *mask) {
-    int64_t offset = MASK_FAULT;
+    int64_t offset = OWN_MASK_FAULT;
     int64_t deepestRoiFault = 0;
     const MoxImage *landmark = nullptr;
-    for (int64_t steps = 0, limit = 1; mask && mask != landmark; mask = mask->maskROI, offset += MASK_FAULT) {
+    for (int64_t steps = 0, limit = 1; mask && mask != landmark; mask = mask->maskROI, offset += OWN_MASK_FAULT) {
         int64_t fault = 0;
         if (mask->depth != MOX_DEPTH_1U) {
             fault = MOX_StatusHeaderDepth + offset;
         } else if (mask->tileInfo) {
-            fault = MOX_StatusMaskTiled + offset - MASK_FAULT;
+            fault = MOX_StatusMaskTiled + offset - OWN_MASK_FAULT;
         } else if (const MoxStatus own = checkFields(mask)) {
             fault = own + offset;
         }
@@ -88,9 +86,12 @@ MoxStatus ownFindHeaderFault(const MoxImage *image) {
 
 namespace {
 
-MoxStatus store(MoxStatus fault) {
-    moxSetErrStatus(fault);
-    return fault;
+constexpr char INCORRECT[] = "Incorrect Image";
+
+bool hasNoArea(const MoxImage *image) {
+    OwnImageRect rect;
+    ownImageRect(image, &rect);
+    return rect.width < 1 || rect.height < 1;
 }
 
 // Whether rows of so many bytes, each padded by less than padding, are an int of bytes, and all planes of them too.
@@ -100,10 +101,9 @@ bool fitsInt(int64_t rowBytes, int64_t padding, int64_t rows, int64_t planes) {
     return plane <= INT_MAX && plane * planes <= INT_MAX;
 }
 
-// What no image in memory can have, although a header's tests let it pass: sizes beyond an int of bytes, and rows
-// longer than the stride. Below these limits every product of sizes fits 64 bits, and every offset lies within
-// widthStep x height bytes of a plane.
-MoxStatus findExcess(const MoxImage *image) {
+// Below these limits every product of sizes fits 64 bits, and every offset lies within widthStep x height bytes of a
+// plane.
+MoxStatus findOwnExcess(const MoxImage *image) {
     const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
     const int planes = planar ? image->nChannels : 1;
     const MoxTileInfo *tiles = image->tileInfo;
@@ -120,17 +120,33 @@ MoxStatus findExcess(const MoxImage *image) {
 
 }  // namespace
 
-MoxStatus ownCheckImage(const MoxImage *image) {
-    if (const MoxStatus fault = ownFindHeaderFault(image)) return store(fault);
-    if (const MoxStatus excess = findExcess(image)) return store(excess);
-    if (image->maskROI) {
-        if (const MoxStatus excess = findExcess(image->maskROI)) return store(excess + MASK_FAULT);
-    }
-    return MOX_StatusNoError;
+bool ownAcceptImage(const OwnCaller &caller, const MoxImage *image) {
+    const MoxStatus fault = ownFindHeaderFault(image);
+    if (fault != MOX_StatusNoError) ownReport(caller, fault, INCORRECT);
+    return fault == MOX_StatusNoError;
 }
 
-bool ownAcceptImage(const OwnCaller &caller, const MoxImage *image) {
-    if (ownCheckImage(image) == MOX_StatusNoError) return true;
-    ownReport(caller, moxGetErrStatus(), "Incorrect Image");
+MoxStatus ownFindExcess(const MoxImage *image) {
+    if (const MoxStatus excess = findOwnExcess(image)) return excess;
+    const MoxStatus ofMask = image->maskROI ? findOwnExcess(image->maskROI) : MOX_StatusNoError;
+    return ofMask != MOX_StatusNoError ? ofMask + OWN_MASK_FAULT : MOX_StatusNoError;
+}
+
+bool ownAcceptPixels(const OwnCaller &caller, const MoxImage *image) {
+    const MoxStatus excess = findOwnExcess(image);
+    if (excess != MOX_StatusNoError) ownReport(caller, excess, INCORRECT);
+    return excess == MOX_StatusNoError;
+}
+
+bool ownAcceptMemory(const OwnCaller &caller, std::initializer_list<const MoxImage *> images) {
+    MoxStatus excess = MOX_StatusNoError;
+    for (const MoxImage *image : images) {
+        if (image && excess == MOX_StatusNoError) excess = ownFindExcess(image);
+    }
+    if (excess == MOX_StatusNoError) return true;
+    bool empty = false;
+    for (const MoxImage *image : images)
+        empty = empty || (image && (hasNoArea(image) || (image->maskROI && hasNoArea(image->maskROI))));
+    if (!empty) ownReport(caller, excess, INCORRECT);
     return false;
 }

@@ -1,6 +1,8 @@
 // Where in memory an image's region lies: checks, rectangles, starts, masks, bits.
 #pragma once
 
+#include <initializer_list>
+
 #include "core/owncore.h"
 
 // A region: ends are exclusive. Width and height may come out zero or negative where the region lies beyond the image.
@@ -9,18 +11,30 @@ struct OwnImageRect {
     int64_t height, width;
 };
 
+// Added to the fault of a header that is a mask's.
+constexpr MoxStatus OWN_MASK_FAULT = -100;
+
 // The first fault in depth, alphaChannel, dataOrder, origin and align, or 0.
 MoxStatus ownFindFormatFault(const MoxImage *image);
 
 // The first fault that the tests of a header find, in their order, or 0. Stores and reports nothing.
 MoxStatus ownFindHeaderFault(const MoxImage *image);
 
-// moxCheckImageHeader, and then what its contract leaves out: a header whose sizes multiply to more than an int of
-// bytes. Stores the status and returns it, reports nothing.
-MoxStatus ownCheckImage(const MoxImage *image);
-
-// ownCheckImage with the report "Incorrect Image"; false after a fault.
+// That test with the report "Incorrect Image"; false after a fault. Operations begin with it for each image.
 bool ownAcceptImage(const OwnCaller &caller, const MoxImage *image);
+
+// What no image in memory can have, although the tests of its header let it pass: sizes beyond an int of bytes, or of a
+// tile, and rows longer than widthStep. The fault of the image, or that of its mask less 100, or 0.
+MoxStatus ownFindExcess(const MoxImage *image);
+
+// Refuses that with the report "Incorrect Image". This comes behind every test that an operation makes by name, since
+// those say more, and before the first byte of pixels or masks is touched; the frames do it in the step that begins to
+// touch them (OwnPoint::run, OwnPair, OwnCommonMask). Null images are passed over. False where the operation must not
+// go on: also without a report, where a region is empty and there was nothing to do.
+bool ownAcceptMemory(const OwnCaller &caller, std::initializer_list<const MoxImage *> images);
+
+// The same for an operation on the whole of an image, to which its region and mask mean nothing.
+bool ownAcceptPixels(const OwnCaller &caller, const MoxImage *image);
 
 // The image's region, clipped at the right and lower edge but not clamped. The ends are left for the caller.
 void ownImageRect(const MoxImage *image, OwnImageRect *rect);
@@ -52,8 +66,42 @@ inline uint8_t ownLastBits(int offset, int64_t count) {
 enum OwnMaskState { OWN_MASK_AS_IS, OWN_MASK_TEMPORARY, OWN_MASK_NO_MEMORY, OWN_MASK_EMPTY };
 
 // The one mask for an operation, or null. A temporary one (its pixel (0, 0) at the region corners) is freed by
-// moxDeallocate(mask, 3).
+// ownFreeMask.
 MoxImage *ownCombineMasks(MoxImage *maskA, MoxImage *maskB, MoxImage *maskC, OwnMaskState *state);
+inline void ownFreeMask(MoxImage *mask, OwnMaskState state) {
+    if (state == OWN_MASK_TEMPORARY) moxDeallocate(mask, MOX_FreeHeader | MOX_FreeData);
+}
+
+// Whether several masks have nothing in common, as their sizes tell.
+bool ownMasksAreApart(const MoxImage *maskA, const MoxImage *maskB, const MoxImage *maskC);
+
+// The one mask of an operation on a source and a destination, held as long as this lives. The step with which such an
+// operation begins to touch memory: see ownAcceptMemory.
+class OwnCommonMask {
+  public:
+    OwnCommonMask(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst);
+    ~OwnCommonMask() { ownFreeMask(image_, state_); }
+    OwnCommonMask(const OwnCommonMask &) = delete;
+    OwnCommonMask &operator=(const OwnCommonMask &) = delete;
+
+    MoxImage *image() const { return image_; }
+    // Nothing to do: the masks have nothing in common, or the images have been refused with a report.
+    bool endsCall() const { return state_ == OWN_MASK_EMPTY; }
+    bool lacksMemory() const { return state_ == OWN_MASK_NO_MEMORY; }
+
+  private:
+    MoxImage *image_ = nullptr;
+    OwnMaskState state_ = OWN_MASK_EMPTY;
+};
+
+// A mask as an operand: its own mask means nothing, and neither does an alpha channel, which its one channel may be
+// called.
+inline MoxImage ownMaskAsImage(const MoxImage *mask) {
+    MoxImage image = *mask;
+    image.maskROI = nullptr;
+    image.alphaChannel = 0;
+    return image;
+}
 
 // Processed channels of an image: the coi alone, or all but alpha; the first of them; whether a coi is named.
 inline bool ownHasCoi(const MoxImage *image) {

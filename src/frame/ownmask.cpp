@@ -33,44 +33,69 @@ void combineRow(const MaskSource *sources, int count, int64_t row, uint8_t *out,
     }
 }
 
+// Those of the three that there are, and the size that they have in common.
+struct MaskSet {
+    MaskSet(const MoxImage *maskA, const MoxImage *maskB, const MoxImage *maskC) {
+        for (const MoxImage *mask : {maskA, maskB, maskC}) {
+            if (!mask) continue;
+            masks[count++] = mask;
+            OwnImageRect rect;
+            ownImageRect(mask, &rect);
+            width = std::min(width, rect.width);
+            height = std::min(height, rect.height);
+        }
+    }
+    bool apart() const { return count > 1 && (width < 1 || height < 1); }
+
+    const MoxImage *masks[3];
+    int count = 0;
+    int64_t width = INT32_MAX, height = INT32_MAX;
+};
+
+// A mask of the common size, without bits; null where memory runs out.
+MoxImage *createMask(const MaskSet &set) {
+    MoxImage *mask = moxCreateImageHeader(1, 0, MOX_DEPTH_1U, "GRAY", "G", MOX_DATA_ORDER_PLANE, set.masks[0]->origin,
+                                          8, static_cast<int>(set.width), static_cast<int>(set.height), nullptr,
+                                          nullptr, nullptr, nullptr);
+    if (!mask) return nullptr;
+    moxAllocateImage(mask, 0, 0);
+    if (mask->imageData) return mask;
+    moxDeallocate(mask, MOX_FreeHeader);
+    return nullptr;
+}
+
 }  // namespace
 
+bool ownMasksAreApart(const MoxImage *maskA, const MoxImage *maskB, const MoxImage *maskC) {
+    return MaskSet(maskA, maskB, maskC).apart();
+}
+
 MoxImage *ownCombineMasks(MoxImage *maskA, MoxImage *maskB, MoxImage *maskC, OwnMaskState *state) {
-    MoxImage *masks[3];
-    int count = 0;
-    for (MoxImage *mask : {maskA, maskB, maskC}) {
-        if (mask) masks[count++] = mask;
-    }
     *state = OWN_MASK_AS_IS;
-    if (count == 0) return nullptr;
-    if (count == 1) return masks[0];
+    const int count = (maskA ? 1 : 0) + (maskB ? 1 : 0) + (maskC ? 1 : 0);
+    if (count < 2) return maskA ? maskA : maskB ? maskB : maskC;
 
-    MaskSource sources[3];
-    int width = INT32_MAX, height = INT32_MAX;
-    for (int i = 0; i < count; ++i) {
-        int w, h;
-        const char *start = ownRoiStart(masks[i], 0, &w, &h, &sources[i].bitOffset);
-        sources[i].start = reinterpret_cast<const uint8_t *>(start);
-        sources[i].widthStep = masks[i]->widthStep;
-        width = std::min(width, w);
-        height = std::min(height, h);
-    }
-    *state = OWN_MASK_EMPTY;
-    if (width == 0 || height == 0) return nullptr;
-
-    *state = OWN_MASK_NO_MEMORY;
-    MoxImage *combined = moxCreateImageHeader(1, 0, MOX_DEPTH_1U, "GRAY", "G", MOX_DATA_ORDER_PLANE, masks[0]->origin,
-                                              8, width, height, nullptr, nullptr, nullptr, nullptr);
+    const MaskSet set(maskA, maskB, maskC);
+    *state = set.apart() ? OWN_MASK_EMPTY : OWN_MASK_NO_MEMORY;
+    MoxImage *combined = set.apart() ? nullptr : createMask(set);
     if (!combined) return nullptr;
-    moxAllocateImage(combined, 0, 0);
-    if (!combined->imageData) {
-        moxDeallocate(combined, MOX_FreeHeader);
-        return nullptr;
+    MaskSource sources[3];
+    for (int i = 0; i < set.count; ++i) {
+        int width, height;
+        const char *start = ownRoiStart(set.masks[i], 0, &width, &height, &sources[i].bitOffset);
+        sources[i].start = reinterpret_cast<const uint8_t *>(start);
+        sources[i].widthStep = set.masks[i]->widthStep;
     }
-    for (int y = 0; y < height; ++y) {
-        uint8_t *out = reinterpret_cast<uint8_t *>(combined->imageData) + static_cast<int64_t>(y) * combined->widthStep;
-        combineRow(sources, count, y, out, width);
+    for (int64_t y = 0; y < set.height; ++y) {
+        uint8_t *out = reinterpret_cast<uint8_t *>(combined->imageData) + y * combined->widthStep;
+        combineRow(sources, set.count, y, out, static_cast<int>(set.width));
     }
     *state = OWN_MASK_TEMPORARY;
     return combined;
+}
+
+OwnCommonMask::OwnCommonMask(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst) {
+    MoxImage *second = dst->maskROI != src->maskROI ? dst->maskROI : nullptr;
+    if (ownMasksAreApart(src->maskROI, second, nullptr)) return;
+    if (ownAcceptMemory(caller, {src, dst})) image_ = ownCombineMasks(src->maskROI, second, nullptr, &state_);
 }

@@ -6,62 +6,67 @@
 #include "frame/ownrect.h"
 
 OwnPair::~OwnPair() {
-    if (maskIsTemporary_) moxDeallocate(mask_, 31);
+    ownFreeMask(mask_, maskState_);
 }
 
 // All three faults are reported, one after the other.
-bool OwnPair::agree() const {
-    bool agreed = true;
-    const auto refuse = [&](const char *message) {
-        ownReport(caller_, MOX_StatusBadArgument, message);
-        agreed = false;
-    };
+bool OwnPair::agree() {
+    const auto refuse = [&](const char *message) { report(MOX_StatusBadArgument, message); };
     if (src_->depth != dst_->depth) refuse("srcImage->depth != dstImage->depth");
     if (src_->origin != dst_->origin) refuse("srcImage->origin != dstImage->origin");
     // The order has no meaning for a single channel.
     const bool single = src_->depth == MOX_DEPTH_1U || (src_->nChannels == 1 && dst_->nChannels == 1);
     if (!single && src_->dataOrder != dst_->dataOrder) refuse("srcImage->dataOrder != dstImage->dataOrder");
-    return agreed;
+    return !failed_;
 }
 
 bool OwnPair::combineMasks() {
     MoxImage *second = dst_->maskROI != src_->maskROI ? dst_->maskROI : nullptr;
-    OwnMaskState state;
-    mask_ = ownCombineMasks(src_->maskROI, second, nullptr, &state);
-    maskIsTemporary_ = state == OWN_MASK_TEMPORARY;
-    if (state == OWN_MASK_NO_MEMORY) traceFailure();
-    return state != OWN_MASK_NO_MEMORY && state != OWN_MASK_EMPTY;
+    if (exceeds_) return !ownMasksAreApart(src_->maskROI, second, nullptr);
+    mask_ = ownCombineMasks(src_->maskROI, second, nullptr, &maskState_);
+    if (maskState_ == OWN_MASK_NO_MEMORY) traceFailure();
+    return maskState_ != OWN_MASK_NO_MEMORY && maskState_ != OWN_MASK_EMPTY;
+}
+
+// Steps along tiles find differing channels themselves, but are not begun with what cannot be in memory.
+bool OwnPair::accept() {
+    const bool tiled = src_->tileInfo || dst_->tileInfo;
+    if ((!tiled || exceeds_) && ownChannels(src_) != ownChannels(dst_)) {
+        report(MOX_StatusBadArgument,
+               "Number of processed channels of srcImage != Number of processed channels of dstImage");
+        if (tiled) traceFailure();
+        return false;
+    }
+    failed_ = exceeds_ && !ownAcceptMemory(caller_, {src_, dst_});
+    return !failed_;
 }
 
 bool OwnPair::open() {
-    if (!ownAcceptImage(caller_, src_) || !ownAcceptImage(caller_, dst_)) return false;
+    failed_ = !ownAcceptImage(caller_, src_) || !ownAcceptImage(caller_, dst_);
+    if (failed_ || !agree()) return false;
     // The status word rules as well: while a fault of an earlier call stands in it, no pixels are moved.
-    if (!agree() || moxGetErrStatus() < 0 || src_ == dst_) return false;
+    failed_ = moxGetErrStatus() < 0;
+    if (failed_ || src_ == dst_) return false;
     if (ownChannels(src_) == 0 || ownChannels(dst_) == 0) return false;
+    exceeds_ = ownFindExcess(src_) != MOX_StatusNoError || ownFindExcess(dst_) != MOX_StatusNoError;
     if (!combineMasks()) return false;
 
     width_ = height_ = INT32_MAX;
-    for (const MoxImage *image : {src_, dst_, mask_}) {
+    for (const MoxImage *image : {src_, dst_, exceeds_ ? src_->maskROI : mask_, exceeds_ ? dst_->maskROI : nullptr}) {
         if (!image) continue;
         OwnImageRect rect;
         ownImageRect(image, &rect);
         width_ = std::min(width_, rect.width);
         height_ = std::min(height_, rect.height);
     }
-    return width_ > 0 && height_ > 0;
+    return width_ > 0 && height_ > 0 && accept();
 }
 
 void OwnPair::runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const {
-    const int channels = ownChannels(dst_);
-    if (ownChannels(src_) != channels) {
-        ownReport(caller_, MOX_StatusBadArgument,
-                  "Number of processed channels of srcImage != Number of processed channels of dstImage");
-        return;
-    }
     MoxImage *const images[] = {src_, dst_};
     const int first[] = {ownFirstChannel(src_), ownFirstChannel(dst_)};
     OwnRows rows;
-    ownSetRows(&rows, images, first, 2, channels, mask_);
+    ownSetRows(&rows, images, first, 2, ownChannels(dst_), mask_);
     rows.exchange = exchange;
     ownRunRows(rows, kernels[ownSampleSize(ownDepthBytes(dst_->depth))], {});
 }
@@ -91,17 +96,9 @@ void ownShareOfTile(const MoxImage *image, const OwnShare &share, char *tileData
     OwnImageRect rect;
     ownImageRect(image, &rect);
     const MoxTileInfo *tiles = image->tileInfo;
-    const int64_t rowBytes =
-        ownTileRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, tiles->width);
-    const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
     ownMakeScratch(image, scratch);
-    MoxImage &header = scratch->header;
-    header.tileInfo = nullptr;
-    header.imageData = tileData;
-    header.width = tiles->width;
-    header.height = tiles->height;
-    header.widthStep = static_cast<int>(rowBytes);
-    header.imageSize = static_cast<int>(rowBytes * tiles->height * planes);
+    ownMakeTileHeader(image, &scratch->header);
+    scratch->header.imageData = tileData;
     setShare(scratch, (rect.x + share.x) % tiles->width, (rect.y + share.y) % tiles->height, share);
 }
 

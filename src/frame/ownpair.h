@@ -17,9 +17,13 @@ class OwnPair {
     OwnPair(const OwnPair &) = delete;
     OwnPair &operator=(const OwnPair &) = delete;
 
-    // The checks up to the common size. False when the call must end: after a fault, this one's or an older one's, and
-    // when there is nothing to do.
+    // All checks. False when the call must end: after a fault, this one's or an older one's, and when there is nothing
+    // to do.
     bool open();
+
+    // Whether a fault has kept pixels from being moved. Memory that is missing for a header leaves no trace in the
+    // status word, so whoever runs this as a step of its own asks here.
+    bool failed() const { return failed_; }
 
     MoxImage *src() const { return src_; }
     MoxImage *dst() const { return dst_; }
@@ -30,21 +34,34 @@ class OwnPair {
     // Runs a moving kernel over two plain images.
     void runPlain(const OwnRowForms (&kernels)[OWN_SAMPLE_SIZES], bool exchange) const;
 
-    // A step within failed: it has been reported, and this call reports its own trace.
-    void traceFailure() const { ownReport(caller_, MOX_StatusBacktrace, ""); }
-    void refuseTile(const char *message) const { ownReport(caller_, MOX_StatusGeneral, message); }
+    void refuseTile(const char *message) { report(MOX_StatusGeneral, message); }
+    // A step within failed: this call reports its own trace.
+    void traceFailure() { report(MOX_StatusBacktrace, ""); }
+    // The same unless the step is done and no callback has left a fault; whether all is well.
+    bool check(bool stepIsDone) {
+        if (stepIsDone && moxGetErrStatus() >= 0) return true;
+        traceFailure();
+        return false;
+    }
 
     // The mask's part for a share; null without a mask.
     MoxImage *maskShare(const OwnShare &share, OwnScratchImage *scratch) const;
 
   private:
-    bool agree() const;
+    bool agree();
     bool combineMasks();
+    bool accept();
+    void report(MoxStatus status, const char *message) {
+        ownReport(caller_, status, message);
+        failed_ = true;
+    }
 
     OwnCaller caller_;
+    bool failed_ = false;
     MoxImage *src_, *dst_;
     MoxImage *mask_ = nullptr;
-    bool maskIsTemporary_ = false;
+    OwnMaskState maskState_ = OWN_MASK_AS_IS;
+    bool exceeds_ = false;  // an image, or a mask, cannot be in memory
     int64_t width_ = 0, height_ = 0;
 };
 

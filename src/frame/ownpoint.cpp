@@ -2,6 +2,7 @@
 #include "frame/ownpoint.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "frame/ownrows.h"
 #include "frame/owntile.h"
@@ -37,7 +38,7 @@ OwnPoint::OwnPoint(const OwnCaller &caller, MoxImage *srcImage, MoxImage *dstIma
 }
 
 OwnPoint::~OwnPoint() {
-    if (maskIsTemporary_) moxDeallocate(mask_, MOX_FreeHeader | MOX_FreeData);
+    ownFreeMask(mask_, maskState_);
 }
 
 bool OwnPoint::open() {
@@ -49,6 +50,7 @@ bool OwnPoint::open() {
     for (int i = 0; i < count_; ++i) {
         first_[i] = ownFirstChannel(images_[i]);
         alpha_ = alpha_ || images_[i]->alphaChannel != 0;
+        exceeds_ = exceeds_ || ownFindExcess(images_[i]) != MOX_StatusNoError;
     }
     return combineMasks();
 }
@@ -72,12 +74,12 @@ bool OwnPoint::checkAgreement() const {
 }
 
 bool OwnPoint::combineMasks() {
-    OwnMaskState state;
-    mask_ =
-        ownCombineMasks(images_[0]->maskROI, images_[1]->maskROI, count_ > 2 ? images_[2]->maskROI : nullptr, &state);
-    maskIsTemporary_ = state == OWN_MASK_TEMPORARY;
-    if (state == OWN_MASK_NO_MEMORY) ownReport(caller_, MOX_StatusNoMemory, "Out of memory");
-    return state != OWN_MASK_NO_MEMORY && state != OWN_MASK_EMPTY;
+    MoxImage *third = count_ > 2 ? images_[2]->maskROI : nullptr;
+    // What cannot be in memory is not touched: run refuses it, behind the tests that the operation makes of its own.
+    if (exceeds_) return !ownMasksAreApart(images_[0]->maskROI, images_[1]->maskROI, third);
+    mask_ = ownCombineMasks(images_[0]->maskROI, images_[1]->maskROI, third, &maskState_);
+    if (maskState_ == OWN_MASK_NO_MEMORY) ownReport(caller_, MOX_StatusNoMemory, "Out of memory");
+    return maskState_ != OWN_MASK_NO_MEMORY && maskState_ != OWN_MASK_EMPTY;
 }
 
 // What a cell of the walk, or the whole call on plain images, needs to know.
@@ -100,11 +102,11 @@ struct OwnPoint::Cell {
         ownRunRows(rows, kernel, constant);
     }
 
-    // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond the rows of
-    // every image is not believed.
+    // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond an image's own
+    // rows is not believed: they are all that an application promises.
     void runFlat(MoxImage *const *images) const {
         OwnSpan spans[3] = {};
-        int64_t size = INT64_MAX, extent = 0;
+        int64_t size = INT_MAX;
         const int bytes = std::max(ownDepthBytes(images[0]->depth), 1);
         for (int i = 0; i < point.count_; ++i) {
             const MoxImage *image = images[i];
@@ -112,24 +114,28 @@ struct OwnPoint::Cell {
             spans[i].start = reinterpret_cast<uint8_t *>(image->imageData);
             spans[i].bytes = bytes;
             spans[i].step = 1;
-            size = std::min<int64_t>(size, image->imageSize);
-            extent = std::max(extent, int64_t{1} * image->widthStep * image->height * planes);
+            size = std::min({size, int64_t{image->imageSize}, int64_t{image->widthStep} * image->height * planes});
         }
-        size = std::min(size, extent);
-        ownRunFlat(spans, point.count_, kernel, constant, size / bytes);
+        ownRunFlat(spans, point.count_, kernel, constant, static_cast<int>(size / bytes));
     }
 };
 
 void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
+    if (exceeds_) {
+        ownAcceptMemory(caller_, {images_[0], images_[1], count_ > 2 ? images_[2] : nullptr});
+        return;
+    }
     Cell cell = {*this, kernel, constant, 0};
     const bool tiled = std::any_of(images_, images_ + count_, [](const MoxImage *image) { return image->tileInfo; });
     if (!tiled) {
         cell.run(images_, mask_);
         return;
     }
+    // More than caches hold is enough to know, and the tiles of an image may add up to more than 64 bits count.
     OwnImageRect rect;
     ownImageRect(destination(), &rect);
-    cell.whole = rect.width * rect.height * channels_ * ownDepthBytes(destination()->depth);
+    const int64_t pixelBytes = std::min<int64_t>(int64_t{channels_} * ownDepthBytes(destination()->depth), 16);
+    cell.whole = std::min<int64_t>(rect.width * rect.height, INT_MAX) * pixelBytes;
     const auto runCell = [](void *operation, MoxImage *const *images, MoxImage *mask) {
         static_cast<const Cell *>(operation)->run(images, mask);
     };

@@ -33,6 +33,7 @@ class OwnPoint {
     // A fault that the operation itself finds.
     void refuse(const char *message) const { ownReport(caller_, MOX_StatusBadArgument, message); }
 
+    // Runs the kernel, or refuses images that cannot be in memory.
     void run(const OwnRowForms &kernel, const OwnConstant &constant = {});
 
   private:
@@ -49,6 +50,7 @@ class OwnPoint {
     int first_[3];
     int channels_ = 0;
     bool alpha_ = false;
+    bool exceeds_ = false;  // an image, or a mask, cannot be in memory
     MoxImage *mask_ = nullptr;
-    bool maskIsTemporary_ = false;
+    OwnMaskState maskState_ = OWN_MASK_AS_IS;
 };

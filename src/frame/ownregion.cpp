@@ -36,7 +36,8 @@ char *ownRoiStart(const MoxImage *image, int channel, int *width, int *height, i
 static bool regionIsWhole(const MoxImage *image) {
     const MoxROI *roi = image->roi;
     if (!roi) return true;
-    // A region without coi, or with one of several channels, is never a run: what is left of the channels must be none.
+    // Of the channels none may be left beside the coi: only channel 1 of 1 is a run. A region that names no channel is
+    // none, even where it covers an image of one channel.
     return roi->xOffset == 0 && roi->yOffset == 0 && roi->width >= image->width && roi->height >= image->height &&
            image->nChannels - (roi->coi > 0 ? 1 : 0) == 0;
 }

@@ -1,6 +1,8 @@
 // What the parts of the row runner share: how a kernel is called, and the part for each kind of rows.
 #pragma once
 
+#include <algorithm>
+
 #include "frame/ownrows.h"
 
 // The bytes of a row of scratch.
@@ -24,6 +26,14 @@ inline void ownStartOfRow(const OwnRows &rows, int plane, int row, uint8_t **at)
         const OwnSpan &span = rows.spans[i];
         at[i] = span.start + plane * span.planeStep + row * span.rowStep;
     }
+}
+
+// Rows by as many at a time as a scratch holds: run(first row, rows). Heights go up to the largest int, so the row that
+// follows the last band need not be one.
+template <class Run>
+inline void ownForEachBand(int height, int64_t most, const Run &run) {
+    for (int64_t row = 0; row < height; row += most)
+        run(row, static_cast<int>(std::min(most, height - row)));
 }
 
 inline bool ownIsContiguous(const OwnSpan &span, int channels) {

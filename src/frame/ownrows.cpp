@@ -141,12 +141,11 @@ void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstan
     }
 }
 
-void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant,
-                int64_t samples) {
+void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant, int samples) {
     OwnRows rows = {};
     std::copy_n(spans, count, rows.spans);
     rows.count = count;
-    rows.width = static_cast<int>(samples);
+    rows.width = samples;
     rows.height = rows.channels = rows.planes = 1;
     runContiguous(rows, kernel, constant);
 }

@@ -43,5 +43,4 @@ void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels
 void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant);
 
 // Runs the kernel once, over samples that are contiguous in every image.
-void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant,
-                int64_t samples);
+void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant, int samples);

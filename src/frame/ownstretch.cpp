@@ -186,15 +186,16 @@ class StretchRunner {
     Scratch scratch_;
 };
 
-// Whole rows without padding, under a mask without padding, are one row.
+// Whole rows without padding, under a mask without padding, are one row, as long as an int counts its pixels.
 OwnRows joinRows(const OwnRows &rows) {
     OwnRows joined = rows;
     const auto follows = [&](const OwnSpan &span) {
         return span.rowStep == static_cast<int64_t>(rows.width) * span.step * span.bytes;
     };
+    const int64_t pixels = static_cast<int64_t>(rows.width) * rows.height;
     const bool maskFollows = !rows.masked || (rows.mask.bit == 0 && rows.mask.rowStep * 8 == rows.width);
-    if (maskFollows && std::all_of(rows.spans, rows.spans + rows.count, follows)) {
-        joined.width = rows.width * rows.height;
+    if (pixels <= INT32_MAX && maskFollows && std::all_of(rows.spans, rows.spans + rows.count, follows)) {
+        joined.width = static_cast<int>(pixels);
         joined.height = 1;
     }
     return joined;

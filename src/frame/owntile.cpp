@@ -31,6 +31,18 @@ void ownMakeScratch(const MoxImage *image, OwnScratchImage *scratch) {
     scratch->header.roi = &scratch->roi;
 }
 
+void ownMakeTileHeader(const MoxImage *image, MoxImage *header) {
+    const MoxTileInfo *tiles = image->tileInfo;
+    const int64_t rowBytes =
+        ownTileRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, tiles->width);
+    const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
+    header->tileInfo = nullptr;
+    header->widthStep = static_cast<int>(rowBytes);
+    header->width = tiles->width;
+    header->height = tiles->height;
+    header->imageSize = static_cast<int>(rowBytes * tiles->height * planes);
+}
+
 void ownTileWalkSetup(MoxImage *image, MoxImage *scratch, const OwnImageRect *rect, MoxTileWalk *walk) {
     *walk = {};
     const MoxTileInfo *tiles = image->tileInfo;
@@ -40,15 +52,7 @@ void ownTileWalkSetup(MoxImage *image, MoxImage *scratch, const OwnImageRect *re
         scratch->imageData = image->imageData;
         return;
     }
-    const int64_t rowBytes =
-        ownTileRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, tiles->width);
-    const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
-    scratch->tileInfo = nullptr;
-    scratch->widthStep = static_cast<int>(rowBytes);
-    scratch->width = tiles->width;
-    scratch->height = tiles->height;
-    scratch->imageSize = static_cast<int>(rowBytes * tiles->height * planes);
-
+    ownMakeTileHeader(image, scratch);
     walk->tiled = true;
     walk->tileWidth = tiles->width;
     walk->tileHeight = tiles->height;

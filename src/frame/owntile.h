@@ -25,7 +25,10 @@ struct OwnScratchImage {
 // A bitwise copy of the header with a region of its own.
 void ownMakeScratch(const MoxImage *image, OwnScratchImage *scratch);
 
-// One image in a walk.
+// Makes a tiled image's copied header that of one of its tiles, whose data are still to be set.
+void ownMakeTileHeader(const MoxImage *image, MoxImage *header);
+
+// One image in a walk. The record is known by this name beside the public ones, but no application sees it.
 struct MoxTileWalk {
     bool tiled;
     int64_t tileX0, curX0;      // left pixel of the first tile column of the walk; of the current one

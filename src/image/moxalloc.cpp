@@ -11,18 +11,20 @@ int64_t roundUp(int64_t value, int64_t multiple) {
     return (value + multiple - 1) / multiple * multiple;
 }
 
-// Whether nChannels, depth, order, align, width and height give sizes that an int holds, and these sizes.
+// Whether nChannels, depth, order, align, width and height give sizes that an int holds, and these sizes; 0 for what it
+// does not hold.
 bool findSizes(const MoxImage *image, int *widthStep, int *imageSize) {
     const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
     const int64_t samples = static_cast<int64_t>(image->width) * (planar ? 1 : image->nChannels);
+    *widthStep = *imageSize = 0;
     if (samples > INT_MAX * int64_t{8}) return false;
     const int64_t step = roundUp(samples * ownDepthBits(image->depth), int64_t{8} * image->align) / 8;
     if (step > INT_MAX) return false;
+    *widthStep = static_cast<int>(step);
     const int64_t plane = step * image->height;
     if (plane > INT_MAX) return false;
     const int64_t size = plane * (planar ? image->nChannels : 1);
     if (size > INT_MAX) return false;
-    *widthStep = static_cast<int>(step);
     *imageSize = static_cast<int>(size);
     return true;
 }
@@ -35,12 +37,13 @@ MoxStatus findFieldFault(const MoxImage *image, bool hasStrings) {
     if (image->nChannels != 1 && image->depth == MOX_DEPTH_1U) return MOX_StatusHeaderBitChannels;
     if (!hasStrings) return MOX_StatusHeaderColorModel;
     if (const MoxStatus fault = ownFindFormatFault(image)) return fault;
+    // A tiled image has no bytes of its own, and so no limit to them.
     int widthStep, imageSize;
-    if (!findSizes(image, &widthStep, &imageSize)) return MOX_StatusHeaderSize;
+    if (!findSizes(image, &widthStep, &imageSize) && !image->tileInfo) return MOX_StatusHeaderSize;
     if (const MoxImage *mask = image->maskROI) {
-        if (mask->depth != MOX_DEPTH_1U) return MOX_StatusHeaderDepth - 100;
+        if (mask->depth != MOX_DEPTH_1U) return MOX_StatusHeaderDepth + OWN_MASK_FAULT;
         if (mask->tileInfo) return MOX_StatusMaskTiled;
-        if (const MoxStatus fault = moxCheckImageHeader(mask)) return fault - 100;
+        if (const MoxStatus fault = moxCheckImageHeader(mask)) return fault + OWN_MASK_FAULT;
     }
     return MOX_StatusNoError;
 }

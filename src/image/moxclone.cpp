@@ -21,6 +21,8 @@ static void copyPixels(const MoxImage *src, MoxImage *clone) {
 MoxImage *MOX_CALL moxCloneImage(MoxImage *image) {
     const OwnCaller caller = OWN_CALLER("moxCloneImage");
     if (!ownAcceptImage(caller, image)) return nullptr;
+    // Of a tiled image no pixel is read.
+    if (!image->tileInfo && !ownAcceptPixels(caller, image)) return nullptr;
 
     MoxImage *clone = moxCreateImageHeader(
         image->nChannels, image->alphaChannel, static_cast<int>(image->depth), image->colorModel, image->channelSeq,

@@ -1,8 +1,11 @@
 // Exchanging the pixels of two images.
+#include "frame/owncopy.h"
 #include "frame/ownpair.h"
 #include "frame/ownrect.h"
 
 namespace {
+
+bool exchange(MoxImage *image1, MoxImage *image2);
 
 // A plain image of the common region, to hold what the first image will receive.
 MoxImage *createHolder(const OwnPair &pair, MoxROI *roi) {
@@ -28,7 +31,7 @@ MoxImage *createHolder(const OwnPair &pair, MoxROI *roi) {
 
 // A tile of the second image: its pixels to the holder, the first image's to the tile. False ends the call, with the
 // tile not released.
-bool exchangeTileThroughHolder(const OwnPair &pair, MoxImage *holder, const OwnTileGrid &grid) {
+bool exchangeTileThroughHolder(OwnPair &pair, MoxImage *holder, const OwnTileGrid &grid) {
     MoxImage *second = pair.dst();
     char *tile = ownRequestTile(second, grid.column(), grid.row(), MOX_TileWrite);
     if (!tile) {
@@ -37,25 +40,23 @@ bool exchangeTileThroughHolder(const OwnPair &pair, MoxImage *holder, const OwnT
     }
     int rowBytes = 0;
     char *rect = ownReadShare(pair.src(), grid.share(), &rowBytes);
-    if (rect) {
+    bool done = rect != nullptr;
+    if (done) {
         OwnScratchImage inTile, inHolder, inRect, mask;
         ownShareOfTile(second, grid.share(), tile, &inTile);
         ownShareOfPlain(holder, grid.share(), &inHolder);
         ownShareOfRect(pair.src(), grid.share(), rect, rowBytes, &inRect);
-        moxCopy(&inTile.header, &inHolder.header);
+        done = ownCopy(&inTile.header, &inHolder.header);
         inTile.header.maskROI = pair.maskShare(grid.share(), &mask);
-        moxCopy(&inRect.header, &inTile.header);
+        done = done && ownCopy(&inRect.header, &inTile.header);
         ownFreeRect(rect);
     }
-    if (!rect || moxGetErrStatus() < 0) {
-        pair.traceFailure();
-        return false;
-    }
+    if (!pair.check(done)) return false;
     ownReleaseTile(second, grid.column(), grid.row(), tile);
     return true;
 }
 
-void exchangeBothTiled(const OwnPair &pair) {
+void exchangeBothTiled(OwnPair &pair) {
     MoxROI roi;
     MoxImage *holder = createHolder(pair, &roi);
     if (!holder) {
@@ -68,13 +69,12 @@ void exchangeBothTiled(const OwnPair &pair) {
         done = exchangeTileThroughHolder(pair, holder, grid);
     if (done) {
         holder->maskROI = pair.mask();
-        moxCopy(holder, pair.src());
-        if (moxGetErrStatus() < 0) pair.traceFailure();
+        pair.check(ownCopy(holder, pair.src()));
     }
     moxDeallocate(holder, MOX_FreeHeader | MOX_FreeData);
 }
 
-void exchangeOneTiled(const OwnPair &pair) {
+void exchangeOneTiled(OwnPair &pair) {
     MoxImage *tiled = pair.dst()->tileInfo ? pair.dst() : pair.src();
     MoxImage *plain = tiled == pair.dst() ? pair.src() : pair.dst();
     OwnTileGrid grid(tiled, pair.width(), pair.height());
@@ -89,20 +89,17 @@ void exchangeOneTiled(const OwnPair &pair) {
         ownShareOfPlain(plain, grid.share(), &inPlain);
         inTile.header.maskROI = pair.maskShare(grid.share(), &mask);
         const bool tileIsSecond = tiled == pair.dst();
-        moxExchange(tileIsSecond ? &inPlain.header : &inTile.header, tileIsSecond ? &inTile.header : &inPlain.header);
-        if (moxGetErrStatus() < 0) {
-            pair.traceFailure();
-            return;
-        }
+        MoxImage *first = tileIsSecond ? &inPlain.header : &inTile.header;
+        MoxImage *second = tileIsSecond ? &inTile.header : &inPlain.header;
+        if (!pair.check(exchange(first, second))) return;
         ownReleaseTile(tiled, grid.column(), grid.row(), tile);
     }
 }
 
-}  // namespace
-
-void MOX_CALL moxExchange(MoxImage *image1, MoxImage *image2) {
+// moxExchange; false if a fault kept pixels from being exchanged.
+bool exchange(MoxImage *image1, MoxImage *image2) {
     OwnPair pair(OWN_CALLER("moxExchange"), image1, image2);
-    if (!pair.open()) return;
+    if (!pair.open()) return !pair.failed();
     if (image1->tileInfo && image2->tileInfo) {
         exchangeBothTiled(pair);
     } else if (image1->tileInfo || image2->tileInfo) {
@@ -110,4 +107,11 @@ void MOX_CALL moxExchange(MoxImage *image1, MoxImage *image2) {
     } else {
         pair.runPlain(ownMoveRows().exchange, true);
     }
+    return !pair.failed();
+}
+
+}  // namespace
+
+void MOX_CALL moxExchange(MoxImage *image1, MoxImage *image2) {
+    exchange(image1, image2);
 }

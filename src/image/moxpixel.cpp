@@ -24,6 +24,7 @@ bool findPixel(const OwnCaller &caller, MoxImage *img, int x, int y, const void 
         ownReport(caller, MOX_StatusBadArgument, fault);
         return false;
     }
+    if (!ownAcceptPixels(caller, img)) return false;
     if (img->origin == MOX_ORIGIN_BL) y = img->height - y - 1;
 
     const bool planar = img->dataOrder == MOX_DATA_ORDER_PLANE;

@@ -36,8 +36,13 @@ void setPlain(MoxImage *image, int value) {
 // Bits of a tiled image under a mask: a logic operation walks the tiles. To clear them the mask is inverted meanwhile.
 void setTiledBitsUnderMask(const OwnCaller &caller, MoxImage *image, int value) {
     MoxImage *mask = image->maskROI;
-    MoxImage view = *mask;
-    view.maskROI = nullptr;
+    MoxImage view = ownMaskAsImage(mask);
+    // A coi would let a tile and the mask pass for one run, with what stands between their rows.
+    OwnImageRect rect;
+    ownImageRect(mask, &rect);
+    MoxROI region = {0, static_cast<int>(rect.x), static_cast<int>(rect.y), static_cast<int>(rect.width),
+                     static_cast<int>(rect.height)};
+    view.roi = &region;
     view.dataOrder = image->dataOrder;
     OwnNestedCalls calls;
     image->maskROI = nullptr;
@@ -90,6 +95,7 @@ void MOX_CALL moxSet(MoxImage *image, int fillValue) {
         rect.height = std::min(rect.height, mask.height);
     }
     if (rect.width <= 0 || rect.height <= 0 || ownChannels(image) == 0) return;
+    if (!ownAcceptMemory(caller, {image})) return;
 
     if (!image->tileInfo) {
         setPlain(image, value);

@@ -80,4 +80,21 @@ TEST(HostileHeader, WithAnImageSizeBeyondItsRows) {
     EXPECT_TRUE(wide.guardsStand());
 }
 
+// Nor are they where one image has the bytes that another one's imageSize speaks of.
+TEST(HostileHeader, WithAnImageSizeThatOnlyAnotherImageHas) {
+    ReportRecorder recorder;
+    Narrow narrow(64, 100, 64, 12800), wide(64, 100, 128, 12800);
+    runAll(&wide.image, &narrow.image, narrow);
+    runAll(&narrow.image, &wide.image, wide);
+    // The source's bytes end with its rows: what stands behind them is no operand.
+    moxSetErrStatus(0);
+    memset(wide.storage.data() + Narrow::GUARD, 0, 12800);
+    memset(narrow.storage.data() + Narrow::GUARD, 0x11, 6400);
+    moxOrS(&narrow.image, &wide.image, 0);
+    EXPECT_EQ(wide.storage[Narrow::GUARD], 0x11);
+    for (size_t i = 0; i < 12800; ++i)
+        ASSERT_NE(wide.storage[Narrow::GUARD + i], 0xA5) << i;
+    EXPECT_TRUE(recorder.none());
+}
+
 }  // namespace

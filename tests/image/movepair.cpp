@@ -23,8 +23,9 @@ MovePair::MovePair(Random &random, const MoveOptions &options) {
             continue;
         }
         if (!(kind == 1 && i == 0) && !(kind == 2 && i == 1) && kind != 3 && !(kind == 4 && i == 0)) continue;
-        masks_[i] =
-            std::make_unique<TestImage>(drawMaskLayout(random, options.maxWidth, options.maxHeight), random.next());
+        TestLayout layout = drawMaskLayout(random, options.maxWidth, options.maxHeight);
+        if (random.oneIn(5)) layout.alpha = 1;
+        masks_[i] = std::make_unique<TestImage>(layout, random.next());
         images_[i]->setMask(masks_[i].get());
         width_ = std::min(width_, masks_[i]->layout().regionWidth());
         height_ = std::min(height_, masks_[i]->layout().regionHeight());

@@ -117,10 +117,7 @@ RefResult refPoint(const RefCall &call, const std::vector<TestImage *> &images) 
         const TestLayout &each = image->layout();
         tileRunsFlat = tileRunsFlat && each.channels == 1 && each.alpha == 0 && each.hasRoi && each.roi.coi == 1;
     }
-    // Masked bits are moved by logic on whole images, which may run flat.
-    const bool logicRunsFlat = moves && layout.depth == MOX_DEPTH_1U && refHasMask(images) &&
-                               (layout.tiled() ? layout.hasRoi && layout.roi.coi == 1 : regionAllowsFlat(layout));
-    if ((tileRunsFlat && layout.tiled()) || logicRunsFlat) result.unspecified = destination.paddingBits();
+    if (tileRunsFlat && layout.tiled()) result.unspecified = destination.paddingBits();
     return result;
 }
 
