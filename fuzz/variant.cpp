@@ -2,6 +2,7 @@
 #include "variant.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "frame/ownimage.h"
 #include "support/allocations.h"
@@ -58,6 +59,8 @@ std::string runExample(const Example &example, const std::vector<TestImage *> &i
     for (const ReportSeen &report : reports.seen) {
         text += std::to_string(report.status) + " " + report.function + " \"" + report.message + "\"\n";
     }
+    for (const double answer : call.answers)
+        text += std::isnan(answer) ? "NaN\n" : std::to_string(answer) + "\n";
     return text;
 }
 

@@ -22,6 +22,8 @@ struct ExampleCall {
     MoxImage *images[3] = {};
     int count = 0;             // of images
     Random *random = nullptr;  // draws arguments; null gives the usual ones
+    // What the function answers beside its images: it must be the same on tiles, at every level, at every time.
+    std::vector<double> answers = {};
 
     MoxImage *a() { return images[0]; }
     MoxImage *b() { return images[1]; }
@@ -54,7 +56,7 @@ struct Example {
         bool releasesTiles = false;       // also after one that is not delivered; the others stay in hand
         bool tiledDiffers = false;        // results of 32F depend on the tiles
         bool plainOnly = false;           // refuses tiled images
-        bool readsOnly = false;           // its images stay as they are: it gives numbers
+        bool readsOnly = false;           // its images stay as they are: it answers numbers
         bool neighbours = false;          // a sample depends on others than the one in its place
         int leaks = 0;                    // blocks that stay behind, as promised, where memory runs out
         const char *tool = nullptr;       // the tool's word for an operation on pixels, if it is not toolName's

@@ -1,4 +1,6 @@
 // Example calls: headers, regions, allocation, and moving pixels. Calls that make something give it back.
+#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "table/examples.h"
@@ -31,13 +33,20 @@ void cloneAndFree(Call &call) {
     moxDeallocate(moxCloneImage(call.dst()), MOX_FreeHeader | MOX_FreeData | MOX_FreeRoi);
 }
 
+double firstSample(unsigned depth, const char *pixel) {
+    uint32_t bits = 0;
+    memcpy(&bits, pixel, depth == MOX_DEPTH_1U ? 1 : std::min<size_t>((depth & ~MOX_DEPTH_SIGN) / 8, sizeof bits));
+    return depth == MOX_DEPTH_32F ? static_cast<double>(std::bit_cast<float>(bits)) : bits;
+}
+
 void movePixel(Call &call, bool get) {
     // Room for the samples of any header whose pixels are there.
     static char pixel[1 << 22];
     const int x = call.size(3) - 1, y = call.size(2) - 1;
-    if (!get) memset(pixel, call.choice(0x5A, 256), 64);
+    memset(pixel, get ? 0 : call.choice(0x5A, 256), 64);
     if (get) {
         moxGetPixel(call.dst(), x, y, pixel);
+        if (call.dst()) call.answers.push_back(firstSample(call.dst()->depth, pixel));
     } else {
         moxPutPixel(call.dst(), x, y, pixel);
     }

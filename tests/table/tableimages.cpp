@@ -33,6 +33,7 @@ void ExampleImages::run() {
     for (int i = 0; i < example_.images; ++i)
         call.images[i] = images_[static_cast<size_t>(i)]->header();
     example_.run(call);
+    answers_ = call.answers;
 }
 
 std::vector<TestBytes> ExampleImages::bytes() const {

@@ -122,11 +122,14 @@ TEST_P(EveryFunction, succeedsAsInTheExample) {
         if (GetParam().touches == Touches::PIXELS) {
             EXPECT_EQ(changes, !GetParam().more.readsOnly) << (changes ? "it writes" : "the example does nothing");
         }
+        const std::vector<double> answers = images.answers();
+        EXPECT_TRUE(!GetParam().more.readsOnly || !answers.empty()) << "the example tells nothing";
         ReportRecorder reports;
         TileLog log;
         AllocationWindow window;
         images.run();
         window.close();
+        EXPECT_EQ(images.answers(), answers) << "a second call answers something else";
         EXPECT_EQ(window.live(), 0) << "blocks are left";
         EXPECT_TRUE(reports.none());
         EXPECT_EQ(moxGetErrStatus(), 0);

@@ -14,6 +14,8 @@ class ExampleImages {
     ExampleImages(const Example &example, ExampleForm form);
 
     void run();
+    // What the last call answered.
+    const std::vector<double> &answers() const { return answers_; }
     // All storage as it is now, and back to what it was when the images were made.
     std::vector<TestBytes> bytes() const;
     void restore();
@@ -26,6 +28,7 @@ class ExampleImages {
     const Example &example_;
     std::vector<std::unique_ptr<TestImage>> images_;  // the call's images, then their masks
     std::vector<TestBytes> before_;
+    std::vector<double> answers_;
 };
 
 std::vector<ExampleForm> formsOf(const Example &example);
