@@ -146,7 +146,7 @@ void mapByTables(const OwnCaller &caller, MoxImage *srcImage, MoxImage *dstImage
     const int levels = 1 << ownDepthBits(srcImage->depth);
     const OwnTables tables = tablesOf(srcImage, lut, levels);
     if (!ownCheckTables(caller, tables)) return;
-    if (tables.channels == 0) return;
+    if (tables.channels == 0 || !ownAcceptMemory(caller, {srcImage, dstImage})) return;
 
     const int bytes = ownDepthBytes(srcImage->depth);
     const Block maps(int64_t{tables.channels} * levels * bytes), map(int64_t{levels} * static_cast<int>(sizeof(int)));
@@ -183,7 +183,7 @@ void MOX_CALL moxComputeHisto(MoxImage *srcImage, MoxLUT **lut) {
     const int bits = ownDepthBits(srcImage->depth);
     const OwnTables tables = tablesOf(srcImage, lut, bits == 1 ? 2 : bits == 8 ? 256 : 65536);
     if (!ownCheckTables(caller, tables)) return;
-    if (tables.channels == 0) return;
+    if (tables.channels == 0 || !ownAcceptMemory(caller, {srcImage})) return;
 
     const Block counters(int64_t{tables.channels} * tables.levels * static_cast<int>(sizeof(uint32_t)));
     if (!counters.as<void>()) {

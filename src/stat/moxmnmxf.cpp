@@ -38,6 +38,7 @@ MoxStatus MOX_CALL moxMinMaxFP(MoxImage *srcImage, float *min, float *max) {
     measure.state = &extrema;
     ownMeasureSize(&measure);
     if (measure.width <= 0 || measure.height <= 0 || measure.channels == 0) return MOX_StatusNoError;
+    if (!ownAcceptPixels(caller, srcImage)) return MOX_StatusBadArgument;
     if (ownRunMeasure(measure) != OWN_MEASURE_DONE) return refuse("(srcImage->tileInfo->tileData == NULL)");
 
     const bool numbers = extrema.least <= extrema.largest;

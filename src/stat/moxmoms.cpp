@@ -98,7 +98,7 @@ bool computeMoments(const OwnCaller &caller, MoxImage *image, MoxMomentState sta
     measure.first[0] = image->nChannels == 1 ? 0 : ownFirstChannel(image);
     measure.channels = 1;
     ownMeasureSize(&measure);
-    if (measure.width <= 0 || measure.height <= 0) return false;
+    if (measure.width <= 0 || measure.height <= 0 || !ownAcceptMemory(caller, {image})) return false;
 
     Sums sums = {};
     sums.depth = image->depth == MOX_DEPTH_1U ? MOX_DEPTH_8U : image->depth;

@@ -50,9 +50,7 @@ struct CombinedMask {
     OwnMaskState state;
     MoxImage *mask;
     CombinedMask(MoxImage *maskA, MoxImage *maskB) : mask(ownCombineMasks(maskA, maskB, nullptr, &state)) {}
-    ~CombinedMask() {
-        if (state == OWN_MASK_TEMPORARY) moxDeallocate(mask, MOX_FreeHeader | MOX_FreeData);
-    }
+    ~CombinedMask() { ownFreeMask(mask, state); }
     CombinedMask(const CombinedMask &) = delete;
     CombinedMask &operator=(const CombinedMask &) = delete;
 };
@@ -122,10 +120,11 @@ double NormCall::finish(const Norm &norm) const {
 }
 
 double NormCall::measure() const {
+    if (!isKnown()) return mark(0, MOX_StatusGeneral, " ");
+    if (!ownAcceptMemory(caller, {a, b})) return 0;
     const CombinedMask combined(a->maskROI, b ? b->maskROI : nullptr);
     if (combined.state == OWN_MASK_NO_MEMORY) return mark(0, MOX_StatusHeaderNull, "Null pointer for mask");
     if (combined.state == OWN_MASK_EMPTY) return 0;
-    if (!isKnown()) return mark(0, MOX_StatusGeneral, " ");
 
     const int depth = ownDepthIndex(a->depth);
     const OwnStatRows &rows = ownStatRows();

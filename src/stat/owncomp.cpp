@@ -19,15 +19,16 @@ const OwnCompareRows &ownCompareRows() {
 
 // ------------------------------------------------------------------------------------------------------------ checks
 
+static constexpr const char *INCORRECT = " Incorrect Image";
+
 MoxStatus OwnCompare::refuse(MoxStatus reported, const char *message, MoxStatus returned) const {
     ownReport(caller, reported, message);
     return returned;
 }
 
 MoxStatus OwnCompare::checkHeader(const MoxImage *image) const {
-    if (ownCheckImage(image) == MOX_StatusNoError) return MOX_StatusNoError;
-    const MoxStatus fault = moxGetErrStatus();
-    return refuse(fault, " Incorrect Image", fault);
+    const MoxStatus fault = ownFindHeaderFault(image);
+    return fault != MOX_StatusNoError ? refuse(fault, INCORRECT, fault) : fault;
 }
 
 MoxStatus OwnCompare::checkTwo() const {
@@ -276,6 +277,10 @@ MoxStatus OwnCompare::runShares(const OwnRelation &relation, const OwnConstant &
 }
 
 MoxStatus OwnCompare::run(const OwnRelation &relation, const OwnConstant &constant) const {
+    for (const MoxImage *image : {img1, img2, res}) {
+        const MoxStatus excess = image ? ownFindExcess(image) : MOX_StatusNoError;
+        if (excess != MOX_StatusNoError) return refuse(excess, INCORRECT, excess);
+    }
     OwnMaskState state;
     MoxImage *mask = ownCombineMasks(img1->maskROI, img2 ? img2->maskROI : nullptr, res->maskROI, &state);
     if (state == OWN_MASK_NO_MEMORY) return refuse(MOX_StatusNoMemory, "Allocation failure", MOX_StatusNoMemory);
@@ -286,6 +291,6 @@ MoxStatus OwnCompare::run(const OwnRelation &relation, const OwnConstant &consta
     } else {
         compareArea({img1, img2, res, mask}, relation, constant);
     }
-    if (state == OWN_MASK_TEMPORARY) moxDeallocate(mask, MOX_FreeHeader | MOX_FreeData);
+    ownFreeMask(mask, state);
     return status;
 }

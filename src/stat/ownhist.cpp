@@ -197,6 +197,6 @@ OwnMapResult ownMap(MoxImage *srcImage, MoxImage *dstImage, const uint8_t *maps)
             ownReport(caller, MOX_StatusGeneral, refused == 0 ? "Error get tile to read" : "Error get tile to write");
         }
     }
-    if (state == OWN_MASK_TEMPORARY) moxDeallocate(mask, MOX_FreeHeader | MOX_FreeData);
+    ownFreeMask(mask, state);
     return refused >= 0 ? OWN_MAP_NO_TILE : OWN_MAP_DONE;
 }
