@@ -9,13 +9,15 @@ namespace {
 // Basis of one direction: row k of n numbers is c(k) / sqrt(n) * cos((2 x + 1) k pi / 2 n).
 template <typename Real>
 std::vector<Real> basisOf(int n) {
+    std::vector<long double> cosines(4 * static_cast<size_t>(n));
+    for (size_t turn = 0; turn < cosines.size(); ++turn)
+        cosines[turn] = std::cos(std::acos(-1.0L) * static_cast<long double>(turn) / (2.0L * n));
     std::vector<Real> basis(static_cast<size_t>(n) * n);
     for (int k = 0; k < n; ++k) {
+        const long double factor = std::sqrt((k == 0 ? 1.0L : 2.0L) / n);
         for (int x = 0; x < n; ++x) {
             const int64_t turn = (2 * int64_t{x} + 1) * k % (4 * int64_t{n});
-            const long double factor = std::sqrt((k == 0 ? 1.0L : 2.0L) / n);
-            basis[static_cast<size_t>(k) * n + x] =
-                static_cast<Real>(factor * std::cos(std::acos(-1.0L) * turn / (2.0L * n)));
+            basis[static_cast<size_t>(k) * n + x] = static_cast<Real>(factor * cosines[static_cast<size_t>(turn)]);
         }
     }
     return basis;
