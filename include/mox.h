@@ -911,6 +911,29 @@ MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHE
 MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINFOHEADER *dibHeader, void *dibData,
                                             int dither, int paletteConversion);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Transforms
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** Flags of moxRealFft2D and moxCcsFft2D, combinable. */
+enum {
+    MOX_FFT_FORWARD = 1,      /**< kernel e^(-2 pi i n k / N), no scale */
+    MOX_FFT_INVERSE = 2,      /**< kernel e^(+2 pi i n k / N), scaled by 1 / (W x H) */
+    MOX_FFT_NO_SCALE = 4,     /**< with MOX_FFT_INVERSE: no scale */
+    MOX_FFT_USE_INTEGER = 16, /**< the fixed-point engine */
+    MOX_FFT_USE_FLOAT = 32,   /**< the float engine */
+    MOX_FFT_FREE = 128        /**< release the calling thread's tables and buffers, and return */
+};
+
+/** Real image to packed spectrum. */
+MOX_EXPORT MoxStatus MOX_CALL moxRealFft2D(MoxImage *srcImage, MoxImage *dstImage, int flags);
+
+/** Packed spectrum to real image. */
+MOX_EXPORT MoxStatus MOX_CALL moxCcsFft2D(MoxImage *srcImage, MoxImage *dstImage, int flags);
+
+/** The product of two packed spectra. */
+MOX_EXPORT void MOX_CALL moxMpyRCPack2D(MoxImage *srcA, MoxImage *srcB, MoxImage *dst);
+
 #ifdef __cplusplus
 }
 #endif
