@@ -265,6 +265,10 @@ TEST_P(FftFailure, impossibleSizesAreRefused) {
         (which ? s : d)->roi = nullptr;
     }
     s->widthStep = 35;
+    MoxROI away = {0, 12, 0, 5, 5};
+    s->roi = &away;
+    expect(-5, "Error in input data");
+    s->roi = nullptr;
     d->depth = 3;
     expect(-17, "Incorrect Image");
 }

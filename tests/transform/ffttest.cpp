@@ -317,6 +317,18 @@ TEST(Fft, storesSaturateAtEveryDepth) {
     }
 }
 
+// The sum of a million of the largest integers, and what becomes of it on the way back.
+TEST(Fft, integersOfManySamplesDoNotWrap) {
+    const int width = 1 << 20;
+    TestImage src(TestLayout::of(MOX_DEPTH_32S, width, 1), 1), dst(src.layout(), 2);
+    for (uint32_t sample : {0x7FFFFFFFu, 0x80000000u}) {
+        src.setAll(sample);
+        ASSERT_EQ(moxRealFft2D(src.header(), dst.header(), MOX_FFT_FORWARD | MOX_FFT_USE_INTEGER), 0);
+        EXPECT_EQ(dst.get(0, 0, 0), sample);
+    }
+    freeTransformCaches();
+}
+
 // Infinities and NaNs reach the places that their sums reach, and no others than the transform's.
 TEST(Fft, keepsInfinitiesAndNaNsToItself) {
     forEachCase(20, [](Random &random) {
