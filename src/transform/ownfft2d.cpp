@@ -1,6 +1,7 @@
-// The float engine. Rows are real sequences, transformed two by two as one complex one; columns are complex, but for
-// those of frequencies 0 and width / 2, which are real and make one complex sequence together. Blocks of rows, then of
-// columns, are transposed so that a lane of a vector is a row or a column.
+// The float engine. Rows are real sequences, transformed two by two as one complex one, each with the next, however
+// many pairs there are in a vector; columns are complex, but for those of frequencies 0 and width / 2, which are real
+// and make one complex sequence together. Blocks of rows, then of columns, are transposed so that a lane of a vector is
+// a row or a column.
 #include <algorithm>
 #include <cstring>
 
@@ -9,7 +10,7 @@
 
 namespace {
 
-constexpr size_t TILE = 128;     // columns that are converted at a time
+constexpr size_t TILE = 128;  // columns that are converted at a time
 constexpr int MOST_LANES = 16;
 constexpr int64_t GROUP = 1 << 16;  // floats of columns that are transformed before they are stored
 
@@ -77,11 +78,13 @@ class Transform {
     void spreadRows(int y, int count, float *points) {
         for (int64_t x = 0; x < width_; x += static_cast<int64_t>(TILE)) {
             const auto n = static_cast<size_t>(std::min<int64_t>(TILE, width_ - x));
-            const float *rows[2 * MOST_LANES];
+            const float *rows[2 * MOST_LANES], *parts[2][MOST_LANES];
             ownLoadRows(job_.src, x, y, count, n, tile_, TILE, rows);
             std::fill(rows + count, rows + 2 * lanes_, ZEROS);
-            kernels_.spread(rows, static_cast<int64_t>(n), points + pointsAt(x));
-            kernels_.spread(rows + lanes_, static_cast<int64_t>(n), points + pointsAt(x) + lanes_);
+            for (int r = 0; r < 2 * lanes_; ++r)
+                parts[r % 2][r / 2] = rows[r];
+            kernels_.spread(parts[0], static_cast<int64_t>(n), points + pointsAt(x));
+            kernels_.spread(parts[1], static_cast<int64_t>(n), points + pointsAt(x) + lanes_);
         }
     }
 
@@ -100,15 +103,16 @@ class Transform {
         const auto store = ownSampleRows().store[job_.dst.depth];
         for (int64_t x = 0; x < width_; x += static_cast<int64_t>(TILE)) {
             const int64_t n = std::min<int64_t>(TILE, width_ - x);
-            float *rows[2 * MOST_LANES];
+            float *parts[2][MOST_LANES];
             for (int r = 0; r < count; ++r) {
-                rows[r] = direct ? reinterpret_cast<float *>(job_.dst.at(x, y + r)) : tile_ + r * static_cast<int>(TILE);
+                parts[r % 2][r / 2] =
+                    direct ? reinterpret_cast<float *>(job_.dst.at(x, y + r)) : tile_ + r * static_cast<int>(TILE);
             }
-            // Parts are exchanged: the first rows are the imaginary ones.
-            kernels_.gather(points + pointsAt(x) + lanes_, n, rows, std::min(count, lanes_), scale_);
-            if (count > lanes_) kernels_.gather(points + pointsAt(x), n, rows + lanes_, count - lanes_, scale_);
+            // Parts are exchanged: the even rows are the imaginary ones.
+            kernels_.gather(points + pointsAt(x) + lanes_, n, parts[0], (count + 1) / 2, scale_);
+            if (count > 1) kernels_.gather(points + pointsAt(x), n, parts[1], count / 2, scale_);
             for (int r = 0; !direct && r < count; ++r)
-                store(rows[r], job_.dst.at(x, y + r), job_.dst.step, static_cast<size_t>(n));
+                store(parts[r % 2][r / 2], job_.dst.at(x, y + r), job_.dst.step, static_cast<size_t>(n));
         }
     }
 
@@ -158,7 +162,8 @@ class Transform {
 
     bool hasLastColumn() const { return width_ % 2 == 0; }
 
-    // The two real columns, from the first lane of the first block, which is the spectrum of one plus i times the other.
+    // The two real columns, from the first lane of the first block, which is the spectrum of one plus i times the
+    // other.
     void storeEdges() {
         float *first = edge_, *last = edge_ + height_;
         const float im = job_.inverse ? -scale_ : scale_;
