@@ -934,6 +934,64 @@ MOX_EXPORT MoxStatus MOX_CALL moxCcsFft2D(MoxImage *srcImage, MoxImage *dstImage
 /** The product of two packed spectra. */
 MOX_EXPORT void MOX_CALL moxMpyRCPack2D(MoxImage *srcA, MoxImage *srcB, MoxImage *dst);
 
+/** Wavelets of moxWtInit. */
+enum {
+    MOX_WT_HAAR = 0,
+    MOX_WT_DAUBECHIES = 1,   /**< 2 x par1 taps, par1 from 1 to 10 */
+    MOX_WT_SYMLET = 2,       /**< least asymmetric: 2 x (par1 + 3) taps, par1 from 1 to 7 */
+    MOX_WT_COIFLET = 3,      /**< 6 x par1 taps, par1 from 1 to 5 */
+    MOX_WT_VAIDYANATHAN = 4, /**< 24 taps */
+    MOX_WT_BSPLINE = 5,      /**< biorthogonal splines: par1 1 with par2 1, 3, 5; 2 with 2, 4, 6, 8; 3 with 1, 3, 5, 7, 9 */
+    MOX_WT_BSPLINE_DUAL = 6, /**< the same pairs, the low-pass filters exchanged */
+    MOX_WT_53 = 7,           /**< 3 and 5 taps */
+    MOX_WT_97 = 8,           /**< 4 and 8 taps */
+    MOX_WT_USER = 9          /**< filters of the caller: set by the user initialisers only */
+};
+
+/** A filter: sample k of its result is the sum over j of taps[j] x sample[2k + offset - j]. */
+typedef struct MoxWtFilter {
+    float *taps;
+    int length;   /**< at least 2 */
+    int offset;   /**< 0 to length - 1 */
+    int symmetry; /**< 0 symmetric, 1 antisymmetric, 2 neither, 3 supplied by the caller */
+} MoxWtFilter;
+
+/** The four filters of a wavelet. Read-only during a transform, so calls and threads may share one. */
+typedef struct MoxWtKernel {
+    int wtType;
+    int par1;
+    int par2;
+    int orthogonal; /**< 0 orthogonal, 1 biorthogonal, 3 supplied by the caller */
+    MoxWtFilter filtDecLow;
+    MoxWtFilter filtDecHigh;
+    MoxWtFilter filtRecLow;
+    MoxWtFilter filtRecHigh;
+} MoxWtKernel;
+
+/** A built-in kernel. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInit(int wtType, int par1, int par2, MoxWtKernel *wtKernel);
+
+/** A kernel of the caller's filters. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInitUserFilter(MoxWtFilter *decLow, MoxWtFilter *decHigh, MoxWtFilter *recLow,
+                                                  MoxWtFilter *recHigh, MoxWtKernel *wtKernel);
+
+/** The same of four filters in an array. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInitUserFilter4(MoxWtFilter *filt, MoxWtKernel *wtKernel);
+
+/** The same of taps, lengths and offsets. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInitUserTaps(float **filt, int *len_filt, int *ofs_filt, MoxWtKernel *wtKernel);
+
+/** Frees what a kernel owns and clears it. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtFree(MoxWtKernel *wtKernel);
+
+/** One level of the transform. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtDecompose(MoxWtKernel *wtKernel, MoxImage *src, MoxImage *approxDst,
+                                             MoxImage *xDetailDst, MoxImage *yDetailDst, MoxImage *dDetailDst);
+
+/** And back. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtReconstruct(MoxWtKernel *wtKernel, MoxImage *approxSrc, MoxImage *xDetailSrc,
+                                               MoxImage *yDetailSrc, MoxImage *dDetailSrc, MoxImage *dst);
+
 #ifdef __cplusplus
 }
 #endif

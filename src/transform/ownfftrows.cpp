@@ -135,7 +135,7 @@ void spread(const float *const *rows, int64_t n, float *points) {
     }
     for (; x < n; ++x) {
         for (int r = 0; r < lanes; ++r)
-            points[x * 2 * lanes + r] = rows[r][x];
+            points[x * 2 * lanes + r] = ownLoadLoose<1>(rows[r] + x);
     }
 }
 
@@ -153,7 +153,7 @@ void gather(const float *points, int64_t n, float *const *rows, int count, float
     }
     for (; x < n; ++x) {
         for (int r = 0; r < count; ++r)
-            rows[r][x] = points[x * 2 * lanes + r] * scale;
+            ownStoreLoose<1>(rows[r] + x, points[x * 2 * lanes + r] * scale);
     }
 }
 
@@ -257,8 +257,8 @@ void pack(const float *point, float *pairs, float re, float im) {
     const OwnPoint<lanes> *p = ownPoints<lanes>(point);
     const auto a = p->re * re, b = p->im * im;
     if constexpr (lanes == 1) {
-        pairs[0] = a;
-        pairs[1] = b;
+        ownStoreLoose<1>(pairs, a);
+        ownStoreLoose<1>(pairs + 1, b);
     } else {
         using All = typename OwnCountTo<lanes>::Type;
         ownStoreLoose<lanes>(pairs, interleave<false>(a, b, All{}));
@@ -270,7 +270,7 @@ template <int lanes>
 void unpack(const float *pairs, float *point, float re, float im) {
     OwnPoint<lanes> *p = ownPoints<lanes>(point);
     if constexpr (lanes == 1) {
-        *p = {pairs[1] * im, pairs[0] * re};
+        *p = {ownLoadLoose<1>(pairs + 1) * im, ownLoadLoose<1>(pairs) * re};
     } else {
         using All = typename OwnCountTo<lanes>::Type;
         const auto a = ownLoadLoose<lanes>(pairs), b = ownLoadLoose<lanes>(pairs + lanes);

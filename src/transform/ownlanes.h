@@ -10,12 +10,12 @@ namespace {
 template <int lanes>
 struct OwnLanes {
     typedef float Vector __attribute__((vector_size(4 * lanes), may_alias));
-    typedef float Loose __attribute__((vector_size(4 * lanes), aligned(4), may_alias));
+    typedef float Loose __attribute__((vector_size(4 * lanes), aligned(1), may_alias));
 };
 template <>
 struct OwnLanes<1> {
     typedef float Vector __attribute__((may_alias));
-    typedef float Loose __attribute__((may_alias));
+    typedef float Loose __attribute__((aligned(1), may_alias));
 };
 
 #if defined(__AVX512F__)
