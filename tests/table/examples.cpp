@@ -401,6 +401,14 @@ const std::vector<Example> examples = {
 
 }  // namespace
 
+std::vector<Example> transformExamples();
+
 const std::vector<Example> &allExamples() {
-    return examples;
+    static const std::vector<Example> all = [] {
+        std::vector<Example> gathered = examples;
+        for (const Example &example : transformExamples())
+            gathered.push_back(example);
+        return gathered;
+    }();
+    return all;
 }
