@@ -7,6 +7,7 @@
 
 #include "transform/ownfft.h"
 #include "transform/ownfft2d.h"
+#include "transform/ownturn.h"
 
 namespace {
 

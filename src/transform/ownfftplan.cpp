@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "transform/ownfft.h"
+#include "transform/ownturn.h"
 
 namespace {
 

@@ -1,13 +1,15 @@
 // Sines and cosines. The angle is brought to an eighth of a turn in integers, exactly; there a power series of doubles
 // is right to the last places, and its rounding to single precision is the same wherever doubles are.
-#include "transform/ownfft.h"
+#pragma once
+
+#include <cstdint>
 
 namespace {
 
-constexpr double QUARTER_PI = 0.78539816339744830962;
+constexpr double OWN_QUARTER_PI = 0.78539816339744830962;
 
 // Taylor's series, for 0 <= x <= pi / 4: what is left out is below 1e-17.
-double cosSeries(double x) {
+constexpr double ownCosSeries(double x) {
     const double y = x * x;
     double sum = -1.0 / 6402373705728000;
     sum = sum * y + 1.0 / 20922789888000;
@@ -20,7 +22,7 @@ double cosSeries(double x) {
     sum = sum * y - 1.0 / 2;
     return sum * y + 1.0;
 }
-double sinSeries(double x) {
+constexpr double ownSinSeries(double x) {
     const double y = x * x;
     double sum = 1.0 / 355687428096000;
     sum = sum * y - 1.0 / 1307674368000;
@@ -33,15 +35,14 @@ double sinSeries(double x) {
     return sum * y * x + x;
 }
 
-}  // namespace
-
-void ownTurn(int64_t k, int64_t n, double *cosine, double *sine) {
+// cos and sin of 2 pi k / n, for 0 <= k < n: the same on every platform.
+constexpr void ownTurn(int64_t k, int64_t n, double *cosine, double *sine) {
     const int64_t eighth = 8 * k / n;
     const int64_t rest = 8 * k - eighth * n;
     // Odd eighths are measured from their far end.
     const bool odd = eighth % 2 != 0;
-    const double x = static_cast<double>(odd ? n - rest : rest) / static_cast<double>(n) * QUARTER_PI;
-    const double c = cosSeries(x), s = sinSeries(x);
+    const double x = static_cast<double>(odd ? n - rest : rest) / static_cast<double>(n) * OWN_QUARTER_PI;
+    const double c = ownCosSeries(x), s = ownSinSeries(x);
     switch (eighth) {
         case 0:
             *cosine = c, *sine = s;
@@ -69,3 +70,5 @@ void ownTurn(int64_t k, int64_t n, double *cosine, double *sine) {
             break;
     }
 }
+
+}  // namespace
