@@ -78,6 +78,9 @@ void ownFreeFftCaches(MoxThreadContext *context) {
 
 void ownFreeDctCaches(MoxThreadContext *context) {
     freePool(context->dctPlans);
+    moxFree(context->dctScratch);
+    context->dctScratch = nullptr;
+    context->dctScratchSize = 0;
     freeTables(context->dctRealTables, context->dctRealLevels);
     moxFree(context->dctCosTable);
     context->dctCosTable = nullptr;

@@ -62,6 +62,8 @@ struct MoxThreadContext {
     void *dctPlans[32];  // of the float engine, by their lengths
     int dctPlanLengths[32];
     int dctNextPlan;
+    void *dctScratch;
+    int dctScratchSize;
 
     int fftScratchSizes[32];
     int fftScratch2Sizes[32];

@@ -110,9 +110,14 @@ MoxStatus transform(const OwnCaller &caller, const MoxImage *src, const MoxImage
 }  // namespace
 
 bool ownAcceptPlain(const OwnCaller &caller, const MoxImage *image) {
-    MoxImage unmasked = *image;
-    unmasked.maskROI = nullptr;
-    if (!ownAcceptImage(caller, &unmasked)) return false;
+    const MoxImage *unmasked = image;
+    MoxImage copy;
+    if (image->maskROI) {
+        copy = *image;
+        copy.maskROI = nullptr;
+        unmasked = &copy;
+    }
+    if (!ownAcceptImage(caller, unmasked)) return false;
     if (image->imageData) return true;
     ownReport(caller, MOX_StatusHeaderNoData, "Incorrect Image");
     return false;

@@ -2,7 +2,6 @@
 // transform of the samples in another order (Makhoul 1980): of two rows, then of two columns at a time, with vectors
 // across them. Blocks of 8 x 8 have a transform of their own (Lee 1984).
 #include <algorithm>
-#include <climits>
 #include <cmath>
 
 #include "core/owncpu.h"
@@ -32,10 +31,7 @@ class Transform {
           width_(job.width),
           height_(job.height),
           blocks_((int64_t{width_} + 2 * lanes_ - 1) / (2 * lanes_)),
-          blockStep_(pointsAt(height_)) {}
-    ~Transform() { moxFree(memory_); }
-    Transform(const Transform &) = delete;
-    Transform &operator=(const Transform &) = delete;
+          blockStep_(pointsAt(ownBlockPoints(height_))) {}
 
     bool prepare() {
         if (!ownFindDctPlan(width_)) return false;
@@ -43,16 +39,13 @@ class Transform {
         if (!alongColumn_) return false;
         alongRow_ = ownFindDctPlan(width_);
         if (!alongRow_) return false;
-        const int64_t points = 2 * int64_t{std::max(width_, height_)} + std::max(alongRow_->work, alongColumn_->work);
-        const int64_t floats = blocks_ * blockStep_ + pointsAt(points) + 8;
-        if (floats > INT_MAX) return false;
-        memory_ = moxsMalloc(static_cast<int>(floats));
-        if (!memory_) return false;
-        const auto address = reinterpret_cast<uintptr_t>(memory_);
-        middle_ = reinterpret_cast<float *>((address + 63) & ~uintptr_t{63});
+        const int64_t line = ownBlockPoints(std::max(width_, height_));
+        const int64_t points = 2 * line + std::max(alongRow_->work, alongColumn_->work);
+        middle_ = ownDctScratch(blocks_ * blockStep_ + pointsAt(points));
+        if (!middle_) return false;
         first_ = middle_ + blocks_ * blockStep_;
-        second_ = first_ + pointsAt(std::max(width_, height_));
-        work_ = second_ + pointsAt(std::max(width_, height_));
+        second_ = first_ + pointsAt(line);
+        work_ = second_ + pointsAt(line);
         return true;
     }
 
@@ -125,7 +118,7 @@ class Transform {
     const int width_, height_;
     const int64_t blocks_, blockStep_;
     const OwnFftPlan *alongRow_ = nullptr, *alongColumn_ = nullptr;
-    float *memory_ = nullptr, *middle_ = nullptr, *first_ = nullptr, *second_ = nullptr, *work_ = nullptr;
+    float *middle_ = nullptr, *first_ = nullptr, *second_ = nullptr, *work_ = nullptr;
     alignas(64) float tile_[2 * MOST_LANES * TILE];
 };
 
@@ -161,7 +154,9 @@ bool ownTakesFixedDct(const OwnDct2D &job) {
 }
 
 void ownFixedDct2D(const OwnDct2D &job) {
-    OwnDctBlock block = {};
+    OwnDctBlock block;
+    // Squares of 8 are transposed: what lies beyond a size of 4 is 0.
+    if (job.width == 4 || job.height == 4) block = {};
     const OwnFixedSamples &samples = ownFixedSamples();
     for (int y = 0; y < job.height; ++y)
         samples.load[job.src.depth](job.src.at(0, y), job.src.step, block.rows[y], job.width);

@@ -59,31 +59,64 @@ template <int n>
 constexpr FixedTable<n> FIXED_TABLE = makeFixedTable<n>();
 
 #if defined(__SSE2__)
+// Pairs of samples of eight columns, and sums over them.
+#if defined(__AVX2__)
+struct FixedSums {
+    using Pairs = __m256i;
+    __m256i all;
+    static Pairs interleave(__m128i a, __m128i b) {
+        return _mm256_set_m128i(_mm_unpackhi_epi16(a, b), _mm_unpacklo_epi16(a, b));
+    }
+    explicit FixedSums(int start) : all(_mm256_set1_epi32(start)) {}
+    void add(const Pairs &pairs, int32_t coefficients) {
+        all = _mm256_add_epi32(all, _mm256_madd_epi16(pairs, _mm256_set1_epi32(coefficients)));
+    }
+    void addRest(const FixedSums &rest) { all = _mm256_add_epi32(all, _mm256_srai_epi32(rest.all, FINER)); }
+    __m128i shifted(__m128i count) const {
+        const __m256i sums = _mm256_sra_epi32(all, count);
+        return _mm_packs_epi32(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    }
+};
+#else
+struct FixedSums {
+    struct Pairs {
+        __m128i low, high;
+    };
+    __m128i low, high;
+    static Pairs interleave(__m128i a, __m128i b) { return {_mm_unpacklo_epi16(a, b), _mm_unpackhi_epi16(a, b)}; }
+    explicit FixedSums(int start) : low(_mm_set1_epi32(start)), high(low) {}
+    void add(const Pairs &pairs, int32_t coefficients) {
+        const __m128i c = _mm_set1_epi32(coefficients);
+        low = _mm_add_epi32(low, _mm_madd_epi16(pairs.low, c));
+        high = _mm_add_epi32(high, _mm_madd_epi16(pairs.high, c));
+    }
+    void addRest(const FixedSums &rest) {
+        low = _mm_add_epi32(low, _mm_srai_epi32(rest.low, FINER));
+        high = _mm_add_epi32(high, _mm_srai_epi32(rest.high, FINER));
+    }
+    __m128i shifted(__m128i count) const {
+        return _mm_packs_epi32(_mm_sra_epi32(low, count), _mm_sra_epi32(high, count));
+    }
+};
+#endif
+
 // Eight columns: out[i] = the sum over j of coefficients[i][j] in[j], shifted with rounding and saturated.
 template <int n>
 void fixedColumns(const FixedPair (*pairs)[n / 2], int16_t (*rows)[OWN_DCT_LARGEST], int shift) {
-    __m128i low[n / 2], high[n / 2];
+    FixedSums::Pairs in[n / 2];
     for (int j = 0; j < n / 2; ++j) {
-        const __m128i a = _mm_load_si128(reinterpret_cast<const __m128i *>(rows[2 * j]));
-        const __m128i b = _mm_load_si128(reinterpret_cast<const __m128i *>(rows[2 * j + 1]));
-        low[j] = _mm_unpacklo_epi16(a, b);
-        high[j] = _mm_unpackhi_epi16(a, b);
+        in[j] = FixedSums::interleave(_mm_load_si128(reinterpret_cast<const __m128i *>(rows[2 * j])),
+                                      _mm_load_si128(reinterpret_cast<const __m128i *>(rows[2 * j + 1])));
     }
-    const __m128i half = _mm_set1_epi32(shift > 0 ? 1 << (shift - 1) : 0), count = _mm_cvtsi32_si128(shift);
-    const __m128i halfOfRest = _mm_set1_epi32(1 << (FINER - 1));
+    const __m128i count = _mm_cvtsi32_si128(shift);
     for (int i = 0; i < n; ++i) {
-        __m128i a = half, b = half, aRest = halfOfRest, bRest = halfOfRest;
+        FixedSums sums(shift > 0 ? 1 << (shift - 1) : 0), rest(1 << (FINER - 1));
         for (int j = 0; j < n / 2; ++j) {
-            const __m128i whole = _mm_set1_epi32(pairs[i][j].whole), rest = _mm_set1_epi32(pairs[i][j].rest);
-            a = _mm_add_epi32(a, _mm_madd_epi16(low[j], whole));
-            b = _mm_add_epi32(b, _mm_madd_epi16(high[j], whole));
-            aRest = _mm_add_epi32(aRest, _mm_madd_epi16(low[j], rest));
-            bRest = _mm_add_epi32(bRest, _mm_madd_epi16(high[j], rest));
+            sums.add(in[j], pairs[i][j].whole);
+            rest.add(in[j], pairs[i][j].rest);
         }
-        a = _mm_add_epi32(a, _mm_srai_epi32(aRest, FINER));
-        b = _mm_add_epi32(b, _mm_srai_epi32(bRest, FINER));
-        _mm_store_si128(reinterpret_cast<__m128i *>(rows[i]),
-                        _mm_packs_epi32(_mm_sra_epi32(a, count), _mm_sra_epi32(b, count)));
+        sums.addRest(rest);
+        _mm_store_si128(reinterpret_cast<__m128i *>(rows[i]), sums.shifted(count));
     }
 }
 

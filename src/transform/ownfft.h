@@ -68,3 +68,10 @@ const OwnFftPlan *ownFindDctPlan(int length);
 
 // The calling thread's scratch: a block of so many floats, aligned to 64 bytes, or null.
 float *ownFftScratch(int64_t floats);
+float *ownDctScratch(int64_t floats);
+
+// The points between two blocks of columns of so many rows: a few more than there are, so that blocks whose sizes are
+// powers of two do not fall on the same lines of a cache.
+inline int64_t ownBlockPoints(int64_t rows) {
+    return rows < 64 ? rows : rows + 5;
+}

@@ -27,7 +27,7 @@ class Transform {
           columns_((width_ + 1) / 2),
           blocks_((columns_ + lanes_ - 1) / lanes_),
           pointFloats_(2 * lanes_),
-          blockStep_(int64_t{height_} * pointFloats_) {}
+          blockStep_(ownBlockPoints(height_) * pointFloats_) {}
 
     // Plans and scratch: everything that may fail.
     bool prepare() {
@@ -38,8 +38,8 @@ class Transform {
         alongRow_ = ownFindFftPlan(width_);
         if (!alongRow_) return false;
         group_ = static_cast<int>(std::clamp<int64_t>(GROUP / blockStep_, 1, blocks_));
-        const int64_t rowPoints = 2 * int64_t{width_} + alongRow_->work;
-        const int64_t columnPoints = int64_t{group_} * height_ + alongColumn_->work;
+        const int64_t rowPoints = 2 * ownBlockPoints(width_) + alongRow_->work;
+        const int64_t columnPoints = group_ * ownBlockPoints(height_) + alongColumn_->work;
         const int64_t middle = blocks_ * blockStep_;
         const int64_t edges = 4 * int64_t{height_};
         middle_ = ownFftScratch(middle + (std::max(rowPoints, columnPoints)) * pointFloats_ + edges + 16);
@@ -66,7 +66,8 @@ class Transform {
     // ------------------------------------------------------------------------------------------------ rows of samples
 
     void readRows() {
-        float *points = scratch_, *spectrum = points + pointsAt(width_), *work = spectrum + pointsAt(width_);
+        const int64_t line = pointsAt(ownBlockPoints(width_));
+        float *points = scratch_, *spectrum = points + line, *work = spectrum + line;
         for (int y = 0; y < height_; y += 2 * lanes_) {
             const int count = std::min(2 * lanes_, height_ - y);
             spreadRows(y, count, points);
@@ -89,7 +90,8 @@ class Transform {
     }
 
     void writeRows() {
-        float *spectrum = scratch_, *points = spectrum + pointsAt(width_), *work = points + pointsAt(width_);
+        const int64_t line = pointsAt(ownBlockPoints(width_));
+        float *spectrum = scratch_, *points = spectrum + line, *work = points + line;
         for (int y = 0; y < height_; y += 2 * lanes_) {
             const int count = std::min(2 * lanes_, height_ - y);
             kernels_.join(middle_ + pointsAt(y), blockStep_, count, spectrum, width_);

@@ -222,17 +222,31 @@ const OwnFftPlan *ownFindDctPlan(int length) {
     return find(context->dctPlans, context->dctPlanLengths, &context->dctNextPlan, length, true);
 }
 
-float *ownFftScratch(int64_t floats) {
-    MoxThreadContext *context = ownGetContext();
+namespace {
+
+// A thread's block of at least so many floats: the one at hand, or a larger one in its place.
+float *findScratch(void **block, int *capacity, int64_t floats) {
     const int64_t size = floats + 8;  // a block of the heap is aligned to 32 bytes
     if (size > INT_MAX) return nullptr;
-    if (context->fftScratchSizes[0] < size) {
-        moxFree(context->fftScratch[0]);
-        context->fftScratchSizes[0] = 0;
-        context->fftScratch[0] = moxsMalloc(static_cast<int>(size));
-        if (!context->fftScratch[0]) return nullptr;
-        context->fftScratchSizes[0] = static_cast<int>(size);
+    if (*capacity < size) {
+        moxFree(*block);
+        *capacity = 0;
+        *block = moxsMalloc(static_cast<int>(size));
+        if (!*block) return nullptr;
+        *capacity = static_cast<int>(size);
     }
-    const auto address = reinterpret_cast<uintptr_t>(context->fftScratch[0]);
+    const auto address = reinterpret_cast<uintptr_t>(*block);
     return reinterpret_cast<float *>((address + 63) & ~uintptr_t{63});
+}
+
+}  // namespace
+
+float *ownFftScratch(int64_t floats) {
+    MoxThreadContext *context = ownGetContext();
+    return findScratch(&context->fftScratch[0], &context->fftScratchSizes[0], floats);
+}
+
+float *ownDctScratch(int64_t floats) {
+    MoxThreadContext *context = ownGetContext();
+    return findScratch(&context->dctScratch, &context->dctScratchSize, floats);
 }
