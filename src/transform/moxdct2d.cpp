@@ -7,9 +7,9 @@ namespace {
 
 bool liesInside(const MoxImage *image) {
     const MoxROI *roi = image->roi;
-    return !roi || (roi->xOffset >= 0 && roi->yOffset >= 0 && roi->width > 0 && roi->height > 0 &&
-                    int64_t{roi->xOffset} + roi->width <= image->width &&
-                    int64_t{roi->yOffset} + roi->height <= image->height);
+    return !roi ||
+           (roi->xOffset >= 0 && roi->yOffset >= 0 && roi->width > 0 && roi->height > 0 &&
+            int64_t{roi->xOffset} + roi->width <= image->width && int64_t{roi->yOffset} + roi->height <= image->height);
 }
 
 // The transform is as large as the source's region, and starts at the corner of the destination's.
@@ -33,6 +33,16 @@ const char *findFault(const MoxImage *src, const MoxImage *dst) {
     if (src->depth == MOX_DEPTH_1U || dst->depth == MOX_DEPTH_1U) return "\nImages with 1u depth are not processed";
     if (!hasGoodAlpha(src) || !hasGoodAlpha(dst)) return "\nAlpha channel may be 0 or number of channels";
     return areCompatible(src, dst) ? nullptr : "Images are not compatible";
+}
+
+// Refuses what no image in memory can be. Fields that a transform does not use may hold anything.
+bool accept(const OwnCaller &caller, const MoxImage *image) {
+    MoxImage used = *image;
+    used.origin = MOX_ORIGIN_TL;
+    used.align = 8;
+    used.imageSize = 1;
+    if (used.imageData) used.tileInfo = nullptr;
+    return ownAcceptPlain(caller, &used);
 }
 
 // False where memory ran out: the channel is as it was.
@@ -65,7 +75,7 @@ void MOX_CALL moxDCT2D(MoxImage *srcImage, MoxImage *dstImage, int flags) {
         ownReport(caller, MOX_StatusBadArgument, message);
         return;
     }
-    if (!ownAcceptPlain(caller, srcImage) || !ownAcceptPlain(caller, dstImage)) return;
+    if (!accept(caller, srcImage) || !accept(caller, dstImage)) return;
     // The channel of interest, where both images name one.
     if (ownHasCoi(srcImage) && ownHasCoi(dstImage)) {
         transformChannel(srcImage, ownFirstChannel(srcImage), dstImage, ownFirstChannel(dstImage), inverse);

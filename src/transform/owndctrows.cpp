@@ -31,8 +31,8 @@ void spread(const float *const *rows, int64_t x, int64_t n, int64_t length, bool
     }
 }
 
-// With z the spectrum of a + i b, A and B those of the real sequences: the sums are the real parts of A and B, turned by
-// the shift; at the mirrored frequency they are the imaginary ones, negated.
+// With z the spectrum of a + i b, A and B those of the real sequences: the sums are the real parts of A and B, turned
+// by the shift; at the mirrored frequency they are the imaginary ones, negated.
 void fromSpectrum(const float *points, const float *shift, int64_t length, float first, float scale, float *out) {
     const Point *z = ownPoints<LANES>(points);
     Point *to = ownPoints<LANES>(out);
@@ -65,22 +65,26 @@ void turn(const float *points, int64_t length, bool inverse, float *middle, int6
     const Point *from = ownPoints<LANES>(points);
     // Columns beyond the last one, which share points with it, are 0.
     const int64_t end = (length + 2 * LANES - 1) / (2 * LANES) * (2 * LANES);
-    for (int64_t x = 0; x < end; x += LANES) {
-        Vector a[LANES] = {}, b[LANES] = {};
-        for (int r = 0; r < LANES && x + r < length; ++r) {
-            const Point p = from[place(x + r, length, inverse)];
-            a[r] = inverse ? p.im : p.re;
-            b[r] = inverse ? p.re : p.im;
+    for (int64_t x = 0; x < end; x += 2 * LANES) {
+        for (int part = 0; part < 2; ++part) {
+            // A pair is a column and the next. Of an inverse transform the parts come out exchanged.
+            const int64_t column = x + (inverse ? 1 - part : part);
+            Vector a[LANES] = {}, b[LANES] = {};
+            for (int r = 0; r < LANES && column + 2 * r < length; ++r) {
+                const Point p = from[place(column + 2 * r, length, inverse)];
+                a[r] = inverse ? p.im : p.re;
+                b[r] = inverse ? p.re : p.im;
+            }
+            ownTranspose<LANES>(a);
+            ownTranspose<LANES>(b);
+            float *to = middle + x / (2 * LANES) * blockStep + part * LANES;
+            const auto write = [&](const Vector *v, int odd) {
+                for (int r = 0; r < LANES && 2 * r + odd < count; ++r)
+                    *reinterpret_cast<Vector *>(to + place(y + 2 * r + odd, height, !inverse) * 2 * LANES) = v[r];
+            };
+            write(a, 0);
+            write(b, 1);
         }
-        ownTranspose<LANES>(a);
-        ownTranspose<LANES>(b);
-        float *to = middle + x / (2 * LANES) * blockStep + (x / LANES % 2) * LANES;
-        const auto write = [&](const Vector *v, int64_t row, int n) {
-            for (int r = 0; r < LANES && r < n; ++r)
-                *reinterpret_cast<Vector *>(to + place(row + r, height, !inverse) * 2 * LANES) = v[r];
-        };
-        write(a, y, count);
-        write(b, y + LANES, count - LANES);
     }
 }
 
