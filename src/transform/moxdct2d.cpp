@@ -7,9 +7,9 @@ namespace {
 
 bool liesInside(const MoxImage *image) {
     const MoxROI *roi = image->roi;
-    return !roi || (roi->xOffset >= 0 && roi->yOffset >= 0 && roi->width > 0 && roi->height > 0 &&
-                    int64_t{roi->xOffset} + roi->width <= image->width &&
-                    int64_t{roi->yOffset} + roi->height <= image->height);
+    return !roi ||
+           (roi->xOffset >= 0 && roi->yOffset >= 0 && roi->width > 0 && roi->height > 0 &&
+            int64_t{roi->xOffset} + roi->width <= image->width && int64_t{roi->yOffset} + roi->height <= image->height);
 }
 
 // The transform is as large as the source's region, and starts at the corner of the destination's.

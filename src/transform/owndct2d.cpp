@@ -106,8 +106,7 @@ class Transform {
             }
             // Parts are exchanged.
             store(point + lanes_, at, job_.dst.step, static_cast<size_t>(std::min<int64_t>(n, lanes_)));
-            if (n > lanes_)
-                store(point, job_.dst.at(x + lanes_, y), job_.dst.step, static_cast<size_t>(n - lanes_));
+            if (n > lanes_) store(point, job_.dst.at(x + lanes_, y), job_.dst.step, static_cast<size_t>(n - lanes_));
         }
     }
 

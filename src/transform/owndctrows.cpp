@@ -31,8 +31,8 @@ void spread(const float *const *rows, int64_t x, int64_t n, int64_t length, bool
     }
 }
 
-// With z the spectrum of a + i b, A and B those of the real sequences: the sums are the real parts of A and B, turned by
-// the shift; at the mirrored frequency they are the imaginary ones, negated.
+// With z the spectrum of a + i b, A and B those of the real sequences: the sums are the real parts of A and B, turned
+// by the shift; at the mirrored frequency they are the imaginary ones, negated.
 void fromSpectrum(const float *points, const float *shift, int64_t length, float first, float scale, float *out) {
     const Point *z = ownPoints<LANES>(points);
     Point *to = ownPoints<LANES>(out);

@@ -9,9 +9,12 @@
 
 namespace {
 
-constexpr size_t TILE = 128;     // columns that are converted at a time
+constexpr size_t TILE = 128;  // columns that are converted at a time
 constexpr int MOST_LANES = 16;
-constexpr int64_t GROUP = 1 << 16;  // floats of columns that are transformed before they are stored
+// Columns are transformed a few blocks at a time before they are stored, so that whole cache lines are: at least so
+// many blocks, or as many as make so many floats.
+constexpr int64_t GROUP = 4;
+constexpr int64_t GROUP_FLOATS = 1 << 16;
 
 const float ZEROS[TILE] = {};
 
@@ -36,7 +39,7 @@ class Transform {
         if (!alongColumn_) return false;
         alongRow_ = ownFindFftPlan(width_);
         if (!alongRow_) return false;
-        group_ = static_cast<int>(std::clamp<int64_t>(GROUP / blockStep_, 1, blocks_));
+        group_ = static_cast<int>(std::min<int64_t>(std::max(GROUP_FLOATS / blockStep_, GROUP), blocks_));
         const int64_t rowPoints = 2 * ownBlockPoints(width_) + alongRow_->work;
         const int64_t columnPoints = group_ * ownBlockPoints(height_) + alongColumn_->work;
         const int64_t middle = blocks_ * blockStep_;
@@ -104,7 +107,8 @@ class Transform {
             const int64_t n = std::min<int64_t>(TILE, width_ - x);
             float *rows[2 * MOST_LANES];
             for (int r = 0; r < count; ++r) {
-                rows[r] = direct ? reinterpret_cast<float *>(job_.dst.at(x, y + r)) : tile_ + r * static_cast<int>(TILE);
+                rows[r] =
+                    direct ? reinterpret_cast<float *>(job_.dst.at(x, y + r)) : tile_ + r * static_cast<int>(TILE);
             }
             // Parts are exchanged: the first rows are the imaginary ones.
             kernels_.gather(points + pointsAt(x) + lanes_, n, rows, std::min(count, lanes_), scale_);
@@ -160,7 +164,8 @@ class Transform {
 
     bool hasLastColumn() const { return width_ % 2 == 0; }
 
-    // The two real columns, from the first lane of the first block, which is the spectrum of one plus i times the other.
+    // The two real columns, from the first lane of the first block, which is the spectrum of one plus i times the
+    // other.
     void storeEdges() {
         float *first = edge_, *last = edge_ + height_;
         const float im = job_.inverse ? -scale_ : scale_;

@@ -276,10 +276,8 @@ void unpack(const float *pairs, float *point, float re, float im) {
     }
 }
 
-#define OWN_FFT_ROWS(lanes)                                                                                   \
-    {                                                                                                         \
-        lanes, transform<lanes>, spread<lanes>, gather<lanes>, split<lanes>, join<lanes>, pack<lanes>, unpack<lanes> \
-    }
+#define OWN_FFT_ROWS(lanes) \
+    { lanes, transform<lanes>, spread<lanes>, gather<lanes>, split<lanes>, join<lanes>, pack<lanes>, unpack<lanes> }
 
 }  // namespace
 
