@@ -12,6 +12,7 @@ std::vector<Row> allRows() {
     addBitRows(&rows);
     addFilterRows(&rows);
     addBitmapRows(&rows);
+    addTransformRows(&rows);
     addLevelRows(&rows);
     addCallRows(&rows);
     return rows;

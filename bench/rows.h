@@ -36,6 +36,7 @@ void addMaskRows(std::vector<Row> *rows);
 void addMoveRows(std::vector<Row> *rows);
 void addRegionRows(std::vector<Row> *rows);
 void addTileRows(std::vector<Row> *rows);
+void addTransformRows(std::vector<Row> *rows);
 
 std::vector<Row> allRows();
 

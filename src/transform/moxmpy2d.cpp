@@ -52,8 +52,7 @@ void multiply(const OwnPlane &a, const OwnPlane &b, const OwnPlane &d) {
     if (width == 0 || height == 0) return;
     for (int x = 0; x < width; x += width % 2 == 0 ? width - 1 : width) {
         rows.real[a.depth](productsAt(a, b, d, x, 0, true));
-        if (height > 2)
-            rows.pairs[a.depth](productsAt(a, b, d, x, 1, true), static_cast<size_t>((height - 1) / 2));
+        if (height > 2) rows.pairs[a.depth](productsAt(a, b, d, x, 1, true), static_cast<size_t>((height - 1) / 2));
         if (height % 2 == 0) rows.real[a.depth](productsAt(a, b, d, x, height - 1, true));
     }
     if (width <= 2) return;

@@ -60,7 +60,8 @@ MoxStatus checkHeaders(const OwnCaller &caller, const Images &images) {
             return refuse(caller, MOX_StatusBadArgument, "Tiled image not supported: %s.", images.name(i));
     }
     for (int i = 1; i <= BANDS; ++i) {
-        if (images.image(i)->roi) return refuse(caller, MOX_StatusHeaderRoiSize, "Error %s->roi != NULL.", images.name(i));
+        if (images.image(i)->roi)
+            return refuse(caller, MOX_StatusHeaderRoiSize, "Error %s->roi != NULL.", images.name(i));
     }
     for (int i = 0; i <= BANDS; ++i) {
         if (images.image(i)->depth != (i == 0 ? MOX_DEPTH_8U : MOX_DEPTH_32F)) {
@@ -76,11 +77,13 @@ MoxStatus checkHeaders(const OwnCaller &caller, const Images &images) {
 }
 
 // Bands are half as large as the region, an odd size being rounded up.
-MoxStatus checkSize(const OwnCaller &caller, const Images &images, int MoxImage::*size, int64_t whole, const char *name) {
+MoxStatus checkSize(const OwnCaller &caller, const Images &images, int MoxImage::*size, int64_t whole,
+                    const char *name) {
     for (int i = 0; i < BANDS; ++i) {
         if (images.bands[i]->*size == (whole + 1) / 2) continue;
         return refuse(caller, MOX_StatusHeaderSize,
-                      whole % 2 == 0 ? "Error actual%s(%s) != actual%s(%s) / 2." : "Error actual%s(%s) != (actual%s(%s) + 1) / 2.",
+                      whole % 2 == 0 ? "Error actual%s(%s) != actual%s(%s) / 2."
+                                     : "Error actual%s(%s) != (actual%s(%s) + 1) / 2.",
                       name, images.bandNames[i], name, images.wholeName);
     }
     return MOX_StatusNoError;

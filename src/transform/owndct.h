@@ -31,8 +31,8 @@ struct OwnFixedSamples {
 };
 const OwnFixedSamples &ownFixedSamples();
 
-// A level's kernels. Points have as many lanes as those of the level's Fourier transform, real and imaginary parts being
-// two sequences.
+// A level's kernels. Points have as many lanes as those of the level's Fourier transform, real and imaginary parts
+// being two sequences.
 struct OwnDctRows {
     // Up to `lanes` rows into the points of one part: column x + i goes to point x + i, or, in the order in which the
     // Fourier transform wants them, evens upwards and odds downwards.

@@ -1,6 +1,6 @@
-// The cosine transform of a block in 16-bit integers, for the kernel file. Both directions are products with a matrix of
-// 16-bit coefficients and what these leave: sums in 32 bits, and between the two directions as many fractional bits as the block's largest
-// sample leaves room for.
+// The cosine transform of a block in 16-bit integers, for the kernel file. Both directions are products with a matrix
+// of 16-bit coefficients and what these leave: sums in 32 bits, and between the two directions as many fractional bits
+// as the block's largest sample leaves room for.
 #pragma once
 
 #include "frame/ownsample.h"

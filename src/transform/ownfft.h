@@ -34,9 +34,9 @@ int64_t ownFftPlanBytes(int length, bool cosine);
 // Makes the plan in memory of so many bytes, aligned to 8.
 const OwnFftPlan *ownMakeFftPlan(void *memory, int length, bool cosine);
 
-// The kernels for points of `lanes` sequences. A point is lanes real parts, then lanes imaginary parts; blocks of points
-// are aligned to 64 bytes. A plane of rows becomes a middle form of blocks: block b has for every row one point, the
-// columns from b * lanes on.
+// The kernels for points of `lanes` sequences. A point is lanes real parts, then lanes imaginary parts; blocks of
+// points are aligned to 64 bytes. A plane of rows becomes a middle form of blocks: block b has for every row one point,
+// the columns from b * lanes on.
 struct OwnFftRows {
     int lanes;
 

@@ -12,7 +12,10 @@ namespace {
 
 constexpr size_t TILE = 128;  // columns that are converted at a time
 constexpr int MOST_LANES = 16;
-constexpr int64_t GROUP = 1 << 16;  // floats of columns that are transformed before they are stored
+// Columns are transformed a few blocks at a time before they are stored, so that whole cache lines are: at least so
+// many blocks, or as many as make so many floats.
+constexpr int64_t GROUP = 4;
+constexpr int64_t GROUP_FLOATS = 1 << 16;
 
 const float ZEROS[TILE] = {};
 
@@ -37,7 +40,7 @@ class Transform {
         if (!alongColumn_) return false;
         alongRow_ = ownFindFftPlan(width_);
         if (!alongRow_) return false;
-        group_ = static_cast<int>(std::clamp<int64_t>(GROUP / blockStep_, 1, blocks_));
+        group_ = static_cast<int>(std::min<int64_t>(std::max(GROUP_FLOATS / blockStep_, GROUP), blocks_));
         const int64_t rowPoints = 2 * ownBlockPoints(width_) + alongRow_->work;
         const int64_t columnPoints = group_ * ownBlockPoints(height_) + alongColumn_->work;
         const int64_t middle = blocks_ * blockStep_;

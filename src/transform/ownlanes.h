@@ -45,8 +45,7 @@ struct OwnCountTo<0, i...> {
 template <int block, bool odd, class Vector, int... i>
 [[gnu::always_inline]] inline Vector ownBlocksOf(Vector a, Vector b, OwnIndices<i...>) {
     constexpr int n = sizeof...(i);
-    return __builtin_shufflevector(a, b,
-                                   ((i & block) != 0 ? n + (odd ? i : i - block) : (odd ? i + block : i))...);
+    return __builtin_shufflevector(a, b, ((i & block) != 0 ? n + (odd ? i : i - block) : (odd ? i + block : i))...);
 }
 // Of each quarter (four lanes) of two vectors, the lower or the upper halves by turns.
 template <bool upper, class Vector, int... i>
@@ -63,7 +62,8 @@ template <int lanes>
         using All = typename OwnCountTo<lanes>::Type;
         for (int r = 0; r < lanes; r += 4) {
             const Vector a = ownUnpack<false>(v[r], v[r + 1], All{}), b = ownUnpack<true>(v[r], v[r + 1], All{});
-            const Vector c = ownUnpack<false>(v[r + 2], v[r + 3], All{}), d = ownUnpack<true>(v[r + 2], v[r + 3], All{});
+            const Vector c = ownUnpack<false>(v[r + 2], v[r + 3], All{}),
+                         d = ownUnpack<true>(v[r + 2], v[r + 3], All{});
             v[r] = ownBlocksOf<2, false>(a, c, All{});
             v[r + 1] = ownBlocksOf<2, true>(a, c, All{});
             v[r + 2] = ownBlocksOf<2, false>(b, d, All{});

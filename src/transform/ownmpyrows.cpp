@@ -59,12 +59,12 @@ void pairs(const OwnProducts &at, size_t n) {
     }
 }
 
-constexpr int LANES = OWN_LANES;
-typedef OwnLanes<LANES>::Vector Vector;
-typedef uint32_t Bits __attribute__((vector_size(4 * LANES)));
-
-template <int... i>
-[[gnu::always_inline]] inline Vector multiply(Vector a, Vector b, OwnIndices<i...>) {
+template <int lanes, int... i>
+[[gnu::always_inline]] inline typename OwnLanes<lanes>::Vector multiply(typename OwnLanes<lanes>::Vector a,
+                                                                        typename OwnLanes<lanes>::Vector b,
+                                                                        OwnIndices<i...>) {
+    typedef typename OwnLanes<lanes>::Vector Vector;
+    typedef uint32_t Bits __attribute__((vector_size(4 * lanes)));
     const Vector re = __builtin_shufflevector(a, a, (i & ~1)...), im = __builtin_shufflevector(a, a, (i | 1)...);
     const Vector other = __builtin_shufflevector(b, b, (i ^ 1)...);
     constexpr Bits signs = {(i % 2 == 0 ? 0x80000000u : 0u)...};
@@ -72,21 +72,29 @@ template <int... i>
     return re * b + (Vector)((Bits)product ^ signs);
 }
 
-// Samples that follow one another. The destination may be a source: both are read before it is written.
+// As many whole vectors as there are. The destination may be a source: both are read before it is written.
+template <int lanes>
+[[gnu::always_inline]] inline void vectors(OwnProducts *p, size_t *n) {
+    typedef typename OwnLanes<lanes>::Vector Vector;
+    for (; *n >= lanes / 2; *n -= lanes / 2) {
+        Vector a, b;
+        std::memcpy(&a, p->a, sizeof a);
+        std::memcpy(&b, p->b, sizeof b);
+        const Vector d = multiply<lanes>(a, b, typename OwnCountTo<lanes>::Type{});
+        std::memcpy(p->d, &d, sizeof d);
+        p->a += sizeof d;
+        p->b += sizeof d;
+        p->d += sizeof d;
+    }
+}
+
+// Samples that follow one another.
 void pairsOfFloats(const OwnProducts &at, size_t n) {
     if (at.aStep != 4 || at.bStep != 4 || at.dStep != 4) return pairs<Own32F>(at, n);
-    constexpr size_t step = LANES / 2;
     OwnProducts p = at;
-    for (; n >= step; n -= step) {
-        Vector a, b;
-        std::memcpy(&a, p.a, sizeof a);
-        std::memcpy(&b, p.b, sizeof b);
-        const Vector d = multiply(a, b, OwnCountTo<LANES>::Type{});
-        std::memcpy(p.d, &d, sizeof d);
-        p.a += sizeof d;
-        p.b += sizeof d;
-        p.d += sizeof d;
-    }
+    vectors<OWN_LANES>(&p, &n);
+    if constexpr (OWN_LANES > 8) vectors<8>(&p, &n);
+    if constexpr (OWN_LANES > 4) vectors<4>(&p, &n);
     pairs<Own32F>(p, n);
 }
 
@@ -103,8 +111,7 @@ void real(const OwnProducts &p) {
 }  // namespace
 
 extern const OwnMpyRows mpyRows;
-const OwnMpyRows mpyRows = {
-    {nullptr, nullptr, pairs<Own8S>, nullptr, pairs<Own16S>, pairs<Own32S>, pairsOfFloats},
-    {nullptr, nullptr, real<Own8S>, nullptr, real<Own16S>, real<Own32S>, real<Own32F>}};
+const OwnMpyRows mpyRows = {{nullptr, nullptr, pairs<Own8S>, nullptr, pairs<Own16S>, pairs<Own32S>, pairsOfFloats},
+                            {nullptr, nullptr, real<Own8S>, nullptr, real<Own16S>, real<Own32S>, real<Own32F>}};
 
 }  // namespace OWN_LEVEL
