@@ -184,10 +184,14 @@ static long double scaleOf(const RefPlane &plane, int flags) {
     return isScaled(flags) ? 1.0L / (static_cast<long double>(plane.width) * plane.height) : 1.0L;
 }
 
-// The error of every step spreads over all numbers of the plane, and there are as many steps as the logarithm says.
+// The error of every step spreads over all numbers of the plane, and there are as many steps as the logarithm says. Of
+// samples that are all alike the errors are too, and add up as the samples do.
 RefBound refFloatFftBound(const RefPlane &plane, int flags) {
     const long double unit = std::ldexp(1.0L, -24), steps = std::log2(1.0L + plane.width * 1.0L * plane.height);
-    return {unit * (4 + 3 * steps) * plane.norm() * scaleOf(plane, flags) * 1.5L, unit * 4};
+    long double sum = 0;
+    for (long double sample : plane.samples)
+        sum += std::fabs(sample);
+    return {unit * ((4 + 3 * steps) * 1.5L * plane.norm() + 3 * sum) * scaleOf(plane, flags), unit * 4};
 }
 
 // A product of a sample and a factor of 14 fractional bits is off by half a unit of the factor's last place, times the
