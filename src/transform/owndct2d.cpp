@@ -83,8 +83,10 @@ class Transform {
             const float *rows[2 * MOST_LANES];
             ownLoadRows(job_.src, x, y, count, n, tile_, TILE, rows);
             std::fill(rows + count, rows + 2 * lanes_, ZEROS);
+            const float *paired[2 * MOST_LANES];
+            ownPairRows(rows, lanes_, paired);
             for (int part = 0; part < 2; ++part) {
-                rows_.spread(rows + part * lanes_, x, static_cast<int64_t>(n), width_, !job_.inverse,
+                rows_.spread(paired + part * lanes_, x, static_cast<int64_t>(n), width_, !job_.inverse,
                              first_ + part * lanes_);
             }
         }
@@ -100,13 +102,13 @@ class Transform {
         for (int64_t y = 0; y < height_; ++y) {
             const float *point = result + pointsAt(job_.inverse ? ownDctPlace(y, height_) : y);
             char *at = job_.dst.at(x, y);
-            if (!job_.inverse) {
-                store(point, at, job_.dst.step, static_cast<size_t>(n));
+            if (job_.dst.isFloats() && n == 2 * lanes_) {
+                rows_.pairs(point, job_.inverse, reinterpret_cast<float *>(at));
                 continue;
             }
-            // Parts are exchanged.
-            store(point + lanes_, at, job_.dst.step, static_cast<size_t>(std::min<int64_t>(n, lanes_)));
-            if (n > lanes_) store(point, job_.dst.at(x + lanes_, y), job_.dst.step, static_cast<size_t>(n - lanes_));
+            float samples[2 * MOST_LANES];
+            rows_.pairs(point, job_.inverse, samples);
+            store(samples, at, job_.dst.step, static_cast<size_t>(n));
         }
     }
 

@@ -84,8 +84,10 @@ class Transform {
             const float *rows[2 * MOST_LANES];
             ownLoadRows(job_.src, x, y, count, n, tile_, TILE, rows);
             std::fill(rows + count, rows + 2 * lanes_, ZEROS);
-            kernels_.spread(rows, static_cast<int64_t>(n), points + pointsAt(x));
-            kernels_.spread(rows + lanes_, static_cast<int64_t>(n), points + pointsAt(x) + lanes_);
+            const float *paired[2 * MOST_LANES];
+            ownPairRows(rows, lanes_, paired);
+            kernels_.spread(paired, static_cast<int64_t>(n), points + pointsAt(x));
+            kernels_.spread(paired + lanes_, static_cast<int64_t>(n), points + pointsAt(x) + lanes_);
         }
     }
 
@@ -110,9 +112,12 @@ class Transform {
                 rows[r] =
                     direct ? reinterpret_cast<float *>(job_.dst.at(x, y + r)) : tile_ + r * static_cast<int>(TILE);
             }
-            // Parts are exchanged: the first rows are the imaginary ones.
-            kernels_.gather(points + pointsAt(x) + lanes_, n, rows, std::min(count, lanes_), scale_);
-            if (count > lanes_) kernels_.gather(points + pointsAt(x), n, rows + lanes_, count - lanes_, scale_);
+            float *paired[2 * MOST_LANES];
+            std::fill(rows + count, rows + 2 * lanes_, nullptr);
+            ownPairRows(rows, lanes_, paired);
+            // Parts are exchanged: the first rows of pairs are the imaginary ones.
+            kernels_.gather(points + pointsAt(x) + lanes_, n, paired, (count + 1) / 2, scale_);
+            kernels_.gather(points + pointsAt(x), n, paired + lanes_, count / 2, scale_);
             for (int r = 0; !direct && r < count; ++r)
                 store(rows[r], job_.dst.at(x, y + r), job_.dst.step, static_cast<size_t>(n));
         }
