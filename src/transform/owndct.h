@@ -45,6 +45,8 @@ struct OwnDctRows {
     // points are in the Fourier transform's order, their parts exchanged; of a forward one rows are put into it.
     void (*turn)(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
                  int64_t height, int count);
+    // The two sequences of every lane side by side, 2 * lanes floats; exchanged where parts are.
+    void (*pairs)(const float *point, bool exchanged, float *out);
 
     // 8 x 8 floats, rows at these places.
     void (*eight)(const float *const *in, float *const *out, bool inverse);

@@ -54,11 +54,10 @@ class Transform {
     void run() {
         const double s = 1 / std::sqrt(static_cast<double>(width_) * height_);
         constexpr float half = 0.70710678118654752440f;
-        constexpr float root = 1.41421356237309504880f;
-        const auto first = static_cast<float>(s);
-        const auto other = static_cast<float>(s * (job_.inverse ? 0.70710678118654752440 : 1.41421356237309504880));
+        const auto first = static_cast<float>(s * (job_.inverse ? 1 : 1.41421356237309504880));
+        const auto other = static_cast<float>(s * (job_.inverse ? 0.70710678118654752440 : 2));
         for (int y = 0; y < height_; y += 2 * lanes_)
-            runRows(y, std::min(2 * lanes_, height_ - y), job_.inverse ? first : 1.0f, job_.inverse ? other : root);
+            runRows(y, std::min(2 * lanes_, height_ - y), job_.inverse ? first : half, job_.inverse ? other : 1.0f);
         for (int64_t block = 0; block < blocks_; ++block)
             runColumns(block, job_.inverse ? 1.0f : first, job_.inverse ? half : other);
     }
@@ -81,14 +80,14 @@ class Transform {
     void runRows(int y, int count, float first, float scale) {
         for (int64_t x = 0; x < width_; x += static_cast<int64_t>(TILE)) {
             const auto n = static_cast<size_t>(std::min<int64_t>(TILE, width_ - x));
-            const float *rows[2 * MOST_LANES], *parts[2][MOST_LANES];
+            const float *rows[2 * MOST_LANES];
             ownLoadRows(job_.src, x, y, count, n, tile_, TILE, rows);
             std::fill(rows + count, rows + 2 * lanes_, ZEROS);
-            // A pair is a row and the next, however many pairs there are.
-            for (int r = 0; r < 2 * lanes_; ++r)
-                parts[r % 2][r / 2] = rows[r];
+            const float *paired[2 * MOST_LANES];
+            ownPairRows(rows, lanes_, paired);
             for (int part = 0; part < 2; ++part) {
-                rows_.spread(parts[part], x, static_cast<int64_t>(n), width_, !job_.inverse, first_ + part * lanes_);
+                rows_.spread(paired + part * lanes_, x, static_cast<int64_t>(n), width_, !job_.inverse,
+                             first_ + part * lanes_);
             }
         }
         const float *result = transform(*alongRow_, first_, second_, first, scale);
@@ -102,9 +101,14 @@ class Transform {
         const auto store = ownSampleRows().store[job_.dst.depth];
         for (int64_t y = 0; y < height_; ++y) {
             const float *point = result + pointsAt(job_.inverse ? ownDctPlace(y, height_) : y);
+            char *at = job_.dst.at(x, y);
+            if (job_.dst.isFloats() && n == 2 * lanes_) {
+                rows_.pairs(point, job_.inverse, reinterpret_cast<float *>(at));
+                continue;
+            }
             float samples[2 * MOST_LANES];
-            fft_.pack(point, samples, 1.0f, 1.0f);
-            store(samples, job_.dst.at(x, y), job_.dst.step, static_cast<size_t>(n));
+            rows_.pairs(point, job_.inverse, samples);
+            store(samples, at, job_.dst.step, static_cast<size_t>(n));
         }
     }
 

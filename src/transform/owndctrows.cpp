@@ -63,15 +63,12 @@ void toSpectrum(const float *points, const float *shift, int64_t length, float f
 void turn(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
           int64_t height, int count) {
     const Point *from = ownPoints<LANES>(points);
-    // Columns beyond the last one, which share points with it, are 0.
-    const int64_t end = (length + 2 * LANES - 1) / (2 * LANES) * (2 * LANES);
-    for (int64_t x = 0; x < end; x += 2 * LANES) {
+    for (int64_t x = 0; x < length; x += 2 * LANES) {
         for (int part = 0; part < 2; ++part) {
-            // A pair is a column and the next. Of an inverse transform the parts come out exchanged.
-            const int64_t column = x + (inverse ? 1 - part : part);
+            // Columns beyond the last one, which share points with it, are 0.
             Vector a[LANES] = {}, b[LANES] = {};
-            for (int r = 0; r < LANES && column + 2 * r < length; ++r) {
-                const Point p = from[place(column + 2 * r, length, inverse)];
+            for (int r = 0; r < LANES && x + 2 * r + part < length; ++r) {
+                const Point p = from[place(x + 2 * r + part, length, inverse)];
                 a[r] = inverse ? p.im : p.re;
                 b[r] = inverse ? p.re : p.im;
             }
@@ -86,6 +83,19 @@ void turn(const float *points, int64_t length, bool inverse, float *middle, int6
             write(b, 1);
         }
     }
+}
+
+template <bool second, int... i>
+[[gnu::always_inline]] inline Vector interleave(Vector a, Vector b, OwnIndices<i...>) {
+    return __builtin_shufflevector(a, b, ((second ? LANES / 2 : 0) + i / 2 + (i % 2 != 0 ? LANES : 0))...);
+}
+
+void pairs(const float *point, bool exchanged, float *out) {
+    const Point *p = ownPoints<LANES>(point);
+    const Vector a = exchanged ? p->im : p->re, b = exchanged ? p->re : p->im;
+    using All = OwnCountTo<LANES>::Type;
+    ownStoreLoose<LANES>(out, interleave<false>(a, b, All{}));
+    ownStoreLoose<LANES>(out + LANES, interleave<true>(a, b, All{}));
 }
 
 // -------------------------------------------------------------------------------------------------------- 8 x 8 floats
@@ -212,6 +222,6 @@ void eight(const float *const *in, float *const *out, bool inverse) {
 }  // namespace
 
 extern const OwnDctRows dctRows;
-const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, turn, eight, fixedBlock};
+const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, turn, pairs, eight, fixedBlock};
 
 }  // namespace OWN_LEVEL

@@ -47,9 +47,10 @@ struct OwnFftRows {
     void (*spread)(const float *const *rows, int64_t n, float *points);
     void (*gather)(const float *points, int64_t n, float *const *rows, int count, float scale);
 
-    // Spectra of two times `lanes` real sequences, whose transform is of one plus i times the other, to rows of the
-    // middle form; and back, with real and imaginary parts exchanged. Frequency 0 has that of length / 2 in the place
-    // of its imaginary part, which is 0. Of the sequences, count are wanted.
+    // Spectra of two times `lanes` real sequences, whose transform is of one plus i times the next, to rows of the
+    // middle form (neighbours go together, so that results do not depend on the number of lanes); and back, with real
+    // and imaginary parts exchanged. Frequency 0 has that of length / 2 in the place of its imaginary part, which is 0.
+    // Of the sequences, count are wanted.
     void (*split)(const float *points, int length, float *middle, int64_t blockStep, int count);
     void (*join)(const float *middle, int64_t blockStep, int count, float *points, int length);
 

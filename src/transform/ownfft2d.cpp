@@ -1,7 +1,6 @@
-// The float engine. Rows are real sequences, transformed two by two as one complex one, each with the next, however
-// many pairs there are in a vector; columns are complex, but for those of frequencies 0 and width / 2, which are real
-// and make one complex sequence together. Blocks of rows, then of columns, are transposed so that a lane of a vector is
-// a row or a column.
+// The float engine. Rows are real sequences, transformed two by two as one complex one; columns are complex, but for
+// those of frequencies 0 and width / 2, which are real and make one complex sequence together. Blocks of rows, then of
+// columns, are transposed so that a lane of a vector is a row or a column.
 #include <algorithm>
 #include <cstring>
 
@@ -82,13 +81,13 @@ class Transform {
     void spreadRows(int y, int count, float *points) {
         for (int64_t x = 0; x < width_; x += static_cast<int64_t>(TILE)) {
             const auto n = static_cast<size_t>(std::min<int64_t>(TILE, width_ - x));
-            const float *rows[2 * MOST_LANES], *parts[2][MOST_LANES];
+            const float *rows[2 * MOST_LANES];
             ownLoadRows(job_.src, x, y, count, n, tile_, TILE, rows);
             std::fill(rows + count, rows + 2 * lanes_, ZEROS);
-            for (int r = 0; r < 2 * lanes_; ++r)
-                parts[r % 2][r / 2] = rows[r];
-            kernels_.spread(parts[0], static_cast<int64_t>(n), points + pointsAt(x));
-            kernels_.spread(parts[1], static_cast<int64_t>(n), points + pointsAt(x) + lanes_);
+            const float *paired[2 * MOST_LANES];
+            ownPairRows(rows, lanes_, paired);
+            kernels_.spread(paired, static_cast<int64_t>(n), points + pointsAt(x));
+            kernels_.spread(paired + lanes_, static_cast<int64_t>(n), points + pointsAt(x) + lanes_);
         }
     }
 
@@ -108,16 +107,19 @@ class Transform {
         const auto store = ownSampleRows().store[job_.dst.depth];
         for (int64_t x = 0; x < width_; x += static_cast<int64_t>(TILE)) {
             const int64_t n = std::min<int64_t>(TILE, width_ - x);
-            float *parts[2][MOST_LANES];
+            float *rows[2 * MOST_LANES];
             for (int r = 0; r < count; ++r) {
-                parts[r % 2][r / 2] =
+                rows[r] =
                     direct ? reinterpret_cast<float *>(job_.dst.at(x, y + r)) : tile_ + r * static_cast<int>(TILE);
             }
-            // Parts are exchanged: the even rows are the imaginary ones.
-            kernels_.gather(points + pointsAt(x) + lanes_, n, parts[0], (count + 1) / 2, scale_);
-            if (count > 1) kernels_.gather(points + pointsAt(x), n, parts[1], count / 2, scale_);
+            float *paired[2 * MOST_LANES];
+            std::fill(rows + count, rows + 2 * lanes_, nullptr);
+            ownPairRows(rows, lanes_, paired);
+            // Parts are exchanged: the first rows of pairs are the imaginary ones.
+            kernels_.gather(points + pointsAt(x) + lanes_, n, paired, (count + 1) / 2, scale_);
+            kernels_.gather(points + pointsAt(x), n, paired + lanes_, count / 2, scale_);
             for (int r = 0; !direct && r < count; ++r)
-                store(parts[r % 2][r / 2], job_.dst.at(x, y + r), job_.dst.step, static_cast<size_t>(n));
+                store(rows[r], job_.dst.at(x, y + r), job_.dst.step, static_cast<size_t>(n));
         }
     }
 

@@ -183,9 +183,10 @@ void split(const float *points, int length, float *middle, int64_t blockStep, in
     using Vector = typename OwnLanes<lanes>::Vector;
     const OwnPoint<lanes> *z = ownPoints<lanes>(points);
     const int columns = (length + 1) / 2;
-    const auto write = [&](OwnPoint<lanes> *to, int from, const Vector *re, const Vector *im) {
-        for (int r = 0; r < lanes && 2 * r + from < count; ++r)
-            to[2 * r + from] = {re[r], im[r]};
+    const auto write = [&](int odd, const Vector *re, const Vector *im) {
+        OwnPoint<lanes> *to = ownPoints<lanes>(middle) + odd;
+        for (int r = 0; r < lanes && 2 * r + odd < count; ++r)
+            to[2 * r] = {re[r], im[r]};
     };
     for (int first = 0; first < columns; first += lanes, middle += blockStep) {
         Vector xRe[lanes], xIm[lanes], yRe[lanes], yIm[lanes];
@@ -196,10 +197,10 @@ void split(const float *points, int length, float *middle, int64_t blockStep, in
         }
         ownTranspose<lanes>(xRe);
         ownTranspose<lanes>(xIm);
-        write(ownPoints<lanes>(middle), 0, xRe, xIm);
+        write(0, xRe, xIm);
         ownTranspose<lanes>(yRe);
         ownTranspose<lanes>(yIm);
-        write(ownPoints<lanes>(middle), 1, yRe, yIm);
+        write(1, yRe, yIm);
     }
 }
 
@@ -221,18 +222,19 @@ void join(const float *middle, int64_t blockStep, int count, float *points, int 
     using Vector = typename OwnLanes<lanes>::Vector;
     OwnPoint<lanes> *z = ownPoints<lanes>(points);
     const int columns = (length + 1) / 2;
-    const auto read = [&](const OwnPoint<lanes> *points_, int from, Vector *re, Vector *im) {
+    const auto read = [&](int odd, Vector *re, Vector *im) {
+        const OwnPoint<lanes> *from = ownPoints<lanes>(middle) + odd;
         for (int r = 0; r < lanes; ++r) {
-            const int row = 2 * r + from;
-            re[r] = row < count ? points_[row].re : Vector{}, im[r] = row < count ? points_[row].im : Vector{};
+            const bool wanted = 2 * r + odd < count;
+            re[r] = wanted ? from[2 * r].re : Vector{}, im[r] = wanted ? from[2 * r].im : Vector{};
         }
         ownTranspose<lanes>(re);
         ownTranspose<lanes>(im);
     };
     for (int first = 0; first < columns; first += lanes, middle += blockStep) {
         Vector xRe[lanes], xIm[lanes], yRe[lanes], yIm[lanes];
-        read(ownPoints<lanes>(middle), 0, xRe, xIm);
-        read(ownPoints<lanes>(middle), 1, yRe, yIm);
+        read(0, xRe, xIm);
+        read(1, yRe, yIm);
         const int n = columns - first < lanes ? columns - first : lanes;
         for (int r = 0; r < n; ++r)
             unite<lanes>(z, length, first + r, {xRe[r], xIm[r]}, {yRe[r], yIm[r]});

@@ -32,3 +32,10 @@ const OwnSampleRows &ownSampleRows();
 // which has room for most floats a row.
 void ownLoadRows(const OwnPlane &plane, int64_t x, int64_t y, int count, size_t n, float *copies, size_t most,
                  const float **rows);
+
+// Rows by twos: the first ones of all pairs, then the second ones.
+template <class Row>
+void ownPairRows(const Row *rows, int lanes, Row *paired) {
+    for (int r = 0; r < 2 * lanes; ++r)
+        paired[r % 2 * lanes + r / 2] = rows[r];
+}
