@@ -35,6 +35,16 @@ const char *findFault(const MoxImage *src, const MoxImage *dst) {
     return areCompatible(src, dst) ? nullptr : "Images are not compatible";
 }
 
+// Refuses what no image in memory can be. Fields that a transform does not use may hold anything.
+bool accept(const OwnCaller &caller, const MoxImage *image) {
+    MoxImage used = *image;
+    used.origin = MOX_ORIGIN_TL;
+    used.align = 8;
+    used.imageSize = 1;
+    if (used.imageData) used.tileInfo = nullptr;
+    return ownAcceptPlain(caller, &used);
+}
+
 // False where memory ran out: the channel is as it was.
 bool transformChannel(const MoxImage *src, int from, const MoxImage *dst, int to, bool inverse) {
     OwnDct2D job = {ownPlane(src, from), ownPlane(dst, to), 0, 0, inverse};
@@ -65,7 +75,7 @@ void MOX_CALL moxDCT2D(MoxImage *srcImage, MoxImage *dstImage, int flags) {
         ownReport(caller, MOX_StatusBadArgument, message);
         return;
     }
-    if (!ownAcceptPlain(caller, srcImage) || !ownAcceptPlain(caller, dstImage)) return;
+    if (!accept(caller, srcImage) || !accept(caller, dstImage)) return;
     // The channel of interest, where both images name one.
     if (ownHasCoi(srcImage) && ownHasCoi(dstImage)) {
         transformChannel(srcImage, ownFirstChannel(srcImage), dstImage, ownFirstChannel(dstImage), inverse);

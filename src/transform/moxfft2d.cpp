@@ -69,12 +69,18 @@ bool takesFloats(const MoxImage *src, const MoxImage *dst, int flags, int64_t wi
     return width * height > 128;
 }
 
+// Of the region, clipped; the header need not be one in memory.
+bool isEmpty(const MoxImage *image) {
+    OwnImageRect rect;
+    ownImageRect(image, &rect);
+    return rect.width < 1 || rect.height < 1;
+}
+
 MoxStatus run(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, int flags, bool packed) {
     OwnFft2D job = {ownPlane(src, 0), ownPlane(dst, 0), 0, 0, packed, hasBit(flags, MOX_FFT_INVERSE), false};
     job.width = std::min(job.src.width, job.dst.width);
     job.height = std::min(job.src.height, job.dst.height);
     job.scaled = job.inverse && !hasBit(flags, MOX_FFT_NO_SCALE);
-    if (job.width == 0 || job.height == 0) return refuse(caller, MOX_StatusBadArgument, "Error in input data");
     const auto engine = takesFloats(src, dst, flags, job.width, job.height) ? ownFloatFft2D : ownFixedFft2D;
     for (int channel = 0; channel < ownChannels(src); ++channel) {
         job.src = ownPlane(src, ownFirstChannel(src) + channel);
@@ -96,6 +102,7 @@ MoxStatus transform(const OwnCaller &caller, const MoxImage *src, const MoxImage
     if (const MoxStatus fault = checkImage(caller, src, true)) return fault;
     if (const MoxStatus fault = checkImage(caller, dst, false)) return fault;
     if (const char *message = findChannelFault(src, dst)) return refuse(caller, MOX_StatusBadArgument, message);
+    if (isEmpty(src) || isEmpty(dst)) return refuse(caller, MOX_StatusBadArgument, "Error in input data");
     if (!ownAcceptPlain(caller, src) || !ownAcceptPlain(caller, dst)) return moxGetErrStatus();
     return run(caller, src, dst, flags, packed);
 }

@@ -54,10 +54,11 @@ class Transform {
     void run() {
         const double s = 1 / std::sqrt(static_cast<double>(width_) * height_);
         constexpr float half = 0.70710678118654752440f;
-        const auto first = static_cast<float>(s * (job_.inverse ? 1 : 1.41421356237309504880));
-        const auto other = static_cast<float>(s * (job_.inverse ? 0.70710678118654752440 : 2));
+        constexpr float root = 1.41421356237309504880f;
+        const auto first = static_cast<float>(s);
+        const auto other = static_cast<float>(s * (job_.inverse ? 0.70710678118654752440 : 1.41421356237309504880));
         for (int y = 0; y < height_; y += 2 * lanes_)
-            runRows(y, std::min(2 * lanes_, height_ - y), job_.inverse ? first : half, job_.inverse ? other : 1.0f);
+            runRows(y, std::min(2 * lanes_, height_ - y), job_.inverse ? first : 1.0f, job_.inverse ? other : root);
         for (int64_t block = 0; block < blocks_; ++block)
             runColumns(block, job_.inverse ? 1.0f : first, job_.inverse ? half : other);
     }

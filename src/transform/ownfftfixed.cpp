@@ -12,8 +12,11 @@
 namespace {
 
 constexpr int ONE = 1 << 14;
-// Samples have 12 fractional bits on their way, so that what products cut off is not seen.
-constexpr int64_t UNIT = 1 << 12;
+// Samples have 12 fractional bits on their way, so that what products cut off is not seen; those of 32 bits have none,
+// so that the sum of all that fit into memory fits into 64 bits.
+int64_t unitOf(int depth) {
+    return depth == OWN_32S ? 1 : 1 << 12;
+}
 
 struct Complex {
     int64_t re, im;
@@ -98,7 +101,8 @@ const Twiddle *findTwiddles(int n) {
 
 class Transform {
   public:
-    explicit Transform(const OwnFft2D &job) : job_(job), width_(job.width), height_(job.height) {}
+    explicit Transform(const OwnFft2D &job)
+        : job_(job), width_(job.width), height_(job.height), unit_(unitOf(job.src.depth)) {}
 
     bool prepare() {
         if (!findTwiddles(width_)) return false;
@@ -162,7 +166,7 @@ class Transform {
         put(x, y, static_cast<int64_t>(sample));
     }
     void put(int x, int y, int64_t sample) {
-        const int64_t value = sample * UNIT;
+        const int64_t value = sample * unit_;
         if (!job_.packed) {
             point(y, x) = {value, 0};
             return;
@@ -212,7 +216,7 @@ class Transform {
             value = place.imaginary ? from.im : from.re;
         }
         const float scale = job_.scaled ? 1.0f / (static_cast<float>(width_) * static_cast<float>(height_)) : 1.0f;
-        value = std::llrint(static_cast<double>(value) / UNIT * static_cast<double>(scale));
+        value = std::llrint(static_cast<double>(value) / static_cast<double>(unit_) * static_cast<double>(scale));
         value = value < INT32_MIN ? INT32_MIN : value > INT32_MAX ? INT32_MAX : value;
         if (job_.dst.depth == OWN_32S) {
             const auto wide = static_cast<int32_t>(value);
@@ -225,6 +229,7 @@ class Transform {
 
     const OwnFft2D &job_;
     const int width_, height_;
+    const int64_t unit_;
     Length row_ = {}, column_ = {};
     Complex *points_ = nullptr, *line_ = nullptr, *result_ = nullptr;
 };

@@ -10,12 +10,10 @@ namespace {
 template <int lanes>
 struct OwnLanes {
     typedef float Vector __attribute__((vector_size(4 * lanes), may_alias));
-    typedef float Loose __attribute__((vector_size(4 * lanes), aligned(1), may_alias));
 };
 template <>
 struct OwnLanes<1> {
     typedef float Vector __attribute__((may_alias));
-    typedef float Loose __attribute__((aligned(1), may_alias));
 };
 
 #if defined(__AVX512F__)
@@ -89,11 +87,13 @@ template <int lanes>
 
 template <int lanes>
 [[gnu::always_inline]] inline typename OwnLanes<lanes>::Vector ownLoadLoose(const float *at) {
-    return *reinterpret_cast<const typename OwnLanes<lanes>::Loose *>(at);
+    typename OwnLanes<lanes>::Vector v;
+    __builtin_memcpy(&v, at, sizeof v);
+    return v;
 }
 template <int lanes>
 [[gnu::always_inline]] inline void ownStoreLoose(float *at, typename OwnLanes<lanes>::Vector v) {
-    *reinterpret_cast<typename OwnLanes<lanes>::Loose *>(at) = v;
+    __builtin_memcpy(at, &v, sizeof v);
 }
 template <int lanes>
 [[gnu::always_inline]] inline const OwnPoint<lanes> *ownPoints(const float *at) {
