@@ -933,9 +933,9 @@ enum {
  * The spectrum F(v, u) of a real image of W x H samples, u horizontal from 0 to W - 1, v vertical from 0 to H - 1,
  * packed into an image of the same size. What the conjugate symmetry makes redundant is left out:
  *
- *     column 0                  row 0: Re F(0, 0); rows 2j - 1 and 2j: Re and Im F(j, 0); row H - 1, H even: Re F(H/2, 0)
- *     column W - 1, W even      the same of F(., W/2)
- *     columns 2k - 1 and 2k     Re and Im F(y, k) in every row y
+ *     column 0                 row 0: Re F(0, 0); rows 2j - 1 and 2j: Re and Im F(j, 0); row H - 1, H even: Re F(H/2, 0)
+ *     column W - 1, W even     the same of F(., W/2)
+ *     columns 2k - 1 and 2k    Re and Im F(y, k) in every row y
  *
  * W and H are the smaller width and height of the two regions; channels are the channel of interest, or all but alpha.
  * Any depth but 1U; the images may differ in depth, dataOrder and origin (rows are taken in memory order), and may be
