@@ -3,12 +3,12 @@
 
 #include <algorithm>
 
-extern const Family filterFamily, bitmapFamily;
+extern const Family filterFamily, bitmapFamily, transformFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&filterFamily, &bitmapFamily};
+const Family *const allFamilies[] = {&filterFamily, &bitmapFamily, &transformFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {
     for (const EntryGoal &goal : entry.goals) {

@@ -1005,6 +1005,209 @@ MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINF
                                             int dither, int paletteConversion);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Transforms.
+ *
+ * These take plain images only, not tiled ones, and leave masks alone: every pixel of the region takes part. Sines and
+ * cosines are the library's own, and sums have one order, so that results are the same on every processor and system.
+ * Tables are kept for each thread, by the length of a transform; they go by the FREE flags or with the thread.
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** Flags of moxRealFft2D and moxCcsFft2D, combinable: one direction, at most one engine. */
+enum {
+    MOX_FFT_FORWARD = 1,      /**< kernel e^(-2 pi i n k / N), no scale */
+    MOX_FFT_INVERSE = 2,      /**< kernel e^(+2 pi i n k / N), scaled by 1 / (W x H) */
+    MOX_FFT_NO_SCALE = 4,     /**< with MOX_FFT_INVERSE: no scale */
+    MOX_FFT_USE_INTEGER = 16, /**< the fixed-point engine, unless an image is 32F */
+    MOX_FFT_USE_FLOAT = 32,   /**< the float engine */
+    MOX_FFT_FREE = 128        /**< release the calling thread's tables and buffers, and return 0: all else is ignored */
+};
+
+/**
+ * The spectrum F(v, u) of a real image of W x H samples, u horizontal from 0 to W - 1, v vertical from 0 to H - 1,
+ * packed into an image of the same size. What the conjugate symmetry makes redundant is left out:
+ *
+ *     column 0                 row 0: Re F(0, 0); rows 2j - 1 and 2j: Re and Im F(j, 0); row H - 1, H even: Re F(H/2, 0)
+ *     column W - 1, W even     the same of F(., W/2)
+ *     columns 2k - 1 and 2k    Re and Im F(y, k) in every row y
+ *
+ * W and H are the smaller width and height of the two regions; channels are the channel of interest, or all but alpha.
+ * Any depth but 1U; the images may differ in depth, dataOrder and origin (rows are taken in memory order), and may be
+ * the same. MOX_FFT_INVERSE flips the kernel's sign and scales; the packing stays. A forward transform is not scaled:
+ * spectra of integer images saturate where the destination's depth is too small.
+ *
+ * The float engine computes in single precision, in W x H log (W x H) steps for every size: radices 2, 3, 4, 5, 8 and
+ * odd primes to 31 in Stockham's arrangement, and Bluestein's chirp (1970) where a length has a larger prime factor.
+ * Errors grow with the logarithm of the length. Integers are stored rounded to nearest, ties to even, saturated. The
+ * fixed-point engine has twiddles of 14 fractional bits and a direct sum for each prime factor, so that large primes
+ * cost the square of themselves; it is for small images, and takes those of up to 128 samples where no flag says
+ * otherwise, no image is 32F and the source is not 32S.
+ *
+ * Returns 0 or the status reported. Failures, in this order: -5 "(flags & 1) == 0 && (flags & 2 ) == 0", "(flags & 1)
+ * != 0 && (flags & 2 ) != 0", "(flags & 32) != 0 && (flags & 16 ) != 0", "srcImage==0"; the header's fault, "Incorrect
+ * Image"; -5 "srcImage->alphaChannel > 0 && srcImage->alphaChannel != srcImage->nChannels", "srcImage->alphaChannel ==
+ * 1 && srcImage->roi == 0", "srcImage->alphaChannel == 1 && srcImage->roi->coi != 1", "srcImage->depth == 1",
+ * "srcImage->imageData == 0" (a tiled image); the same for dstImage; where the numbers of channels differ
+ * "(srcImage->nChannels - (srcImage->alphaChannel != 0)) != (dstImage->nChannels - (dstImage->alphaChannel != 0))",
+ * with a channel of interest of the source alone "(dstImage->nChannels - (dstImage->alphaChannel != 0)) !=
+ * (srcImage->roi->coi > 0)", of the destination alone "(srcImage->nChannels - (srcImage->alphaChannel != 0)) !=
+ * (dstImage->roi->coi > 0)"; -5 "Error in input data" where a region is empty; -4 "No working memory", after all
+ * tables have been freed and the transform has been tried once more.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxRealFft2D(MoxImage *srcImage, MoxImage *dstImage, int flags);
+
+/**
+ * The real image of a packed spectrum: moxRealFft2D backwards, with the same flags, rules and failures. A spectrum that
+ * was computed forwards gives its image with MOX_FFT_INVERSE.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxCcsFft2D(MoxImage *srcImage, MoxImage *dstImage, int flags);
+
+/**
+ * The product of two packed spectra, sample by sample: with moxRealFft2D before and moxCcsFft2D behind it, a periodic
+ * convolution. Complex pairs multiply as re = a.re b.re - a.im b.im, im = a.re b.im + a.im b.re, real positions as
+ * real numbers. At 32F products and sum are rounded one after the other; integers are summed in 64 bits and saturated.
+ * Depths 8S, 16S, 32S and 32F, the same for all three images. The destination may be a source.
+ *
+ * Failures, in this order: "Incorrect Image" (srcA, srcB, dst); -17 "srcA->depth || srcB->depth == 8U||16U||1U"; -5
+ * "(srcA->depth != srcB->depth)", "(srcA->depth != dst->depth)", "(width_srcA != width_srcB)", "(height_srcA !=
+ * height_srcB)", "(width_srcA != width_dst)", "(height_srcA != height_dst)", of the regions; -15 with no text where the
+ * numbers of channels differ; "Incorrect Image" with -12 for a tiled image.
+ */
+MOX_EXPORT void MOX_CALL moxMpyRCPack2D(MoxImage *srcA, MoxImage *srcB, MoxImage *dst);
+
+/** Flags of moxDCT2D: one direction. */
+enum {
+    MOX_DCT_FORWARD = 1,
+    MOX_DCT_INVERSE = 2,
+    MOX_DCT_FREE = 8,         /**< release the calling thread's tables, and return: all else is ignored */
+    MOX_DCT_IN_PLACE_16S = 16 /**< work straight on the rows of 16S images; results are the same without */
+};
+
+/**
+ * The orthonormal cosine transform of W x H samples. With c(0) = 1, c(k) = sqrt(2) for other k, and s = 1 / sqrt(W x
+ * H),
+ *
+ *     F(u, v) = s c(u) c(v) x the sum over x, y of f(x, y) cos((2x + 1) u pi / 2W) cos((2y + 1) v pi / 2H)
+ *
+ * and the inverse is its transpose. The transform has the size of the source's region; the destination, another image,
+ * takes it from the corner of its own region on. Channels: that of interest, where both images name one; else all but
+ * alpha. Any depth but 1U, and the two may differ.
+ *
+ * Blocks of 4, 8, 16 or 32 samples in either direction, of up to 16 bits in both images, are computed in 16-bit
+ * integers with sums of 32 bits; samples of 16U above 32767 count as that. All else is computed in single precision: 8
+ * x 8 by Lee's recursion (1984), other sizes by Fourier transforms of the reordered samples (Makhoul 1980), in W x H
+ * log (W x H) steps. Integers are stored rounded to nearest, ties to even, saturated.
+ *
+ * Failures, -5 each, in this order: "\n Bad value of the transform flag"; "src==0" and "dst==0", both reported;
+ * "\nFunction does not support inplace operation", "\nImages with 1u depth are not processed", "\nAlpha channel may be
+ * 0 or number of channels", "Images are not compatible": nChannels, width, height or dataOrder differ, one has a
+ * region and the other has none, a region does not lie inside its image, or the source's is too large for where the
+ * destination's begins. Then "Incorrect Image" with the fault of a header; -12 for a tiled image. When memory runs out
+ * the call ends without a report, the channel at hand and those behind it untouched.
+ */
+MOX_EXPORT void MOX_CALL moxDCT2D(MoxImage *srcImage, MoxImage *dstImage, int flags);
+
+/** Wavelets of moxWtInit. */
+enum {
+    MOX_WT_HAAR = 0,
+    MOX_WT_DAUBECHIES = 1,   /**< 2 x par1 taps, par1 from 1 to 10 */
+    MOX_WT_SYMLET = 2,       /**< least asymmetric: 2 x (par1 + 3) taps, par1 from 1 to 7 */
+    MOX_WT_COIFLET = 3,      /**< 6 x par1 taps, par1 from 1 to 5 */
+    MOX_WT_VAIDYANATHAN = 4, /**< 24 taps */
+    MOX_WT_BSPLINE = 5,      /**< biorthogonal: par1 1 with par2 1, 3, 5; 2 with 2, 4, 6, 8; 3 with 1, 3, 5, 7, 9 */
+    MOX_WT_BSPLINE_DUAL = 6, /**< the same pairs, the low-pass filters exchanged */
+    MOX_WT_53 = 7,           /**< 3 and 5 taps: spline 2, 2 */
+    MOX_WT_97 = 8,           /**< 4 and 8 taps: spline 3, 3 */
+    MOX_WT_USER = 9          /**< filters of the caller: set by the user initialisers only */
+};
+
+/** A filter: sample k of its result is the sum over j of taps[j] x sample[2k + offset - j]. */
+typedef struct MoxWtFilter {
+    float *taps;
+    int length;   /**< at least 2 */
+    int offset;   /**< 0 to length - 1 */
+    int symmetry; /**< 0 symmetric, 1 antisymmetric, 2 neither, 3 supplied by the caller; not looked at */
+} MoxWtFilter;
+
+/** The four filters of a wavelet. Read-only during a transform, so calls and threads may share one. */
+typedef struct MoxWtKernel {
+    int wtType;
+    int par1; /**< 0 where the type has no parameter */
+    int par2;
+    int orthogonal; /**< 0 orthogonal, 1 biorthogonal, 3 supplied by the caller; not looked at */
+    MoxWtFilter filtDecLow;
+    MoxWtFilter filtDecHigh;
+    MoxWtFilter filtRecLow;
+    MoxWtFilter filtRecHigh;
+} MoxWtKernel;
+
+/*
+ * Unlike other operations the wavelet functions clear the status word when they begin, and return 0 or the status that
+ * they have reported.
+ */
+
+/**
+ * Fills a record with a built-in kernel: taps are constants of the library, filtDecLow sums to 1 and filtRecLow to 2.
+ * Coefficients are those of Daubechies (1992), Vaidyanathan and Hoang (1988), and Cohen, Daubechies and Feauveau
+ * (1992). Parameters that a type has no use for are ignored.
+ *
+ * Failures: -27 "Null pointer by wtKernel was passed."; -5 "Bad wtType value.", "Bad par1   value.", "Bad par2
+ * value.".
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInit(int wtType, int par1, int par2, MoxWtKernel *wtKernel);
+
+/**
+ * Fills a record with copies of the caller's filters, which moxWtFree frees. A failure leaves the record as it was: -27
+ * "Null pointer by wtKernel was passed.", then by decLow, decHigh, recLow, recHigh; for each filter in this order -29
+ * "Error (*decLow).taps == NULL.", "Error (*decLow).length < 2.", "Error (*decLow).offset >= (*decLow).length.", "Error
+ * (*decLow).offset < 0."; -4 "No working memory.".
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInitUserFilter(MoxWtFilter *decLow, MoxWtFilter *decHigh, MoxWtFilter *recLow,
+                                                  MoxWtFilter *recHigh, MoxWtKernel *wtKernel);
+
+/** The same of an array of the four filters, named filt in the messages: "Error filt[0].taps == NULL." and so on. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInitUserFilter4(MoxWtFilter *filt, MoxWtKernel *wtKernel);
+
+/**
+ * The same of the filters' taps, lengths and offsets: -27 by wtKernel, filt, len_filt, ofs_filt; -29 "Error filt[0] ==
+ * NULL.", "Error len_filt[0] < 2.", "Error ofs_filt[0] >= len_filt[0].", "Error ofs_filt[0] < 0.".
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxWtInitUserTaps(float **filt, int *len_filt, int *ofs_filt, MoxWtKernel *wtKernel);
+
+/** Frees the taps of a kernel of the caller's filters, and clears the record of any. -27 for a null one. */
+MOX_EXPORT MoxStatus MOX_CALL moxWtFree(MoxWtKernel *wtKernel);
+
+/**
+ * One level of the separable transform: the region of an 8U image of one channel into four 32F images of half its
+ * size, an odd width or height being rounded up. Rows are filtered with filtDecLow and filtDecHigh, then the columns
+ * of both results: approxDst is low-pass both ways, xDetailDst low-pass along rows and high-pass along columns,
+ * yDetailDst high-pass along rows and low-pass along columns, dDetailDst high-pass both ways. The image continues
+ * periodically; an odd width or height is made even before, by the last column or row once more. Sums are single
+ * precision, added to 0 in the order of the taps.
+ *
+ * Failures, in this order: -27 "Null pointer by wtKernel was passed."; -29 "Error wtKernel->filtDecLow.taps == NULL.",
+ * "Error wtKernel->filtDecLow.length < 2.", "Error wtKernel->filtDecLow.offset >= wtKernel->filtDecLow.length.",
+ * "Error wtKernel->filtDecLow.offset < 0.", the same for filtDecHigh; for src and the four results in turn the
+ * header's fault with "Incorrect image: src.", -5 "Tiled image not supported: src."; then test by test, image by
+ * image: -25 "Error approxDst->roi != NULL."; -17 "Error src->depth != MOX_DEPTH_8U.", "Error approxDst->depth !=
+ * MOX_DEPTH_32F."; -15 "Error src->nChannels != 1."; -25 "Error src->roi->xOffset >= src->width.", "Error
+ * src->roi->yOffset >= src->height."; -10 "Error actualWidth(approxDst) != actualWidth(src) / 2.", for an odd width
+ * "Error actualWidth(approxDst) != (actualWidth(src) + 1) / 2.", then actualHeight; -13 "Not equal decomposed images
+ * widthStep values."; -4 "No working memory.". The results are then as they were.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxWtDecompose(MoxWtKernel *wtKernel, MoxImage *src, MoxImage *approxDst,
+                                             MoxImage *xDetailDst, MoxImage *yDetailDst, MoxImage *dDetailDst);
+
+/**
+ * The way back: columns, then rows of the four images, with zeros between their samples, are filtered with filtRecLow
+ * and filtRecHigh, and the two sums added, into the region of an 8U image of one channel. Sample n is the sum over j
+ * of taps[j] x sample[n + offset - j]. Results are limited to 0 to 255 and rounded to nearest, ties to even. With a
+ * built-in kernel the image comes back as it was. Failures as with moxWtDecompose: the filters are filtRecLow and
+ * filtRecHigh, dst stands where src does, and approxSrc, xDetailSrc, yDetailSrc, dDetailSrc for the results.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxWtReconstruct(MoxWtKernel *wtKernel, MoxImage *approxSrc, MoxImage *xDetailSrc,
+                                               MoxImage *yDetailSrc, MoxImage *dDetailSrc, MoxImage *dst);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Measures: numbers, tables and bits from images. None of these writes to a source.
  *
  * What is measured is the region, all processed channels together unless told otherwise, where the mask's bit is 1. Tiles

@@ -67,7 +67,7 @@ void freeTables(Entry **&tables, int &levels) {
 
 }  // namespace
 
-void ownFreeCaches(MoxThreadContext *context) {
+void ownFreeFftCaches(MoxThreadContext *context) {
     freePool(context->fftScratch);
     freePool(context->fftScratch2);
     for (auto &tables : context->fftTables)
@@ -77,12 +77,23 @@ void ownFreeCaches(MoxThreadContext *context) {
     std::memset(context->fftFurtherSizes, 0, sizeof context->fftFurtherSizes);
     context->fftRecord.pool = 0;
     context->fftRecord.pool2 = 0;
+}
 
+void ownFreeDctCaches(MoxThreadContext *context) {
+    freePool(context->dctPlans);
+    moxFree(context->dctScratch);
+    context->dctScratch = nullptr;
+    context->dctScratchSize = 0;
     freeTables(context->dctRealTables, context->dctRealLevels);
     moxFree(context->dctCosTable);
     context->dctCosTable = nullptr;
     context->dctCosLength = -1;
     freeTables(context->dctFixedTables, context->dctFixedLevels);
+}
+
+void ownFreeCaches(MoxThreadContext *context) {
+    ownFreeFftCaches(context);
+    ownFreeDctCaches(context);
 }
 
 void ownFreeContext(MoxThreadContext *context) {

@@ -59,6 +59,11 @@ struct MoxThreadContext {
     short **dctFixedTables;
     int dctRealLevels;
     double **dctRealTables;
+    void *dctPlans[32];  // of the float engine, by their lengths
+    int dctPlanLengths[32];
+    int dctNextPlan;
+    void *dctScratch;
+    int dctScratchSize;
 
     int fftScratchSizes[32];
     int fftScratch2Sizes[32];
@@ -78,6 +83,8 @@ MoxThreadContext *ownGetContext();
 
 // Gives a zero-filled context its initial values; frees what the transforms keep in it.
 void ownInitContext(MoxThreadContext *context);
+void ownFreeFftCaches(MoxThreadContext *context);
+void ownFreeDctCaches(MoxThreadContext *context);
 void ownFreeCaches(MoxThreadContext *context);
 
 // Attach and detach of the process, called by the platform file; attach gives false where no thread slot can be had.

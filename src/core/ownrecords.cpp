@@ -60,6 +60,22 @@ OWN_AT(MoxLibVersion, buildDate, 24);
 OWN_AT(MoxLibVersion, callConv, 28);
 OWN_SIZE(MoxLibVersion, 32);
 
+OWN_AT(MoxWtFilter, taps, 0);
+OWN_AT(MoxWtFilter, length, 4);
+OWN_AT(MoxWtFilter, offset, 8);
+OWN_AT(MoxWtFilter, symmetry, 12);
+OWN_SIZE(MoxWtFilter, 16);
+
+OWN_AT(MoxWtKernel, wtType, 0);
+OWN_AT(MoxWtKernel, par1, 4);
+OWN_AT(MoxWtKernel, par2, 8);
+OWN_AT(MoxWtKernel, orthogonal, 12);
+OWN_AT(MoxWtKernel, filtDecLow, 16);
+OWN_AT(MoxWtKernel, filtDecHigh, 32);
+OWN_AT(MoxWtKernel, filtRecLow, 48);
+OWN_AT(MoxWtKernel, filtRecHigh, 64);
+OWN_SIZE(MoxWtKernel, 80);
+
 // The bitmap's header is the platform's, where it has one. No pointers: the same everywhere.
 #if !defined(_WIN32)
 static_assert(offsetof(BITMAPINFOHEADER, biSize) == 0);

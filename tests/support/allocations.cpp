@@ -48,7 +48,7 @@ static thread_local AllocationWindow *currentWindow = nullptr;  // watches frees
 static thread_local bool windowOpen = false;                    // watches allocations too
 #endif
 
-AllocationWindow::AllocationWindow(int failAt) : failAt_(failAt) {
+AllocationWindow::AllocationWindow(int failAt, int failures) : failAt_(failAt), failures_(failures) {
     currentWindow = this;
     windowOpen = true;
 }
@@ -64,7 +64,8 @@ void AllocationWindow::close() {
 
 bool AllocationWindow::refuse(long long bytes) {
     if (bytes > largest_) largest_ = bytes;
-    return ++count_ == failAt_;
+    ++count_;
+    return failAt_ > 0 && count_ >= failAt_ && count_ - failAt_ < failures_;
 }
 
 void AllocationWindow::taken(void *block) {

@@ -1,7 +1,7 @@
 // Counts, and refuses, the heap blocks that a call takes.
 //
 //     for (int n = 1;; ++n) {
-//         AllocationWindow window(n);          // the n-th allocation fails; 0 refuses none
+//         AllocationWindow window(n);          // the n-th allocation fails; 0 refuses none; (n, m) refuses m in a row
 //         moxAdd(a, b, d);
 //         window.close();
 //         EXPECT_EQ(window.live(), 0);         // taken within the window and not given back
@@ -16,7 +16,7 @@
 
 class AllocationWindow {
   public:
-    explicit AllocationWindow(int failAt = 0);
+    explicit AllocationWindow(int failAt = 0, int failures = 1);
     ~AllocationWindow();
     AllocationWindow(const AllocationWindow &) = delete;
     AllocationWindow &operator=(const AllocationWindow &) = delete;
@@ -34,7 +34,7 @@ class AllocationWindow {
 
   private:
     static constexpr int MAX_BLOCKS = 1024;
-    int failAt_;
+    int failAt_, failures_;
     int count_ = 0;
     int live_ = 0;
     long long largest_ = 0;

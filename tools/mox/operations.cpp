@@ -2,8 +2,8 @@
 #include "operations.h"
 
 const std::vector<const Family *> &families() {
-    static const std::vector<const Family *> all = {&movingFamily(), &arithmeticPair(), &arithmeticOne(),
-                                                    &filterFamily(), &bitmapFamily()};
+    static const std::vector<const Family *> all = {&movingFamily(), &arithmeticPair(),  &arithmeticOne(),
+                                                    &filterFamily(), &transformFamily(), &bitmapFamily()};
     return all;
 }
 

@@ -71,11 +71,12 @@ struct Family {
     std::vector<Operation> operations;
 };
 
-const Family &movingFamily();    // opsmove.cpp
-const Family &arithmeticPair();  // opsarith.cpp
-const Family &arithmeticOne();   // opsarith.cpp
-const Family &filterFamily();    // opsfilter.cpp
-const Family &bitmapFamily();    // opsbitmap.cpp
+const Family &movingFamily();     // opsmove.cpp
+const Family &arithmeticPair();   // opsarith.cpp
+const Family &arithmeticOne();    // opsarith.cpp
+const Family &filterFamily();     // opsfilter.cpp
+const Family &transformFamily();  // opstransform.cpp
+const Family &bitmapFamily();     // opsbitmap.cpp
 
 // All of them, in the order of the list.
 const std::vector<const Family *> &families();

@@ -1,0 +1,227 @@
+// Kernels of cosine transforms in single precision, compiled once for each CPU level.
+#include "transform/ownbutterflies.h"
+#include "transform/owndct.h"
+#include "transform/owndctfixed.h"
+
+namespace OWN_LEVEL {
+namespace {
+
+constexpr int LANES = OWN_LANES;
+typedef OwnLanes<LANES>::Vector Vector;
+typedef OwnPoint<LANES> Point;
+
+int64_t place(int64_t x, int64_t length, bool ordered) {
+    return !ordered ? x : x % 2 == 0 ? x / 2 : length - 1 - x / 2;
+}
+
+void spread(const float *const *rows, int64_t x, int64_t n, int64_t length, bool ordered, float *points) {
+    const auto at = [&](int64_t column) { return points + place(column, length, ordered) * 2 * LANES; };
+    int64_t i = 0;
+    for (; i + LANES <= n; i += LANES) {
+        Vector v[LANES];
+        for (int r = 0; r < LANES; ++r)
+            v[r] = ownLoadLoose<LANES>(rows[r] + i);
+        ownTranspose<LANES>(v);
+        for (int r = 0; r < LANES; ++r)
+            *reinterpret_cast<Vector *>(at(x + i + r)) = v[r];
+    }
+    for (; i < n; ++i) {
+        for (int r = 0; r < LANES; ++r)
+            at(x + i)[r] = ownLoadLoose<1>(rows[r] + i);
+    }
+}
+
+// With z the spectrum of a + i b, A and B those of the real sequences: the sums are the real parts of A and B, turned
+// by the shift; at the mirrored frequency they are the imaginary ones, negated.
+void fromSpectrum(const float *points, const float *shift, int64_t length, float first, float scale, float *out) {
+    const Point *z = ownPoints<LANES>(points);
+    Point *to = ownPoints<LANES>(out);
+    to[0] = z[0] * first;
+    for (int64_t k = 1; 2 * k <= length; ++k) {
+        const Point p = z[k], q = z[length - k];
+        const float c = shift[2 * k] * (scale * 0.5f), s = shift[2 * k + 1] * (scale * 0.5f);
+        const Point re = {p.re + q.re, p.im + q.im}, im = {p.im - q.im, q.re - p.re};
+        to[k] = re * c + im * s;
+        to[length - k] = re * s - im * c;
+    }
+}
+
+void toSpectrum(const float *points, const float *shift, int64_t length, float first, float scale, float *out) {
+    const Point *x = ownPoints<LANES>(points);
+    Point *to = ownPoints<LANES>(out);
+    to[0] = {x[0].im * first, x[0].re * first};
+    for (int64_t k = 1; 2 * k <= length; ++k) {
+        const Point p = x[k], q = x[length - k];
+        const float c = shift[2 * k] * scale, s = shift[2 * k + 1] * scale;
+        // Real and imaginary parts of both sequences' spectra.
+        const Point re = p * c + q * s, im = p * s - q * c;
+        to[length - k] = {re.im - im.re, re.re + im.im};
+        to[k] = {im.re + re.im, re.re - im.im};
+    }
+}
+
+void turn(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
+          int64_t height, int count) {
+    const Point *from = ownPoints<LANES>(points);
+    for (int64_t x = 0; x < length; x += 2 * LANES) {
+        for (int part = 0; part < 2; ++part) {
+            // Columns beyond the last one, which share points with it, are 0.
+            Vector a[LANES] = {}, b[LANES] = {};
+            for (int r = 0; r < LANES && x + 2 * r + part < length; ++r) {
+                const Point p = from[place(x + 2 * r + part, length, inverse)];
+                a[r] = inverse ? p.im : p.re;
+                b[r] = inverse ? p.re : p.im;
+            }
+            ownTranspose<LANES>(a);
+            ownTranspose<LANES>(b);
+            float *to = middle + x / (2 * LANES) * blockStep + part * LANES;
+            const auto write = [&](const Vector *v, int odd) {
+                for (int r = 0; r < LANES && 2 * r + odd < count; ++r)
+                    *reinterpret_cast<Vector *>(to + place(y + 2 * r + odd, height, !inverse) * 2 * LANES) = v[r];
+            };
+            write(a, 0);
+            write(b, 1);
+        }
+    }
+}
+
+template <bool second, int... i>
+[[gnu::always_inline]] inline Vector interleave(Vector a, Vector b, OwnIndices<i...>) {
+    return __builtin_shufflevector(a, b, ((second ? LANES / 2 : 0) + i / 2 + (i % 2 != 0 ? LANES : 0))...);
+}
+
+void pairs(const float *point, bool exchanged, float *out) {
+    const Point *p = ownPoints<LANES>(point);
+    const Vector a = exchanged ? p->im : p->re, b = exchanged ? p->re : p->im;
+    using All = OwnCountTo<LANES>::Type;
+    ownStoreLoose<LANES>(out, interleave<false>(a, b, All{}));
+    ownStoreLoose<LANES>(out + LANES, interleave<true>(a, b, All{}));
+}
+
+// -------------------------------------------------------------------------------------------------------- 8 x 8 floats
+
+constexpr int NARROW = LANES < 8 ? LANES : 8;
+constexpr int HALVES = 8 / NARROW;
+typedef OwnLanes<NARROW>::Vector Eight;  // or half of eight
+
+// Halves of secants (Lee 1984): 0.5 / cos((2k + 1) pi / 2N) for N = 2, 4 and 8.
+constexpr float SECANT_2 = 0.70710678118654752440f;
+constexpr float SECANTS_4[] = {0.54119610014619698440f, 1.3065629648763765279f};
+constexpr float SECANTS_8[] = {0.50979557910415916894f, 0.60134488693504528054f, 0.89997622313641570464f,
+                               2.5629154477415061788f};
+
+[[gnu::always_inline]] inline void fourSums(Eight *v) {
+    const Eight s0 = v[0] + v[3], s1 = v[1] + v[2];
+    const Eight d0 = (v[0] - v[3]) * SECANTS_4[0], d1 = (v[1] - v[2]) * SECANTS_4[1];
+    const Eight last = (d0 - d1) * SECANT_2;
+    v[0] = s0 + s1;
+    v[1] = d0 + d1 + last;
+    v[2] = (s0 - s1) * SECANT_2;
+    v[3] = last;
+}
+// v[k] = the sum over n of v[n] cos((2n + 1) k pi / 16).
+[[gnu::always_inline]] inline void eightSums(Eight *v) {
+    Eight even[4], odd[4];
+    for (int k = 0; k < 4; ++k) {
+        even[k] = v[k] + v[7 - k];
+        odd[k] = (v[k] - v[7 - k]) * SECANTS_8[k];
+    }
+    fourSums(even);
+    fourSums(odd);
+    for (int k = 0; k < 4; ++k) {
+        v[2 * k] = even[k];
+        v[2 * k + 1] = k < 3 ? odd[k] + odd[k + 1] : odd[k];
+    }
+}
+
+[[gnu::always_inline]] inline void fourSamples(Eight *v) {
+    const Eight e = v[2] * SECANT_2, o = (v[1] + v[3]) * SECANT_2;
+    const Eight e0 = v[0] + e, e1 = v[0] - e;
+    const Eight o0 = (v[1] + o) * SECANTS_4[0], o1 = (v[1] - o) * SECANTS_4[1];
+    v[0] = e0 + o0;
+    v[1] = e1 + o1;
+    v[2] = e1 - o1;
+    v[3] = e0 - o0;
+}
+// v[n] = the sum over k of v[k] cos((2n + 1) k pi / 16).
+[[gnu::always_inline]] inline void eightSamples(Eight *v) {
+    Eight even[4], odd[4];
+    for (int k = 0; k < 4; ++k) {
+        even[k] = v[2 * k];
+        odd[k] = k == 0 ? v[1] : v[2 * k + 1] + v[2 * k - 1];
+    }
+    fourSamples(even);
+    fourSamples(odd);
+    for (int k = 0; k < 4; ++k) {
+        const Eight o = odd[k] * SECANTS_8[k];
+        v[k] = even[k] + o;
+        v[7 - k] = even[k] - o;
+    }
+}
+
+// 8 rows, each of one vector or two.
+struct Square {
+    Eight part[HALVES][8];
+};
+
+[[gnu::always_inline]] inline void transposeSquare(Square *square) {
+    for (int h = 0; h < HALVES; ++h) {
+        for (int r = 0; r < 8; r += NARROW)
+            ownTranspose<NARROW>(square->part[h] + r);
+    }
+    if constexpr (HALVES == 2) {
+        for (int r = 0; r < NARROW; ++r) {
+            const Eight corner = square->part[1][r];
+            square->part[1][r] = square->part[0][r + NARROW];
+            square->part[0][r + NARROW] = corner;
+        }
+    }
+}
+
+// Factors of a row: 1 / 8 at frequency 0 of both directions, sqrt(2) / 8 at that of one, 2 / 8 elsewhere.
+template <bool first>
+[[gnu::always_inline]] inline void scaleRow(Eight *row, int half) {
+    constexpr float corner = first ? 0.125f : 0.17677669529663688110f;
+    constexpr float other = first ? 0.17677669529663688110f : 0.25f;
+    Eight factors = Eight{} + other;
+    if (half == 0) factors[0] = corner;
+    *row = *row * factors;
+}
+[[gnu::always_inline]] inline void scaleSquare(Square *square) {
+    for (int h = 0; h < HALVES; ++h) {
+        scaleRow<true>(&square->part[h][0], h);
+        for (int r = 1; r < 8; ++r)
+            scaleRow<false>(&square->part[h][r], h);
+    }
+}
+
+void eight(const float *const *in, float *const *out, bool inverse) {
+    Square square;
+    for (int r = 0; r < 8; ++r) {
+        for (int h = 0; h < HALVES; ++h)
+            square.part[h][r] = ownLoadLoose<NARROW>(in[r] + h * NARROW);
+    }
+    if (inverse) scaleSquare(&square);
+    for (int direction = 0; direction < 2; ++direction) {
+        for (auto &part : square.part) {
+            if (inverse) {
+                eightSamples(part);
+            } else {
+                eightSums(part);
+            }
+        }
+        transposeSquare(&square);
+    }
+    if (!inverse) scaleSquare(&square);
+    for (int r = 0; r < 8; ++r) {
+        for (int h = 0; h < HALVES; ++h)
+            ownStoreLoose<NARROW>(out[r] + h * NARROW, square.part[h][r]);
+    }
+}
+
+}  // namespace
+
+extern const OwnDctRows dctRows;
+const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, turn, pairs, eight, fixedBlock};
+
+}  // namespace OWN_LEVEL
