@@ -18,9 +18,9 @@ using RefVisit = std::function<void(int i, int j, int channel)>;
 void refEachSample(const std::vector<TestImage *> &images, const RefVisit &visit);
 uint32_t refSampleOf(const TestImage &image, int i, int j, int channel);
 
-// What moxNorm returns, and the exact number of which it is the rounding.
+// What moxNorm returns where its sums are exact.
 struct RefNorm {
-    long double exact;
+    double value;
     MoxStatus status = 0;  // of the only report, 0 for none
     const char *message = nullptr;
     bool isMarker() const { return status != 0; }

@@ -68,13 +68,15 @@ RefNorm refNorm(TestImage &a, TestImage *b, int normType) {
         }
         accumulate(kind, std::fabs(difference), &of);
     });
+    // Roots and quotients are those of doubles.
+    auto norm = static_cast<double>(of), whole = static_cast<double>(over);
     if (kind == MOX_NORM_L2) {
-        of = std::sqrt(of);
-        over = std::sqrt(over);
+        norm = std::sqrt(norm);
+        whole = std::sqrt(whole);
     }
-    if (!(normType & MOX_NORM_RELATIVE)) return {of};
-    if (!(over > 2.2250738585072014e-308L)) return {-1, -5, "Zero divided"};
-    return {of / over};
+    if (!(normType & MOX_NORM_RELATIVE)) return {norm};
+    if (!(whole > 2.2250738585072014e-308)) return {-1, -5, "Zero divided"};
+    return {norm / whole};
 }
 
 // A sum of products beyond 64 bits, in two parts: high counts units of 2^32.

@@ -71,7 +71,7 @@ TEST(StatGolden, norms) {
             for (int normType : {MOX_NORM_C, MOX_NORM_L1}) {
                 for (TestImage *b : {static_cast<TestImage *>(nullptr), &images.b}) {
                     const double got = moxNorm(images.a.header(), b ? b->header() : nullptr, normType);
-                    EXPECT_EQ(got, static_cast<double>(refNorm(images.a, b, normType).exact));
+                    EXPECT_EQ(got, refNorm(images.a, b, normType).value);
                     digest = digestOfNumber(got, digest);
                 }
             }

@@ -192,6 +192,27 @@ TEST(MomentReading, halfTheSizeIsTheCentreWhereThereIsNoMass) {
     EXPECT_EQ(moxGetNormalizedSpatialMoment(state.cells, 1, 0), 6 / 8.0);
 }
 
+// Powers of masses that are no numbers to count with, as pow has them.
+TEST(MomentReading, powersOfExtremeMasses) {
+    State state;
+    for (const double mass : {-HUGE_VAL, HUGE_VAL, -0.0, 0.0, -3.0, 1e-310, 1e300, 1e150, 7.0}) {
+        SCOPED_TRACE(mass);
+        for (auto &column : state.cells) {
+            for (MoxMomentCell &cell : column)
+                cell = {0.25, 5};
+        }
+        state.cells[0][0].moment = mass;
+        for (int m = 0; m <= 3; ++m) {
+            for (int n = 0; m + n <= 3; ++n) {
+                const double got = moxGetNormalizedSpatialMoment(state.cells, m, n);
+                const double wanted = refNormalizedSpatialMoment(state.cells, m, n);
+                EXPECT_TRUE(sameBits(got, wanted) || std::fabs(got - wanted) <= 1e-15 * std::fabs(wanted))
+                    << m << ", " << n << ": " << got << ", expected " << wanted;
+            }
+        }
+    }
+}
+
 TEST(MomentReading, aRegionThatMovesKeepsItsCentralMoments) {
     TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 40, 20);
     TestImage image(layout);
