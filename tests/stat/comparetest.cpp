@@ -108,15 +108,15 @@ void checkScene(Random &random, unsigned depth, const SceneOptions &given) {
 }
 
 TEST_P(Compare, agreesWithTheModelOverRandomLayouts) {
-    forEachCase(60, [&](Random &random) { checkScene(random, GetParam(), {}); });
+    forEachCase(180, [&](Random &random) { checkScene(random, GetParam(), {}); });
 }
 
 TEST_P(Compare, agreesWithTheModelOnTiles) {
-    forEachCase(30, [&](Random &random) { checkScene(random, GetParam(), {.tiledAlways = true, .maxHeight = 30}); });
+    forEachCase(90, [&](Random &random) { checkScene(random, GetParam(), {.tiledAlways = true, .maxHeight = 30}); });
 }
 
 TEST_P(Compare, agreesWithTheModelOnWideRows) {
-    forEachCase(10, [&](Random &random) { checkScene(random, GetParam(), {.maxWidth = 700, .maxHeight = 3}); });
+    forEachCase(30, [&](Random &random) { checkScene(random, GetParam(), {.maxWidth = 700, .maxHeight = 3}); });
 }
 
 TEST_P(Compare, isRightAtEveryLength) {

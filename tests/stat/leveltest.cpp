@@ -73,11 +73,11 @@ void checkHistogramScene(Random &random, unsigned depth, SceneOptions options) {
 }
 
 TEST_P(Levels, histogramAgreesWithTheModelOverRandomLayouts) {
-    forEachCase(60, [&](Random &random) { checkHistogramScene(random, GetParam(), {}); });
+    forEachCase(180, [&](Random &random) { checkHistogramScene(random, GetParam(), {}); });
 }
 
 TEST_P(Levels, histogramAgreesWithTheModelOnTiles) {
-    forEachCase(30, [&](Random &random) { checkHistogramScene(random, GetParam(), {.tiledAlways = true}); });
+    forEachCase(90, [&](Random &random) { checkHistogramScene(random, GetParam(), {.tiledAlways = true}); });
 }
 
 TEST_P(Levels, oneSegmentCountsAll) {
@@ -138,11 +138,11 @@ void checkMapScene(Random &random, unsigned depth, SceneOptions options) {
 }
 
 TEST_P(Maps, agreeWithTheModelOverRandomLayouts) {
-    forEachCase(60, [&](Random &random) { checkMapScene(random, GetParam(), {}); });
+    forEachCase(180, [&](Random &random) { checkMapScene(random, GetParam(), {}); });
 }
 
 TEST_P(Maps, agreeWithTheModelOnTiles) {
-    forEachCase(30, [&](Random &random) { checkMapScene(random, GetParam(), {.tiledAlways = true}); });
+    forEachCase(90, [&](Random &random) { checkMapScene(random, GetParam(), {.tiledAlways = true}); });
 }
 
 // An image that has every level, and a table for it.

@@ -44,11 +44,11 @@ void checkScene(Random &random, SceneOptions options) {
 }
 
 TEST(MinMax, agreesWithTheModelOverRandomLayouts) {
-    forEachCase(300, [](Random &random) { checkScene(random, {}); });
+    forEachCase(900, [](Random &random) { checkScene(random, {}); });
 }
 
 TEST(MinMax, agreesWithTheModelOnTiles) {
-    forEachCase(100, [](Random &random) { checkScene(random, {.tiledAlways = true}); });
+    forEachCase(300, [](Random &random) { checkScene(random, {.tiledAlways = true}); });
 }
 
 TEST(MinMax, isRightAtEveryLengthAndPlace) {

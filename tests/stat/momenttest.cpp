@@ -112,11 +112,11 @@ void checkScene(Random &random, unsigned depth, SceneOptions options) {
 }
 
 TEST_P(Moments, agreeWithTheModelOverRandomLayouts) {
-    forEachCase(50, [&](Random &random) { checkScene(random, GetParam(), {}); });
+    forEachCase(150, [&](Random &random) { checkScene(random, GetParam(), {}); });
 }
 
 TEST_P(Moments, agreeWithTheModelOnTiles) {
-    forEachCase(30, [&](Random &random) { checkScene(random, GetParam(), {.tiledAlways = true, .maxHeight = 40}); });
+    forEachCase(90, [&](Random &random) { checkScene(random, GetParam(), {.tiledAlways = true, .maxHeight = 40}); });
 }
 
 TEST_P(Moments, areRightAtEveryLength) {

@@ -85,15 +85,15 @@ void checkScene(Random &random, unsigned depth, const SceneOptions &given) {
 }
 
 TEST_P(Norm, agreesWithTheModelOverRandomLayouts) {
-    forEachCase(60, [&](Random &random) { checkScene(random, GetParam(), {}); });
+    forEachCase(180, [&](Random &random) { checkScene(random, GetParam(), {}); });
 }
 
 TEST_P(Norm, agreesWithTheModelOnTiles) {
-    forEachCase(30, [&](Random &random) { checkScene(random, GetParam(), {.tiledAlways = true}); });
+    forEachCase(90, [&](Random &random) { checkScene(random, GetParam(), {.tiledAlways = true}); });
 }
 
 TEST_P(Norm, agreesWithTheModelOnWideRows) {
-    forEachCase(12, [&](Random &random) { checkScene(random, GetParam(), {.maxWidth = 900, .maxHeight = 3}); });
+    forEachCase(36, [&](Random &random) { checkScene(random, GetParam(), {.maxWidth = 900, .maxHeight = 3}); });
 }
 
 TEST_P(Norm, isRightAtEveryLength) {

@@ -30,7 +30,7 @@ bool haveMask(Scene &scene) {
 }
 
 TEST(Refusal, ofNorms) {
-    forEachCase(60, [](Random &random) {
+    forEachCase(180, [](Random &random) {
         Scene scene(random, optionsOf(random, 2, 0));
         if (haveCoi(scene[0]) != haveCoi(scene[1])) return;
         SCOPED_TRACE(scene.describe());
@@ -51,7 +51,7 @@ TEST(Refusal, ofNorms) {
 }
 
 TEST(Refusal, ofMinimumAndMaximum) {
-    forEachCase(60, [](Random &random) {
+    forEachCase(180, [](Random &random) {
         Scene scene(random, optionsOf(random, 1, MOX_DEPTH_32F));
         SCOPED_TRACE(scene.describe());
         MoxStatus status = 0;
@@ -71,7 +71,7 @@ TEST(Refusal, ofMinimumAndMaximum) {
 }
 
 TEST(Refusal, ofMoments) {
-    forEachCase(60, [](Random &random) {
+    forEachCase(180, [](Random &random) {
         Scene scene(random, optionsOf(random, 1, 0));
         TestImage &image = scene[0];
         if (image.layout().channels > 1 && !haveCoi(image)) return;
@@ -96,7 +96,7 @@ TEST(Refusal, ofMoments) {
 }
 
 TEST(Refusal, ofComparisons) {
-    forEachCase(80, [](Random &random) {
+    forEachCase(240, [](Random &random) {
         Scene scene(random, optionsOf(random, 2, 0));
         TestLayout layout = drawMaskLayout(random, scene[0].layout().width, scene[0].layout().height);
         layout.extraStride = 0;
@@ -128,7 +128,7 @@ TEST(Refusal, ofComparisons) {
 }
 
 TEST(Refusal, ofHistograms) {
-    forEachCase(60, [](Random &random) {
+    forEachCase(180, [](Random &random) {
         static const unsigned depths[] = {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16U};
         Scene scene(random, optionsOf(random, 1, depths[random.below(3)]));
         SCOPED_TRACE(scene.describe());
@@ -157,7 +157,7 @@ TEST(Refusal, ofHistograms) {
 }
 
 TEST(Refusal, ofMaps) {
-    forEachCase(80, [](Random &random) {
+    forEachCase(240, [](Random &random) {
         Scene scene(random, optionsOf(random, 2, random.oneIn(2) ? MOX_DEPTH_8U : MOX_DEPTH_16U));
         SCOPED_TRACE(scene.describe());
         const bool equalizes = random.oneIn(2);
