@@ -92,6 +92,8 @@ static void setSpan(const MoxImage *image, int firstChannel, OwnSpan *span, int 
     span->step = planar ? 1 : image->nChannels;
     span->first = planar ? 0 : firstChannel;
     span->bytes = ownDepthBytes(image->depth);
+    // Without a region the start is that of the first channel, whichever is asked for.
+    if (!image->roi) span->start += firstChannel * (planar ? span->planeStep : int64_t{span->bytes});
 }
 
 OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {

@@ -129,10 +129,12 @@ bool computeMoments(const OwnCaller &caller, MoxImage *image, MoxMomentState sta
     return true;
 }
 
-// M^(k / 2) for k of 2 to 5, to the nearest double: the root's error is put back into the product.
+// M^(k / 2) for k of 2 to 5, to the nearest double: the root's error is put back into the product. As with pow, what is
+// no whole power of a negative zero or infinity is positive.
 double halfPower(double value, int halves) {
     const double whole = halves >= 4 ? value * value : value;
-    if (halves % 2 == 0 || value == 0) return whole;
+    if (halves % 2 == 0) return whole;
+    if (value == 0 || std::isinf(value)) return std::fabs(value);
     const double root = std::sqrt(value), product = whole * root;
     if (!std::isfinite(product)) return product;
     const double rootError = std::fma(-root, root, value) / (2 * root);

@@ -118,7 +118,7 @@ bool ownAcceptPlain(const OwnCaller &caller, const MoxImage *image) {
         unmasked = &copy;
     }
     if (!ownAcceptImage(caller, unmasked)) return false;
-    if (image->imageData) return true;
+    if (image->imageData) return ownAcceptPixels(caller, image);
     ownReport(caller, MOX_StatusHeaderNoData, "Incorrect Image");
     return false;
 }

@@ -50,6 +50,8 @@ struct Example {
     std::function<void(ExampleCall &call)> run;
     struct More {
         unsigned depth = MOX_DEPTH_8U;    // of images that it accepts
+        unsigned resultDepth = 0;         // of the last of them, if it is another
+        int channels = 3;                 // of images that it accepts, bits aside
         const char *reportsAs = nullptr;  // what its reports name, where it becomes another function
         const char *within = nullptr;     // a function that it calls, whose report may stand alone
         bool quietMemory = false;         // memory that runs out is told by a null result alone

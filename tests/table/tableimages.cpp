@@ -4,7 +4,10 @@
 #include "table/tabletest.h"
 
 static TestLayout layoutOf(const Example &example, ExampleForm form, int index) {
-    TestLayout layout = TestLayout::of(example.more.depth, 40 - index, 20 + index, 3);
+    const bool result = example.more.resultDepth && index == example.images - 1;
+    const unsigned depth = result ? example.more.resultDepth : example.more.depth;
+    const int channels = depth == MOX_DEPTH_1U ? 1 : example.more.channels;
+    TestLayout layout = TestLayout::of(depth, 40 - index, 20 + index, channels);
     if (form != ExampleForm::PLAIN) layout.setRoi(0, 3 + index, 2, 34, 17);
     if (form == ExampleForm::TILED) {
         layout.tileWidth = 16;
