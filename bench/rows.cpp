@@ -3,12 +3,12 @@
 
 #include <algorithm>
 
-extern const Family filterFamily, bitmapFamily;
+extern const Family filterFamily, bitmapFamily, measuresFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&filterFamily, &bitmapFamily};
+const Family *const allFamilies[] = {&filterFamily, &bitmapFamily, &measuresFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {
     for (const EntryGoal &goal : entry.goals) {
