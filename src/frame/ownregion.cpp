@@ -20,7 +20,7 @@ char *ownRoiStart(const MoxImage *image, int channel, int *width, int *height, i
     *width = static_cast<int>(std::max<int64_t>(rect.width, 0));
     *height = static_cast<int>(std::max<int64_t>(rect.height, 0));
     *bitOffset = static_cast<int>(rect.x % 8);
-    if (!image->roi) return image->imageData;
+    if (!image->roi && channel == 0) return image->imageData;
     // A region that starts beyond the image has no bytes: it begins where the image does.
     if (*width == 0 || *height == 0) return image->imageData;
 
