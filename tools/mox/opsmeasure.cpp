@@ -181,7 +181,7 @@ const Family &comparisonFamily() {
              {{"What stays the same at half the light: the black around the lights.", "equal faint.png", "discs.png"}}},
             {"equal-fpeps",
              {{K::picture, "PICTURE"}, {K::real, "EPS"}},
-             "white where A and B are less than EPS apart or EPS itself, at depth 32f",
+             "white where A and B are less than EPS apart in every channel, at depth 32f",
              [](Call *call) { moxEqualFPEps(call->image, call->other, makeBits(call), call->arguments[1].real); },
              {{"What hardly changes over two pixels: the edges stay black.",
                "--depth 32f equal-fpeps shifted.png 0.02"}}},
