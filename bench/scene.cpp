@@ -113,10 +113,14 @@ Traffic trafficOf(const Operation &operation, int depthIndex, int size, const La
     const size_t pixels = static_cast<size_t>(size) * static_cast<size_t>(size);
     const size_t maskBytes = layout.masked ? pixels / 8 : 0;
     const double bytes = static_cast<double>(pixels) * pixelBits(depthIndex, layout.channels) / 8;
-    if (operation.measuresOnly)
-        return {operation.sources == 1 ? LIMIT_READ : LIMIT_READ_TWO, static_cast<size_t>(bytes), maskBytes};
+    const double written = operation.measuresOnly ? 0 : writtenOf(operation, depthIndex, layout);
+    // Bits of samples are so few that reading is what takes the time; they count as if they were read.
+    if (operation.sources > 0 && written <= 0.125) {
+        return {operation.sources == 1 ? LIMIT_READ : LIMIT_READ_TWO,
+                static_cast<size_t>(bytes * (1 + written / operation.sources)), maskBytes};
+    }
     return {operation.exchanges ? LIMIT_SWAP : (keeps ? KEEP : ALL)[operation.sources],
-            static_cast<size_t>(bytes * (1 + writtenOf(operation, depthIndex, layout)) / 2), maskBytes};
+            static_cast<size_t>(bytes * (1 + written) / 2), maskBytes};
 }
 
 }  // namespace

@@ -1312,7 +1312,7 @@ MOX_EXPORT MoxStatus MOX_CALL moxGreater(MoxImage *img1, MoxImage *img2, MoxImag
 MOX_EXPORT MoxStatus MOX_CALL moxEqual(MoxImage *img1, MoxImage *img2, MoxImage *res);   /**< img1 == img2 */
 
 /**
- * Not |img1 - img2| >= eps, in single precision: a difference of exactly eps is none, NaN is equal to everything. 32F
+ * Not |img1 - img2| >= eps, in single precision: values that are exactly eps apart differ, NaN is equal to everything. 32F
  * only. Behind the tests of moxEqual: -17 (-5) "((img1->depth!= MOX_DEPTH_32F)|| (img2->depth!= MOX_DEPTH_32F))"; -5
  * "(eps<=0.)".
  */

@@ -105,7 +105,7 @@ Example::More comparisonOf(unsigned depth) {
 std::vector<Example> statExamples() {
     const Example::More ofBytes = comparisonOf(MOX_DEPTH_8U), ofFloats = comparisonOf(MOX_DEPTH_32F);
     const Example::More measures = {.readsOnly = true};
-    const Example::More measuresOne = {.channels = 1, .within = "moxMoments", .readsOnly = true};
+    const Example::More measuresOne = {.channels = 1, .within = "moxMoments", .readsOnly = true, .tool = "moments"};
     return {
         {"moxNorm", PIXELS, 2, norm, measures},
         {"moxMinMaxFP", PIXELS, 1, minMax, {.depth = MOX_DEPTH_32F, .readsOnly = true}},
@@ -132,8 +132,8 @@ std::vector<Example> statExamples() {
         {"moxEqualSFP", PIXELS, 2, compareReal<moxEqualSFP>, ofFloats},
         {"moxEqualSFPEps", PIXELS, 2, equalRealEps, ofFloats},
 
-        {"moxComputeHisto", PIXELS, 1, computeHisto, measures},
-        {"moxContrastStretch", PIXELS, 2, mapLevels<moxContrastStretch>, {.within = "moxMap"}},
-        {"moxHistoEqualize", PIXELS, 2, mapLevels<moxHistoEqualize>, {.within = "moxMap"}},
+        {"moxComputeHisto", PIXELS, 1, computeHisto, {.readsOnly = true, .tool = "histogram"}},
+        {"moxContrastStretch", PIXELS, 2, mapLevels<moxContrastStretch>, {.within = "moxMap", .tool = "stretch"}},
+        {"moxHistoEqualize", PIXELS, 2, mapLevels<moxHistoEqualize>, {.within = "moxMap", .tool = "equalize"}},
     };
 }

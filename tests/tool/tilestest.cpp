@@ -49,6 +49,12 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
                 words += ",1";
         } else if (word == "VALUE" || word == "N" || word == "X" || word == "Y") {
             words += word == "N" ? " 2" : " 33";
+        } else if (word == "LOW" || word == "HIGH") {
+            words += word == "LOW" ? " 50" : " 200";
+        } else if (word == "L,V,L,V,...") {
+            words += " 0,255,100,0,255,255";
+        } else if (word == "EPS") {
+            words += " 0.5";
         } else if (word == "[flip]") {
             words += " flip";
         } else if (word == "DEPTH") {

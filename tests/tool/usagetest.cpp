@@ -18,8 +18,8 @@ static std::vector<std::string> lines(const std::string &text) {
 
 TEST_F(Usage, HelpNamesEveryCommandAndExitCode) {
     const std::string text = runWell({"--help"});
-    for (const char *word :
-         {"list", "info", "run", "gallery", "--version", "Exit codes: 0", "1 an operation", "2 the", "3 a file"}) {
+    for (const char *word : {"list", "info", "compare", "run", "gallery", "--version", "Exit codes: 0",
+                             "1 an operation", "2 the", "3 a file"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
     }
 }
@@ -70,11 +70,15 @@ TEST_F(Usage, Info) {
     Png picture = randomPng(3, 1, 3, 8, 1);
     picture.samples = {10, 200, 0, 20, 100, 0, 60, 150, 255};
     write("a.png", picture);
-    EXPECT_EQ(runWell({"info", "a.png"}),
-              "a.png: 3 x 1, RGB, 8 bits a sample; depth 8u\n"
-              "  channel 1  red       10 to    60, mean 30.00\n"
-              "  channel 2  green    100 to   200, mean 150.00\n"
-              "  channel 3  blue       0 to   255, mean 85.00\n");
+    // Behind each channel's line stands its histogram.
+    const std::vector<std::string> told = lines(runWell({"info", "a.png"}));
+    ASSERT_EQ(told.size(), 1u + 3 * 13);
+    EXPECT_EQ(told[0], "a.png: 3 x 1, RGB, 8 bits a sample; depth 8u");
+    EXPECT_EQ(told[1], "  channel 1  red       10 to    60, mean 30.00");
+    EXPECT_EQ(told[14], "  channel 2  green    100 to   200, mean 150.00");
+    EXPECT_EQ(told[27], "  channel 3  blue       0 to   255, mean 85.00");
+    EXPECT_EQ(told[28], "  66.7% |#");
+    EXPECT_EQ(told[39], "         0" + std::string(60, ' ') + "255");
 }
 
 TEST_F(Usage, InfoOfOtherKinds) {

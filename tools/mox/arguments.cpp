@@ -59,6 +59,17 @@ void addRunArguments(CLI::App *app, RunWords *run) {
         "Example: mox run photo.png --roi 10,10,200,100 add-s 40 not result.png");
 }
 
+void addCompareArguments(CLI::App *app, CompareRequest *compare) {
+    app->add_option("a", compare->first, "A PNG or .bmp file")->type_name("A")->required();
+    app->add_option("b", compare->second, "The file that it is compared with")->type_name("B")->required();
+    app->add_option("--output", compare->output, "Write a picture of the differences' absolute values")
+        ->type_name("DIFF.png");
+    app->add_option("--gain", compare->gain, "Multiply them in that picture, so that small ones show (1)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 65535));
+    app->footer("Exit codes: 0 equal, 1 different, 2 and 3 as for all commands, 4 the comparison failed.");
+}
+
 // count whole numbers with a mark between them.
 bool parseNumbers(const std::string &text, char mark, int *numbers, int count) {
     const char *next = text.data();
@@ -177,7 +188,7 @@ std::string versionText() {
 
 constexpr const char *exitCodesText =
     "Exit codes: 0 done, 1 an operation failed, 2 the command line makes no sense, 3 a file cannot be read or "
-    "written.\n"
+    "written.\nOf compare: 0 equal, 1 different, 4 it failed.\n"
     "`mox run --help` tells the options of run, `mox list` the operations.";
 
 }  // namespace
@@ -193,6 +204,8 @@ CommandLine parseCommandLine(int argc, char **argv) {
     list->add_flag("--names", line.namesOnly, "Only the names, one a line");
     CLI::App *info = app.add_subcommand("info", "Tell what a picture is");
     info->add_option("picture", line.picture, "A PNG or .bmp file")->type_name("PICTURE")->required();
+    CLI::App *compare = app.add_subcommand("compare", "Tell how far two pictures differ; exit code 1 if they do");
+    addCompareArguments(compare, &line.compare);
     CLI::App *runApp = app.add_subcommand("run", "Run operations on a picture and write the result");
     addRunArguments(runApp, &run);
     CLI::App *gallery =
@@ -214,6 +227,7 @@ CommandLine parseCommandLine(int argc, char **argv) {
     }
     if (list->parsed()) line.command = Command::list;
     if (info->parsed()) line.command = Command::info;
+    if (compare->parsed()) line.command = Command::compare;
     if (gallery->parsed()) line.command = Command::gallery;
     if (runApp->parsed()) {
         line.command = Command::run;

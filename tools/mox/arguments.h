@@ -5,11 +5,13 @@
 #include <vector>
 
 #include "chain.h"
+#include "compare.h"
 
 enum class Command {
     done,  // help or version: already printed
     list,
     info,
+    compare,
     run,
     gallery
 };
@@ -20,6 +22,7 @@ struct CommandLine {
     std::string picture;     // info, gallery
     std::string folder;      // gallery
     RunRequest run;
+    CompareRequest compare;
 };
 
 // Throws Failure for a command line that makes no sense.

@@ -5,9 +5,11 @@
 
 enum ExitCode {
     exitOk = 0,
+    exitDifferent = 1,  // two pictures compared differ
     exitOperation = 1,  // the library refused or failed
     exitUsage = 2,      // the command line makes no sense
-    exitFile = 3        // a file cannot be read, is no picture, or cannot be written
+    exitFile = 3,       // a file cannot be read, is no picture, or cannot be written
+    exitComparison = 4  // the library refused or failed where 1 would stand for a difference
 };
 
 struct Failure {

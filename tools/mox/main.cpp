@@ -1,14 +1,15 @@
 // mox: the operations of the library from the command line.
 #include <mox.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
 
 #include "arguments.h"
+#include "compare.h"
 #include "failure.h"
 #include "gallery.h"
+#include "histogram.h"
 #include "image.h"
 #include "reports.h"
 
@@ -32,44 +33,22 @@ void listOperations() {
     }
 }
 
-struct ChannelSummary {
-    unsigned low;
-    unsigned high;
-    double mean;
-};
-
-ChannelSummary summarize(const Picture &picture, int channel) {
-    unsigned low = fullValue(picture.bits);
-    unsigned high = 0;
-    double sum = 0;
-    const auto step = static_cast<std::size_t>(picture.channels);
-    for (std::size_t i = static_cast<std::size_t>(channel); i < picture.samples.size(); i += step) {
-        low = std::min<unsigned>(low, picture.samples[i]);
-        high = std::max<unsigned>(high, picture.samples[i]);
-        sum += picture.samples[i];
-    }
-    return {low, high, sum / (static_cast<double>(picture.width) * picture.height)};
-}
-
-const char *channelName(int channels, int channel) {
-    if (hasAlpha(channels) && channel == channels - 1) return "alpha";
-    constexpr const char *colors[] = {"red", "green", "blue"};
-    return channels > 2 && channel < 3 ? colors[channel] : "gray";
-}
-
 void tellPicture(const std::string &name) {
     const Picture picture = readPicture(name);
     std::printf("%s: %d x %d, %s, %d %s a sample; depth %s\n", name.c_str(), picture.width, picture.height,
                 channelsText(picture.channels).c_str(), picture.bits, picture.bits == 1 ? "bit" : "bits",
                 depthName(naturalDepth(picture)));
-    for (int c = 0; c < picture.channels; c++) {
-        const ChannelSummary summary = summarize(picture, c);
-        std::printf("  channel %d  %-6s %5u to %5u, mean %.2f\n", c + 1, channelName(picture.channels, c), summary.low,
-                    summary.high, summary.mean);
-    }
+    // Alpha is told as any other channel.
+    const ImagePtr image = imageFromPicture(picture, naturalDepth(picture), false);
+    image->alphaChannel = 0;
+    clearReports();
+    const LevelCounts counts = countLevels(image.get());
+    if (anyReport()) fail(exitOperation, "info: " + reportsText());
+    std::fputs(levelsText(counts).c_str(), stdout);
 }
 
-void runCommand(const CommandLine &line) {
+// Gives the exit code.
+ExitCode runCommand(const CommandLine &line) {
     switch (line.command) {
         case Command::done:
             break;
@@ -86,10 +65,16 @@ void runCommand(const CommandLine &line) {
         case Command::run:
             std::fputs(runRequest(line.run, "").c_str(), stdout);
             break;
+        case Command::compare: {
+            const Comparison comparison = comparePictures(line.compare);
+            std::fputs(comparison.text.c_str(), stdout);
+            return comparison.equal ? exitOk : exitDifferent;
+        }
         case Command::gallery:
             writeGallery(line.folder, line.picture);
             break;
     }
+    return exitOk;
 }
 
 }  // namespace
@@ -97,9 +82,9 @@ void runCommand(const CommandLine &line) {
 int main(int argc, char **argv) {
     try {
         catchReports();
-        runCommand(parseCommandLine(argc, argv));
+        const ExitCode code = runCommand(parseCommandLine(argc, argv));
         if (std::fflush(stdout) != 0) fail(exitFile, "standard output cannot be written");
-        return exitOk;
+        return code;
     } catch (const Failure &failure) {
         std::fprintf(stderr, "mox: %s\n", failure.text.c_str());
         return failure.code;

@@ -71,12 +71,14 @@ struct Family {
     std::vector<Operation> operations;
 };
 
-const Family &movingFamily();     // opsmove.cpp
-const Family &arithmeticPair();   // opsarith.cpp
-const Family &arithmeticOne();    // opsarith.cpp
-const Family &filterFamily();     // opsfilter.cpp
-const Family &transformFamily();  // opstransform.cpp
-const Family &bitmapFamily();     // opsbitmap.cpp
+const Family &movingFamily();      // opsmove.cpp
+const Family &arithmeticPair();    // opsarith.cpp
+const Family &arithmeticOne();     // opsarith.cpp
+const Family &filterFamily();      // opsfilter.cpp
+const Family &transformFamily();   // opstransform.cpp
+const Family &comparisonFamily();  // opsmeasure.cpp
+const Family &measureFamily();     // opsmeasure.cpp
+const Family &bitmapFamily();      // opsbitmap.cpp
 
 // All of them, in the order of the list.
 const std::vector<const Family *> &families();

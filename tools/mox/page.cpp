@@ -39,6 +39,8 @@ figcaption { font-size: 12.5px; color: var(--quiet); margin-top: 4px; overflow-w
 .result figcaption { color: var(--ink); font-weight: 600; }
 pre { margin: 14px 0 0; padding: 9px 12px; background: var(--code); border-radius: 8px; font: 13px/1.5 ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; white-space: pre-wrap; overflow-wrap: anywhere; }
 .printed { flex: 1 1 0; align-self: stretch; display: flex; align-items: center; justify-content: center; background: var(--code); border-radius: 6px; font: 600 19px/1.4 ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; }
+.lines { display: block; padding: 10px 8px; font: 6.2px/1.12 ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; white-space: pre; overflow-x: auto; }
+.lines.long { font-size: 12px; line-height: 1.35; }
 footer { margin: 48px auto 40px; color: var(--quiet); font-size: 14px; }
 code { font: 14px ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; }
 )CSS";
@@ -80,13 +82,20 @@ std::string figure(const std::string &file, const char *kind, bool tiny) {
            "</figcaption></figure>\n";
 }
 
+// A line is a result of its own. Several keep their columns; they are small beside a picture of a result.
+std::string printed(const Card &card) {
+    const bool several = card.printed.find('\n') + 1 < card.printed.size();
+    const char *const kind = !several ? "printed" : card.result.empty() ? "printed lines long" : "printed lines";
+    return std::string("<div class=\"") + kind + "\">" + escaped(card.printed) + "</div>\n";
+}
+
 std::string pictures(const Card &card) {
     const bool tiny = !card.inputs.empty() && card.inputs.front() == "tiny.png";
     std::string html = card.inputs.size() <= 1 ? "<div class=\"pictures two\">\n" : "<div class=\"pictures\">\n";
     for (const std::string &input : card.inputs)
         html += figure(input, "input", tiny);
     if (!card.result.empty()) html += figure(card.result, "result", tiny);
-    if (!card.printed.empty()) html += "<div class=\"printed\">" + escaped(card.printed) + "</div>\n";
+    if (!card.printed.empty()) html += printed(card);
     return html + "</div>\n";
 }
 

@@ -367,3 +367,10 @@ Picture drawTiny() {
     }
     return picture;
 }
+
+Picture drawHazy(const Picture &picture) {
+    Picture result = withChannels(picture, 1);
+    for (std::uint16_t &sample : result.samples)
+        sample = static_cast<std::uint16_t>(110 + rescale(sample, fullValue(picture.bits), 74));
+    return result;
+}
