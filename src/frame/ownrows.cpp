@@ -92,6 +92,8 @@ static void setSpan(const MoxImage *image, int firstChannel, OwnSpan *span, int 
     span->step = planar ? 1 : image->nChannels;
     span->first = planar ? 0 : firstChannel;
     span->bytes = ownDepthBytes(image->depth);
+    // Where there is no region, it starts with channel 0 whichever is asked for.
+    if (!image->roi) span->start += firstChannel * (planar ? span->planeStep : span->bytes);
 }
 
 OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
