@@ -101,10 +101,12 @@ Kind kindOf(unsigned depth, int64_t windowSize) {
 
 // Rows of sums, and of scratch of the same length. False if memory ran out.
 bool allocateSums(const OwnWindow &window, Blur *blur) {
-    const int64_t columns = window.width + blur->window.nCols - 1;
+    const int64_t columns = window.width + blur->window.nCols - 1, channels = ownWindowChannels(window);
     const int64_t bytes = blur->kind == NARROW ? 2 : 4;
+    // Both come near to 32 bits: their product in bytes goes beyond 64.
+    if (columns > INT_MAX / channels) return false;
     blur->sumRows = std::min(window.rowsAtOnce, window.height);
-    blur->sumStep = (columns * ownWindowChannels(window) + OWN_BLUR_ROOM) * bytes;
+    blur->sumStep = (columns * channels + OWN_BLUR_ROOM) * bytes;
     const bool parts = blur->kind == NARROW && blur->window.nCols > OWN_BLUR_DIRECT;
     const int64_t rows = blur->sumRows + (parts ? OWN_BLUR_PARTS : 0);
     if (blur->sumStep > INT_MAX / rows) return false;

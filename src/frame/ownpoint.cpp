@@ -134,8 +134,9 @@ void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
     // More than caches hold is enough to know, and the tiles of an image may add up to more than 64 bits count.
     OwnImageRect rect;
     ownImageRect(destination(), &rect);
+    // Beside the image it is empty, with a size below 0.
     const int64_t pixelBytes = std::min<int64_t>(int64_t{channels_} * ownDepthBytes(destination()->depth), 16);
-    cell.whole = std::min<int64_t>(rect.width * rect.height, INT_MAX) * pixelBytes;
+    cell.whole = std::clamp<int64_t>(rect.width * rect.height, 0, INT_MAX) * pixelBytes;
     const auto runCell = [](void *operation, MoxImage *const *images, MoxImage *mask) {
         static_cast<const Cell *>(operation)->run(images, mask);
     };

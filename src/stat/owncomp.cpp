@@ -276,7 +276,17 @@ MoxStatus OwnCompare::runShares(const OwnRelation &relation, const OwnConstant &
     return MOX_StatusNoError;
 }
 
+static bool hasNoArea(const MoxImage *image) {
+    OwnImageRect rect;
+    ownImageRect(image, &rect);
+    return rect.width <= 0 || rect.height <= 0;
+}
+
 MoxStatus OwnCompare::run(const OwnRelation &relation, const OwnConstant &constant) const {
+    // An empty region is no fault, whatever the headers.
+    for (const MoxImage *image : {img1, img2, res}) {
+        if (image && (hasNoArea(image) || (image->maskROI && hasNoArea(image->maskROI)))) return MOX_StatusNoError;
+    }
     for (const MoxImage *image : {img1, img2, res}) {
         const MoxStatus excess = image ? ownFindExcess(image) : MOX_StatusNoError;
         if (excess != MOX_StatusNoError) return refuse(excess, INCORRECT, excess);

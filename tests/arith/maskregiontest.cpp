@@ -226,4 +226,25 @@ TEST(Strides, oddOnesOfWideSamples) {
     }
 }
 
+int MOX_CALL serveNothing(MoxImage *, int, int, int) {
+    ADD_FAILURE() << "a tile is requested";
+    return 0;
+}
+
+// The region begins further from the image than 64 bits count its bytes. Shows where overflow is watched.
+TEST(Regions, farBesideALargeTiledImageAskForNoTile) {
+    MoxTileInfo tiles = {};
+    tiles.callBack = serveNothing;
+    tiles.width = tiles.height = 8;
+    MoxROI roi = {0, INT32_MAX, 0, 1, INT32_MAX};
+    MoxImage image = *TestImage(TestLayout::of(MOX_DEPTH_32S, 1, 1, 4)).header();
+    image.height = INT32_MAX;
+    image.imageData = nullptr;
+    image.tileInfo = &tiles;
+    image.roi = &roi;
+    ReportRecorder reports;
+    moxNot(&image, &image);
+    EXPECT_TRUE(reports.none());
+}
+
 }  // namespace

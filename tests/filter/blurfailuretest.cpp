@@ -193,6 +193,22 @@ TEST(BlurFailure, windowsBeyondAllMemoryAreRefused) {
     }
 }
 
+// So many channels that the bytes of the window's sums are more than 64 bits count. Refused before anything is
+// allocated and before the pixels, which are not there, are looked at.
+TEST(BlurFailure, windowsOverMoreChannelsThanCanBeCountedAreRefused) {
+    char pixels[32] = {};
+    MoxImage image = *TestImage(TestLayout::of(MOX_DEPTH_8U, 1, 1)).header();
+    image.nChannels = image.widthStep = image.imageSize = INT_MAX;
+    image.imageData = pixels;
+    MoxImage other = image;
+    ReportRecorder reports;
+    AllocationWindow window;
+    moxBlur(&image, &other, INT_MAX, 1, 0, 0);
+    window.close();
+    EXPECT_TRUE(reports.are({{-4, NAME, "Allocation failure"}}));
+    EXPECT_EQ(window.count(), 0);
+}
+
 void judgeMemory(const ReportRecorder &reports, int) {
     ASSERT_FALSE(reports.seen.empty());
     const ReportSeen &last = reports.seen.back();

@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "frame/ownimage.h"
+#include "frame/ownrows.h"
 #include "frame/owntile.h"
 #include "support/scene.h"
 #include "support/testimage.h"
@@ -108,6 +109,33 @@ TEST(RoiStart, OfABitRegionAtThirteenIsOneByteAndFiveBitsIn) {
     char *start = ownRoiStart(image.header(), 0, &width, &height, &bit);
     EXPECT_EQ(bit, 5);
     EXPECT_EQ(start - image.header()->imageData, 1);
+}
+
+// Measures and maps take the channels one by one where they must.
+TEST(Span, BeginsInItsChannelWithARegionAndWithoutOne) {
+    for (unsigned depth : allDepths) {
+        for (const int order : {MOX_DATA_ORDER_PIXEL, MOX_DATA_ORDER_PLANE}) {
+            const int channels = depth == MOX_DEPTH_1U ? 1 : 4;
+            TestImage image(TestLayout::of(depth, 11, 5, channels, order));
+            MoxImage header = *image.header();
+            MoxROI roi = {0, 0, 0, 11, 5};
+            for (int channel = 0; channel < channels; ++channel) {
+                SCOPED_TRACE(image.layout().describe() + ", channel " + std::to_string(channel));
+                int width, height;
+                header.roi = &roi;
+                const OwnSpan within = ownSpan(&header, channel, &width, &height);
+                header.roi = nullptr;
+                const OwnSpan whole = ownSpan(&header, channel, &width, &height);
+                const int64_t plane = int64_t{header.height} * header.widthStep,
+                              bytes = header.depth == 1 ? 0 : within.bytes;
+                EXPECT_EQ(whole.start - reinterpret_cast<uint8_t *>(header.imageData),
+                          channel * (order == MOX_DATA_ORDER_PLANE ? plane : bytes));
+                EXPECT_EQ(whole.start, within.start);
+                EXPECT_EQ(whole.first, within.first);
+                EXPECT_EQ(whole.step, within.step);
+            }
+        }
+    }
 }
 
 // --- Flat runs ------------------------------------------------------------------------------------------------------
