@@ -92,6 +92,8 @@ bool asBytes(const OwnRows &rows, OwnRows *bytes) {
 static void setSpan(const MoxImage *image, int firstChannel, OwnSpan *span, int *width, int *height) {
     span->start = reinterpret_cast<uint8_t *>(ownRoiStart(image, firstChannel, width, height, &span->bit));
     ownSetSteps(image, firstChannel, span);
+    // Without a region the start is that of the first channel, whichever is asked for.
+    if (!image->roi) span->start = reinterpret_cast<uint8_t *>(ownSampleAt(image, firstChannel, 0, 0));
 }
 
 OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
