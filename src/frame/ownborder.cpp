@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "frame/ownmove.h"
+#include "frame/ownrows.h"
 
 namespace {
 
@@ -160,13 +161,12 @@ int64_t foldRow(int mode, int64_t y, int64_t height) {
 }  // namespace
 
 void ownSetRowSource(OwnRowSource *source, const MoxImage *image, int firstChannel, int channels) {
-    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
-    const int64_t plane = static_cast<int64_t>(image->height) * image->widthStep;
-    source->bytes = ownDepthBytes(image->depth);
-    source->start = reinterpret_cast<const uint8_t *>(image->imageData) +
-                    firstChannel * (planar ? plane : static_cast<int64_t>(source->bytes));
-    source->rowStep = image->widthStep;
-    source->step = planar ? 1 : image->nChannels;
+    OwnSpan span;
+    ownSetSteps(image, firstChannel, &span);
+    source->start = reinterpret_cast<const uint8_t *>(ownSampleAt(image, firstChannel, 0, 0));
+    source->rowStep = span.rowStep;
+    source->step = span.step;
+    source->bytes = span.bytes;
     source->channels = channels;
     source->width = image->width;
     source->height = image->height;

@@ -37,7 +37,27 @@ bool ownAcceptMemory(const OwnCaller &caller, std::initializer_list<const MoxIma
 bool ownAcceptPixels(const OwnCaller &caller, const MoxImage *image);
 
 // The image's region, clipped at the right and lower edge but not clamped. The ends are left for the caller.
-void ownImageRect(const MoxImage *image, OwnImageRect *rect);
+inline void ownImageRect(const MoxImage *image, OwnImageRect *rect) {
+    *rect = {0, 0, 0, 0, image->height, image->width};
+    if (const MoxROI *roi = image->roi) {
+        rect->x = roi->xOffset;
+        rect->y = roi->yOffset;
+        const int64_t width = image->width - rect->x, height = image->height - rect->y;
+        rect->width = roi->width < width ? roi->width : width;
+        rect->height = roi->height < height ? roi->height : height;
+    }
+}
+
+// The first byte of a plain image's sample.
+inline char *ownSampleAt(const MoxImage *image, int channel, int64_t x, int64_t y) {
+    const int64_t bits = ownDepthBits(image->depth);
+    const int64_t rows = y * image->widthStep;
+    if (image->dataOrder == MOX_DATA_ORDER_PLANE) {
+        const int64_t plane = static_cast<int64_t>(image->height) * image->widthStep;
+        return image->imageData + (channel * plane + x * bits / 8 + rows);
+    }
+    return image->imageData + ((channel + x * image->nChannels) * bits / 8 + rows);
+}
 
 // The first byte of the region in a channel; the width and height clipped and at least 0; the bit offset within the
 // byte (of use at depth 1).

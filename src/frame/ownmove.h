@@ -3,7 +3,7 @@
 
 #include "frame/ownkernel.h"
 
-// By bytes of a sample.
+// By bytes of a sample, whose binary logarithm the value is.
 enum OwnSampleSize { OWN_1_BYTE, OWN_2_BYTES, OWN_4_BYTES, OWN_SAMPLE_SIZES };
 constexpr OwnSampleSize ownSampleSize(int bytes) {
     return bytes == 4 ? OWN_4_BYTES : bytes == 2 ? OWN_2_BYTES : OWN_1_BYTE;

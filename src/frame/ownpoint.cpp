@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 
+#include "frame/ownmove.h"
 #include "frame/ownrows.h"
 #include "frame/owntile.h"
 
@@ -50,6 +51,7 @@ bool OwnPoint::open() {
     for (int i = 0; i < count_; ++i) {
         first_[i] = ownFirstChannel(images_[i]);
         alpha_ = alpha_ || images_[i]->alphaChannel != 0;
+        tiled_ = tiled_ || images_[i]->tileInfo;
         exceeds_ = exceeds_ || ownFindExcess(images_[i]) != MOX_StatusNoError;
     }
     return combineMasks();
@@ -105,18 +107,17 @@ struct OwnPoint::Cell {
     // The whole buffers, row padding included, as far as the smallest of them goes. An imageSize beyond an image's own
     // rows is not believed: they are all that an application promises.
     void runFlat(MoxImage *const *images) const {
-        OwnSpan spans[3] = {};
+        uint8_t *at[OWN_MAX_SPANS];
         int64_t size = INT_MAX;
-        const int bytes = std::max(ownDepthBytes(images[0]->depth), 1);
         for (int i = 0; i < point.count_; ++i) {
             const MoxImage *image = images[i];
             const int planes = image->dataOrder == MOX_DATA_ORDER_PLANE ? image->nChannels : 1;
-            spans[i].start = reinterpret_cast<uint8_t *>(image->imageData);
-            spans[i].bytes = bytes;
-            spans[i].step = 1;
+            at[i] = reinterpret_cast<uint8_t *>(image->imageData);
             size = std::min({size, int64_t{image->imageSize}, int64_t{image->widthStep} * image->height * planes});
         }
-        ownRunFlat(spans, point.count_, kernel, constant, static_cast<int>(size / bytes));
+        const OwnSampleSize sample = ownSampleSize(ownDepthBytes(images[0]->depth));
+        // A shift: a division would take as long as all checks.
+        ownRunFlat(at, point.count_, static_cast<size_t>(size >> sample), 1 << sample, whole, kernel, constant);
     }
 };
 
@@ -126,8 +127,7 @@ void OwnPoint::run(const OwnRowForms &kernel, const OwnConstant &constant) {
         return;
     }
     Cell cell = {*this, kernel, constant, 0};
-    const bool tiled = std::any_of(images_, images_ + count_, [](const MoxImage *image) { return image->tileInfo; });
-    if (!tiled) {
+    if (!tiled_) {
         cell.run(images_, mask_);
         return;
     }

@@ -50,6 +50,7 @@ class OwnPoint {
     int first_[3];
     int channels_ = 0;
     bool alpha_ = false;
+    bool tiled_ = false;
     bool exceeds_ = false;  // an image, or a mask, cannot be in memory
     MoxImage *mask_ = nullptr;
     OwnMaskState maskState_ = OWN_MASK_AS_IS;

@@ -4,16 +4,6 @@
 
 #include "frame/ownimage.h"
 
-void ownImageRect(const MoxImage *image, OwnImageRect *rect) {
-    *rect = {0, 0, 0, 0, image->height, image->width};
-    if (const MoxROI *roi = image->roi) {
-        rect->x = roi->xOffset;
-        rect->y = roi->yOffset;
-        rect->width = std::min<int64_t>(roi->width, image->width - rect->x);
-        rect->height = std::min<int64_t>(roi->height, image->height - rect->y);
-    }
-}
-
 char *ownRoiStart(const MoxImage *image, int channel, int *width, int *height, int *bitOffset) {
     OwnImageRect rect;
     ownImageRect(image, &rect);
@@ -24,13 +14,7 @@ char *ownRoiStart(const MoxImage *image, int channel, int *width, int *height, i
     // A region that starts beyond the image has no bytes: it begins where the image does.
     if (*width == 0 || *height == 0) return image->imageData;
 
-    const int64_t bits = ownDepthBits(image->depth);
-    const int64_t rows = rect.y * image->widthStep;
-    if (image->dataOrder == MOX_DATA_ORDER_PLANE) {
-        const int64_t plane = static_cast<int64_t>(image->height) * image->widthStep;
-        return image->imageData + (channel * plane + rect.x * bits / 8 + rows);
-    }
-    return image->imageData + ((channel + rect.x * image->nChannels) * bits / 8 + rows);
+    return ownSampleAt(image, channel, rect.x, rect.y);
 }
 
 static bool regionIsWhole(const MoxImage *image) {

@@ -17,8 +17,9 @@ constexpr int64_t SHORTEST_AHEAD = 4096;
 
 // Storing past the caches pays where they could not keep the destination, unless a source has brought it in already.
 bool shouldStream(const OwnRowForms &kernel, uint8_t *const *at, int count, int64_t bytesOfRun, int64_t bytesOfAll) {
+    if (bytesOfRun < SHORTEST_STREAM || !kernel.streamed) return false;
     const int64_t enough = count > 1 ? ownStreamBounds().bytes : ownStreamBounds().fillBytes;
-    if (!kernel.streamed || bytesOfAll * count < enough || bytesOfRun < SHORTEST_STREAM) return false;
+    if (bytesOfAll * count < enough) return false;
     return std::find(at, at + count - 1, at[count - 1]) == at + count - 1;
 }
 
@@ -55,6 +56,10 @@ void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnCons
     const int bytes = ownDestination(rows).bytes;
     uint8_t *at[OWN_MAX_SPANS];
     ownStartOfRow(rows, 0, 0, at);
+    if (height == 1 && planes == 1) {
+        ownRunFlat(at, rows.count, static_cast<size_t>(n), bytes, rows.whole, kernel, constant);
+        return;
+    }
     const int64_t whole = std::max(rows.whole, n * bytes * height * planes);
     const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, whole);
     const OwnRow form = streaming ? kernel.streamed : kernel.plain;
@@ -86,14 +91,9 @@ bool asBytes(const OwnRows &rows, OwnRows *bytes) {
 // Filled where it stands: what is copied as soon as it is written waits for the stores.
 static void setSpan(const MoxImage *image, int firstChannel, OwnSpan *span, int *width, int *height) {
     span->start = reinterpret_cast<uint8_t *>(ownRoiStart(image, firstChannel, width, height, &span->bit));
-    span->rowStep = image->widthStep;
-    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
-    span->planeStep = planar ? static_cast<int64_t>(image->height) * image->widthStep : 0;
-    span->step = planar ? 1 : image->nChannels;
-    span->first = planar ? 0 : firstChannel;
-    span->bytes = ownDepthBytes(image->depth);
+    ownSetSteps(image, firstChannel, span);
     // Without a region the start is that of the first channel, whichever is asked for.
-    if (!image->roi) span->start += firstChannel * (planar ? span->planeStep : int64_t{span->bytes});
+    if (!image->roi) span->start = reinterpret_cast<uint8_t *>(ownSampleAt(image, firstChannel, 0, 0));
 }
 
 OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height) {
@@ -143,11 +143,10 @@ void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstan
     }
 }
 
-void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant, int samples) {
-    OwnRows rows = {};
-    std::copy_n(spans, count, rows.spans);
-    rows.count = count;
-    rows.width = samples;
-    rows.height = rows.channels = rows.planes = 1;
-    runContiguous(rows, kernel, constant);
+void ownRunFlat(uint8_t *const *at, int count, size_t samples, int bytes, int64_t whole, const OwnRowForms &kernel,
+                const OwnConstant &constant) {
+    const int64_t run = static_cast<int64_t>(samples) * bytes;
+    const bool streaming = shouldStream(kernel, at, count, run, std::max(whole, run));
+    ownCallPlain(streaming ? kernel.streamed : kernel.plain, at, count, samples, constant);
+    if (streaming) ownMoveRows().fence();
 }

@@ -31,6 +31,16 @@ struct OwnRows {
                     // are all
 };
 
+// How to go on from a span's start, which the layout of the image alone decides.
+inline void ownSetSteps(const MoxImage *image, int firstChannel, OwnSpan *span) {
+    const bool planar = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    span->rowStep = image->widthStep;
+    span->planeStep = planar ? static_cast<int64_t>(image->height) * image->widthStep : 0;
+    span->step = planar ? 1 : image->nChannels;
+    span->first = planar ? 0 : firstChannel;
+    span->bytes = ownDepthBytes(image->depth);
+}
+
 // The share of an image that begins at a channel, and its region's size.
 OwnSpan ownSpan(const MoxImage *image, int firstChannel, int *width, int *height);
 
@@ -42,5 +52,7 @@ void ownSetRows(OwnRows *rows, MoxImage *const *images, const int *firstChannels
 // Runs the kernel over all rows.
 void ownRunRows(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant);
 
-// Runs the kernel once, over samples that are contiguous in every image.
-void ownRunFlat(const OwnSpan *spans, int count, const OwnRowForms &kernel, const OwnConstant &constant, int samples);
+// Runs the kernel once, over samples of so many bytes that are contiguous in every image. whole is what OwnRows says, 0
+// where these are all.
+void ownRunFlat(uint8_t *const *at, int count, size_t samples, int bytes, int64_t whole, const OwnRowForms &kernel,
+                const OwnConstant &constant);

@@ -65,6 +65,24 @@ void spreadBits(const uint8_t *bits, int step, uint8_t *out, int64_t pixels) {
     }
 }
 
+// Rows of a mask that is wider than this are as well expanded one by one.
+constexpr int WIDEST_PACKED = 256;
+
+bool maskRowsFollow(const OwnRows &rows) {
+    return !rows.masked || (rows.mask.bit == 0 && rows.mask.rowStep * 8 == rows.width);
+}
+
+// Whole rows without padding are one row, as long as an int counts its pixels. Short rows of a mask are packed for it.
+bool rowsAreOne(const OwnRows &rows) {
+    if (rows.height == 1 || static_cast<int64_t>(rows.width) * rows.height > INT32_MAX) return false;
+    if (!maskRowsFollow(rows) && (rows.width % 8 != 0 || rows.width > WIDEST_PACKED)) return false;
+    for (int i = 0; i < rows.count; ++i) {
+        const OwnSpan &span = rows.spans[i];
+        if (span.rowStep != static_cast<int64_t>(rows.width) * span.step * span.bytes) return false;
+    }
+    return true;
+}
+
 class StretchRunner {
   public:
     StretchRunner(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant)
@@ -79,15 +97,19 @@ class StretchRunner {
         samples_ = through_ ? dst.step : rows.channels;
         for (int i = 0; i < rows.count; ++i)
             direct_[i] = through_ || ownIsContiguous(rows.spans[i], samples_);
+        const bool one = rowsAreOne(rows);
+        width_ = one ? rows.width * rows.height : rows.width;
+        height_ = one ? 1 : rows.height;
+        packed_ = one && !maskRowsFollow(rows);
         size_ = ownSampleSize(dst.bytes);
         pixels_ = OWN_SCRATCH_BYTES / (dst.bytes * samples_) & ~7;
         if (through_) makePattern();
-        if (through_ && !rows.masked) makeLanes(nullptr, std::min<int64_t>(pixels_, rows.width));
+        if (through_ && !rows.masked) makeLanes(nullptr, std::min(pixels_, width_));
     }
 
     void run() {
         for (int plane = 0; plane < rows_.planes; ++plane) {
-            for (int row = 0; row < rows_.height; ++row)
+            for (int row = 0; row < height_; ++row)
                 runRow(plane, row);
         }
     }
@@ -95,7 +117,7 @@ class StretchRunner {
   private:
     // The stored samples of a stretch that begins at a pixel: the bytes of eight pixels, again and again.
     void makePattern() {
-        const int64_t bytes = (std::min<int64_t>(pixels_, rows_.width) + 7) / 8 * samples_;
+        const int64_t bytes = (int64_t{std::min(pixels_, width_)} + 7) / 8 * samples_;
         const int first = ownDestination(rows_).first;
         std::memset(scratch_.pattern, 0, static_cast<size_t>(samples_));
         for (int pixel = first; pixel < samples_ * 8; pixel += samples_) {
@@ -127,6 +149,31 @@ class StretchRunner {
         expand(bits, 1, scratch_.lanes, static_cast<size_t>(samples));
     }
 
+    // The mask's bits from pixel x of a row on. Those of packed rows are the bits of all rows, one after the other.
+    const uint8_t *maskBits(int row, int64_t x, int64_t pixels) {
+        const OwnSpan &mask = rows_.mask;
+        if (!packed_) {
+            const uint8_t *bits = mask.start + row * mask.rowStep + x / 8;
+            if (mask.bit == 0) return bits;
+            ownAlignBits(bits, mask.bit, scratch_.pixelBits, 0, pixels);
+            return scratch_.pixelBits;
+        }
+        const int first = static_cast<int>(x) / rows_.width;
+        int64_t column = x - int64_t{first} * rows_.width;
+        const uint8_t *from = mask.start + first * mask.rowStep;
+        for (int64_t done = 0; done < pixels; from += mask.rowStep, column = 0) {
+            const int64_t count = std::min(pixels - done, rows_.width - column);
+            uint8_t *to = scratch_.pixelBits + done / 8;
+            if (mask.bit != 0) {
+                ownAlignBits(from + column / 8, mask.bit, to, 0, count);
+            } else {
+                std::memcpy(to, from + column / 8, static_cast<size_t>(count / 8));
+            }
+            done += count;
+        }
+        return scratch_.pixelBits;
+    }
+
     void runRow(int plane, int row) {
         uint8_t *at[OWN_MAX_SPANS];
         ownStartOfRow(rows_, plane, row, at);
@@ -134,17 +181,9 @@ class StretchRunner {
             for (int i = 0; i < rows_.count; ++i)
                 at[i] -= rows_.spans[i].first * rows_.spans[i].bytes;
         }
-        const uint8_t *maskRow = rows_.masked ? rows_.mask.start + row * rows_.mask.rowStep : nullptr;
-        for (int64_t x = 0; x < rows_.width; x += pixels_) {
-            const int64_t pixels = std::min<int64_t>(pixels_, rows_.width - x);
-            if (maskRow) {
-                const uint8_t *bits = maskRow + x / 8;
-                if (rows_.mask.bit != 0) {
-                    ownAlignBits(bits, rows_.mask.bit, scratch_.pixelBits, 0, pixels);
-                    bits = scratch_.pixelBits;
-                }
-                makeLanes(bits, pixels);
-            }
+        for (int64_t x = 0; x < width_; x += pixels_) {
+            const int64_t pixels = std::min<int64_t>(pixels_, width_ - x);
+            if (rows_.masked) makeLanes(maskBits(row, x, pixels), pixels);
             runStretch(at, pixels);
             for (int i = 0; i < rows_.count; ++i)
                 at[i] += pixels * rows_.spans[i].step * rows_.spans[i].bytes;
@@ -180,31 +219,17 @@ class StretchRunner {
     const OwnMoveRows &move_;
     bool through_;
     bool direct_[OWN_MAX_SPANS];
-    int samples_;  // in a pixel of the scratch
-    int pixels_;   // in a stretch, a multiple of 8
+    int width_, height_;  // of the rows, which may all be one
+    bool packed_;         // they are, and those of the mask are packed
+    int samples_;         // in a pixel of the scratch
+    int pixels_;          // in a stretch, a multiple of 8
     OwnSampleSize size_;
     Scratch scratch_;
 };
 
-// Whole rows without padding, under a mask without padding, are one row, as long as an int counts its pixels.
-OwnRows joinRows(const OwnRows &rows) {
-    OwnRows joined = rows;
-    const auto follows = [&](const OwnSpan &span) {
-        return span.rowStep == static_cast<int64_t>(rows.width) * span.step * span.bytes;
-    };
-    const int64_t pixels = static_cast<int64_t>(rows.width) * rows.height;
-    const bool maskFollows = !rows.masked || (rows.mask.bit == 0 && rows.mask.rowStep * 8 == rows.width);
-    if (pixels <= INT32_MAX && maskFollows && std::all_of(rows.spans, rows.spans + rows.count, follows)) {
-        joined.width = static_cast<int>(pixels);
-        joined.height = 1;
-    }
-    return joined;
-}
-
 }  // namespace
 
-void ownRunStretches(const OwnRows &all, const OwnRowForms &kernel, const OwnConstant &constant) {
-    const OwnRows rows = joinRows(all);
+void ownRunStretches(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
     if (rows.channels == 1 || rows.channels * ownDestination(rows).bytes <= WIDEST_PIXEL) {
         StretchRunner(rows, kernel, constant).run();
         return;
