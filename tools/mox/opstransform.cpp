@@ -30,7 +30,7 @@ int channelsOf(const MoxImage *image) {
 ImagePtr copyOf(MoxImage *image) {
     const Size size = regionOf(image);
     if (size.width == 0 || size.height == 0) fail(exitUsage, "transforms need a region that is not empty");
-    if (image->depth == MOX_DEPTH_1U) fail(exitUsage, "transforms need more than bits (try --depth 8u)");
+    if (image->depth == MOX_DEPTH_1U) fail(exitOperation, "transforms need more than bits (try --depth 8u)");
     ImagePtr copy = makeImage(channelsOf(image), image->depth, false, size.width, size.height);
     moxCopy(image, copy.get());
     return copy;
