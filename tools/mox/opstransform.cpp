@@ -26,18 +26,22 @@ int channelsOf(const MoxImage *image) {
     return image->roi && image->roi->coi != 0 ? 1 : image->nChannels - (image->alphaChannel != 0 ? 1 : 0);
 }
 
+bool hasPlanes(const MoxImage *image) {
+    return image->dataOrder == MOX_DATA_ORDER_PLANE;
+}
+
 // The channels that an operation processes, of the region alone.
 ImagePtr copyOf(MoxImage *image) {
     const Size size = regionOf(image);
     if (size.width == 0 || size.height == 0) fail(exitUsage, "transforms need a region that is not empty");
     if (image->depth == MOX_DEPTH_1U) fail(exitOperation, "transforms need more than bits (try --depth 8u)");
-    ImagePtr copy = makeImage(channelsOf(image), image->depth, false, size.width, size.height);
+    ImagePtr copy = makeImage(channelsOf(image), image->depth, hasPlanes(image), size.width, size.height);
     moxCopy(image, copy.get());
     return copy;
 }
 
 ImagePtr floatsLike(const MoxImage *image) {
-    return makeImage(image->nChannels, MOX_DEPTH_32F, false, image->width, image->height);
+    return makeImage(image->nChannels, MOX_DEPTH_32F, hasPlanes(image), image->width, image->height);
 }
 
 float &real(const ImagePtr &image, int x, int y, int channel) {
@@ -233,10 +237,10 @@ template <class Transform>
 void eachChannel(Call *call, Transform transform) {
     Wavelet wavelet(*call);
     if (!wavelet.made) return;
-    if (call->image->depth != MOX_DEPTH_8U) fail(exitUsage, "wavelets need depth 8u");
+    if (call->image->depth != MOX_DEPTH_8U) fail(exitOperation, "wavelets need depth 8u");
     const ImagePtr copy = copyOf(call->image);
     for (int channel = 0; channel < copy->nChannels; ++channel) {
-        const ImagePtr one = makeImage(1, MOX_DEPTH_8U, false, copy->width, copy->height);
+        const ImagePtr one = makeImage(1, MOX_DEPTH_8U, hasPlanes(copy.get()), copy->width, copy->height);
         MoxROI roi = {channel + 1, 0, 0, copy->width, copy->height};
         copy->roi = &roi;
         moxCopy(copy.get(), one.get());
