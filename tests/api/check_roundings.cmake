@@ -1,0 +1,15 @@
+# Run as a script with OBJDUMP and LIBRARY: fails if the library has an instruction that multiplies and adds with one
+# rounding. Compilers make them of some loops although contraction is off, and levels would then give different results.
+execute_process(COMMAND ${OBJDUMP} -d --no-show-raw-insn ${LIBRARY} OUTPUT_VARIABLE code RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "${OBJDUMP} cannot read ${LIBRARY}")
+endif()
+if(NOT code MATCHES "mulps")
+  message(FATAL_ERROR "${LIBRARY}: no code was found")
+endif()
+string(REGEX MATCHALL "vfn?m(add|sub|addsub|subadd)[123a-z]*" fused "${code}")
+if(fused)
+  list(LENGTH fused count)
+  list(REMOVE_DUPLICATES fused)
+  message(FATAL_ERROR "${LIBRARY} has ${count} fused instructions: ${fused}")
+endif()
