@@ -21,7 +21,7 @@ MoxStatus refuseNull(const OwnCaller &caller, const char *argument) {
 
 // How a user initialiser names the parts of a filter in its reports.
 struct Names {
-    char taps[24], length[24], offset[24];
+    char taps[32], length[32], offset[32];
 };
 
 // The first fault of a filter, reported.
