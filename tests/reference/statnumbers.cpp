@@ -103,9 +103,11 @@ RefMoments refMoments(TestImage &image) {
         const int64_t x = layout.regionX() + i, y = layout.regionY() + j;
         const uint32_t bits = refSampleOf(image, i, j, channel);
         int64_t powerX = 1;
-        for (int m = 0; m <= 3; ++m, powerX *= x) {
+        for (int m = 0; m <= 3; ++m) {
+            if (m > 0) powerX *= x;
             int64_t power = powerX;
-            for (int n = 0; m + n <= 3; ++n, power *= y) {
+            for (int n = 0; m + n <= 3; ++n) {
+                if (n > 0) power *= y;
                 const long double term = static_cast<long double>(power) * refNumber(layout.depth, bits);
                 moments.sums[m][n] += term;
                 moments.magnitudes[m][n] += std::fabs(term);
