@@ -95,8 +95,8 @@ inline void ownFreeMask(MoxImage *mask, OwnMaskState state) {
 // Whether several masks have nothing in common, as their sizes tell.
 bool ownMasksAreApart(const MoxImage *maskA, const MoxImage *maskB, const MoxImage *maskC);
 
-// The one mask of an operation on a source and a destination, held as long as this lives. The step with which such an
-// operation begins to touch memory: see ownAcceptMemory.
+// The one mask of an operation on two images, the second of which may be null, held as long as this lives. The step
+// with which such an operation begins to touch memory: see ownAcceptMemory.
 class OwnCommonMask {
   public:
     OwnCommonMask(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst);

@@ -95,7 +95,7 @@ MoxImage *ownCombineMasks(MoxImage *maskA, MoxImage *maskB, MoxImage *maskC, Own
 }
 
 OwnCommonMask::OwnCommonMask(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst) {
-    MoxImage *second = dst->maskROI != src->maskROI ? dst->maskROI : nullptr;
+    MoxImage *second = dst && dst->maskROI != src->maskROI ? dst->maskROI : nullptr;
     if (ownMasksAreApart(src->maskROI, second, nullptr)) return;
     if (ownAcceptMemory(caller, {src, dst})) image_ = ownCombineMasks(src->maskROI, second, nullptr, &state_);
 }

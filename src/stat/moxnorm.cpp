@@ -45,16 +45,6 @@ void fold(void *state, const OwnFold &row) {
     if (norm->relative) endRow(&norm->sums[1]);
 }
 
-// A combined mask, for as long as it is needed.
-struct CombinedMask {
-    OwnMaskState state;
-    MoxImage *mask;
-    CombinedMask(MoxImage *maskA, MoxImage *maskB) : mask(ownCombineMasks(maskA, maskB, nullptr, &state)) {}
-    ~CombinedMask() { ownFreeMask(mask, state); }
-    CombinedMask(const CombinedMask &) = delete;
-    CombinedMask &operator=(const CombinedMask &) = delete;
-};
-
 struct NormCall {
     OwnCaller caller;
     MoxImage *a, *b;
@@ -121,10 +111,9 @@ double NormCall::finish(const Norm &norm) const {
 
 double NormCall::measure() const {
     if (!isKnown()) return mark(0, MOX_StatusGeneral, " ");
-    if (!ownAcceptMemory(caller, {a, b})) return 0;
-    const CombinedMask combined(a->maskROI, b ? b->maskROI : nullptr);
-    if (combined.state == OWN_MASK_NO_MEMORY) return mark(0, MOX_StatusHeaderNull, "Null pointer for mask");
-    if (combined.state == OWN_MASK_EMPTY) return 0;
+    const OwnCommonMask mask(caller, a, b);
+    if (mask.lacksMemory()) return mark(0, MOX_StatusHeaderNull, "Null pointer for mask");
+    if (mask.endsCall()) return 0;
 
     const int depth = ownDepthIndex(a->depth);
     const OwnStatRows &rows = ownStatRows();
@@ -137,7 +126,7 @@ double NormCall::measure() const {
     OwnMeasure measure = {};
     measure.images[0] = a;
     measure.images[1] = b;
-    measure.mask = combined.mask;
+    measure.mask = mask.image();
     measure.first[0] = ownFirstChannel(a);
     measure.first[1] = b ? ownFirstChannel(b) : 0;
     measure.channels = b ? std::min(ownChannels(a), ownChannels(b)) : ownChannels(a);

@@ -169,11 +169,9 @@ struct Mapping {
 
 OwnMapResult ownMap(MoxImage *srcImage, MoxImage *dstImage, const uint8_t *maps) {
     const OwnCaller caller = OWN_CALLER("moxMap");
-    MoxImage *second = dstImage->maskROI != srcImage->maskROI ? dstImage->maskROI : nullptr;
-    OwnMaskState state;
-    MoxImage *mask = ownCombineMasks(srcImage->maskROI, second, nullptr, &state);
-    if (state == OWN_MASK_NO_MEMORY) return OWN_MAP_FAILED;
-    if (state == OWN_MASK_EMPTY) return OWN_MAP_DONE;
+    const OwnCommonMask mask(caller, srcImage, dstImage);
+    if (mask.lacksMemory()) return OWN_MAP_FAILED;
+    if (mask.endsCall()) return OWN_MAP_DONE;
 
     Mapping mapping = {maps,
                        int64_t{ownDepthBytes(srcImage->depth)} << ownDepthBits(srcImage->depth),
@@ -187,16 +185,15 @@ OwnMapResult ownMap(MoxImage *srcImage, MoxImage *dstImage, const uint8_t *maps)
     MoxImage *const images[] = {srcImage, dstImage};
     int refused = -1;
     if (!srcImage->tileInfo && !dstImage->tileInfo) {
-        mapping.run(images, mask);
+        mapping.run(images, mask.image());
     } else {
         const auto run = [](void *operation, MoxImage *const *cell, MoxImage *cellMask) {
             static_cast<const Mapping *>(operation)->run(cell, cellMask);
         };
-        refused = ownWalkTiles(images, 2, mask, run, &mapping);
+        refused = ownWalkTiles(images, 2, mask.image(), run, &mapping);
         if (refused >= 0) {
             ownReport(caller, MOX_StatusGeneral, refused == 0 ? "Error get tile to read" : "Error get tile to write");
         }
     }
-    ownFreeMask(mask, state);
     return refused >= 0 ? OWN_MAP_NO_TILE : OWN_MAP_DONE;
 }
