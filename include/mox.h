@@ -1374,6 +1374,72 @@ MOX_EXPORT void MOX_CALL moxContrastStretch(MoxImage *srcImage, MoxImage *dstIma
  */
 MOX_EXPORT void MOX_CALL moxHistoEqualize(MoxImage *srcImage, MoxImage *dstImage, MoxLUT **lut);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Quadrangles and maps
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Geometry in double precision, without a pixel touched. Pixel (x, y) has its centre at (x, y): a region's corners are
+ * those of its first and last pixels, left = xOffset to right = xOffset + width - 1, cut to the image. A quadrangle is
+ * four points (x, y), in the order of the region's corners (left, top), (right, top), (right, bottom), (left, bottom);
+ * either winding is legal. Coefficients are
+ *
+ *   affine       double coeffs[2][3]   x' = c00 x + c01 y + c02            y' = c10 x + c11 y + c12
+ *   bilinear     double coeffs[2][4]   x' = c00 x y + c01 x + c02 y + c03  y' = c10 x y + c11 x + c12 y + c13
+ *   perspective  double coeffs[3][3]   x' = (c00 x + c01 y + c02) / w      y' = (c10 x + c11 y + c12) / w
+ *                                      w  = c20 x + c21 y + c22            (c22 need not be 1)
+ *
+ * The functions that end in ROI take a region by itself, cut at 0 only, in place of an image; its coi has no meaning.
+ *
+ * Quad: where the map takes the corners of the region. A perspective w of 0 gives an infinity or no number.
+ *
+ * Failures leave the results unwritten: "Incorrect Image"; -5 "Bad rect ROI" for a region that is empty, outside the
+ * image, or null; -27 "coeffs == 0", "quad == 0".
+ */
+MOX_EXPORT void MOX_CALL moxGetAffineQuad(MoxImage *image, double coeffs[2][3], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetAffineQuadROI(MoxROI *roi, double coeffs[2][3], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetBilinearQuad(MoxImage *image, double coeffs[2][4], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetBilinearQuadROI(MoxROI *roi, double coeffs[2][4], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetPerspectiveQuad(MoxImage *image, double coeffs[3][3], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetPerspectiveQuadROI(MoxROI *roi, double coeffs[3][3], double quad[4][2]);
+
+/**
+ * The box around that quadrangle: rect[0] is its smallest x and y, rect[1] its largest. A canvas that takes the whole
+ * result is floor(rect[1]) - ceil(rect[0]) + 1 pixels wide and high. What fails in the region is reported as by the Quad
+ * function, then as -1 with an empty message by this one; -27 "rect == 0".
+ */
+MOX_EXPORT void MOX_CALL moxGetAffineBound(MoxImage *image, double coeffs[2][3], double rect[2][2]);
+MOX_EXPORT void MOX_CALL moxGetAffineBoundROI(MoxROI *roi, double coeffs[2][3], double rect[2][2]);
+MOX_EXPORT void MOX_CALL moxGetBilinearBound(MoxImage *image, double coeffs[2][4], double rect[2][2]);
+MOX_EXPORT void MOX_CALL moxGetBilinearBoundROI(MoxROI *roi, double coeffs[2][4], double rect[2][2]);
+MOX_EXPORT void MOX_CALL moxGetPerspectiveBound(MoxImage *image, double coeffs[3][3], double rect[2][2]);
+MOX_EXPORT void MOX_CALL moxGetPerspectiveBoundROI(MoxROI *roi, double coeffs[3][3], double rect[2][2]);
+
+/**
+ * The map that carries the region's corners onto the quadrangle's. An affine map looks at the first three corners; the
+ * fourth must make a parallelogram of them. Perspective: Heckbert, "Fundamentals of Texture Mapping and Image Warping",
+ * 1989.
+ *
+ * Failures, in this order, leave coeffs unwritten: "Incorrect Image"; -27 "quad == 0"; -5 "Quadrangle is degenerate to
+ * triangle or length or point" where three corners are exactly in line or one is no number; "Quadrangle is concave", also
+ * where it crosses itself; affine only "Quadrangle is not parallelogram" (by more than 1e-07 square pixels); "Bad rect
+ * ROI"; for a region less than two pixels wide or high "srcImage Rectangle ROI is degenerate to length or point" (affine),
+ * "image Rectangle ROI is degenerate to length or point" (bilinear, perspective); -27 "coeffs == 0".
+ */
+MOX_EXPORT void MOX_CALL moxGetAffineTransform(MoxImage *image, double coeffs[2][3], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetAffineTransformROI(MoxROI *roi, double coeffs[2][3], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetBilinearTransform(MoxImage *image, double coeffs[2][4], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetBilinearTransformROI(MoxROI *roi, double coeffs[2][4], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetPerspectiveTransform(MoxImage *image, double coeffs[3][3], double quad[4][2]);
+MOX_EXPORT void MOX_CALL moxGetPerspectiveTransformROI(MoxROI *roi, double coeffs[3][3], double quad[4][2]);
+
+/**
+ * Adds to *xShift and *yShift what makes a rotation by angle (in degrees, counter-clockwise on a screen) turn about the
+ * centre (xCenter, yCenter) in place of (0, 0): x - c x - s y and y - c y + s x for the angle's cosine c and sine s,
+ * which for multiples of 90 degrees are exact. -27 "xShift == 0", "yShift == 0".
+ */
+MOX_EXPORT void MOX_CALL moxGetRotateShift(double xCenter, double yCenter, double angle, double *xShift, double *yShift);
+
 #ifdef __cplusplus
 }
 #endif

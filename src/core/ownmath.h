@@ -1,0 +1,6 @@
+// Elementary functions by the library's own sequence of operations: the same on every platform, where mathematics
+// libraries differ in the last place.
+#pragma once
+
+// Sine and cosine of an angle in radians of at most a few turns, right to the last place or nearly so.
+void ownSineCosine(double angle, double *sine, double *cosine);

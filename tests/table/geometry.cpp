@@ -1,0 +1,114 @@
+// Example calls: quadrangles and maps.
+
+#include "table/examples.h"
+
+namespace {
+
+using Call = ExampleCall;
+constexpr Touches NOTHING = Touches::NOTHING, HEADERS = Touches::HEADERS;
+
+// A number that is equal to itself.
+void answer(Call &call, double value) {
+    call.answers.push_back(value == value ? value : -1e300);
+}
+template <size_t rows, size_t columns>
+void answer(Call &call, const double (&values)[rows][columns]) {
+    for (const auto &row : values) {
+        for (const double value : row)
+            answer(call, value);
+    }
+}
+
+// Maps that turn, shear and tilt a little.
+template <size_t rows, size_t columns>
+struct Coefficients {
+    double at[rows][columns] = {};
+    explicit Coefficients(Call &call) {
+        for (auto &row : at) {
+            for (double &value : row)
+                value = static_cast<double>(call.real(0.25f));
+        }
+        at[0][columns - 1] = static_cast<double>(call.real(3.0f));
+    }
+};
+
+// A parallelogram, as a map of any kind may have it.
+struct Quadrangle {
+    double at[4][2];
+    explicit Quadrangle(Call &call) : at{{1, 2}, {21, 3}, {24, 13}, {4, 12}} {
+        at[2][0] = static_cast<double>(call.real(24.0f));
+    }
+};
+
+MoxROI region(Call &call) {
+    return {0, call.size(3), call.size(2), call.size(9), call.size(7)};
+}
+
+template <size_t rows, size_t columns, void(MOX_CALL *function)(MoxImage *, double (*)[columns], double (*)[2])>
+void quadOf(Call &call) {
+    Coefficients<rows, columns> coeffs(call);
+    double quad[4][2] = {};
+    function(call.src(), coeffs.at, quad);
+    answer(call, quad);
+}
+template <size_t rows, size_t columns, void(MOX_CALL *function)(MoxROI *, double (*)[columns], double (*)[2])>
+void quadOfRegion(Call &call) {
+    Coefficients<rows, columns> coeffs(call);
+    MoxROI roi = region(call);
+    double quad[4][2] = {};
+    function(&roi, coeffs.at, quad);
+    answer(call, quad);
+}
+template <size_t rows, size_t columns, void(MOX_CALL *function)(MoxImage *, double (*)[columns], double (*)[2])>
+void transformOf(Call &call) {
+    double coeffs[rows][columns] = {};
+    Quadrangle quad(call);
+    function(call.src(), coeffs, quad.at);
+    answer(call, coeffs);
+}
+template <size_t rows, size_t columns, void(MOX_CALL *function)(MoxROI *, double (*)[columns], double (*)[2])>
+void transformOfRegion(Call &call) {
+    double coeffs[rows][columns] = {};
+    MoxROI roi = region(call);
+    Quadrangle quad(call);
+    function(&roi, coeffs, quad.at);
+    answer(call, coeffs);
+}
+
+void rotateShift(Call &call) {
+    double xShift = 0, yShift = 0;
+    const double x = static_cast<double>(call.real(3.0f)), y = static_cast<double>(call.real(4.0f));
+    moxGetRotateShift(x, y, static_cast<double>(call.real(30.0f)), &xShift, &yShift);
+    answer(call, xShift);
+    answer(call, yShift);
+}
+
+}  // namespace
+
+std::vector<Example> geometryExamples() {
+    return {
+        {"moxGetAffineQuad", HEADERS, 1, quadOf<2, 3, moxGetAffineQuad>},
+        {"moxGetAffineQuadROI", NOTHING, 0, quadOfRegion<2, 3, moxGetAffineQuadROI>},
+        {"moxGetAffineBound", HEADERS, 1, quadOf<2, 3, moxGetAffineBound>, {.within = "moxGetAffineQuad"}},
+        {"moxGetAffineBoundROI", NOTHING, 0, quadOfRegion<2, 3, moxGetAffineBoundROI>},
+        {"moxGetAffineTransform", HEADERS, 1, transformOf<2, 3, moxGetAffineTransform>},
+        {"moxGetAffineTransformROI", NOTHING, 0, transformOfRegion<2, 3, moxGetAffineTransformROI>},
+        {"moxGetBilinearQuad", HEADERS, 1, quadOf<2, 4, moxGetBilinearQuad>},
+        {"moxGetBilinearQuadROI", NOTHING, 0, quadOfRegion<2, 4, moxGetBilinearQuadROI>},
+        {"moxGetBilinearBound", HEADERS, 1, quadOf<2, 4, moxGetBilinearBound>, {.within = "moxGetBilinearQuad"}},
+        {"moxGetBilinearBoundROI", NOTHING, 0, quadOfRegion<2, 4, moxGetBilinearBoundROI>},
+        {"moxGetBilinearTransform", HEADERS, 1, transformOf<2, 4, moxGetBilinearTransform>},
+        {"moxGetBilinearTransformROI", NOTHING, 0, transformOfRegion<2, 4, moxGetBilinearTransformROI>},
+        {"moxGetPerspectiveQuad", HEADERS, 1, quadOf<3, 3, moxGetPerspectiveQuad>},
+        {"moxGetPerspectiveQuadROI", NOTHING, 0, quadOfRegion<3, 3, moxGetPerspectiveQuadROI>},
+        {"moxGetPerspectiveBound",
+         HEADERS,
+         1,
+         quadOf<3, 3, moxGetPerspectiveBound>,
+         {.within = "moxGetPerspectiveQuad"}},
+        {"moxGetPerspectiveBoundROI", NOTHING, 0, quadOfRegion<3, 3, moxGetPerspectiveBoundROI>},
+        {"moxGetPerspectiveTransform", HEADERS, 1, transformOf<3, 3, moxGetPerspectiveTransform>},
+        {"moxGetPerspectiveTransformROI", NOTHING, 0, transformOfRegion<3, 3, moxGetPerspectiveTransformROI>},
+        {"moxGetRotateShift", NOTHING, 0, rotateShift},
+    };
+}
