@@ -1440,6 +1440,25 @@ MOX_EXPORT void MOX_CALL moxGetPerspectiveTransformROI(MoxROI *roi, double coeff
  */
 MOX_EXPORT void MOX_CALL moxGetRotateShift(double xCenter, double yCenter, double angle, double *xShift, double *yShift);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Geometry
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Mirrors the source's region: with flipAxis 0 rows change places (top and bottom), with 1 columns do (left and right),
+ * with -1 both. Pixel (i, j) of the source's region, w x h large, comes to (w - 1 - i, j), (i, h - 1 - j) or both, counted
+ * from the destination's region; a smaller destination gets the first part of that. All depths, single bits too. Masks
+ * hold where pixels are stored. In place by the same header, but not under a mask. Origins may differ: rows are counted
+ * as they stand in memory.
+ *
+ * Failures: "Incorrect Image"; -5 "(srcImage->depth!=dstImage->depth)"; "((srcImage->dataOrder != dstImage->dataOrder)&&
+ * ((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))"; "(srcImage==dstImage && srcImage->maskROI != ((void *)0))";
+ * "((flipAxis>1)||(flipAxis<-1))"; for bits "(srcImage->depth==1 && srcImage->alphaChannel!=0)", "(dstImage->depth==1 &&
+ * dstImage->alphaChannel!=0)"; "(nChannelsSrc != nChannelsDst)"; -4 "Out of memory" where masks cannot be combined; -2
+ * "Error get tile to read", also where memory for a part of it is missing, and "Error get tile to write".
+ */
+MOX_EXPORT void MOX_CALL moxMirror(MoxImage *srcImage, MoxImage *dstImage, int flipAxis);
+
 #ifdef __cplusplus
 }
 #endif

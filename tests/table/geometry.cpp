@@ -5,7 +5,7 @@
 namespace {
 
 using Call = ExampleCall;
-constexpr Touches NOTHING = Touches::NOTHING, HEADERS = Touches::HEADERS;
+constexpr Touches NOTHING = Touches::NOTHING, HEADERS = Touches::HEADERS, PIXELS = Touches::PIXELS;
 
 // A number that is equal to itself.
 void answer(Call &call, double value) {
@@ -110,5 +110,10 @@ std::vector<Example> geometryExamples() {
         {"moxGetPerspectiveTransform", HEADERS, 1, transformOf<3, 3, moxGetPerspectiveTransform>},
         {"moxGetPerspectiveTransformROI", NOTHING, 0, transformOfRegion<3, 3, moxGetPerspectiveTransformROI>},
         {"moxGetRotateShift", NOTHING, 0, rotateShift},
+        {"moxMirror",
+         PIXELS,
+         2,
+         [](Call &c) { moxMirror(c.src(), c.dst(), c.choice(1, 3) - 1); },
+         {.neighbours = true}},
     };
 }
