@@ -84,6 +84,21 @@ void convolveFP(Call &call) {
     moxConvolve2DFP(call.src(), call.dst(), list, count > 2 && count <= 10 ? 2 : count, method);
 }
 
+// A row and a column.
+void convolveSeparable(Call &call) {
+    ExampleKernel<int> x(call), y(call);
+    const int shift = call.random ? call.random->below(32) : 1;
+    MoxConvKernel row = {x.nCols, 1, x.anchorX, 0, x.values, shift}, column = {1, y.nRows, 0, y.anchorY, y.values, 1};
+    moxConvolveSep2D(call.src(), call.dst(), call.choice(1, 5) ? &row : nullptr, call.choice(1, 5) ? &column : nullptr);
+}
+
+void convolveSeparableFP(Call &call) {
+    ExampleKernel<float> x(call), y(call);
+    MoxConvKernelFP row = {x.nCols, 1, x.anchorX, 0, x.values}, column = {1, y.nRows, 0, y.anchorY, y.values};
+    moxConvolveSep2DFP(call.src(), call.dst(), call.choice(1, 5) ? &row : nullptr,
+                       call.choice(1, 5) ? &column : nullptr);
+}
+
 void blur(Call &call) {
     const int nCols = call.size(3), nRows = call.size(5), anchorX = call.choice(1, 3), anchorY = call.choice(2, 3);
     moxBlur(call.src(), call.dst(), nCols, nRows, anchorX, anchorY);
@@ -112,5 +127,11 @@ std::vector<Example> filterExamples() {
          {.reportsAs = "moxCreateConvKernelFP", .leaks = 1}},
         {"moxConvolve2D", PIXELS, 2, convolve, {.neighbours = true, .tool = "convolve"}},
         {"moxConvolve2DFP", PIXELS, 2, convolveFP, {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve"}},
+        {"moxConvolveSep2D", PIXELS, 2, convolveSeparable, {.neighbours = true, .tool = "convolve-sep"}},
+        {"moxConvolveSep2DFP",
+         PIXELS,
+         2,
+         convolveSeparableFP,
+         {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve-sep"}},
     };
 }
