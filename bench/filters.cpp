@@ -66,6 +66,16 @@ void blur(MoxImage *const *images) {
     moxBlur(images[0], images[1], side, side, side / 2, side / 2);
 }
 
+// A template cut out of the source.
+template <int side>
+void correlate(MoxImage *const *images) {
+    MoxROI roi = {0, images[0]->width / 3, images[0]->height / 3, side, side};
+    MoxImage cut = *images[0];
+    cut.roi = &roi;
+    cut.maskROI = nullptr;
+    moxNormCrossCorr(&cut, images[0], images[1]);
+}
+
 // Sobel's two kernels, and the length of what they give.
 void gradient(MoxImage *const *images) {
     static constexpr int ACROSS[] = {-1, 0, 1, -2, 0, 2, -1, 0, 1}, DOWN[] = {-1, -2, -1, 0, 0, 0, 1, 2, 1};
@@ -87,6 +97,10 @@ const Operation CONVOLVE_5 = {.name = "convolve-5x5", .at = SOME, .call = convol
 const Operation CONVOLVE_9 = {.name = "convolve-9x9", .at = SOME, .call = convolve<9>};
 const Operation SEPARABLE_5 = {.name = "convolve-sep-5", .at = SOME, .call = convolveSeparable<5>};
 const Operation SEPARABLE_15 = {.name = "convolve-sep-15", .at = SOME, .call = convolveSeparable<15>};
+const Operation CORRELATE_8 = {.name = "correlate-8x8", .at = SOME, .call = correlate<8>};
+const Operation CORRELATE_16 = {.name = "correlate-16x16", .at = SOME, .call = correlate<16>};
+const Operation CORRELATE_TO_FLOAT = {
+    .name = "correlate-16x16-to-float", .at = {OWN_8U}, .call = correlate<16>, .destination = {.depthIndex = OWN_32F}};
 const Operation GRADIENT = {.name = "gradient-3x3", .at = {OWN_8U}, .call = gradient};
 
 // Times that a sample may take within the last-level cache, on a machine that is as wide as level v3.
@@ -132,6 +146,9 @@ const Family filterFamily = {
         {.operation = GRADIENT},
         {.operation = SEPARABLE_5, .sizes = {256, 1024}},
         {.operation = SEPARABLE_15, .sizes = {256, 1024}},
+        {.operation = CORRELATE_8, .sizes = {256}},
+        {.operation = CORRELATE_16, .sizes = {256}, .goals = {{OWN_8U, 256, {GOAL_NS_PER_SAMPLE, 15}}}},
+        {.operation = CORRELATE_TO_FLOAT, .sizes = {256}},
         besideSmallest(),
         rgb(BLUR_5),
         rgb(CONVOLVE_3),

@@ -777,6 +777,30 @@ MOX_EXPORT MoxStatus MOX_CALL moxConvolveSep2D(MoxImage *srcImage, MoxImage *dst
 MOX_EXPORT MoxStatus MOX_CALL moxConvolveSep2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP *xKernel,
                                                  MoxConvKernelFP *yKernel);
 
+/**
+ * Where a template fits: dst(x, y) = full x c / sqrt(E x Et), c being the sum of the products of the template's w x h
+ * samples T(i, j) with those of the window of the source whose first pixel is (x - w / 2, y - h / 2) (rounded down), E the
+ * sum of the window's squares and Et that of the template's. full, a perfect match, is the top of the destination's range:
+ * 255 at 8U, 65535, 127, 32767, 2147483647; 1 at 32F and for bits. A window of zeros gives 0. Of each processed channel of
+ * the source with that of the template.
+ *
+ * Depths: all, the template's and the destination's those of the source, or 8U to 32F. Not in place. Beyond the source is
+ * what its border modes say. The template's own region counts; its mask does not. Tiled source and destination, not
+ * template. Sums of 8 and 16 bits are exact, those of 32 bits are doubles; E x Et and its root are floats (doubles for
+ * depths of 32 bits), the rest is double; results are rounded to nearest, ties to even. The cost is that of all products.
+ *
+ * Returns 0, or after a report -5 for a test and -4 where memory or a tile is missing:
+ *
+ *         "Incorrect Image" with the fault of source, template or destination
+ *    -5   "Unsupported in-place mode", "SRC and TPL depth are different", "SRC and DST depth are incompatible"
+ *    -5   where the source differs from both others: "SRC, TPL or DST order are different", "SRC, TPL or DST orign are
+ *         different", "SRC, TPL or DST Alpha channels are different", "SRC, TPL or DST number of channels are different"
+ *    -5   "SRC, TPL or DST number of processing channels are different" (with a coi: one; else nChannels)
+ *    -5   "TPL tiling is not supported"
+ *    -4   "Not enough memory"
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxImage *dstImage);
+
 /* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * ---------------------------------------------------------------------------------------------------------------- */
