@@ -154,7 +154,7 @@ std::vector<Example> filterExamples() {
          {.reportsAs = "moxCreateConvKernelFP", .leaks = 1}},
         {"moxConvolve2D", PIXELS, 2, convolve, {.neighbours = true, .tool = "convolve"}},
         {"moxConvolve2DFP", PIXELS, 2, convolveFP, {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve"}},
-        {"moxNormCrossCorr", PIXELS, 2, correlate, {.tiledDiffers = true, .neighbours = true}},
+        {"moxNormCrossCorr", PIXELS, 2, correlate, {.tiledDiffers = true, .neighbours = true, .tool = "find"}},
         {"moxConvolveSep2D", PIXELS, 2, convolveSeparable, {.neighbours = true, .tool = "convolve-sep"}},
         {"moxConvolveSep2DFP",
          PIXELS,
