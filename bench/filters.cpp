@@ -43,9 +43,37 @@ void convolve(MoxImage *const *images) {
     }
 }
 
+// A row and a column of coefficients like those of a Gaussian, but each of its own.
+template <int side>
+void convolveSeparable(MoxImage *const *images) {
+    static int values[side];
+    static float reals[side];
+    for (int i = 0; i < side; ++i) {
+        values[i] = 1 + i * 7 % 5 + (i == side / 2 ? 4 : 0);
+        reals[i] = static_cast<float>(values[i]) / 16;
+    }
+    if (images[0]->depth == MOX_DEPTH_32F) {
+        MoxConvKernelFP x = {side, 1, side / 2, 0, reals}, y = {1, side, 0, side / 2, reals};
+        moxConvolveSep2DFP(images[0], images[1], &x, &y);
+    } else {
+        MoxConvKernel x = {side, 1, side / 2, 0, values, 4}, y = {1, side, 0, side / 2, values, 4};
+        moxConvolveSep2D(images[0], images[1], &x, &y);
+    }
+}
+
 template <int side>
 void blur(MoxImage *const *images) {
     moxBlur(images[0], images[1], side, side, side / 2, side / 2);
+}
+
+// A template cut out of the source.
+template <int side>
+void correlate(MoxImage *const *images) {
+    MoxROI roi = {0, images[0]->width / 3, images[0]->height / 3, side, side};
+    MoxImage cut = *images[0];
+    cut.roi = &roi;
+    cut.maskROI = nullptr;
+    moxNormCrossCorr(&cut, images[0], images[1]);
 }
 
 // Sobel's two kernels, and the length of what they give.
@@ -67,6 +95,12 @@ const Operation BLUR_101 = {.name = "blur-101x101", .at = SOME, .call = blur<101
 const Operation CONVOLVE_3 = {.name = "convolve-3x3", .at = SOME, .call = convolve<3>};
 const Operation CONVOLVE_5 = {.name = "convolve-5x5", .at = SOME, .call = convolve<5>};
 const Operation CONVOLVE_9 = {.name = "convolve-9x9", .at = SOME, .call = convolve<9>};
+const Operation SEPARABLE_5 = {.name = "convolve-sep-5", .at = SOME, .call = convolveSeparable<5>};
+const Operation SEPARABLE_15 = {.name = "convolve-sep-15", .at = SOME, .call = convolveSeparable<15>};
+const Operation CORRELATE_8 = {.name = "correlate-8x8", .at = SOME, .call = correlate<8>};
+const Operation CORRELATE_16 = {.name = "correlate-16x16", .at = SOME, .call = correlate<16>};
+const Operation CORRELATE_TO_FLOAT = {
+    .name = "correlate-16x16-to-float", .at = {OWN_8U}, .call = correlate<16>, .destination = {.depthIndex = OWN_32F}};
 const Operation GRADIENT = {.name = "gradient-3x3", .at = {OWN_8U}, .call = gradient};
 
 // Times that a sample may take within the last-level cache, on a machine that is as wide as level v3.
@@ -110,10 +144,16 @@ const Family filterFamily = {
         {.operation = CONVOLVE_5, .goals = {within(OWN_8U, 0.9), within(OWN_32F, 1.5)}},
         {.operation = CONVOLVE_9, .goals = {within(OWN_8U, 3)}},
         {.operation = GRADIENT},
+        {.operation = SEPARABLE_5, .sizes = {256, 1024}},
+        {.operation = SEPARABLE_15, .sizes = {256, 1024}},
+        {.operation = CORRELATE_8, .sizes = {256}},
+        {.operation = CORRELATE_16, .sizes = {256}, .goals = {{OWN_8U, 256, {GOAL_NS_PER_SAMPLE, 15}}}},
+        {.operation = CORRELATE_TO_FLOAT, .sizes = {256}},
         besideSmallest(),
         rgb(BLUR_5),
         rgb(CONVOLVE_3),
         rgb(CONVOLVE_5),
+        rgb(SEPARABLE_5),
         masked(BLUR_5),
         masked(CONVOLVE_3),
         masked(CONVOLVE_5),

@@ -743,6 +743,64 @@ MOX_EXPORT void MOX_CALL moxConvolve2D(MoxImage *srcImage, MoxImage *dstImage, M
 MOX_EXPORT void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP **kernel, int nKernels,
                                          int combineMethod);
 
+/**
+ * Separable convolution: t(x, y) = sum over r of yKernel[r] x src(x, y + anchorY - r), then dst(x, y) = sum over c of
+ * xKernel[c] x t(x + anchorX - c, y), shifted right by both kernels' nShiftR together, once, and saturated; a bit is set
+ * where the shifted sum is above 0. xKernel is one row, yKernel one column, of two coefficients at least; one of them may
+ * be null. Sums are 32-bit integers that wrap. Every depth but 32F. Not in place. Beyond the image is what its border
+ * modes say. A cost of nCols + nRows a sample.
+ *
+ * Unlike most of the library these two clear the status word first, and return a status: 0, -5 for every test below
+ * (reported as -5, or with the header's fault), -1 where memory is missing.
+ *
+ * Failures, in this order:
+ *
+ *         "Incorrect Image" with the fault of the source or the destination
+ *    -5   "Unsupported in-place mode", "Kernel pointers are NULL"
+ *    -5   "SRC and DST depth are different", "SRC and DST order are different", "SRC and DST orign are different"
+ *    -5   "SRC: too many channels per plane (limit 32)" in pixel order
+ *    -5   "SRC and DST number of channels are different", "SRC and DST Alpha channels are different", "SRC and DST number
+ *         of processing channels are different" (with a coi: one; else nChannels)
+ *    -5   of each kernel, xKernel first: "NULL kernel values", "Invalid kernal size", "Invalid kernrl anchor"
+ *    -5   "moxConvolveSep2D does not support MOX_DEPTH_32F.\nCall moxConvolveSep2DFP instead"
+ *    -1   "Not enough memory", also for a tile that is not delivered; the status word then holds -4 (-2 for a tile of
+ *         the destination)
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxConvolveSep2D(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernel *xKernel,
+                                               MoxConvKernel *yKernel);
+
+/**
+ * moxConvolveSep2D for depth 32F, with float kernels: products are added to 0 one after the other in single precision,
+ * in the order in which the kernels hold their coefficients, columns first. -5 "moxConvolveSep2DFP does support
+ * MOX_DEPTH_32F only.\nCall moxConvolveSep2D instead".
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxConvolveSep2DFP(MoxImage *srcImage, MoxImage *dstImage, MoxConvKernelFP *xKernel,
+                                                 MoxConvKernelFP *yKernel);
+
+/**
+ * Where a template fits: dst(x, y) = full x c / sqrt(E x Et), c being the sum of the products of the template's w x h
+ * samples T(i, j) with those of the window of the source whose first pixel is (x - w / 2, y - h / 2) (rounded down), E the
+ * sum of the window's squares and Et that of the template's. full, a perfect match, is the top of the destination's range:
+ * 255 at 8U, 65535, 127, 32767, 2147483647; 1 at 32F and for bits. A window of zeros gives 0. Of each processed channel of
+ * the source with that of the template.
+ *
+ * Depths: all, the template's and the destination's those of the source, or 8U to 32F. Not in place. Beyond the source is
+ * what its border modes say. The template's own region counts; its mask does not. Tiled source and destination, not
+ * template. Sums of 8 and 16 bits are exact, those of 32 bits are doubles; E x Et and its root are floats (doubles for
+ * depths of 32 bits), the rest is double; results are rounded to nearest, ties to even. The cost is that of all products.
+ *
+ * Returns 0, or after a report -5 for a test and -4 where memory or a tile is missing:
+ *
+ *         "Incorrect Image" with the fault of source, template or destination
+ *    -5   "Unsupported in-place mode", "SRC and TPL depth are different", "SRC and DST depth are incompatible"
+ *    -5   where the source differs from both others: "SRC, TPL or DST order are different", "SRC, TPL or DST orign are
+ *         different", "SRC, TPL or DST Alpha channels are different", "SRC, TPL or DST number of channels are different"
+ *    -5   "SRC, TPL or DST number of processing channels are different" (with a coi: one; else nChannels)
+ *    -5   "TPL tiling is not supported"
+ *    -4   "Not enough memory"
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxImage *dstImage);
+
 /* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * ---------------------------------------------------------------------------------------------------------------- */

@@ -68,7 +68,7 @@ class WindowRunner {
 
     void runArea(const Area &area);
     void runPass(const Area &area, int pass);
-    void runRows(OwnRows *rows, int64_t y0, int64_t height);
+    void runRows(OwnRows *rows, int pass, int64_t y0, int64_t height);
     void loadRow(int64_t index, int64_t y);
     const uint8_t *keptRow(int64_t y) const;
     void store(OwnRows *rows, int height);
@@ -96,7 +96,8 @@ bool WindowRunner::allocate() {
     constexpr int64_t line = 64;
     const auto lines = [](int64_t bytes) { return (bytes + line - 1) / line * line; };
     const int64_t padded = window_.left + window_.width + window_.right;
-    const int64_t pixelBytes = int64_t{channels_} * std::max(ownDepthBytes(window_.src->depth), 1);
+    const int sampleBytes = std::max({ownDepthBytes(window_.src->depth), ownDepthBytes(window_.dst->depth), 1});
+    const int64_t pixelBytes = int64_t{channels_} * sampleBytes;
     atOnce_ = std::min(window_.rowsAtOnce, window_.height);
     ringRows_ = window_.top + window_.bottom + atOnce_ + 1;
     // A line between the rows keeps them from falling on the same places of a cache.
@@ -345,19 +346,20 @@ void WindowRunner::runPass(const Area &area, int pass) {
     // Conversions of constants are done: from here on there is but the filter's arithmetic.
     if (window_.chop) {
         const OwnChopRounding rounding;
-        runRows(&rows, y0, height);
+        runRows(&rows, pass, y0, height);
     } else {
-        runRows(&rows, y0, height);
+        runRows(&rows, pass, y0, height);
     }
 }
 
-void WindowRunner::runRows(OwnRows *rows, int64_t y0, int64_t height) {
+void WindowRunner::runRows(OwnRows *rows, int pass, int64_t y0, int64_t height) {
     OwnSpan &dst = rows->spans[1];
     const bool direct = !rows->masked && dst.bytes > 0 && dst.step == channels_;
     const int64_t reach = window_.top + window_.bottom;
     OwnWindowRows at = {};
     at.width = static_cast<size_t>(rows->width);
     at.channels = channels_;
+    at.pass = pass;
     at.outStep = direct ? dst.rowStep : rowBytes_;
     int64_t loaded = 0;
     for (int64_t y = 0; y < height; y += at.height) {

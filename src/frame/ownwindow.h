@@ -15,6 +15,7 @@ struct OwnWindowRows {
     int64_t height;   // output rows
     size_t width;     // pixels
     int channels;     // processed in each pixel, one after the other
+    int pass;         // of the processed channels, the first one in these rows
     int64_t y;        // of the first output row; an area's rows come in order, and 0 begins a new one
 };
 using OwnWindowFunction = void (*)(void *filter, const OwnWindowRows &rows);

@@ -1,5 +1,7 @@
 // Example calls: filters, and the records of their kernels.
 
+#include <vector>
+
 #include "table/examples.h"
 
 namespace {
@@ -84,6 +86,46 @@ void convolveFP(Call &call) {
     moxConvolve2DFP(call.src(), call.dst(), list, count > 2 && count <= 10 ? 2 : count, method);
 }
 
+// A row and a column.
+void convolveSeparable(Call &call) {
+    ExampleKernel<int> x(call), y(call);
+    const int shift = call.random ? call.random->below(32) : 1;
+    MoxConvKernel row = {x.nCols, 1, x.anchorX, 0, x.values, shift}, column = {1, y.nRows, 0, y.anchorY, y.values, 1};
+    moxConvolveSep2D(call.src(), call.dst(), call.choice(1, 5) ? &row : nullptr, call.choice(1, 5) ? &column : nullptr);
+}
+
+void convolveSeparableFP(Call &call) {
+    ExampleKernel<float> x(call), y(call);
+    MoxConvKernelFP row = {x.nCols, 1, x.anchorX, 0, x.values}, column = {1, y.nRows, 0, y.anchorY, y.values};
+    moxConvolveSep2DFP(call.src(), call.dst(), call.choice(1, 5) ? &row : nullptr,
+                       call.choice(1, 5) ? &column : nullptr);
+}
+
+// A template of a few pixels in memory of its own, like the source in all but size.
+void correlate(Call &call) {
+    const MoxImage *src = call.src();
+    MoxImage header = {};
+    std::vector<char> samples;
+    if (src && src->nChannels > 0 && src->nChannels <= 64) {
+        header = *src;
+        header.roi = nullptr;
+        header.maskROI = nullptr;
+        header.tileInfo = nullptr;
+        header.width = 5;
+        header.height = 4;
+        header.widthStep = 32 * src->nChannels;
+        header.imageSize = header.widthStep * 4 * src->nChannels;
+        samples.resize(static_cast<size_t>(header.imageSize));
+        for (size_t i = 0; i < samples.size(); ++i)
+            samples[i] = static_cast<char>(i * 37 % 61);
+        header.imageData = samples.data();
+    }
+    MoxROI roi = {src && src->roi ? src->roi->coi : 0, call.choice(1, 3), call.choice(0, 3), call.choice(4, 6),
+                  call.choice(3, 5)};
+    header.roi = &roi;
+    moxNormCrossCorr(src ? &header : nullptr, call.src(), call.dst());
+}
+
 void blur(Call &call) {
     const int nCols = call.size(3), nRows = call.size(5), anchorX = call.choice(1, 3), anchorY = call.choice(2, 3);
     moxBlur(call.src(), call.dst(), nCols, nRows, anchorX, anchorY);
@@ -112,5 +154,12 @@ std::vector<Example> filterExamples() {
          {.reportsAs = "moxCreateConvKernelFP", .leaks = 1}},
         {"moxConvolve2D", PIXELS, 2, convolve, {.neighbours = true, .tool = "convolve"}},
         {"moxConvolve2DFP", PIXELS, 2, convolveFP, {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve"}},
+        {"moxNormCrossCorr", PIXELS, 2, correlate, {.tiledDiffers = true, .neighbours = true, .tool = "find"}},
+        {"moxConvolveSep2D", PIXELS, 2, convolveSeparable, {.neighbours = true, .tool = "convolve-sep"}},
+        {"moxConvolveSep2DFP",
+         PIXELS,
+         2,
+         convolveSeparableFP,
+         {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve-sep"}},
     };
 }

@@ -49,6 +49,8 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
     addSource(gallery, "faint.png", "The same at half their strength.", drawDiscs(width, height, 0.5));
     addSource(gallery, "shifted.png", "The picture, two pixels to the right and down.",
               drawShifted(picture, shiftedBy));
+    addSource(gallery, "piece.png", "A piece of the picture.",
+              drawPiece(picture, width * 5 / 12, height / 16, std::max(width / 8, 1), std::max(height / 4, 1)));
     addSource(gallery, "negative.png", "The picture's negative.", drawNegative(picture));
     addSource(gallery, "hazy.png", "The picture in gray, through haze.", drawHazy(picture));
     addSource(gallery, "stripes.png", "All bits or none.", drawStripes(width, height));

@@ -2,9 +2,18 @@
 #include "operations.h"
 
 const std::vector<const Family *> &families() {
-    static const std::vector<const Family *> all = {&movingFamily(),     &arithmeticPair(), &arithmeticOne(),
-                                                    &filterFamily(),     &geometryFamily(), &transformFamily(),
-                                                    &comparisonFamily(), &measureFamily(),  &bitmapFamily()};
+    static const std::vector<const Family *> all = {
+        &movingFamily(),      //
+        &arithmeticPair(),    //
+        &arithmeticOne(),     //
+        &filterFamily(),      //
+        &findingFamily(),     //
+        &geometryFamily(),    //
+        &transformFamily(),   //
+        &comparisonFamily(),  //
+        &measureFamily(),     //
+        &bitmapFamily(),      //
+    };
     return all;
 }
 

@@ -1,5 +1,7 @@
 // Filters over neighbourhoods: box and convolution, with kernels as typed or by name.
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -89,6 +91,30 @@ void convolve(Call *call) {
     convolveAll(call->image, {{square ? side : count, square ? side : 1, values, shift}}, MOX_COMBINE_SUM);
 }
 
+// A row and a column, through another image: the library does not do it in place.
+void convolveSeparable(Call *call) {
+    const int shift = call->arguments[0].integer;
+    if (shift < 0 || shift > 31) fail(exitUsage, "convolve-sep: N must be a shift, from 0 to 31");
+    const auto row = static_cast<int>(call->arguments[1].samples.size());
+    const auto column = static_cast<int>(call->arguments[2].samples.size());
+    const Kernel x = {row, 1, call->arguments[1].samples, shift}, y = {1, column, call->arguments[2].samples, 0};
+    MoxImage *result = call->another(call->image->depth, call->image->nChannels);
+    // What follows finds the same beyond the edges.
+    std::copy(std::begin(call->image->borderMode), std::end(call->image->borderMode), result->borderMode);
+    std::copy(std::begin(call->image->borderConst), std::end(call->image->borderConst), result->borderConst);
+    if (call->image->depth == MOX_DEPTH_32F) {
+        KernelPtr<MoxConvKernelFP> first, second;
+        make(x, &first);
+        make(y, &second);
+        if (first && second) moxConvolveSep2DFP(call->image, result, first.get(), second.get());
+    } else {
+        KernelPtr<MoxConvKernel> first, second;
+        make(x, &first);
+        make(y, &second);
+        if (first && second) moxConvolveSep2D(call->image, result, first.get(), second.get());
+    }
+}
+
 void sharpen(Call *call) {
     convolveAll(call->image, {{3, 3, {0, -1, 0, -1, 5, -1, 0, -1, 0}, 0}}, MOX_COMBINE_SUM);
 }
@@ -157,6 +183,12 @@ const Family &filterFamily() {
              {{"Drawn out along a row of eight.", "border-replicate convolve 3 1,1,1,1,1,1,1,1"},
               {"Bits: those with half of their neighbours set.",
                "--depth 1u border-replicate convolve 2 1,1,1,1,0,1,1,1,1"}}},
+            {"convolve-sep",
+             {{K::integer, "N"}, {K::samples, "V,V,..."}, {K::samples, "W,W,..."}},
+             "convolution with the column W,W,... and then the row V,V,..., shifted right by N at the end",
+             convolveSeparable,
+             {{"Gaussian weights along rows and columns.",
+               "border-replicate convolve-sep 12 1,6,15,20,15,6,1 1,6,15,20,15,6,1"}}},
             {"convolve-sharpen",
              {},
              "convolution: the pixel five times, less its four neighbours",

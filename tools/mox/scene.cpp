@@ -348,6 +348,13 @@ Picture drawShifted(const Picture &picture, int by) {
     return result;
 }
 
+Picture drawPiece(const Picture &picture, int x, int y, int width, int height) {
+    Picture result = makePicture(width, height, picture.channels, picture.bits);
+    for (int row = 0; row < height; row++)
+        std::copy_n(pixelAt(&picture, x, y + row), width * picture.channels, pixelAt(&result, 0, row));
+    return result;
+}
+
 Picture drawNegative(const Picture &picture) {
     Picture result = picture;
     for (std::uint16_t &sample : result.samples)

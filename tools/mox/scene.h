@@ -13,6 +13,7 @@ Picture drawVignette(int width, int height);                // white in the midd
 Picture drawMask(int width, int height);                    // 1 bit: a flower
 Picture drawDisc(int width, int height, double x);          // 1 bit: a disc about x of the width
 Picture drawShifted(const Picture &picture, int by);        // the picture moved right and down, its edge repeated
+Picture drawPiece(const Picture &picture, int x, int y, int width, int height);  // cut out of it
 Picture drawNegative(const Picture &picture);
 Picture drawHazy(const Picture &picture);  // gray, its levels in the middle of the scale
 Picture drawTiny();                        // a few pixels to be seen one by one
