@@ -34,7 +34,7 @@ void addStretch(const Number *offsets, int64_t x0, int64_t y, Sum (&sums)[4][4])
 }
 
 void foldSamples(Sums *sums, const uint8_t *at, size_t n, int64_t x, int64_t y) {
-    const OwnMomentRow &row = ownStatRows().moments[ownDepthIndex(sums->depth)];
+    const OwnMomentRow &row = ownMomentRows().sums[ownDepthIndex(sums->depth)];
     const auto bytes = static_cast<size_t>(ownDepthBytes(sums->depth));
     for (size_t done = 0; done < n; done += row.most) {
         const size_t part = n - done < row.most ? n - done : row.most;

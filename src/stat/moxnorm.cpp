@@ -116,7 +116,7 @@ double NormCall::measure() const {
     if (mask.endsCall()) return 0;
 
     const int depth = ownDepthIndex(a->depth);
-    const OwnStatRows &rows = ownStatRows();
+    const OwnNormRows &rows = ownNormRows();
     Norm norm = {};
     norm.rows[0] = (b ? rows.difference : rows.one)[kind()][depth];
     norm.rows[1] = rows.one[kind()][depth];

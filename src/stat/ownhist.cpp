@@ -115,7 +115,7 @@ void fold16(void *state, const OwnFold &stretch) {
 void foldBits(void *state, const OwnFold &stretch) {
     auto *counting = static_cast<Counting *>(state);
     OwnNormSum set = {};
-    ownStatRows().one[OWN_NORM_L1][OWN_1U](stretch.a, nullptr, stretch.samples, &set);
+    ownNormRows().one[OWN_NORM_L1][OWN_1U](stretch.a, nullptr, stretch.samples, &set);
     counting->counters[1] += static_cast<uint32_t>(set.whole);
     counting->counters[0] += static_cast<uint32_t>(stretch.samples - stretch.skipped - set.whole);
 }

@@ -35,14 +35,19 @@ struct OwnMomentRow {
 
 enum OwnNormKind { OWN_NORM_C, OWN_NORM_L1, OWN_NORM_L2, OWN_NORM_KINDS };
 
-struct OwnStatRows {
+struct OwnNormRows {
     OwnNormRow one[OWN_NORM_KINDS][OWN_DEPTHS];
     OwnNormRow difference[OWN_NORM_KINDS][OWN_DEPTHS];
-    OwnMomentRow moments[OWN_DEPTHS];  // not of bits
     void (*extrema)(const void *a, size_t n, OwnExtrema *extrema);
 };
 
-const OwnStatRows &ownStatRows();
+const OwnNormRows &ownNormRows();
+
+struct OwnMomentRows {
+    OwnMomentRow sums[OWN_DEPTHS];  // not of bits
+};
+
+const OwnMomentRows &ownMomentRows();
 
 // d = table[a], of bytes and of 16-bit samples; the table is the constant's.
 struct OwnLookRows {
