@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 
 #include "frame/ownmeasure.h"
 #include "stat/ownstat.h"
@@ -14,16 +15,21 @@ struct Norm {
     OwnNormSum sums[2];
     int bits;  // of a sample
     bool relative;
+    bool lanes;  // the sums are kept in lanes
 };
 
-// The lanes of a row, in one order.
+// The lanes of a row, in one order: each half of them is added to the other.
 void endRow(OwnNormSum *sum) {
-    for (int width = 8; width > 0; width /= 2) {
-        for (int i = 0; i < width; ++i)
-            sum->lanes[i] += sum->lanes[i + width];
-    }
-    sum->real += sum->lanes[0];
-    std::fill_n(sum->lanes, 16, 0.0);
+    typedef double Pair __attribute__((vector_size(16)));
+    Pair lanes[8];
+    std::memcpy(lanes, sum->lanes, sizeof lanes);
+    for (int i = 0; i < 4; ++i)
+        lanes[i] += lanes[i + 4];
+    lanes[0] += lanes[2];
+    lanes[1] += lanes[3];
+    lanes[0] += lanes[1];
+    sum->real += lanes[0][0] + lanes[0][1];
+    std::memset(sum->lanes, 0, sizeof sum->lanes);
 }
 
 // Both sums of a relative norm read the second image: it is taken in parts that stay in the nearest cache.
@@ -40,7 +46,7 @@ void fold(void *state, const OwnFold &row) {
             norm->rows[1](row.b + at, nullptr, n, &norm->sums[1]);
         }
     }
-    if (!row.endsRow) return;
+    if (!row.endsRow || !norm->lanes) return;
     endRow(&norm->sums[0]);
     if (norm->relative) endRow(&norm->sums[1]);
 }
@@ -122,6 +128,7 @@ double NormCall::measure() const {
     norm.rows[1] = rows.one[kind()][depth];
     norm.bits = ownDepthBits(a->depth);
     norm.relative = isRelative();
+    norm.lanes = norm.bits == 32 && kind() != OWN_NORM_C;
 
     OwnMeasure measure = {};
     measure.images[0] = a;
@@ -131,7 +138,7 @@ double NormCall::measure() const {
     measure.first[1] = b ? ownFirstChannel(b) : 0;
     measure.channels = b ? std::min(ownChannels(a), ownChannels(b)) : ownChannels(a);
     // The sums of 32-bit samples are those of rows, however these lie in memory.
-    measure.anyRows = ownDepthBits(a->depth) < 32 || kind() == OWN_NORM_C;
+    measure.anyRows = !norm.lanes;
     measure.fold = fold;
     measure.state = &norm;
     ownMeasureSize(&measure);

@@ -130,7 +130,7 @@ bool ownCountLevels(MoxImage *image, const OwnTables &tables, uint32_t *counters
     measure.mask = image->maskROI;
     measure.first[0] = tables.first;
     measure.channels = tables.channels;
-    measure.apart = measure.anyRows = true;
+    measure.apart = measure.anyRows = measure.counts = true;
     measure.fold = tables.levels == 2 ? foldBits : tables.levels == 256 ? fold8 : fold16;
     measure.state = &counting;
     ownMeasureSize(&measure);
