@@ -49,9 +49,10 @@ struct OwnMomentRows {
 
 const OwnMomentRows &ownMomentRows();
 
-// d = table[a], of bytes and of 16-bit samples; the table is the constant's.
+// d = table[a], of bytes and of 16-bit samples; the table is the constant's. Of pixels each channel has a table of its
+// own, behind the one before, and the constant's value says how many: rows begin with the first of 2 to 4.
 struct OwnLookRows {
-    OwnRowForms bytes, words;
+    OwnRowForms bytes, words, bytesOfPixels, wordsOfPixels;
 };
 
 const OwnLookRows &ownLookRows();
