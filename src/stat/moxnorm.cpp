@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <cstring>
 
 #include "frame/ownmeasure.h"
 #include "stat/ownstat.h"
@@ -17,20 +16,6 @@ struct Norm {
     bool relative;
     bool lanes;  // the sums are kept in lanes
 };
-
-// The lanes of a row, in one order: each half of them is added to the other.
-void endRow(OwnNormSum *sum) {
-    typedef double Pair __attribute__((vector_size(16)));
-    Pair lanes[8];
-    std::memcpy(lanes, sum->lanes, sizeof lanes);
-    for (int i = 0; i < 4; ++i)
-        lanes[i] += lanes[i + 4];
-    lanes[0] += lanes[2];
-    lanes[1] += lanes[3];
-    lanes[0] += lanes[1];
-    sum->real += lanes[0][0] + lanes[0][1];
-    std::memset(sum->lanes, 0, sizeof sum->lanes);
-}
 
 // Both sums of a relative norm read the second image: it is taken in parts that stay in the nearest cache.
 void fold(void *state, const OwnFold &row) {
@@ -47,8 +32,9 @@ void fold(void *state, const OwnFold &row) {
         }
     }
     if (!row.endsRow || !norm->lanes) return;
-    endRow(&norm->sums[0]);
-    if (norm->relative) endRow(&norm->sums[1]);
+    const OwnNormRows &rows = ownNormRows();
+    rows.endRow(&norm->sums[0]);
+    if (norm->relative) rows.endRow(&norm->sums[1]);
 }
 
 struct NormCall {

@@ -1,5 +1,5 @@
 // Row kernels of moments, compiled once for each CPU level.
-#include "frame/ownvector.h"
+#include "stat/owndoubles.h"
 #include "stat/ownstat.h"
 
 namespace OWN_LEVEL {
@@ -144,42 +144,47 @@ void moments(const void *a, size_t n, OwnMomentSums *sums) {
 }
 #endif
 
-// In double precision, eight samples side by side, the same at every level.
-#if defined(__AVX2__)
-typedef double RealVector __attribute__((vector_size(32)));
-#else
-typedef double RealVector __attribute__((vector_size(16)));
-#endif
-
+// In double precision, eight samples side by side, the same at every level. What there is no sample for adds 0.
 template <class D>
 void momentsReal(const void *a_, size_t n, OwnMomentSums *sums) {
     const typename D::Sample *a = static_cast<const typename D::Sample *>(a_);
-    constexpr size_t wide = sizeof(RealVector) / sizeof(double), vectors = 8 / wide;
-    RealVector lanes[4][vectors] = {}, x[vectors];
-    for (size_t k = 0; k < 8; ++k)
-        x[k / wide][k % wide] = static_cast<double>(k);
-    const auto add = [&](const typename D::Value(&samples)[8]) {
+    double lanes[4][8] = {};
+    typename D::Value rest[8] = {};
+    __builtin_memcpy(rest, a + n / 8 * 8, n % 8 * sizeof *rest);
+#if defined(OWN_HAS_VECTORS)
+    constexpr size_t wide = sizeof(Doubles) / sizeof(double), vectors = 8 / wide;
+    static constexpr double places[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+    Doubles sum[4][vectors], x[vectors];
+    for (size_t v = 0; v < vectors; ++v) {
+        x[v] = OWN_VECTOR(loadu, pd)(places + v * wide);
+        for (auto &power : sum)
+            power[v] = OWN_VECTOR(setzero, pd)();
+    }
+    const auto add = [&](const typename D::Sample *samples) {
         for (size_t v = 0; v < vectors; ++v) {
-            RealVector term;
-            for (size_t k = 0; k < wide; ++k)
-                term[k] = static_cast<double>(samples[v * wide + k]);
-            for (int m = 0; m < 4; ++m, term *= x[v])
-                lanes[m][v] += term;
-            x[v] += 8.0;
+            Doubles term = loadDoubles<D>(samples + v * wide);
+            for (auto &power : sum) {
+                power[v] = OWN_VECTOR(add, pd)(power[v], term);
+                term = OWN_VECTOR(mul, pd)(term, x[v]);
+            }
+            x[v] = OWN_VECTOR(add, pd)(x[v], OWN_VECTOR(set1, pd)(8));
         }
     };
-    typename D::Value samples[8];
-    size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        __builtin_memcpy(samples, a + i, sizeof samples);
-        add(samples);
+    for (size_t i = 0; i + 8 <= n; i += 8)
+        add(a + i);
+    add(rest);
+    __builtin_memcpy(lanes, sum, sizeof lanes);
+#else
+    for (size_t i = 0; i < n / 8 * 8 + 8; ++i) {
+        double term = static_cast<double>(i < n / 8 * 8 ? a[i] : rest[i % 8]);
+        for (auto &power : lanes) {
+            power[i % 8] += term;
+            term *= static_cast<double>(i);
+        }
     }
-    for (size_t k = 0; k < 8; ++k)
-        samples[k] = i + k < n ? a[i + k] : 0;
-    add(samples);
+#endif
     for (int m = 0; m < 4; ++m) {
-        double lane[8];
-        __builtin_memcpy(lane, lanes[m], sizeof lane);
+        const auto &lane = lanes[m];
         sums->real[m] = ((lane[0] + lane[4]) + (lane[2] + lane[6])) + ((lane[1] + lane[5]) + (lane[3] + lane[7]));
     }
 }

@@ -1,6 +1,7 @@
 // Row kernels of norms and extrema, compiled once for each CPU level. A norm is one of distances: to the
 // second image, or to 0. Distances are unsigned, since those of signed samples go beyond their type.
 #include "frame/ownvector.h"
+#include "stat/owndoubles.h"
 #include "stat/ownstat.h"
 
 namespace OWN_LEVEL {
@@ -272,7 +273,6 @@ void keepLargestReal(OwnNormSum *sum, double value) {
 #if defined(OWN_HAS_VECTORS)
 #if defined(__AVX2__)
 using Floats = __m256;
-using Doubles = __m256d;
 [[gnu::always_inline]] inline Doubles widenLow(Floats v) {
     return _mm256_cvtps_pd(_mm256_castps256_ps128(v));
 }
@@ -281,7 +281,6 @@ using Doubles = __m256d;
 }
 #else
 using Floats = __m128;
-using Doubles = __m128d;
 [[gnu::always_inline]] inline Doubles widenLow(Floats v) {
     return _mm_cvtps_pd(v);
 }
@@ -294,20 +293,6 @@ using Doubles = __m128d;
     __builtin_prefetch(static_cast<const char *>(at) + 1024);
 }
 constexpr size_t floatsOfVector = sizeof(Floats) / 4;
-
-// As many samples as a vector of doubles has.
-template <class D>
-[[gnu::always_inline]] inline Doubles loadDoubles(const typename D::Sample *at) {
-    constexpr bool isReal = static_cast<typename D::Value>(0.5f) != 0;
-    const void *from = at;
-#if defined(__AVX2__)
-    const __m128i four = _mm_loadu_si128(static_cast<const __m128i *>(from));
-    return isReal ? _mm256_cvtps_pd(_mm_castsi128_ps(four)) : _mm256_cvtepi32_pd(four);
-#else
-    const __m128i pair = _mm_loadl_epi64(static_cast<const __m128i *>(from));
-    return isReal ? _mm_cvtps_pd(_mm_castsi128_ps(pair)) : _mm_cvtepi32_pd(pair);
-#endif
-}
 
 // Comparing instructions give their second operand where the first is NaN. A few vectors side by side, lest one wait
 // for itself.
@@ -401,7 +386,8 @@ void sumLanes(const void *a_, const void *b_, size_t n, OwnNormSum *sum) {
 #if defined(OWN_HAS_VECTORS)
     constexpr size_t each = sizeof(Doubles) / sizeof(double), vectors = 16 / each;
     Doubles lanes[vectors];
-    __builtin_memcpy(lanes, sum->lanes, sizeof lanes);
+    for (size_t v = 0; v < vectors; ++v)
+        lanes[v] = OWN_VECTOR(loadu, pd)(sum->lanes + v * each);
     const Doubles sign = OWN_VECTOR(set1, pd)(-0.0);
     for (; i + 16 <= n; i += 16) {
         askAhead(a + i);
@@ -413,12 +399,37 @@ void sumLanes(const void *a_, const void *b_, size_t n, OwnNormSum *sum) {
             lanes[v] = OWN_VECTOR(add, pd)(lanes[v], d);
         }
     }
-    __builtin_memcpy(sum->lanes, lanes, sizeof lanes);
+    for (size_t v = 0; v < vectors; ++v)
+        OWN_VECTOR(storeu, pd)(sum->lanes + v * each, lanes[v]);
 #endif
     for (; i < n; ++i) {
         const double d = static_cast<double>(a[i]) - (two ? static_cast<double>(b[i]) : 0.0);
         sum->lanes[i % 16] += squares ? d * d : __builtin_fabs(d);
     }
+}
+
+// The lanes of a row in one order: each half of them is added to the other. Loads and stores are as wide as those
+// above: others would wait for each other.
+void endRow(OwnNormSum *sum) {
+#if defined(__AVX2__)
+    __m256d lanes[4];
+    for (size_t v = 0; v < 4; ++v) {
+        lanes[v] = _mm256_loadu_pd(sum->lanes + 4 * v);
+        _mm256_storeu_pd(sum->lanes + 4 * v, _mm256_setzero_pd());
+    }
+    const __m256d four = _mm256_add_pd(_mm256_add_pd(lanes[0], lanes[2]), _mm256_add_pd(lanes[1], lanes[3]));
+    const __m128d two = _mm_add_pd(_mm256_castpd256_pd128(four), _mm256_extractf128_pd(four, 1));
+    sum->real += two[0] + two[1];
+#else
+    double lanes[16];
+    __builtin_memcpy(lanes, sum->lanes, sizeof lanes);
+    __builtin_memset(sum->lanes, 0, sizeof lanes);
+    for (size_t width = 8; width > 0; width /= 2) {
+        for (size_t i = 0; i < width; ++i)
+            lanes[i] += lanes[i + width];
+    }
+    sum->real += lanes[0];
+#endif
 }
 
 // --------------------------------------------------------------------------------------------------------- bits
@@ -478,6 +489,7 @@ extern const OwnNormRows normRows;
 const OwnNormRows normRows = {
     .one = {LARGEST(false), SUMS(false), SQUARES(false)},
     .difference = {LARGEST(true), SUMS(true), SQUARES(true)},
+    .endRow = endRow,
     .extrema = extrema,
 };
 

@@ -38,6 +38,7 @@ enum OwnNormKind { OWN_NORM_C, OWN_NORM_L1, OWN_NORM_L2, OWN_NORM_KINDS };
 struct OwnNormRows {
     OwnNormRow one[OWN_NORM_KINDS][OWN_DEPTHS];
     OwnNormRow difference[OWN_NORM_KINDS][OWN_DEPTHS];
+    void (*endRow)(OwnNormSum *sum);  // adds the lanes to the total
     void (*extrema)(const void *a, size_t n, OwnExtrema *extrema);
 };
 
