@@ -138,15 +138,32 @@ void largest(const void *a_, const void *b_, size_t n, OwnNormSum *sum) {
     keepLargest(sum, largestPlain<D, two>(row.a + bytes, two ? row.b + bytes : nullptr, n % row.samples));
 }
 
-// The lanes of four vectors, added up.
+// The lanes of a few vectors, added up within vectors as far as that goes: a store of theirs, read again as one that is
+// wider, would have to be waited for.
+[[gnu::always_inline]] inline uint64_t addWide(const OwnVector (&vectors)[SIDES]) {
+    OwnVector sum = vectors[0];
+    for (size_t side = 1; side < SIDES; ++side)
+        sum = OWN_VECTOR(add, epi64)(sum, vectors[side]);
+    uint64_t lanes[sizeof sum / 8], total = 0;
+    __builtin_memcpy(lanes, &sum, sizeof sum);
+    for (const uint64_t lane : lanes)
+        total += lane;
+    return total;
+}
+
 template <class Lane>
 [[gnu::always_inline]] inline uint64_t addLanes(const OwnVector (&vectors)[SIDES]) {
-    Lane lanes[SIDES * (sizeof(OwnVector) / sizeof(Lane))];
-    __builtin_memcpy(lanes, vectors, sizeof lanes);
-    uint64_t sum = 0;
-    for (const Lane lane : lanes)
-        sum += static_cast<uint64_t>(static_cast<int64_t>(lane));
-    return sum;
+    constexpr bool raised = static_cast<Lane>(-1) < 0;
+    const OwnVector low = OWN_VECTOR(srli, epi64)(OWN_VECTOR(set1, epi32)(-1), 32),
+                    top = OWN_VECTOR(set1, epi32)(INT32_MIN);
+    OwnVector wide[SIDES];
+    for (size_t side = 0; side < SIDES; ++side) {
+        const OwnVector v = raised ? ownXor(vectors[side], top) : vectors[side];
+        wide[side] = OWN_VECTOR(add, epi64)(ownAnd(v, low), OWN_VECTOR(srli, epi64)(v, 32));
+    }
+    // Raised lanes have 2^31 too much each.
+    constexpr uint64_t lanes = SIDES * (sizeof(OwnVector) / 4);
+    return addWide(wide) - (raised ? lanes << 31 : 0);
 }
 
 // Bytes: sums have an instruction of their own, squares are added up in pairs of 16 bits, each half of them in turn.
@@ -157,7 +174,7 @@ template <class D, bool two>
         const OwnVector u = row.raised(row.first(k)), v = row.raised(row.second(k));
         sums[side] = OWN_VECTOR(add, epi64)(sums[side], OWN_VECTOR(sad, epu8)(u, v));
     });
-    return addLanes<uint64_t>(sums);
+    return addWide(sums);
 }
 template <class D, bool two>
 [[gnu::always_inline]] inline uint64_t squareBytes(const RowVectors<D, two> &row, size_t vectors) {
@@ -202,7 +219,7 @@ template <class D, bool two, bool squares>
     }
     const uint64_t count = vectors * row.samples;
     if (!squares) return linear + (count << 15);
-    const uint64_t high = addLanes<uint64_t>(upper), all = addLanes<uint64_t>(both) - (high << 32) + high;
+    const uint64_t high = addWide(upper), all = addWide(both) - (high << 32) + high;
     return asIs ? all : all + (linear << 16) + (count << 30);
 }
 
