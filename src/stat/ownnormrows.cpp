@@ -463,17 +463,48 @@ void endRow(OwnNormSum *sum) {
 #endif
 }
 
+#if defined(__AVX2__)
+// Of whole vectors: half bytes find their numbers in a table (Mula), and bytes of them add up as long as they hold it.
+template <bool two>
+uint64_t countVectors(const char *a, const char *b, size_t vectors) {
+    constexpr size_t most = 31;
+    const __m256i low = _mm256_set1_epi8(15);
+    const __m256i numbers = _mm256_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4, 0, 1, 1, 2, 1, 2, 2, 3, 1,
+                                             2, 2, 3, 2, 3, 3, 4);
+    __m256i sums[SIDES] = {};
+    for (size_t from = 0; from < vectors; from += most) {
+        const size_t end = vectors - from > most ? from + most : vectors;
+        __m256i bytes = _mm256_setzero_si256();
+        for (size_t k = from; k < end; ++k) {
+            __m256i v = ownLoad(a + k * sizeof v);
+            if (two) v = _mm256_xor_si256(v, ownLoad(b + k * sizeof v));
+            const __m256i high = _mm256_and_si256(_mm256_srli_epi16(v, 4), low);
+            bytes = _mm256_add_epi8(bytes, _mm256_shuffle_epi8(numbers, _mm256_and_si256(v, low)));
+            bytes = _mm256_add_epi8(bytes, _mm256_shuffle_epi8(numbers, high));
+        }
+        sums[0] = _mm256_add_epi64(sums[0], _mm256_sad_epu8(bytes, _mm256_setzero_si256()));
+    }
+    return addWide(sums);
+}
+#endif
+
 template <bool two>
 void countBits(const void *a_, const void *b_, size_t n, OwnNormSum *sum) {
-    const OwnAnyU64 *a = static_cast<const OwnAnyU64 *>(a_);
-    const OwnAnyU64 *b = static_cast<const OwnAnyU64 *>(b_);
+    const char *a = static_cast<const char *>(a_), *b = static_cast<const char *>(b_);
     const size_t bytes = (n + 7) / 8;
     uint64_t set = 0;
-    for (size_t k = 0; k < bytes / 8; ++k)
-        set += countSet(two ? a[k] ^ b[k] : a[k]);
-    const unsigned char *u = static_cast<const unsigned char *>(a_), *v = static_cast<const unsigned char *>(b_);
-    for (size_t k = bytes / 8 * 8; k < bytes; ++k)
-        set += countSet(static_cast<uint64_t>(two ? u[k] ^ v[k] : u[k]));
+    size_t k = 0;
+#if defined(__AVX2__)
+    set = countVectors<two>(a, b, bytes / sizeof(OwnVector));
+    k = bytes / sizeof(OwnVector) * sizeof(OwnVector);
+#endif
+    for (size_t part = 8; k < bytes; k += part) {
+        if (part > bytes - k) part = bytes - k;
+        uint64_t u = 0, v = 0;
+        __builtin_memcpy(&u, a + k, part);
+        if (two) __builtin_memcpy(&v, b + k, part);
+        set += countSet(u ^ v);
+    }
     sum->whole += set;
 }
 
