@@ -7,7 +7,7 @@ namespace {
 
 constexpr size_t BLOCK = 64;  // samples or pixels whose bits are made at a time
 
-enum Kind { LESS, GREATER, EQUAL, NEAR };
+enum Kind { LESS, GREATER, EQUAL };
 
 struct Less {
     static constexpr Kind kind = LESS;
@@ -32,7 +32,6 @@ struct Equal {
 };
 // A difference that is no number is not at or above eps.
 struct Near {
-    static constexpr Kind kind = NEAR;
     [[gnu::always_inline]] static bool holds(float a, float b, float eps) { return !(__builtin_fabsf(a - b) >= eps); }
 };
 
