@@ -1286,7 +1286,8 @@ enum { MOX_NORM_C = 1, MOX_NORM_L1 = 2, MOX_NORM_L2 = 4, MOX_NORM_RELATIVE = 8 }
  * Any depth, bits included (their difference is the exclusive-or); all processed channels are one sum or one maximum.
  * Absolute values and differences may leave the depth's range: |-128| is 128. Integer sums are exact before the last
  * rounding; 32F, and L2 at 32S, are sums in double precision, of each row in 16 interleaved parts. NaN is left out of
- * MOX_NORM_C. Images of different size are compared over the common area; an empty one gives 0.0.
+ * MOX_NORM_C. Images of different size are compared over the common area, each from its region's corner; that is also the
+ * area of a relative norm's denominator, masks included. An empty area gives 0.0.
  *
  * Failures give 0.0: "Incorrect Image"; -19 "DataOrder_A!=DataOrder_B"; -5 "(srcImageA->depth!=srcImageB->depth)",
  * "Unknown normType", "normType is impossible, no second image"; -15 "nChannelsA != nChannelsB" (processed ones);
@@ -1391,6 +1392,11 @@ MOX_EXPORT MoxStatus MOX_CALL moxEqualSFPEps(MoxImage *img, float value, MoxImag
  * A table of one channel's levels: a histogram with bins of any width, or a tone curve of segments. The functions take an
  * array of pointers to such tables, one for each channel of the image (with a coi of 3 the third one is used; tables of
  * channels that are not processed may be null). The caller owns all of it.
+ *
+ * A table of every level has one key more than there are levels, the last one being their number: at 8U 257 keys, from 0 to
+ * 256, and at 16U 65537. Keys at both ends alone, such as 0 and 256, make one segment of all levels. Arrays have num
+ * entries each, although the last value and factor belong to no segment. Levels that no segment covers are not counted,
+ * and moxContrastStretch leaves them as they are.
  */
 typedef struct MoxLUT {
     int num;             /**< of keys, at least 2 */
@@ -1402,7 +1408,8 @@ typedef struct MoxLUT {
 
 /**
  * The histogram of each processed channel, by the segments of its table: value[i] becomes the number of samples from
- * key[i] to key[i + 1] - 1; value[num - 1] is left alone, and interpolateType becomes 0. Depths 1U, 8U, 16U.
+ * key[i] to key[i + 1] - 1; value[num - 1] is left alone, and interpolateType becomes 0. What the mask leaves out is not
+ * counted. Depths 1U, 8U, 16U.
  *
  * "Incorrect Image"; -5 "lut==0", "(srcImage->depth & MOX_DEPTH_SIGN) || (srcImage->depth == MOX_DEPTH_32F)": of these
  * three each one is reported. Then the first of -5 "lut[k]==0", "lut[k]->key==0", "lut[k]->value==0", "lut[k]->num < 2",
@@ -1425,8 +1432,9 @@ MOX_EXPORT void MOX_CALL moxComputeHisto(MoxImage *srcImage, MoxLUT **lut);
 MOX_EXPORT void MOX_CALL moxContrastStretch(MoxImage *srcImage, MoxImage *dstImage, MoxLUT **lut);
 
 /**
- * Equalises each channel by its histogram, as moxComputeHisto leaves it: a level becomes its share of the running sum, of
- * 255 (of 65535) for the whole. The counts of a wider segment are spread evenly over its levels. At 8 bits the product of
+ * Equalises each channel by its histogram, as moxComputeHisto leaves it: call that first, usually with the same image and
+ * tables. A level becomes its share of the running sum, of 255 (of 65535) for the whole; those that no segment covers
+ * count as none. The counts of a wider segment are spread evenly over its levels. At 8 bits the product of
  * sum and 255 is one of 32 bits, which wraps for more than 8421504 samples. The tests of moxContrastStretch; -3 "All
  * values in histogram are zeroes".
  */

@@ -15,12 +15,26 @@ namespace {
 
 constexpr int MAX_IMAGES = 2;
 
+// Set bits, by adding neighbours (Warren, Hacker's Delight): every byte becomes the number of its own.
+uint64_t countSet(uint64_t w) {
+    w -= w >> 1 & 0x5555555555555555u;
+    w = (w & 0x3333333333333333u) + (w >> 2 & 0x3333333333333333u);
+    w = (w + (w >> 4)) & 0x0F0F0F0F0F0F0F0Fu;
+    return w * 0x0101010101010101u >> 56;
+}
+
 int64_t countBits(const uint8_t *bits, int64_t count) {
-    int64_t set = 0;
-    for (int64_t k = 0; k < count / 8; ++k)
-        set += __builtin_popcount(bits[k]);
-    if (count % 8 != 0) set += __builtin_popcount(bits[count / 8] & ownLastBits(0, count));
-    return set;
+    uint64_t set = 0;
+    int64_t k = 0;
+    for (; k + 8 <= count / 8; k += 8) {
+        uint64_t word;
+        std::memcpy(&word, bits + k, sizeof word);
+        set += countSet(word);
+    }
+    for (; k < count / 8; ++k)
+        set += countSet(bits[k]);
+    if (count % 8 != 0) set += countSet(static_cast<uint64_t>(bits[k] & ownLastBits(0, count)));
+    return static_cast<int64_t>(set);
 }
 
 // A part of the common region in plain images.
@@ -64,8 +78,6 @@ class MeasureRunner {
     int channel_;
 
     alignas(64) uint8_t scratch_[MAX_IMAGES][OWN_SCRATCH_BYTES];
-    alignas(64) uint8_t gathered_[OWN_SCRATCH_BYTES];
-    alignas(64) uint8_t lanes_[OWN_SCRATCH_BYTES + 128];
     uint8_t bits_[OWN_SCRATCH_BYTES + 8];
 };
 
@@ -86,29 +98,23 @@ OwnMeasureResult MeasureRunner::runTiles(int tiled) {
 
 bool MeasureRunner::runTile(int tiled, const OwnTileGrid &grid, char *tile) {
     const OwnShare &share = grid.share();
-    OwnScratchImage shares[MAX_IMAGES], mask;
+    OwnScratchImage own, mask;
+    OwnSourceShare other;
     Area area = {{nullptr, nullptr}, nullptr, share.x, share.y};
-    char *rect = nullptr;
     for (int i = 0; i < count_; ++i) {
-        MoxImage *image = measure_.images[i];
         if (i == tiled) {
-            ownShareOfTile(image, share, tile, &shares[i]);
-        } else if (image->tileInfo) {
-            int rowBytes = 0;
-            rect = ownReadShare(image, share, &rowBytes);
-            if (!rect) return false;
-            ownShareOfRect(image, share, rect, rowBytes, &shares[i]);
+            ownShareOfTile(measure_.images[i], share, tile, &own);
+            area.images[i] = &own.header;
         } else {
-            ownShareOfPlain(image, share, &shares[i]);
+            if (!other.open(measure_.images[i], share)) return false;
+            area.images[i] = other.header();
         }
-        area.images[i] = &shares[i].header;
     }
     if (measure_.mask) {
         ownShareOfPlain(measure_.mask, share, &mask);
         area.mask = &mask.header;
     }
     runArea(area, share.width, share.height);
-    ownFreeRect(rect);
     return true;
 }
 
@@ -180,7 +186,7 @@ void MeasureRunner::runRow(int64_t x, int64_t y, int64_t width) {
         if (masked_) {
             ownAlignBits(mask_.start + done / 8, mask_.bit, bits_, 0, pixels);
             maskBits = bits_;
-            fold.skipped = static_cast<size_t>((pixels - countBits(bits_, pixels)) * channels_);
+            if (measure_.counts) fold.skipped = static_cast<size_t>((pixels - countBits(bits_, pixels)) * channels_);
         }
         if (bytes == 0) {
             foldBits(at, maskBits, &fold, pixels);
@@ -194,20 +200,17 @@ void MeasureRunner::foldStretch(const uint8_t *const *at, const uint8_t *maskBit
     const OwnMoveRows &move = ownMoveRows();
     const OwnSampleSize size = ownSampleSize(spans_[0].bytes);
     const auto samples = static_cast<size_t>(pixels * channels_);
-    const size_t bytes = samples * static_cast<size_t>(spans_[0].bytes);
-    if (maskBits) move.lanes[size](maskBits, channels_, lanes_, static_cast<size_t>(pixels));
     const uint8_t *rows[MAX_IMAGES] = {};
     for (int i = 0; i < count_; ++i) {
         const OwnSpan &span = spans_[i];
         rows[i] = at[i];
         if (span.step != channels_) {
-            uint8_t *row = maskBits ? gathered_ : scratch_[i];
+            uint8_t *row = scratch_[i];
             move.gather[size](at[i], span.step, channels_, row, static_cast<size_t>(pixels));
             rows[i] = row;
         }
         if (maskBits) {
-            std::memset(scratch_[i], 0, bytes);
-            move.copy[size].masked(rows[i], nullptr, scratch_[i], samples, {}, lanes_);
+            move.keep[size](rows[i], maskBits, channels_, scratch_[i], static_cast<size_t>(pixels));
             rows[i] = scratch_[i];
         }
     }
@@ -236,6 +239,36 @@ void MeasureRunner::foldBits(const uint8_t *const *at, const uint8_t *maskBits, 
 }
 
 }  // namespace
+
+bool OwnSourceShare::open(MoxImage *image, const OwnShare &share) {
+    image_ = image;
+    if (!image->tileInfo) {
+        ownShareOfPlain(image, share, &scratch_);
+        return true;
+    }
+    OwnImageRect rect;
+    ownImageRect(image, &rect);
+    const int64_t x = rect.x + share.x, y = rect.y + share.y;
+    const int64_t width = image->tileInfo->width, height = image->tileInfo->height;
+    // Pixels that are in memory are not asked for.
+    const bool isOneTile = x / width == (x + share.width - 1) / width && y / height == (y + share.height - 1) / height;
+    if (isOneTile && !image->imageData) {
+        column_ = static_cast<int>(x / width);
+        row_ = static_cast<int>(y / height);
+        tile_ = ownRequestTile(image, column_, row_, MOX_TileRead);
+        if (tile_) ownShareOfTile(image, share, tile_, &scratch_);
+        return tile_ != nullptr;
+    }
+    int rowBytes = 0;
+    rect_ = ownReadShare(image, share, &rowBytes);
+    if (rect_) ownShareOfRect(image, share, rect_, rowBytes, &scratch_);
+    return rect_ != nullptr;
+}
+
+OwnSourceShare::~OwnSourceShare() {
+    if (tile_) ownReleaseTile(image_, column_, row_, tile_);
+    ownFreeRect(rect_);
+}
 
 void ownMeasureSize(OwnMeasure *measure) {
     measure->width = measure->height = INT_MAX;

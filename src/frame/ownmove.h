@@ -22,6 +22,9 @@ struct OwnMoveRows {
     // times for the samples of a pixel. Lanes for up to 8 bits beyond the count are written.
     void (*lanes[OWN_SAMPLE_SIZES])(const uint8_t *bits, int repeat, void *lanes, size_t count);
 
+    // The same lanes put to use: row = a where the pixel's bit is set, 0 elsewhere, over count pixels.
+    void (*keep[OWN_SAMPLE_SIZES])(const void *a, const uint8_t *bits, int repeat, void *row, size_t count);
+
     // out[k] = src[k] << left | src[k + 1] >> (8 - left), for left in 1..7.
     void (*shiftBits)(const uint8_t *src, int left, uint8_t *out, size_t n);
 

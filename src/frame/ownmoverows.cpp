@@ -278,9 +278,9 @@ constexpr BitPlaces<width> makeBitPlaces() {
     return places;
 }
 
-// The lanes of a group of bits, of which the first bytes are there.
-template <int width>
-[[gnu::always_inline]] inline void expandGroup(const uint8_t *from, size_t bytes, uint8_t *to) {
+// The lanes of a group of bits, of which the first bytes are there, by put(v, vector).
+template <int width, class Put>
+[[gnu::always_inline]] inline void expandGroup(const uint8_t *from, size_t bytes, const Put &put) {
     static constexpr BitPlaces<width> places = makeBitPlaces<width>();
     int group = 0;
     std::memcpy(&group, from, bytes);
@@ -290,7 +290,7 @@ template <int width>
         const __m256i bit = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.bit[v]));
         const __m256i byte = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.byte[v]));
         const __m256i found = _mm256_and_si256(_mm256_shuffle_epi8(groups, byte), bit);
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + v * 32), _mm256_cmpeq_epi8(found, bit));
+        put(v, _mm256_cmpeq_epi8(found, bit));
     }
 #else
     // A vector is filled by one of the two bytes, or by both in halves.
@@ -299,24 +299,45 @@ template <int width>
     halves = _mm_unpacklo_epi16(halves, halves);
     halves = _mm_unpacklo_epi32(halves, halves);
     const __m128i first = _mm_unpacklo_epi64(halves, halves), second = _mm_unpackhi_epi64(halves, halves);
-    for (int v = 0; v < width; ++v) {
+    for (size_t v = 0; v < width; ++v) {
         const __m128i bit = _mm_load_si128(reinterpret_cast<const __m128i *>(places.bit[v]));
         const __m128i byte = 2 * v + 2 <= width ? first : 2 * v >= width ? second : halves;
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(to + v * 16), _mm_cmpeq_epi8(_mm_and_si128(byte, bit), bit));
+        put(v, _mm_cmpeq_epi8(_mm_and_si128(byte, bit), bit));
     }
 #endif
+}
+
+[[gnu::always_inline]] inline void putAt(uint8_t *to, size_t v, OwnVector lanes) {
+    ownStore(reinterpret_cast<char *>(to) + v * sizeof lanes, lanes);
 }
 
 template <int width>
 void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
     size_t i = 0;
     for (; i + GROUP <= count; i += GROUP)
-        expandGroup<width>(bits + i / 8, GROUP / 8, lanes + i * width);
+        expandGroup<width>(bits + i / 8, GROUP / 8, [&](size_t v, OwnVector own) { putAt(lanes + i * width, v, own); });
     if (i == count) return;
     uint8_t last[GROUP * width];
     const size_t bytes = (count - i + 7) / 8;
-    expandGroup<width>(bits + i / 8, bytes, last);
+    expandGroup<width>(bits + i / 8, bytes, [&](size_t v, OwnVector own) { putAt(last, v, own); });
     std::memcpy(lanes + i * width, last, bytes * 8 * width);
+}
+
+// The bytes of a under such lanes.
+template <int width>
+void keepUnderBits(const uint8_t *a, const uint8_t *bits, uint8_t *row, size_t count) {
+    size_t i = 0;
+    for (; i + GROUP <= count; i += GROUP) {
+        expandGroup<width>(bits + i / 8, GROUP / 8, [&](size_t v, OwnVector lanes) {
+            const OwnVector bytes = ownLoad(reinterpret_cast<const char *>(a + i * width) + v * sizeof lanes);
+            putAt(row + i * width, v, ownAnd(bytes, lanes));
+        });
+    }
+    if (i == count) return;
+    uint8_t last[GROUP * width];
+    expandGroup<width>(bits + i / 8, (count - i + 7) / 8, [&](size_t v, OwnVector own) { putAt(last, v, own); });
+    for (size_t k = 0; k < (count - i) * width; ++k)
+        row[i * width + k] = a[i * width + k] & last[k];
 }
 #else
 template <int width>
@@ -324,6 +345,14 @@ void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
     for (size_t i = 0; i < count; i += 8, lanes += 8 * width) {
         for (int k = 0; k < 8 * width; ++k)
             lanes[k] = (bits[i / 8] >> (7 - k / width) & 1) != 0 ? 255 : 0;
+    }
+}
+template <int width>
+void keepUnderBits(const uint8_t *a, const uint8_t *bits, uint8_t *row, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const bool kept = (bits[i / 8] >> (7 - i % 8) & 1) != 0;
+        for (size_t k = i * width; k < (i + 1) * width; ++k)
+            row[k] = kept ? a[k] : 0;
     }
 }
 #endif
@@ -341,6 +370,22 @@ void expandLanes(const uint8_t *bits, int repeat, void *lanes_, size_t count) {
             return expandBits<bytes * 3>(bits, lanes, count);
         default:
             return expandBits<bytes * 4>(bits, lanes, count);
+    }
+}
+
+template <int bytes>
+void keepSamples(const void *a_, const uint8_t *bits, int repeat, void *row_, size_t count) {
+    const uint8_t *a = static_cast<const uint8_t *>(a_);
+    uint8_t *row = static_cast<uint8_t *>(row_);
+    switch (repeat) {
+        case 1:
+            return keepUnderBits<bytes>(a, bits, row, count);
+        case 2:
+            return keepUnderBits<bytes * 2>(a, bits, row, count);
+        case 3:
+            return keepUnderBits<bytes * 3>(a, bits, row, count);
+        default:
+            return keepUnderBits<bytes * 4>(a, bits, row, count);
     }
 }
 
@@ -370,6 +415,7 @@ const OwnMoveRows moveRows = {
     {gather<Own8U>, gather<Own16U>, gather<Own32U>},
     {scatter<Own8U>, scatter<Own16U>, scatter<Own32U>},
     {expandLanes<1>, expandLanes<2>, expandLanes<4>},
+    {keepSamples<1>, keepSamples<2>, keepSamples<4>},
     shiftBits,
     fence,
 };

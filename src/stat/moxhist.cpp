@@ -51,7 +51,17 @@ void refuseMemory(const OwnCaller &caller) {
 
 // Counts of levels added up by the segments of a table.
 void fillTable(const uint32_t *counters, MoxLUT *table) {
+    const int *key = table->key;
     for (int i = 0; i + 1 < table->num; ++i) {
+        // Segments of one level, one after the other, are what was counted.
+        int end = i;
+        while (end + 1 < table->num && key[end + 1] == key[end] + 1)
+            ++end;
+        if (end > i) {
+            std::memmove(table->value + i, counters + key[i], static_cast<size_t>(end - i) * sizeof *counters);
+            i = end - 1;
+            continue;
+        }
         uint32_t sum = 0;
         for (int level = table->key[i]; level < table->key[i + 1]; ++level)
             sum += counters[level];

@@ -7,7 +7,7 @@
 namespace {
 
 void fold(void *state, const OwnFold &row) {
-    ownStatRows().extrema(row.a, row.samples, static_cast<OwnExtrema *>(state));
+    ownNormRows().extrema(row.a, row.samples, static_cast<OwnExtrema *>(state));
 }
 
 // Which zero: of the two, the negative one is the smaller.

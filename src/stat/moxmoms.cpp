@@ -9,6 +9,9 @@
 
 namespace {
 
+// Up to here sums of x^3 p, and powers of y, fit 64 bits.
+constexpr int64_t NARROW = 4096;
+
 // The sums of x^m y^n p, of integer samples exactly.
 struct Sums {
     unsigned depth;
@@ -18,23 +21,24 @@ struct Sums {
     double real[4][4];
 };
 
-// From powers of the offset i to powers of x = x0 + i, and times those of y: a stretch's share of all ten sums.
-template <class Number, class Sum>
+// From powers of the offset i to powers of x = x0 + i, and times those of y: a stretch's share of all ten sums. Terms
+// hold what precedes the products.
+template <class Term, class Number, class Sum>
 void addStretch(const Number *offsets, int64_t x0, int64_t y, Sum (&sums)[4][4]) {
-    const Sum p0 = offsets[0], p1 = offsets[1], p2 = offsets[2], p3 = offsets[3];
-    const Sum x = static_cast<Sum>(x0), xx = x * x;
-    const Sum s[4] = {p0, p1 + x * p0, p2 + x * static_cast<Sum>(2) * p1 + xx * p0,
-                      p3 + x * static_cast<Sum>(3) * p2 + xx * static_cast<Sum>(3) * p1 + xx * x * p0};
-    Sum power = static_cast<Sum>(1);
+    const Term p0 = offsets[0], p1 = offsets[1], p2 = offsets[2], p3 = offsets[3];
+    const Term x = static_cast<Term>(x0), xx = x * x;
+    const Term s[4] = {p0, p1 + x * p0, p2 + x * static_cast<Term>(2) * p1 + xx * p0,
+                       p3 + x * static_cast<Term>(3) * p2 + xx * static_cast<Term>(3) * p1 + xx * x * p0};
+    Term power = static_cast<Term>(1);
     for (int n = 0; n < 4; ++n) {
         for (int m = 0; m + n < 4; ++m)
-            sums[m][n] += s[m] * power;
-        power = power * static_cast<Sum>(y);
+            sums[m][n] += static_cast<Sum>(s[m]) * static_cast<Sum>(power);
+        power = power * static_cast<Term>(y);
     }
 }
 
 void foldSamples(Sums *sums, const uint8_t *at, size_t n, int64_t x, int64_t y) {
-    const OwnMomentRow &row = ownStatRows().moments[ownDepthIndex(sums->depth)];
+    const OwnMomentRow &row = ownMomentRows().sums[ownDepthIndex(sums->depth)];
     const auto bytes = static_cast<size_t>(ownDepthBytes(sums->depth));
     for (size_t done = 0; done < n; done += row.most) {
         const size_t part = n - done < row.most ? n - done : row.most;
@@ -42,13 +46,15 @@ void foldSamples(Sums *sums, const uint8_t *at, size_t n, int64_t x, int64_t y) 
         OwnMomentSums offsets;
         row.sum(at + done * bytes, part, &offsets);
         if (bytes == 4) {
-            addStretch(offsets.real, from, y, sums->real);
+            addStretch<double>(offsets.real, from, y, sums->real);
+        } else if (from + static_cast<int64_t>(part) <= NARROW && y <= NARROW) {
+            addStretch<int64_t>(offsets.whole, from, y, sums->whole);
         } else if (sums->exact) {
-            addStretch(offsets.whole, from, y, sums->whole);
+            addStretch<OwnWide>(offsets.whole, from, y, sums->whole);
         } else {
             const double real[4] = {static_cast<double>(offsets.whole[0]), static_cast<double>(offsets.whole[1]),
                                     static_cast<double>(offsets.whole[2]), static_cast<double>(offsets.whole[3])};
-            addStretch(real, from, y, sums->real);
+            addStretch<double>(real, from, y, sums->real);
         }
     }
 }

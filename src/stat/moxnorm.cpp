@@ -14,17 +14,8 @@ struct Norm {
     OwnNormSum sums[2];
     int bits;  // of a sample
     bool relative;
+    bool lanes;  // the sums are kept in lanes
 };
-
-// The lanes of a row, in one order.
-void endRow(OwnNormSum *sum) {
-    for (int width = 8; width > 0; width /= 2) {
-        for (int i = 0; i < width; ++i)
-            sum->lanes[i] += sum->lanes[i + width];
-    }
-    sum->real += sum->lanes[0];
-    std::fill_n(sum->lanes, 16, 0.0);
-}
 
 // Both sums of a relative norm read the second image: it is taken in parts that stay in the nearest cache.
 void fold(void *state, const OwnFold &row) {
@@ -40,9 +31,10 @@ void fold(void *state, const OwnFold &row) {
             norm->rows[1](row.b + at, nullptr, n, &norm->sums[1]);
         }
     }
-    if (!row.endsRow) return;
-    endRow(&norm->sums[0]);
-    if (norm->relative) endRow(&norm->sums[1]);
+    if (!row.endsRow || !norm->lanes) return;
+    const OwnNormRows &rows = ownNormRows();
+    rows.endRow(&norm->sums[0]);
+    if (norm->relative) rows.endRow(&norm->sums[1]);
 }
 
 struct NormCall {
@@ -116,12 +108,13 @@ double NormCall::measure() const {
     if (mask.endsCall()) return 0;
 
     const int depth = ownDepthIndex(a->depth);
-    const OwnStatRows &rows = ownStatRows();
+    const OwnNormRows &rows = ownNormRows();
     Norm norm = {};
     norm.rows[0] = (b ? rows.difference : rows.one)[kind()][depth];
     norm.rows[1] = rows.one[kind()][depth];
     norm.bits = ownDepthBits(a->depth);
     norm.relative = isRelative();
+    norm.lanes = norm.bits == 32 && kind() != OWN_NORM_C;
 
     OwnMeasure measure = {};
     measure.images[0] = a;
@@ -131,7 +124,7 @@ double NormCall::measure() const {
     measure.first[1] = b ? ownFirstChannel(b) : 0;
     measure.channels = b ? std::min(ownChannels(a), ownChannels(b)) : ownChannels(a);
     // The sums of 32-bit samples are those of rows, however these lie in memory.
-    measure.anyRows = ownDepthBits(a->depth) < 32 || kind() == OWN_NORM_C;
+    measure.anyRows = !norm.lanes;
     measure.fold = fold;
     measure.state = &norm;
     ownMeasureSize(&measure);

@@ -196,36 +196,13 @@ void compareArea(const Area &area, const OwnRelation &relation, const OwnConstan
         measure.width = std::min<int64_t>(measure.width, width);
         measure.height = std::min<int64_t>(measure.height, height);
     }
+    // Rows of whole bytes may come as one, where the result's do as well.
+    measure.anyRows =
+        !area.mask && results.res.bit == 0 && measure.width % 8 == 0 && results.res.rowStep == measure.width / 8;
     measure.fold = fold;
     measure.state = &results;
     ownRunMeasure(measure);
 }
-
-// A share of a source: where it stands, or as a rectangle of a tiled one.
-class SourceShare {
-  public:
-    SourceShare() = default;
-    ~SourceShare() { ownFreeRect(rect_); }
-    SourceShare(const SourceShare &) = delete;
-    SourceShare &operator=(const SourceShare &) = delete;
-
-    // False if a tile or memory is missing.
-    bool open(MoxImage *image, const OwnShare &share) {
-        if (!image->tileInfo) {
-            ownShareOfPlain(image, share, &scratch_);
-            return true;
-        }
-        int rowBytes = 0;
-        rect_ = ownReadShare(image, share, &rowBytes);
-        if (rect_) ownShareOfRect(image, share, rect_, rowBytes, &scratch_);
-        return rect_ != nullptr;
-    }
-    MoxImage *header() { return &scratch_.header; }
-
-  private:
-    char *rect_ = nullptr;
-    OwnScratchImage scratch_;
-};
 
 struct SharedCall {
     const OwnCompare &compare;
@@ -234,7 +211,7 @@ struct SharedCall {
     MoxImage *mask;
 
     bool run(const OwnShare &share, MoxImage *res) const {
-        SourceShare first, second;
+        OwnSourceShare first, second;
         OwnScratchImage maskShare;
         if (!first.open(compare.img1, share) || (compare.img2 && !second.open(compare.img2, share))) return false;
         if (mask) ownShareOfPlain(mask, share, &maskShare);

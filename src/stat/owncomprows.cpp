@@ -1,5 +1,5 @@
 // Row kernels of comparisons, compiled once for each CPU level: samples to bytes of ones or zeros, and these to bits.
-#include "frame/ownsample.h"
+#include "frame/ownvector.h"
 #include "stat/owncomp.h"
 
 namespace OWN_LEVEL {
@@ -7,19 +7,24 @@ namespace {
 
 constexpr size_t BLOCK = 64;  // samples or pixels whose bits are made at a time
 
+enum Kind { LESS, GREATER, EQUAL };
+
 struct Less {
+    static constexpr Kind kind = LESS;
     template <class T>
     [[gnu::always_inline]] static bool holds(T a, T b, float) {
         return a < b;
     }
 };
 struct Greater {
+    static constexpr Kind kind = GREATER;
     template <class T>
     [[gnu::always_inline]] static bool holds(T a, T b, float) {
         return a > b;
     }
 };
 struct Equal {
+    static constexpr Kind kind = EQUAL;
     template <class T>
     [[gnu::always_inline]] static bool holds(T a, T b, float) {
         return a == b;
@@ -52,25 +57,58 @@ template <class D, class Relation, bool two>
     }
 }
 
-// Bits of a block of such bytes, the first on top.
-[[gnu::always_inline]] inline void pack(const uint8_t *bytes, uint8_t *bits) {
+#if defined(OWN_HAS_VECTORS)
+// The bits of a vector of such bytes, the first on top.
+[[gnu::always_inline]] inline void packVector(OwnVector v, uint8_t *bits) {
 #if defined(__AVX2__)
     const __m256i reversed = _mm256_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1,
                                               0, 15, 14, 13, 12, 11, 10, 9, 8);
-    for (size_t k = 0; k < BLOCK; k += 32) {
-        const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes + k));
-        const int word = _mm256_movemask_epi8(_mm256_shuffle_epi8(v, reversed));
-        __builtin_memcpy(bits + k / 8, &word, sizeof word);
-    }
-#elif defined(__SSE2__)
+    const int word = _mm256_movemask_epi8(_mm256_shuffle_epi8(v, reversed));
+    __builtin_memcpy(bits, &word, sizeof word);
+#else
     // Eight bytes, each cut to its own bit, add up to the byte of their bits.
-    const __m128i own = _mm_set1_epi64x(0x0102040810204080);
-    for (size_t k = 0; k < BLOCK; k += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + k));
-        const __m128i sums = _mm_sad_epu8(_mm_and_si128(v, own), _mm_setzero_si128());
-        bits[k / 8] = static_cast<uint8_t>(_mm_cvtsi128_si32(sums));
-        bits[k / 8 + 1] = static_cast<uint8_t>(_mm_extract_epi16(sums, 4));
+    const __m128i sums = _mm_sad_epu8(_mm_and_si128(v, _mm_set1_epi64x(0x0102040810204080)), _mm_setzero_si128());
+    bits[0] = static_cast<uint8_t>(_mm_cvtsi128_si32(sums));
+    bits[1] = static_cast<uint8_t>(_mm_extract_epi16(sums, 4));
+#endif
+}
+
+// Lanes of ones where the relation holds. Processors compare signed samples: unsigned ones have their top bit changed.
+template <class D, class Relation>
+[[gnu::always_inline]] inline OwnVector compareVectors(OwnVector a, OwnVector b) {
+    constexpr bool bytes = sizeof(typename D::Value) == 1;
+    if constexpr (Relation::kind == EQUAL)
+        return bytes ? OWN_VECTOR(cmpeq, epi8)(a, b) : OWN_VECTOR(cmpeq, epi16)(a, b);
+    if constexpr (Relation::kind == LESS) return compareVectors<D, Greater>(b, a);
+    if constexpr (static_cast<typename D::Value>(-1) > 0) {
+        const OwnVector top = ownSplat<D>(bytes ? 0x80 : 0x8000);
+        a = ownXor(a, top);
+        b = ownXor(b, top);
     }
+    return bytes ? OWN_VECTOR(cmpgt, epi8)(a, b) : OWN_VECTOR(cmpgt, epi16)(a, b);
+}
+
+// A vector of bytes, from one or two vectors of samples that compareAt(k) has compared.
+template <class D, class Compare>
+[[gnu::always_inline]] inline OwnVector compareToBytes(const Compare &compareAt) {
+    if constexpr (sizeof(typename D::Value) == 1) {
+        return compareAt(0);
+    } else {
+        const OwnVector packed = OWN_VECTOR(packs, epi16)(compareAt(0), compareAt(1));
+#if defined(__AVX2__)
+        return _mm256_permute4x64_epi64(packed, 0xD8);
+#else
+        return packed;
+#endif
+    }
+}
+#endif
+
+// Bits of a block of bytes.
+[[gnu::always_inline]] inline void pack(const uint8_t *bytes, uint8_t *bits) {
+#if defined(OWN_HAS_VECTORS)
+    for (size_t k = 0; k < BLOCK; k += sizeof(OwnVector))
+        packVector(ownLoad(reinterpret_cast<const char *>(bytes + k)), bits + k / 8);
 #else
     for (size_t k = 0; k < BLOCK; k += 8) {
         unsigned byte = 0;
@@ -102,9 +140,33 @@ template <class D, class Relation, bool two>
 struct Samples {
     using Sample = typename D::Sample;
 
+#if defined(OWN_HAS_VECTORS)
+    static void bitsOfVectors(const Sample *a, const Sample *b, size_t n, OwnVector constant, uint8_t *out) {
+        constexpr size_t samples = sizeof(OwnVector) / sizeof(Sample);
+        for (size_t i = 0; i < n; i += sizeof(OwnVector)) {
+            const auto compareAt = [&](size_t k) {
+                const OwnVector u = ownLoad(reinterpret_cast<const char *>(a + i + k * samples));
+                const OwnVector v = two ? ownLoad(reinterpret_cast<const char *>(b + i + k * samples)) : constant;
+                return compareVectors<D, Relation>(u, v);
+            };
+            packVector(compareToBytes<D>(compareAt), out + i / 8);
+        }
+    }
+#endif
+
     static void bits(const void *a_, const void *b_, size_t n, const OwnConstant &c, uint8_t *out) {
         const Sample *a = static_cast<const Sample *>(a_), *b = static_cast<const Sample *>(b_);
         const OwnConstant constant = c;
+#if defined(OWN_HAS_VECTORS)
+        if constexpr (sizeof(typename D::Value) < 4) {
+            const size_t whole = n / sizeof(OwnVector) * sizeof(OwnVector);
+            bitsOfVectors(a, b, whole, ownSplat<D>(c.value), out);
+            a += whole;
+            b = two ? b + whole : nullptr;
+            n -= whole;
+            out += whole / 8;
+        }
+#endif
         packAll(n, out, [&](size_t i, size_t count, uint8_t *bytes) {
             compare<D, Relation, two>(a + i, two ? b + i : nullptr, count, constant, bytes);
         });

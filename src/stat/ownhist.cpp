@@ -18,10 +18,10 @@ static const char *findTableFault(const MoxLUT *table, int levels) {
     if (table->num < 2) return "lut[k]->num < 2";
     if (table->key[0] < 0) return "lut[k]->key[0] < 0";
     if (table->key[table->num - 1] > levels) return "lut[k]->key[lut[k]->num-1] > histSize";
-    for (int i = 0; i + 1 < table->num; ++i) {
-        if (table->key[i] > table->key[i + 1]) return "lut[k]->key[i] > lut[k]->key[i+1]";
-    }
-    return nullptr;
+    bool descends = false;
+    for (int i = 0; i + 1 < table->num; ++i)
+        descends |= table->key[i] > table->key[i + 1];
+    return descends ? "lut[k]->key[i] > lut[k]->key[i+1]" : nullptr;
 }
 
 bool ownCheckTables(const OwnCaller &caller, const OwnTables &tables) {
@@ -63,37 +63,55 @@ struct Counting {
     }
 };
 
+// Counting keeps a processor from looking far ahead: lines are asked for early.
+constexpr size_t LINE = 64, AHEAD = 2048;
+
+void countWord8(uint64_t word, uint32_t *sets) {
+    if (word == (word >> 8 | word << 56)) {
+        sets[word & 255] += 8;
+        return;
+    }
+    for (int k = 0; k < SETS; ++k, word >>= 8)
+        ++sets[k * 256 + static_cast<int>(word & 255)];
+}
+
 void count8(const uint8_t *at, size_t n, uint32_t *sets) {
     size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        uint64_t word;
-        std::memcpy(&word, at + i, sizeof word);
-        if (word == (word >> 8 | word << 56)) {
-            sets[word & 255] += 8;
-            continue;
+    for (; i + LINE <= n; i += LINE) {
+        __builtin_prefetch(at + i + AHEAD);
+        for (size_t k = 0; k < LINE; k += 8) {
+            uint64_t word;
+            std::memcpy(&word, at + i + k, sizeof word);
+            countWord8(word, sets);
         }
-        for (int k = 0; k < 8; ++k, word >>= 8)
-            ++sets[(k % SETS) * 256 + static_cast<int>(word & 255)];
     }
     for (; i < n; ++i)
         ++sets[at[i]];
 }
 
-void count16(const uint8_t *at, size_t n, uint32_t *counters) {
-    size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        uint64_t word;
-        std::memcpy(&word, at + 2 * i, sizeof word);
-        if (word == (word >> 16 | word << 48)) {
-            counters[word & 65535] += 4;
-            continue;
-        }
-        for (int k = 0; k < 4; ++k, word >>= 16)
-            ++counters[word & 65535];
+void countWord16(uint64_t word, uint32_t *counters) {
+    if (word == (word >> 16 | word << 48)) {
+        counters[word & 65535] += 4;
+        return;
     }
-    for (; i < n; ++i) {
+    for (int k = 0; k < 4; ++k, word >>= 16)
+        ++counters[word & 65535];
+}
+
+void count16(const uint8_t *at, size_t n, uint32_t *counters) {
+    const size_t bytes = 2 * n;
+    size_t i = 0;
+    for (; i + LINE <= bytes; i += LINE) {
+        __builtin_prefetch(at + i + AHEAD);
+        for (size_t k = 0; k < LINE; k += 8) {
+            uint64_t word;
+            std::memcpy(&word, at + i + k, sizeof word);
+            countWord16(word, counters);
+        }
+    }
+    for (; i < bytes; i += 2) {
         uint16_t level;
-        std::memcpy(&level, at + 2 * i, sizeof level);
+        std::memcpy(&level, at + i, sizeof level);
         ++counters[level];
     }
 }
@@ -115,7 +133,7 @@ void fold16(void *state, const OwnFold &stretch) {
 void foldBits(void *state, const OwnFold &stretch) {
     auto *counting = static_cast<Counting *>(state);
     OwnNormSum set = {};
-    ownStatRows().one[OWN_NORM_L1][OWN_1U](stretch.a, nullptr, stretch.samples, &set);
+    ownNormRows().one[OWN_NORM_L1][OWN_1U](stretch.a, nullptr, stretch.samples, &set);
     counting->counters[1] += static_cast<uint32_t>(set.whole);
     counting->counters[0] += static_cast<uint32_t>(stretch.samples - stretch.skipped - set.whole);
 }
@@ -130,7 +148,7 @@ bool ownCountLevels(MoxImage *image, const OwnTables &tables, uint32_t *counters
     measure.mask = image->maskROI;
     measure.first[0] = tables.first;
     measure.channels = tables.channels;
-    measure.apart = measure.anyRows = true;
+    measure.apart = measure.anyRows = measure.counts = true;
     measure.fold = tables.levels == 2 ? foldBits : tables.levels == 256 ? fold8 : fold16;
     measure.state = &counting;
     ownMeasureSize(&measure);
@@ -150,11 +168,24 @@ struct Mapping {
     int first[2];
     bool alike;  // all channels have one map
 
+    // Whether the processed channels are all that a pixel has, side by side. A stretch of so many samples may end
+    // within a pixel where there are more.
+    bool isOfPixels(const MoxImage *image) const {
+        return image->dataOrder == MOX_DATA_ORDER_PIXEL && image->nChannels == channels && channels <= 4;
+    }
     void run(MoxImage *const *images, const MoxImage *mask) const {
         const OwnLookRows &looks = ownLookRows();
-        const OwnRowForms &lookUp = images[0]->depth == MOX_DEPTH_8U ? looks.bytes : looks.words;
+        const bool bytes = images[0]->depth == MOX_DEPTH_8U;
         OwnRows rows;
         OwnConstant constant = {};
+        constant.table = maps;
+        constant.value = static_cast<uint32_t>(channels);
+        if (!alike && isOfPixels(images[0]) && isOfPixels(images[1])) {
+            ownSetRows(&rows, images, first, 2, channels, mask);
+            ownRunRows(rows, bytes ? looks.bytesOfPixels : looks.wordsOfPixels, constant);
+            return;
+        }
+        const OwnRowForms &lookUp = bytes ? looks.bytes : looks.words;
         const int passes = alike ? 1 : channels;
         for (int pass = 0; pass < passes; ++pass) {
             const int from[] = {first[0] + pass, first[1] + pass};

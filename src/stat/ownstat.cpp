@@ -3,11 +3,17 @@
 
 #include "core/owncpu.h"
 
-OWN_DECLARE_LEVELS(OwnStatRows, statRows)
+OWN_DECLARE_LEVELS(OwnNormRows, normRows)
+OWN_DECLARE_LEVELS(OwnMomentRows, momentRows)
 OWN_DECLARE_LEVELS(OwnLookRows, lookRows)
 
-const OwnStatRows &ownStatRows() {
-    static constexpr const OwnStatRows *tables[] = OWN_LEVEL_TABLES(statRows);
+const OwnNormRows &ownNormRows() {
+    static constexpr const OwnNormRows *tables[] = OWN_LEVEL_TABLES(normRows);
+    return *tables[ownCpuLevel()];
+}
+
+const OwnMomentRows &ownMomentRows() {
+    static constexpr const OwnMomentRows *tables[] = OWN_LEVEL_TABLES(momentRows);
     return *tables[ownCpuLevel()];
 }
 

@@ -35,18 +35,25 @@ struct OwnMomentRow {
 
 enum OwnNormKind { OWN_NORM_C, OWN_NORM_L1, OWN_NORM_L2, OWN_NORM_KINDS };
 
-struct OwnStatRows {
+struct OwnNormRows {
     OwnNormRow one[OWN_NORM_KINDS][OWN_DEPTHS];
     OwnNormRow difference[OWN_NORM_KINDS][OWN_DEPTHS];
-    OwnMomentRow moments[OWN_DEPTHS];  // not of bits
+    void (*endRow)(OwnNormSum *sum);  // adds the lanes to the total
     void (*extrema)(const void *a, size_t n, OwnExtrema *extrema);
 };
 
-const OwnStatRows &ownStatRows();
+const OwnNormRows &ownNormRows();
 
-// d = table[a], of bytes and of 16-bit samples; the table is the constant's.
+struct OwnMomentRows {
+    OwnMomentRow sums[OWN_DEPTHS];  // not of bits
+};
+
+const OwnMomentRows &ownMomentRows();
+
+// d = table[a], of bytes and of 16-bit samples; the table is the constant's. Of pixels each channel has a table of its
+// own, behind the one before, and the constant's value says how many: rows begin with the first of 2 to 4.
 struct OwnLookRows {
-    OwnRowForms bytes, words;
+    OwnRowForms bytes, words, bytesOfPixels, wordsOfPixels;
 };
 
 const OwnLookRows &ownLookRows();

@@ -234,6 +234,44 @@ TEST(NormFailure, sixTypesAreKnown) {
             expectReport(a.header(), nullptr, type, -5, "Unknown normType");
 }
 
+// A report function that takes the status back lets the call go on after the faults that allow it: what can be measured
+// is, and a type that there is none of ends the call with a blank message.
+std::vector<std::string> forgiven;
+MoxStatus MOX_CALL forgive(MoxStatus, const char *, const char *message, const char *, int) {
+    forgiven.push_back(message);
+    moxSetErrStatus(MOX_StatusNoError);
+    return MOX_StatusNoError;
+}
+
+TEST(NormFailure, aReportFunctionMayLetTheCallGoOn) {
+    TestImage pixels(TestLayout::of(MOX_DEPTH_8U, 10, 10), 1), same(TestLayout::of(MOX_DEPTH_8U, 10, 10), 2),
+        three(TestLayout::of(MOX_DEPTH_8U, 10, 10, 3), 3);
+    MoxImage &one = *pixels.header(), &other = *same.header(), &colour = *three.header();
+    MoxROI first = {1, 0, 0, 10, 10};
+    one.roi = colour.roi = &first;
+    const double ofFirst = moxNorm(&one, &colour, MOX_NORM_L1);
+    EXPECT_GT(ofFirst, 0.0);
+    one.roi = nullptr;
+    const double wanted = moxNorm(&one, &other, MOX_NORM_L1);
+    EXPECT_GT(wanted, 0.0);
+
+    MoxErrorCallback before = moxRedirectError(forgive);
+    const auto expect = [&](double value, double right, const std::vector<std::string> &messages) {
+        EXPECT_EQ(value, right);
+        EXPECT_EQ(forgiven, messages);
+        forgiven.clear();
+    };
+    const char *const coi = "COI should be defined for second image if COI is defined for the first one";
+    expect(moxNorm(&one, &colour, MOX_NORM_L1), ofFirst, {coi});
+    colour.roi = nullptr;
+    expect(moxNorm(&one, &colour, MOX_NORM_L1), ofFirst, {"nChannelsA != nChannelsB"});
+    other.dataOrder = MOX_DATA_ORDER_PLANE;
+    expect(moxNorm(&one, &other, MOX_NORM_L1), wanted, {"DataOrder_A!=DataOrder_B"});
+    expect(moxNorm(&one, nullptr, 3), 0.0, {"Unknown normType", " "});
+    expect(moxNorm(&one, nullptr, 10), 0.0, {"normType is impossible, no second image", " "});
+    moxRedirectError(before);
+}
+
 // Orders are compared before anything is known of B, and also where there is one channel.
 TEST(NormFailure, ordersAreComparedEvenOfOneChannel) {
     TestImage a(TestLayout::of(MOX_DEPTH_8U, 10, 10), 1),
