@@ -67,7 +67,7 @@ class Stretch {
             ownMoveRows().gather[size](from, span.step, channels, gathered_, static_cast<size_t>(n));
             from = gathered_;
         }
-        ownMirrorRows().reverse(from, to, static_cast<size_t>(n), static_cast<size_t>(channels) * span.bytes);
+        ownMirrorRows().reverse(from, to, static_cast<size_t>(n), static_cast<size_t>(int64_t{channels} * span.bytes));
     }
 
     uint8_t gathered_[STRETCH_BYTES], reversed_[STRETCH_BYTES];
