@@ -14,9 +14,13 @@ constexpr int REPEATS = 3, LONGER = 2;
 int roundsOf(const Row &row) {
     return row.size < LARGE ? ROUNDS : LARGE_ROUNDS;
 }
+// In the shortest calls the place at which a level's copy of a function happens to stand makes a difference of this
+// much, one way or the other.
+constexpr double CHANCE_NS = 5;
+
 // The run's noise is in the spread of the rounds: three quarters of them have to agree.
 bool isSlower(const LevelStep &step) {
-    return step.toLower > SLOWER && step.surely > 1;
+    return step.toLower > SLOWER && step.surely > 1 && step.moreNs > CHANCE_NS;
 }
 
 const LevelStep *findStep(const std::vector<LevelStep> &steps, OwnCpuLevel level) {

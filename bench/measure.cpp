@@ -239,7 +239,8 @@ bool compareLevels(const Row &row, const Levels &levels, int rounds, std::vector
         const std::vector<double> others = quotients(down[i].times, down[i - 1].times);
         all.insert(all.end(), others.begin(), others.end());
         std::sort(all.begin(), all.end());
-        steps->push_back({levels[i], median(all), all[all.size() / 4]});
+        const double moreNs = median(up[i].times) - median(up[i - 1].times);
+        steps->push_back({levels[i], median(all), all[all.size() / 4], moreNs});
     }
     closeScenes(&scenes);
     ownForceCpuLevel(before);

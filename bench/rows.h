@@ -118,11 +118,12 @@ int usualRounds(const Row &row);
 Goal goalAt(const Row &row, OwnCpuLevel level);
 
 // How long a row takes at a level, in units of the level below: the median of the rounds, and what three quarters of
-// them exceed.
+// them exceed. And by how much a call is longer.
 struct LevelStep {
     OwnCpuLevel level;
     double toLower;
     double surely;
+    double moreNs;
 };
 bool compareLevels(const Row &row, const Levels &levels, int rounds, std::vector<LevelStep> *steps);
 

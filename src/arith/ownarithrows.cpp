@@ -48,6 +48,27 @@ template <class D>
     return a != a ? a : b;
 }
 
+#if defined(OWN_HAS_VECTORS)
+typedef float Floats __attribute__((vector_size(sizeof(OwnVector))));
+
+template <class D>
+concept Real = isFloat<D>;
+template <class D>
+concept Number = OwnInteger<D> || Real<D>;
+
+[[gnu::always_inline]] inline Floats firstIfNan(Floats a, Floats b) {
+    return a != a ? a : b;
+}
+
+template <class F>
+[[gnu::always_inline]] inline OwnVector byFloats(OwnVector a, OwnVector b, const F &f) {
+    return (OwnVector)f((Floats)a, (Floats)b);
+}
+[[gnu::always_inline]] inline OwnVector splatReal(const OwnConstant &c) {
+    return (OwnVector)(c.real - Floats{});
+}
+#endif
+
 struct Add {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
@@ -62,9 +83,13 @@ struct Add {
         }
     }
 #if defined(OWN_HAS_VECTORS)
-    template <OwnInteger D>
+    template <Number D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
-        return ownAddClamped<D>(a, b);
+        if constexpr (isFloat<D>) {
+            return byFloats(a, b, [](Floats x, Floats y) { return x + firstIfNan(x, y); });
+        } else {
+            return ownAddClamped<D>(a, b);
+        }
     }
 #endif
 };
@@ -83,9 +108,13 @@ struct Subtract {
         }
     }
 #if defined(OWN_HAS_VECTORS)
-    template <OwnInteger D>
+    template <Number D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
-        return ownSubtractClamped<D>(a, b);
+        if constexpr (isFloat<D>) {
+            return byFloats(a, b, [](Floats x, Floats y) { return x - y; });
+        } else {
+            return ownSubtractClamped<D>(a, b);
+        }
     }
 #endif
 };
@@ -125,9 +154,13 @@ struct Multiply {
         }
     }
 #if defined(OWN_HAS_VECTORS)
-    template <OwnInteger D>
+    template <Number D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
-        return ownMultiplyClamped<D>(a, b);
+        if constexpr (isFloat<D>) {
+            return byFloats(a, b, [](Floats x, Floats y) { return x * firstIfNan(x, y); });
+        } else {
+            return ownMultiplyClamped<D>(a, b);
+        }
     }
 #endif
 };
@@ -146,9 +179,11 @@ struct MultiplyS {
         }
     }
 #if defined(OWN_HAS_VECTORS)
-    template <OwnInteger D>
+    template <Number D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
-        if constexpr (ownIsOneOf<D, Own8S>) {
+        if constexpr (isFloat<D>) {
+            return Multiply::vector<D>(a, splatReal(c), c);
+        } else if constexpr (ownIsOneOf<D, Own8S>) {
             // A factor of 128 is none of the samples: words have it.
             const OwnVector factor = ownSplat<Own16S>(c.value), sign = OWN_VECTOR(cmpgt, epi8)(ownZero(), a);
             return OWN_VECTOR(packs, epi16)(OWN_VECTOR(mullo, epi16)(OWN_VECTOR(unpacklo, epi8)(a, sign), factor),
@@ -344,6 +379,10 @@ struct AddS {
         return Add::f<D>(a, constantOf<D>(c), c);
     }
 #if defined(OWN_HAS_VECTORS)
+    template <Real D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        return Add::vector<D>(a, splatReal(c), c);
+    }
     template <OwnWide D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
         const uint32_t value = c.value;
@@ -359,6 +398,10 @@ struct SubtractS {
         return Subtract::f<D>(a, constantOf<D>(c), c);
     }
 #if defined(OWN_HAS_VECTORS)
+    template <Real D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        return Subtract::vector<D>(a, splatReal(c), c);
+    }
     template <OwnWide D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
         const uint32_t value = c.value;
@@ -374,6 +417,10 @@ struct SubtractFrom {
         return Subtract::f<D>(constantOf<D>(c), a, c);
     }
 #if defined(OWN_HAS_VECTORS)
+    template <Real D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        return Subtract::vector<D>(splatReal(c), a, c);
+    }
     template <OwnWide D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
         const uint32_t value = c.value;
@@ -396,6 +443,10 @@ struct Square {
         }
     }
 #if defined(OWN_HAS_VECTORS)
+    template <Real D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
+        return byFloats(a, a, [](Floats x, Floats y) { return x * y; });
+    }
     template <OwnInteger D>
     [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
         if constexpr (!ownIsOneOf<D, Own32S>) return ownMultiplyClamped<D>(a, a);
@@ -439,6 +490,12 @@ struct DropSign {
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &) {
         return a & 0x7FFFFFFFu;
     }
+#if defined(OWN_HAS_VECTORS)
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
+        return ownAnd(a, ownSplat<D>(0x7FFFFFFF));
+    }
+#endif
 };
 
 template <class D, class F>

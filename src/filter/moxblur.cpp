@@ -25,7 +25,7 @@ struct Blur {
 };
 
 char *sumsAt(const Blur &blur, int64_t y) {
-    return blur.sums + y % blur.sumRows * blur.sumStep;
+    return blur.sumRows == 1 ? blur.sums : blur.sums + y % blur.sumRows * blur.sumStep;
 }
 
 // The column sums of an output row, by those of the row above.

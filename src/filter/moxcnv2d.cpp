@@ -36,6 +36,7 @@ struct Place {
 };
 
 struct Convolution {
+    const OwnConvSums *sums;
     const OwnConvRows *rows;
     int depth, bytes;
     int method;
@@ -185,7 +186,7 @@ OwnConvMerge mergeOf(int method, bool first) {
 }
 
 void sumSegment(const Convolution &c, const Kernel &kernel, size_t from, void *sums, size_t n) {
-    const auto sum = kernel.bytes ? c.rows->sumBytes : c.rows->sum[kernel.accumulator][c.depth];
+    const auto sum = kernel.bytes ? c.sums->sumBytes : c.sums->sum[kernel.accumulator][c.depth];
     sum(c.taps + kernel.taps, kernel.tapCount, from, sums, n);
     if (kernel.shift != 0) c.rows->shift[kernel.accumulator](sums, n, kernel.shift);
 }
@@ -210,7 +211,7 @@ void runOne(const Convolution &c, size_t from, uint8_t *out, size_t n) {
 void storeBytes(const Convolution &c, uint8_t *out, size_t n) {
     const Kernel &kernel = c.kernels[0];
     const OwnConvBytes how = {kernel.shift, static_cast<uint8_t>(c.depth == OWN_1U ? 1 : 255)};
-    c.rows->storeBytes[kernel.together](c.taps + kernel.taps, kernel.tapCount, 0, how, out, n);
+    c.sums->storeBytes[kernel.together](c.taps + kernel.taps, kernel.tapCount, 0, how, out, n);
 }
 
 // Two kernels of 16-bit sums, and the root of their squares' sum.
@@ -253,7 +254,7 @@ void convolveField(const Convolution &c, const OwnWindowRows &rows) {
     const size_t n = rows.width * static_cast<size_t>(rows.channels);
     const size_t step = static_cast<size_t>(rows.channels) * sizeof(float);
     const OwnConvField field = {rows.rows, 0, step, view.nCols, view.nRows, static_cast<const float *>(view.values)};
-    c.rows->sumField(field, rows.out, rows.outStep, n);
+    c.sums->sumField(field, rows.out, rows.outStep, n);
     for (int64_t k = 0; k < rows.height; ++k)
         finishSums(c, rows.out + k * rows.outStep, n);
 }
@@ -356,7 +357,7 @@ void setReach(OwnWindow *window, const Convolution &convolution) {
 void chooseForm(Convolution *convolution, const OwnWindow &window) {
     Kernel &kernel = convolution->kernels[0];
     const bool plain = convolution->method != MOX_COMBINE_SUMSQ && convolution->method != MOX_COMBINE_SUMSQROOT;
-    convolution->storesBytes = convolution->count == 1 && kernel.bytes && plain && convolution->rows->storeBytes[0];
+    convolution->storesBytes = convolution->count == 1 && kernel.bytes && plain && convolution->sums->storeBytes[0];
     kernel.together = convolution->storesBytes && kernel.view.nCols > 1 && ownWindowChannels(window) == 1;
 }
 
@@ -455,6 +456,7 @@ void report(const OwnCaller &caller, Outcome outcome) {
 
 Convolution makeConvolution(const MoxImage *image, int nKernels, int combineMethod) {
     Convolution convolution = {};
+    convolution.sums = &ownConvSums();
     convolution.rows = &ownConvRows();
     convolution.depth = ownDepthIndex(image->depth);
     convolution.bytes = std::max(ownDepthBytes(image->depth), 1);

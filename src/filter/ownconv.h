@@ -51,9 +51,9 @@ struct OwnConvBytes {
 using OwnConvStoreBytes = void (*)(const OwnConvTap *taps, size_t count, size_t from, const OwnConvBytes &how,
                                    void *out, size_t n);
 
-// Kernels over n samples of a row, from sample `from` of each tap's row on. Bits are bytes 0 and 1. Where an
-// accumulator is of no use at a depth the entry is null.
-struct OwnConvRows {
+// Sums over n samples of a row, from sample `from` of each tap's row on. Bits are bytes 0 and 1. Where an accumulator
+// is of no use at a depth the entry is null.
+struct OwnConvSums {
     // sums = the taps' products, added to 0 one after the other.
     void (*sum[OWN_CONV_CLASSES][OWN_DEPTHS])(const OwnConvTap *taps, size_t count, size_t from, void *sums, size_t n);
 
@@ -67,7 +67,10 @@ struct OwnConvRows {
     // out = the sums of OWN_CONV_ROWS rows of floats, outStep bytes apart. The kernel's rows are taken in pairs and
     // column by column within them.
     void (*sumField)(const OwnConvField &field, void *out, int64_t outStep, size_t n);
+};
 
+// What becomes of n sums.
+struct OwnConvRows {
     // On sums in place: an arithmetic shift, the square in the accumulator's width, the absolute value.
     void (*shift[OWN_CONV_CLASSES])(void *sums, size_t n, int shift);
     void (*square[OWN_CONV_CLASSES])(void *sums, size_t n);
@@ -87,6 +90,7 @@ struct OwnConvRows {
     void (*store[OWN_CONV_CLASSES][OWN_DEPTHS])(const void *sums, void *out, size_t n);
 };
 
+const OwnConvSums &ownConvSums();
 const OwnConvRows &ownConvRows();
 
 // MoxConvKernel and MoxConvKernelFP up to their values.

@@ -3,7 +3,7 @@
 // constant) beside it, which computes a vector of samples; the loops are then for other processors.
 #pragma once
 
-#include "frame/ownvector.h"
+#include "frame/ownvectorforms.h"
 
 namespace {
 

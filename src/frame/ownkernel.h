@@ -5,6 +5,14 @@
 #include <cstddef>
 #include <cstdint>
 
+// A kernel file is compiled with -fno-trapping-math behind all flags that would undo it: without it a loop on floats
+// under a mask becomes no vectors.
+#if defined(OWN_LEVEL) && defined(__GNUC__) && !defined(__clang__) && __GNUC__ > 11
+#if !defined(__NO_TRAPPING_MATH__) || !defined(__NO_MATH_ERRNO__)
+#error "Kernels heed floating-point exceptions here: see mox_kernel_numbers in cmake/levels.cmake."
+#endif
+#endif
+
 // The constants of a row: what a kernel does with them is between it and the operation that picked it.
 struct OwnConstant {
     uint32_t value;  // in the element's width
@@ -21,6 +29,10 @@ using OwnRow = void (*)(const void *a, const void *b, void *d, size_t n, const O
 // On bytes the lanes act bit by bit.
 using OwnMaskedRow = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant,
                               const void *lanes);
+
+// That under the bits of a mask, the first bit on top of a byte and each for one sample.
+using OwnRowUnderBits = void (*)(const void *a, const void *b, void *d, size_t n, const OwnConstant &constant,
+                                 const uint8_t *bits);
 
 // Rows of bits, each from a bit of its first byte on, counted from the top.
 struct OwnBitRun {
@@ -44,12 +56,13 @@ using OwnBitKernel = void (*)(const OwnBitRows &rows, const OwnConstant &constan
 
 // The forms of one kernel. The streamed form stores past the caches, for runs that they could not keep; d must not be a
 // source, and whoever ran it orders the stores with OwnMoveRows::fence. Null where the plain form does as well, as is
-// the bit form of kernels that are not for bits.
+// the bit form of kernels that are not for bits, and the form under bits where lanes do as well.
 struct OwnRowForms {
     OwnRow plain;
     OwnMaskedRow masked;
     OwnRow streamed;
     OwnBitKernel bits = nullptr;
+    OwnRowUnderBits underBits = nullptr;
 };
 
 // The tables of the levels that this build has, in the order of OwnCpuLevel.

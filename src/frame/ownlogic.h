@@ -1,7 +1,7 @@
 // The forms of a kernel of bitwise logic: on bytes by the widest words, on rows of bits at any bit offset.
 #pragma once
 
-#include "frame/ownsample.h"
+#include "frame/ownvectorforms.h"
 
 namespace {
 
@@ -39,22 +39,23 @@ struct OwnLogicForms {
     }
 
     // n bytes of d from i on = at(i, constant), by the widest words that the row has: rows of bits are short. The last
-    // words of a row overlap those before; they are computed first, since the destination may be a source, and stored
-    // last.
+    // words of a row may overlap those before; they are computed first, since the destination may be a source, and
+    // stored last.
     template <class At>
     static void byWords(uint8_t *d, size_t n, const OwnConstant &c, const At &at) {
         const uint32_t value = c.value;
-        const auto run = [&]<class Words>(Words constant) {
+        const auto run = [&]<class Words>(Words) {
             constexpr size_t step = sizeof(Words);
             if (n < step) return false;
+            const auto constant = repeat<Words>(value);
             const Words end = at(n - step, constant);
             OWN_ELEMENTWISE
-            for (size_t i = 0; i + step <= n; i += step)
+            for (size_t i = 0; i < n - step; i += step)
                 store(d + i, at(i, constant));
             store(d + n - step, end);
             return true;
         };
-        if (run(repeat<OwnWords>(value)) || run(repeat<OwnTwoWords>(value)) || run(repeat<uint64_t>(value))) return;
+        if (run(OwnWords{}) || run(OwnTwoWords{}) || run(uint64_t{})) return;
         using Unit = typename D::Value;
         for (size_t i = 0; i < n; i += sampleBytes)
             store(d + i, at(i, repeat<Unit>(value)));
@@ -177,7 +178,19 @@ struct OwnLogicForms {
         }
     }
 
+#if defined(OWN_HAS_VECTORS)
+    static constexpr int sources = 2;
+    template <size_t bytes>
+    [[gnu::always_inline]] static OwnVector part(const char *a, const char *b, size_t i, const OwnConstant &c) {
+        return F::word(ownLoadPart<bytes>(a + i), ownLoadPart<bytes>(b + i), ownSplat<D>(c.value));
+    }
+    static void underBits(const void *a, const void *b, void *d, size_t n, const OwnConstant &c, const uint8_t *bits) {
+        OwnFormUnderBits<OwnLogicForms>::run(a, b ? b : a, d, n, c, bits);
+    }
+    static constexpr OwnRowForms forms = {plain, masked, streamed, OwnLogicForms::bits, underBits};
+#else
     static constexpr OwnRowForms forms = {plain, masked, streamed, bits};
+#endif
 };
 
 }  // namespace

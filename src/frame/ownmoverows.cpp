@@ -26,9 +26,25 @@ struct Copy {
 #endif
 };
 
+// Short rows need no call: two parts that overlap, both read before one is written.
 template <class D>
 void copyRow(const void *a, const void *, void *d, size_t n, const OwnConstant &) {
-    std::memmove(d, a, n * sizeof(typename D::Sample));
+    const size_t bytes = n * sizeof(typename D::Sample);
+#if defined(OWN_HAS_VECTORS)
+    const auto inTwoParts = [&]<size_t part>() {
+        if (bytes < part || bytes > 2 * part) return false;
+        const char *from = static_cast<const char *>(a);
+        const OwnVector first = ownLoadPart<part>(from), last = ownLoadPart<part>(from + bytes - part);
+        ownStorePart<part>(static_cast<char *>(d), first);
+        ownStorePart<part>(static_cast<char *>(d) + bytes - part, last);
+        return true;
+    };
+    if (inTwoParts.template operator()<sizeof(OwnVector)>() || inTwoParts.template operator()<16>() ||
+        inTwoParts.template operator()<8>()) {
+        return;
+    }
+#endif
+    std::memmove(d, a, bytes);
 }
 
 struct FillBits {
@@ -39,16 +55,14 @@ struct FillBits {
 };
 
 template <class D>
-struct Fill {
+struct FillLoops {
+    static constexpr int sources = 0;
+
     static void plain(const void *, const void *, void *d_, size_t n, const OwnConstant &c) {
-        if constexpr (sizeof(typename D::Value) == 1) {
-            std::memset(d_, static_cast<int>(c.value & 0xFF), n);
-        } else {
-            typename D::Sample *d = static_cast<typename D::Sample *>(d_);
-            const auto value = static_cast<typename D::Value>(c.value);
-            for (size_t i = 0; i < n; ++i)
-                d[i] = value;
-        }
+        typename D::Sample *d = static_cast<typename D::Sample *>(d_);
+        const auto value = static_cast<typename D::Value>(c.value);
+        for (size_t i = 0; i < n; ++i)
+            d[i] = value;
     }
     static void masked(const void *, const void *, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
         typename D::Sample *d = static_cast<typename D::Sample *>(d_);
@@ -58,16 +72,48 @@ struct Fill {
         for (size_t i = 0; i < n; ++i)
             d[i] = ownSelect<D>(lanes[i], value, d[i]);
     }
-
-    static void streamed(const void *, const void *, void *d_, size_t n, const OwnConstant &c) {
-        alignas(64) typename D::Value values[OWN_STREAM_BLOCK / sizeof(typename D::Value)];
-        plain(nullptr, nullptr, values, sizeof values / sizeof values[0], c);
-        typename D::Sample *d = static_cast<typename D::Sample *>(d_);
-        ownStreamRow<typename D::Sample>(
-            d_, n, [&](size_t i, size_t count) { plain(nullptr, nullptr, d + i, count, c); },
-            [&](size_t, void *block) { std::memcpy(block, values, sizeof values); });
-    }
+    static constexpr OwnRowForms forms = {plain, masked, nullptr};
 };
+
+struct Fill {
+#if defined(OWN_HAS_VECTORS)
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector, OwnVector, const OwnConstant &c) {
+        return ownSplat<D>(c.value);
+    }
+#endif
+};
+
+#if defined(OWN_HAS_VECTORS)
+template <class D>
+constexpr OwnRowForms fillOf = OwnVectorForms<D, Fill, FillLoops<D>>::forms;
+#else
+template <class D>
+constexpr OwnRowForms fillOf = FillLoops<D>::forms;
+#endif
+
+// Of a long row of bytes the C library makes at least as much, and of a short one no call is needed.
+void fillBytes(const void *a, const void *b, void *d, size_t n, const OwnConstant &c) {
+    if (n <= 128) return fillOf<Own8U>.plain(a, b, d, n, c);
+    std::memset(d, static_cast<int>(c.value & 0xFF), n);
+}
+
+// What the C library does as well is left to it; bytes have forms for bits.
+template <class D>
+constexpr OwnRowForms copyForms() {
+    OwnRowForms forms = ownUnary<D, Copy>;
+    forms.plain = copyRow<D>;
+    if (sizeof(typename D::Value) == 1) forms.bits = OwnLogicForms<Copy>::bits;
+    return forms;
+}
+template <class D>
+constexpr OwnRowForms fillForms() {
+    OwnRowForms forms = fillOf<D>;
+    if (sizeof(typename D::Value) > 1) return forms;
+    forms.plain = fillBytes;
+    forms.bits = OwnLogicForms<FillBits>::bits;
+    return forms;
+}
 
 // The images that exchange are both written: the frame hands the first one in as the source.
 template <class D>
@@ -254,100 +300,34 @@ void scatter(const void *row_, void *dst_, int step, int count, size_t pixels) {
     }
 }
 
-// Lanes of `width` bytes each for the bits of a mask, the first bit on top of a byte.
-#if defined(__SSE2__)
-#if defined(__AVX2__)
-constexpr int GROUP = 32;  // bits at a time, which become as many vectors as a lane has bytes
-#else
-constexpr int GROUP = 16;
-#endif
-// Where a byte of lanes finds its bit in a group: in vector v of those that the group fills.
-template <int width>
-struct BitPlaces {
-    alignas(GROUP) uint8_t byte[width][GROUP];
-    alignas(GROUP) uint8_t bit[width][GROUP];
-};
-template <int width>
-constexpr BitPlaces<width> makeBitPlaces() {
-    BitPlaces<width> places = {};
-    for (int i = 0; i < GROUP * width; ++i) {
-        const int bit = i / width;
-        places.byte[i / GROUP][i % GROUP] = static_cast<uint8_t>(bit / 8);
-        places.bit[i / GROUP][i % GROUP] = static_cast<uint8_t>(128 >> bit % 8);
-    }
-    return places;
-}
-
-// The lanes of a group of bits, of which the first bytes are there, by put(v, vector).
-template <int width, class Put>
-[[gnu::always_inline]] inline void expandGroup(const uint8_t *from, size_t bytes, const Put &put) {
-    static constexpr BitPlaces<width> places = makeBitPlaces<width>();
-    int group = 0;
-    std::memcpy(&group, from, bytes);
-#if defined(__AVX2__)
-    const __m256i groups = _mm256_set1_epi32(group);
-    for (size_t v = 0; v < width; ++v) {
-        const __m256i bit = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.bit[v]));
-        const __m256i byte = _mm256_load_si256(reinterpret_cast<const __m256i *>(places.byte[v]));
-        const __m256i found = _mm256_and_si256(_mm256_shuffle_epi8(groups, byte), bit);
-        put(v, _mm256_cmpeq_epi8(found, bit));
-    }
-#else
-    // A vector is filled by one of the two bytes, or by both in halves.
-    __m128i halves = _mm_cvtsi32_si128(group);
-    halves = _mm_unpacklo_epi8(halves, halves);
-    halves = _mm_unpacklo_epi16(halves, halves);
-    halves = _mm_unpacklo_epi32(halves, halves);
-    const __m128i first = _mm_unpacklo_epi64(halves, halves), second = _mm_unpackhi_epi64(halves, halves);
-    for (size_t v = 0; v < width; ++v) {
-        const __m128i bit = _mm_load_si128(reinterpret_cast<const __m128i *>(places.bit[v]));
-        const __m128i byte = 2 * v + 2 <= width ? first : 2 * v >= width ? second : halves;
-        put(v, _mm_cmpeq_epi8(_mm_and_si128(byte, bit), bit));
-    }
-#endif
-}
-
-[[gnu::always_inline]] inline void putAt(uint8_t *to, size_t v, OwnVector lanes) {
-    ownStore(reinterpret_cast<char *>(to) + v * sizeof lanes, lanes);
-}
-
-template <int width>
-void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
-    size_t i = 0;
-    for (; i + GROUP <= count; i += GROUP)
-        expandGroup<width>(bits + i / 8, GROUP / 8, [&](size_t v, OwnVector own) { putAt(lanes + i * width, v, own); });
-    if (i == count) return;
-    uint8_t last[GROUP * width];
-    const size_t bytes = (count - i + 7) / 8;
-    expandGroup<width>(bits + i / 8, bytes, [&](size_t v, OwnVector own) { putAt(last, v, own); });
-    std::memcpy(lanes + i * width, last, bytes * 8 * width);
-}
-
-// The bytes of a under such lanes.
-template <int width>
+#if defined(OWN_HAS_VECTORS)
+// The bytes of a under the lanes of bits.
+template <size_t width>
 void keepUnderBits(const uint8_t *a, const uint8_t *bits, uint8_t *row, size_t count) {
     size_t i = 0;
-    for (; i + GROUP <= count; i += GROUP) {
-        expandGroup<width>(bits + i / 8, GROUP / 8, [&](size_t v, OwnVector lanes) {
-            const OwnVector bytes = ownLoad(reinterpret_cast<const char *>(a + i * width) + v * sizeof lanes);
-            putAt(row + i * width, v, ownAnd(bytes, lanes));
-        });
+    for (; i + OWN_LANE_GROUP <= count; i += OWN_LANE_GROUP) {
+        const OwnLanes<width> lanes(ownLoadGroup(bits + i / 8));
+        for (size_t v = 0; v < width; ++v) {
+            const size_t at = i * width + v * OWN_LANE_GROUP;
+            const OwnVector bytes = ownLoad(reinterpret_cast<const char *>(a + at));
+            ownStore(reinterpret_cast<char *>(row + at), ownAnd(bytes, lanes.at(v)));
+        }
     }
     if (i == count) return;
-    uint8_t last[GROUP * width];
-    expandGroup<width>(bits + i / 8, (count - i + 7) / 8, [&](size_t v, OwnVector own) { putAt(last, v, own); });
+    uint8_t last[OWN_LANE_GROUP * width];
+    ownExpandBits<width>(bits + i / 8, last, count - i);
     for (size_t k = 0; k < (count - i) * width; ++k)
         row[i * width + k] = a[i * width + k] & last[k];
 }
 #else
-template <int width>
-void expandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
+template <size_t width>
+void ownExpandBits(const uint8_t *bits, uint8_t *lanes, size_t count) {
     for (size_t i = 0; i < count; i += 8, lanes += 8 * width) {
-        for (int k = 0; k < 8 * width; ++k)
+        for (size_t k = 0; k < 8 * width; ++k)
             lanes[k] = (bits[i / 8] >> (7 - k / width) & 1) != 0 ? 255 : 0;
     }
 }
-template <int width>
+template <size_t width>
 void keepUnderBits(const uint8_t *a, const uint8_t *bits, uint8_t *row, size_t count) {
     for (size_t i = 0; i < count; ++i) {
         const bool kept = (bits[i / 8] >> (7 - i % 8) & 1) != 0;
@@ -358,22 +338,22 @@ void keepUnderBits(const uint8_t *a, const uint8_t *bits, uint8_t *row, size_t c
 #endif
 
 // Every byte of a lane is the same.
-template <int bytes>
+template <size_t bytes>
 void expandLanes(const uint8_t *bits, int repeat, void *lanes_, size_t count) {
     uint8_t *lanes = static_cast<uint8_t *>(lanes_);
     switch (repeat) {
         case 1:
-            return expandBits<bytes>(bits, lanes, count);
+            return ownExpandBits<bytes>(bits, lanes, count);
         case 2:
-            return expandBits<bytes * 2>(bits, lanes, count);
+            return ownExpandBits<bytes * 2>(bits, lanes, count);
         case 3:
-            return expandBits<bytes * 3>(bits, lanes, count);
+            return ownExpandBits<bytes * 3>(bits, lanes, count);
         default:
-            return expandBits<bytes * 4>(bits, lanes, count);
+            return ownExpandBits<bytes * 4>(bits, lanes, count);
     }
 }
 
-template <int bytes>
+template <size_t bytes>
 void keepSamples(const void *a_, const uint8_t *bits, int repeat, void *row_, size_t count) {
     const uint8_t *a = static_cast<const uint8_t *>(a_);
     uint8_t *row = static_cast<uint8_t *>(row_);
@@ -403,12 +383,8 @@ void fence() {
 
 extern const OwnMoveRows moveRows;
 const OwnMoveRows moveRows = {
-    {{copyRow<Own8U>, ownUnary<Own8U, Copy>.masked, ownUnary<Own8U, Copy>.streamed, OwnLogicForms<Copy>::bits},
-     {copyRow<Own16U>, ownUnary<Own16U, Copy>.masked, ownUnary<Own16U, Copy>.streamed},
-     {copyRow<Own32U>, ownUnary<Own32U, Copy>.masked, ownUnary<Own32U, Copy>.streamed}},
-    {{Fill<Own8U>::plain, Fill<Own8U>::masked, Fill<Own8U>::streamed, OwnLogicForms<FillBits>::bits},
-     {Fill<Own16U>::plain, Fill<Own16U>::masked, Fill<Own16U>::streamed},
-     {Fill<Own32U>::plain, Fill<Own32U>::masked, Fill<Own32U>::streamed}},
+    {copyForms<Own8U>(), copyForms<Own16U>(), copyForms<Own32U>()},
+    {fillForms<Own8U>(), fillForms<Own16U>(), fillForms<Own32U>()},
     {{Exchange<Own8U>::plain, Exchange<Own8U>::masked, nullptr},
      {Exchange<Own16U>::plain, Exchange<Own16U>::masked, nullptr},
      {Exchange<Own32U>::plain, Exchange<Own32U>::masked, nullptr}},

@@ -21,6 +21,11 @@ inline void ownCallMasked(OwnMaskedRow kernel, uint8_t *const *at, int count, si
     kernel(count > 1 ? at[0] : nullptr, count > 2 ? at[1] : nullptr, at[count - 1], n, constant, lanes);
 }
 
+inline void ownCallUnderBits(OwnRowUnderBits kernel, uint8_t *const *at, int count, size_t n,
+                             const OwnConstant &constant, const uint8_t *bits) {
+    kernel(count > 1 ? at[0] : nullptr, count > 2 ? at[1] : nullptr, at[count - 1], n, constant, bits);
+}
+
 inline void ownStartOfRow(const OwnRows &rows, int plane, int row, uint8_t **at) {
     for (int i = 0; i < rows.count; ++i) {
         const OwnSpan &span = rows.spans[i];

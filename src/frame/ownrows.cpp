@@ -63,11 +63,14 @@ void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnCons
     const int64_t whole = std::max(rows.whole, n * bytes * height * planes);
     const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, whole);
     const OwnRow form = streaming ? kernel.streamed : kernel.plain;
+    const bool ahead = n * bytes >= SHORTEST_AHEAD;
     for (int plane = 0; plane < planes; ++plane) {
+        ownStartOfRow(rows, plane, 0, at);
         for (int row = 0; row < height; ++row) {
-            ownStartOfRow(rows, plane, row, at);
-            if (n * bytes >= SHORTEST_AHEAD && row + 1 < height) askForNextRow(rows, at);
+            if (ahead && row + 1 < height) askForNextRow(rows, at);
             ownCallPlain(form, at, rows.count, static_cast<size_t>(n), constant);
+            for (int i = 0; i < rows.count; ++i)
+                at[i] += rows.spans[i].rowStep;
         }
     }
     if (streaming) ownMoveRows().fence();

@@ -83,17 +83,13 @@ template <class D>
     }
 }
 
-// What a streamed kernel computes aside at a time: a few cache lines, so that reading and writing of memory alternate.
-constexpr size_t OWN_STREAM_BLOCK = 256;
+// What a streamed kernel computes aside at a time: a cache line.
+constexpr size_t OWN_STREAM_BLOCK = 64;
 
-// Stores a block past the caches, where the processor can. Both are aligned to 64 bytes. A store of a whole cache line
-// need not be combined with others.
+// Stores a block past the caches, where the processor can. Both are aligned to 64 bytes. The block comes in vectors as
+// wide as those that it was computed in, or narrower: a wider load would wait for their stores.
 [[gnu::always_inline]] inline void ownStreamBlock(void *to, const void *block) {
-#if defined(__AVX512F__)
-    for (size_t k = 0; k < OWN_STREAM_BLOCK / 64; ++k) {
-        _mm512_stream_si512(static_cast<__m512i *>(to) + k, _mm512_load_si512(static_cast<const __m512i *>(block) + k));
-    }
-#elif defined(__AVX2__)
+#if defined(__AVX2__)
     for (size_t k = 0; k < OWN_STREAM_BLOCK / 32; ++k) {
         _mm256_stream_si256(static_cast<__m256i *>(to) + k, _mm256_load_si256(static_cast<const __m256i *>(block) + k));
     }

@@ -103,6 +103,10 @@ class StretchRunner {
         packed_ = one && !maskRowsFollow(rows);
         size_ = ownSampleSize(dst.bytes);
         pixels_ = OWN_SCRATCH_BYTES / (dst.bytes * samples_) & ~7;
+        // A kernel that reads the mask itself needs no scratch, if nobody else does.
+        readsMask_ = rows.masked && !through_ && samples_ == 1 && kernel.underBits;
+        const bool allDirect = std::all_of(direct_, direct_ + rows.count, [](bool direct) { return direct; });
+        if (readsMask_ && allDirect && !packed_ && rows.mask.bit == 0) pixels_ = width_;
         if (through_) makePattern();
         if (through_ && !rows.masked) makeLanes(nullptr, std::min(pixels_, width_));
     }
@@ -183,14 +187,15 @@ class StretchRunner {
         }
         for (int64_t x = 0; x < width_; x += pixels_) {
             const int64_t pixels = std::min<int64_t>(pixels_, width_ - x);
-            if (rows_.masked) makeLanes(maskBits(row, x, pixels), pixels);
-            runStretch(at, pixels);
+            const uint8_t *mask = rows_.masked ? maskBits(row, x, pixels) : nullptr;
+            if (mask && !readsMask_) makeLanes(mask, pixels);
+            runStretch(at, pixels, mask);
             for (int i = 0; i < rows_.count; ++i)
                 at[i] += pixels * rows_.spans[i].step * rows_.spans[i].bytes;
         }
     }
 
-    void runStretch(uint8_t *const *at, int64_t pixelCount) {
+    void runStretch(uint8_t *const *at, int64_t pixelCount, const uint8_t *mask) {
         const auto pixels = static_cast<size_t>(pixelCount);
         const bool masked = rows_.masked || through_;
         const int last = rows_.count - 1;
@@ -203,7 +208,9 @@ class StretchRunner {
             }
         }
         const size_t n = pixels * static_cast<size_t>(samples_);
-        if (masked) {
+        if (readsMask_) {
+            ownCallUnderBits(kernel_.underBits, to, rows_.count, n, constant_, mask);
+        } else if (masked) {
             ownCallMasked(kernel_.masked, to, rows_.count, n, constant_, scratch_.lanes);
         } else {
             ownCallPlain(kernel_.plain, to, rows_.count, n, constant_);
@@ -221,6 +228,7 @@ class StretchRunner {
     bool direct_[OWN_MAX_SPANS];
     int width_, height_;  // of the rows, which may all be one
     bool packed_;         // they are, and those of the mask are packed
+    bool readsMask_;      // the kernel does, without lanes
     int samples_;         // in a pixel of the scratch
     int pixels_;          // in a stretch, a multiple of 8
     OwnSampleSize size_;

@@ -1,4 +1,4 @@
-// The widest plain vector of a kernel file's level, and the forms of kernels that compute with it.
+// The widest plain vector of a kernel file's level.
 #pragma once
 
 #include "frame/ownsample.h"
@@ -138,79 +138,6 @@ template <size_t bytes>
         __builtin_memcpy(p, &word, 4);
     }
 }
-
-// The forms of a kernel that has F::vector<D>(a, b, constant), whole vectors of samples: where a processor has
-// instructions that no loop over samples becomes. Loops are its forms for rows shorter than four bytes. A source that
-// the kernel does not have is null, and its vector unspecified.
-template <class D, class F, class Loops>
-struct OwnVectorForms {
-    static constexpr size_t width = sizeof(OwnVector);
-    static constexpr bool binary = Loops::sources > 1;
-
-    template <size_t bytes>
-    [[gnu::always_inline]] static OwnVector part(const char *a, const char *b, size_t i, const OwnConstant &c) {
-        const OwnVector first = ownLoadPart<bytes>(a + i);
-        if constexpr (binary) return F::template vector<D>(first, ownLoadPart<bytes>(b + i), c);
-        return F::template vector<D>(first, first, c);
-    }
-
-    // bytes of d from i on = at<bytes>(i), by the widest parts that the row has. The last part of a row overlaps those
-    // before; it is computed first, since the destination may be a source, and stored last.
-    template <size_t bytes, class At>
-    [[gnu::always_inline]] static bool byParts(char *d, size_t n, const At &at) {
-        if (n < bytes) return false;
-        const OwnVector last = at.template operator()<bytes>(n - bytes);
-        OWN_ELEMENTWISE
-        for (size_t i = 0; i + bytes <= n; i += bytes)
-            ownStorePart<bytes>(d + i, at.template operator()<bytes>(i));
-        ownStorePart<bytes>(d + n - bytes, last);
-        return true;
-    }
-    template <class At>
-    [[gnu::always_inline]] static bool byParts(char *d, size_t n, const At &at) {
-        return byParts<width>(d, n, at) || (width > 16 && byParts<16>(d, n, at)) || byParts<8>(d, n, at) ||
-               byParts<4>(d, n, at);
-    }
-
-    static void plain(const void *a_, const void *b_, void *d, size_t n, const OwnConstant &c) {
-        const char *a = static_cast<const char *>(a_), *b = static_cast<const char *>(b_);
-        const OwnConstant constant = c;
-        const auto at = [&]<size_t bytes>(size_t i) { return part<bytes>(a, b, i, constant); };
-        if (!byParts(static_cast<char *>(d), n * sizeof(typename D::Value), at)) Loops::plain(a_, b_, d, n, c);
-    }
-
-    static void masked(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c, const void *lanes_) {
-        const char *a = static_cast<const char *>(a_), *b = static_cast<const char *>(b_);
-        const char *lanes = static_cast<const char *>(lanes_);
-        char *d = static_cast<char *>(d_);
-        const OwnConstant constant = c;
-        const auto at = [&]<size_t bytes>(size_t i) {
-            const OwnVector lane = ownLoadPart<bytes>(lanes + i), before = ownLoadPart<bytes>(d + i);
-            const OwnVector result = part<bytes>(a, b, i, constant);
-            return ownSelectBits(lane, result, before);
-        };
-        if (!byParts(d, n * sizeof(typename D::Value), at)) Loops::masked(a_, b_, d_, n, c, lanes_);
-    }
-
-    static void streamed(const void *a_, const void *b_, void *d_, size_t n, const OwnConstant &c) {
-        using Sample = typename D::Sample;
-        const Sample *a = static_cast<const Sample *>(a_), *b = static_cast<const Sample *>(b_);
-        Sample *d = static_cast<Sample *>(d_);
-        const OwnConstant constant = c;
-        const auto stored = [&](size_t i, size_t count) {
-            plain(a + i, binary ? b + i : nullptr, d + i, count, constant);
-        };
-        const auto aside = [&](size_t i, unsigned char *values) {
-            const char *from = reinterpret_cast<const char *>(a + i);
-            const char *other = binary ? reinterpret_cast<const char *>(b + i) : nullptr;
-            for (size_t k = 0; k < OWN_STREAM_BLOCK; k += width)
-                ownStore(reinterpret_cast<char *>(values) + k, part<width>(from, other, k, constant));
-        };
-        ownStreamRow<Sample>(d_, n, stored, aside);
-    }
-
-    static constexpr OwnRowForms forms = {plain, masked, streamed};
-};
 
 }  // namespace
 #endif

@@ -69,7 +69,7 @@ class WindowRunner {
     void runArea(const Area &area);
     void runPass(const Area &area, int pass);
     void runRows(OwnRows *rows, int pass, int64_t y0, int64_t height);
-    void loadRow(int64_t index, int64_t y);
+    void loadRow(int64_t slot, int64_t y);
     const uint8_t *keptRow(int64_t y) const;
     void store(OwnRows *rows, int height);
 
@@ -306,8 +306,7 @@ void WindowRunner::runArea(const Area &area) {
         runPass(area, pass);
 }
 
-void WindowRunner::loadRow(int64_t index, int64_t y) {
-    const int64_t slot = index % ringRows_;
+void WindowRunner::loadRow(int64_t slot, int64_t y) {
     const uint8_t *row = inPlace_ ? keptRow(y) : ownRowInPlace(source_, x_, y, width_);
     if (!row) {
         uint8_t *buffer = ring_ + slot * rowBytes_;
@@ -361,13 +360,19 @@ void WindowRunner::runRows(OwnRows *rows, int pass, int64_t y0, int64_t height) 
     at.channels = channels_;
     at.pass = pass;
     at.outStep = direct ? dst.rowStep : rowBytes_;
-    int64_t loaded = 0;
+    // The slot of the ring for the row that is loaded next, and that before the first row of the window: divisions
+    // would take longer than a short row.
+    int64_t loaded = 0, slot = 0, before = ringRows_ - 1;
     for (int64_t y = 0; y < height; y += at.height) {
         at.y = y;
         at.height = std::min(atOnce_, height - y);
-        for (; loaded < y + at.height + reach; ++loaded)
-            loadRow(loaded, y0 + loaded);
-        at.rows = pointers_ + (y + ringRows_ - 1) % ringRows_ + 1;
+        for (; loaded < y + at.height + reach; ++loaded) {
+            loadRow(slot, y0 + loaded);
+            slot = slot + 1 < ringRows_ ? slot + 1 : 0;
+        }
+        at.rows = pointers_ + before + 1;
+        before += at.height;
+        if (before >= ringRows_) before -= ringRows_;
         at.out = direct ? dst.start : out_;
         window_.function(window_.filter, at);
         if (!direct) store(rows, static_cast<int>(at.height));

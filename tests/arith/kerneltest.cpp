@@ -203,8 +203,34 @@ struct Case {
         return wanted == got || (depth == F32 && wanted == SOME_NAN && std::isnan(realOf(got)));
     }
 
-    // d = f(a, b), under lanes if there are any. alias: 1 where a is d as well, 2 where b is.
-    void check(Random &random, OwnRow plain, OwnMaskedRow masked, int alias, size_t offset) const {
+    // d = f(a, b) by one of the forms. alias: 1 where a is d as well, 2 where b is.
+    void check(Random &random, OwnRow plain, int alias, size_t offset) const {
+        const auto run = [&](const void *a, const void *b, void *d, Row &) { plain(a, b, d, n, constant); };
+        checkForm(random, run, false, alias, offset);
+    }
+    void checkMasked(Random &random, OwnMaskedRow masked, int alias, size_t offset) const {
+        const auto run = [&](const void *a, const void *b, void *d, Row &lanes) {
+            masked(a, b, d, n, constant, lanes.at());
+        };
+        checkForm(random, run, true, alias, offset);
+    }
+    void checkUnderBits(Random &random, OwnRowUnderBits underBits, int alias, size_t offset) const {
+        const auto run = [&](const void *a, const void *b, void *d, Row &lanes) {
+            Row bits((n + 7) / 8, 1, static_cast<size_t>(random.below(40)));
+            for (size_t i = 0; i < n; i += 8) {
+                const size_t count = std::min<size_t>(n - i, 8);
+                uint32_t byte = random.bits() & 0xFFu >> count;  // beyond the row anything may stand
+                for (size_t k = 0; k < count; ++k)
+                    byte |= (lanes.get(i + k) & 1) << (7 - k);
+                bits.set(i / 8, byte);
+            }
+            underBits(a, b, d, n, constant, bits.at());
+        };
+        checkForm(random, run, true, alias, offset);
+    }
+
+    template <class Run>
+    void checkForm(Random &random, const Run &run, bool masked, int alias, size_t offset) const {
         const int bytes = BYTES[depth];
         Row a(n, bytes, static_cast<size_t>(random.below(40))), b(n, bytes, static_cast<size_t>(random.below(40)));
         Row d(n, bytes, offset), before(n, bytes, 0), lanes(n, bytes, static_cast<size_t>(random.below(40)));
@@ -219,11 +245,7 @@ struct Case {
         before.takeFrom(d);
         const void *first = alias == 1 ? d.at() : a.at();
         const void *second = kernel.sources < 2 ? nullptr : alias == 2 ? d.at() : b.at();
-        if (masked) {
-            masked(first, second, d.at(), n, constant, lanes.at());
-        } else {
-            plain(first, second, d.at(), n, constant);
-        }
+        run(first, second, d.at(), lanes);
         ASSERT_TRUE(d.nothingBefore()) << kernel.name << " depth " << depth << " n " << n;
         for (size_t i = 0; i < n; ++i) {
             const bool kept = masked && lanes.get(i) == 0;
@@ -255,8 +277,9 @@ TEST(Kernels, plainAndMaskedFormsOfEveryLength) {
                 const Case one = {kernel, depth, n, drawConstant(random, kernel, depth)};
                 for (int alias = 0; alias <= kernel.sources; ++alias) {
                     const auto offset = static_cast<size_t>(random.below(40));
-                    one.check(random, forms.plain, nullptr, alias, offset);
-                    one.check(random, nullptr, forms.masked, alias, offset);
+                    one.check(random, forms.plain, alias, offset);
+                    one.checkMasked(random, forms.masked, alias, offset);
+                    if (forms.underBits) one.checkUnderBits(random, forms.underBits, alias, offset);
                     if (testing::Test::HasFatalFailure()) return;
                 }
             }
@@ -272,7 +295,7 @@ TEST(Kernels, streamedForms) {
             for (const size_t n : {0, 1, 63, 64, 65, 300, 319, 320, 512, 1000, 1537}) {
                 for (int time = 0; time < 4; ++time) {
                     const Case one = {kernel, depth, n, drawConstant(random, kernel, depth)};
-                    one.check(random, forms.streamed, nullptr, 0, static_cast<size_t>(random.below(80)));
+                    one.check(random, forms.streamed, 0, static_cast<size_t>(random.below(80)));
                     if (testing::Test::HasFatalFailure()) return;
                 }
             }

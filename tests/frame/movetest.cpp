@@ -99,4 +99,41 @@ TEST(MoveRows, lanesOfBits) {
     });
 }
 
+// What a mask selects of each byte, by lanes and by the bits that they are made of.
+void checkMaskedForms(Random &random, const OwnRowForms &forms, const uint8_t *from, uint32_t value, int size,
+                      size_t count) {
+    const size_t width = size_t{1} << size;
+    Bytes bits(random, (count + 7) / 8), lanes(random, (count + 7) / 8 * 8 * width);
+    ownMoveRows().lanes[size](bits.at(), 1, lanes.at(), count);
+    Bytes plain(random, count * width), masked(random, count * width), under(random, count * width);
+    std::memcpy(under.at(), masked.at(), count * width);
+    std::vector<uint8_t> wanted = masked.copy(), all(count * width);
+    for (size_t k = 0; k < count * width; ++k) {
+        all[k] = from ? from[k] : static_cast<uint8_t>(value >> 8 * (k % width));
+        if (lanes.at()[k] != 0) wanted[k] = all[k];
+    }
+    forms.plain(from, nullptr, plain.at(), count, {value, 0, 0});
+    EXPECT_EQ(all, plain.copy());
+    forms.masked(from, nullptr, masked.at(), count, {value, 0, 0}, lanes.at());
+    EXPECT_EQ(wanted, masked.copy());
+    if (!forms.underBits) return;
+    forms.underBits(from, nullptr, under.at(), count, {value, 0, 0}, bits.at());
+    EXPECT_EQ(wanted, under.copy());
+}
+
+TEST(MoveRows, copyAndFillPlainAndUnderAMask) {
+    forEachCpuLevel([] {
+        Random random(testSeed());
+        for (int size = 0; size < OWN_SAMPLE_SIZES; ++size) {
+            for (size_t count = 0; count <= 300; ++count) {
+                SCOPED_TRACE(testing::Message() << count << " samples of " << (1 << size) << " bytes");
+                Bytes from(random, count << size);
+                checkMaskedForms(random, ownMoveRows().copy[size], from.at(), 0, size, count);
+                checkMaskedForms(random, ownMoveRows().fill[size], nullptr, random.bits(), size, count);
+                if (HasFailure()) return;
+            }
+        }
+    });
+}
+
 }  // namespace
