@@ -60,29 +60,43 @@ void toSpectrum(const float *points, const float *shift, int64_t length, float f
     }
 }
 
-void turn(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
-          int64_t height, int count) {
-    const Point *from = ownPoints<LANES>(points);
-    for (int64_t x = 0; x < length; x += 2 * LANES) {
-        for (int part = 0; part < 2; ++part) {
-            // Columns beyond the last one, which share points with it, are 0.
-            Vector a[LANES] = {}, b[LANES] = {};
-            for (int r = 0; r < LANES && x + 2 * r + part < length; ++r) {
-                const Point p = from[place(x + 2 * r + part, length, inverse)];
-                a[r] = inverse ? p.im : p.re;
-                b[r] = inverse ? p.re : p.im;
-            }
-            ownTranspose<LANES>(a);
-            ownTranspose<LANES>(b);
-            float *to = middle + x / (2 * LANES) * blockStep + part * LANES;
-            const auto write = [&](const Vector *v, int odd) {
-                for (int r = 0; r < LANES && 2 * r + odd < count; ++r)
-                    *reinterpret_cast<Vector *>(to + place(y + 2 * r + odd, height, !inverse) * 2 * LANES) = v[r];
-            };
-            write(a, 0);
-            write(b, 1);
+// The sequences of up to LANES columns, every second one from x on, as rows. Columns beyond the last one, which share
+// points with it, are 0.
+template <bool inverse>
+[[gnu::always_inline]] inline void takeColumns(const Point *from, int64_t x, int64_t length, Vector *first,
+                                               Vector *second) {
+    for (int r = 0; r < LANES; ++r, x += 2) {
+        if (x < length) {
+            const Point &p = from[place(x, length, inverse)];
+            first[r] = inverse ? p.im : p.re;
+            second[r] = inverse ? p.re : p.im;
+        } else {
+            first[r] = second[r] = Vector{};
         }
     }
+    ownTranspose<LANES>(first);
+    ownTranspose<LANES>(second);
+}
+
+template <bool inverse>
+void turnRows(const float *points, int64_t length, float *middle, int64_t blockStep, int64_t y, int64_t height,
+              int count) {
+    const Point *from = ownPoints<LANES>(points);
+    for (int64_t x = 0; x < length; x += 2 * LANES, middle += blockStep) {
+        for (int part = 0; part < 2; ++part) {
+            Vector rows[2][LANES];
+            takeColumns<inverse>(from, x + part, length, rows[0], rows[1]);
+            float *to = middle + part * LANES;
+            for (int r = 0; r < count; ++r)
+                *reinterpret_cast<Vector *>(to + place(y + r, height, !inverse) * 2 * LANES) = rows[r % 2][r / 2];
+        }
+    }
+}
+
+void turn(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
+          int64_t height, int count) {
+    const auto run = inverse ? turnRows<true> : turnRows<false>;
+    run(points, length, middle, blockStep, y, height, count);
 }
 
 template <bool second, int... i>
