@@ -118,58 +118,56 @@ constexpr int NARROW = LANES < 8 ? LANES : 8;
 constexpr int HALVES = 8 / NARROW;
 typedef OwnLanes<NARROW>::Vector Eight;  // or half of eight
 
-// Halves of secants (Lee 1984): 0.5 / cos((2k + 1) pi / 2N) for N = 2, 4 and 8.
-constexpr float SECANT_2 = 0.70710678118654752440f;
-constexpr float SECANTS_4[] = {0.54119610014619698440f, 1.3065629648763765279f};
-constexpr float SECANTS_8[] = {0.50979557910415916894f, 0.60134488693504528054f, 0.89997622313641570464f,
-                               2.5629154477415061788f};
-
-[[gnu::always_inline]] inline void fourSums(Eight *v) {
-    const Eight s0 = v[0] + v[3], s1 = v[1] + v[2];
-    const Eight d0 = (v[0] - v[3]) * SECANTS_4[0], d1 = (v[1] - v[2]) * SECANTS_4[1];
-    const Eight last = (d0 - d1) * SECANT_2;
-    v[0] = s0 + s1;
-    v[1] = d0 + d1 + last;
-    v[2] = (s0 - s1) * SECANT_2;
-    v[3] = last;
+// COSINES[k] = cos(k pi / 16). Evens and odds are folded as in any fast transform; then odd frequencies are plain sums
+// of four products. Quicker ways have factors above 1 there, and with them errors above those of the plain sum.
+constexpr float COSINES[] = {1.0f,
+                             0.98078528040323044913f,
+                             0.92387953251128675613f,
+                             0.83146961230254523708f,
+                             0.70710678118654752440f,
+                             0.55557023301960222474f,
+                             0.38268343236508977173f,
+                             0.19509032201612826785f};
+// cos((2n + 1)(2k + 1) pi / 16), which is the same for n and k exchanged.
+constexpr float oddCosine(int n, int k) {
+    const int turn = (2 * n + 1) * (2 * k + 1) % 32;
+    const int half = turn > 16 ? 32 - turn : turn;
+    return half > 8 ? -COSINES[16 - half] : COSINES[half];
 }
+[[gnu::always_inline]] inline void oddSums(const Eight *v, Eight *sums) {
+    for (int k = 0; k < 4; ++k) {
+        sums[k] = v[0] * oddCosine(0, k) + v[1] * oddCosine(1, k) + v[2] * oddCosine(2, k) + v[3] * oddCosine(3, k);
+    }
+}
+
 // v[k] = the sum over n of v[n] cos((2n + 1) k pi / 16).
 [[gnu::always_inline]] inline void eightSums(Eight *v) {
-    Eight even[4], odd[4];
-    for (int k = 0; k < 4; ++k) {
-        even[k] = v[k] + v[7 - k];
-        odd[k] = (v[k] - v[7 - k]) * SECANTS_8[k];
+    Eight sums[4], differences[4], odd[4];
+    for (int n = 0; n < 4; ++n) {
+        sums[n] = v[n] + v[7 - n];
+        differences[n] = v[n] - v[7 - n];
     }
-    fourSums(even);
-    fourSums(odd);
-    for (int k = 0; k < 4; ++k) {
-        v[2 * k] = even[k];
-        v[2 * k + 1] = k < 3 ? odd[k] + odd[k + 1] : odd[k];
-    }
+    oddSums(differences, odd);
+    const Eight s0 = sums[0] + sums[3], s1 = sums[1] + sums[2], d0 = sums[0] - sums[3], d1 = sums[1] - sums[2];
+    v[0] = s0 + s1;
+    v[2] = d0 * COSINES[2] + d1 * COSINES[6];
+    v[4] = (s0 - s1) * COSINES[4];
+    v[6] = d0 * COSINES[6] - d1 * COSINES[2];
+    for (int k = 0; k < 4; ++k)
+        v[2 * k + 1] = odd[k];
 }
 
-[[gnu::always_inline]] inline void fourSamples(Eight *v) {
-    const Eight e = v[2] * SECANT_2, o = (v[1] + v[3]) * SECANT_2;
-    const Eight e0 = v[0] + e, e1 = v[0] - e;
-    const Eight o0 = (v[1] + o) * SECANTS_4[0], o1 = (v[1] - o) * SECANTS_4[1];
-    v[0] = e0 + o0;
-    v[1] = e1 + o1;
-    v[2] = e1 - o1;
-    v[3] = e0 - o0;
-}
 // v[n] = the sum over k of v[k] cos((2n + 1) k pi / 16).
 [[gnu::always_inline]] inline void eightSamples(Eight *v) {
-    Eight even[4], odd[4];
-    for (int k = 0; k < 4; ++k) {
-        even[k] = v[2 * k];
-        odd[k] = k == 0 ? v[1] : v[2 * k + 1] + v[2 * k - 1];
-    }
-    fourSamples(even);
-    fourSamples(odd);
-    for (int k = 0; k < 4; ++k) {
-        const Eight o = odd[k] * SECANTS_8[k];
-        v[k] = even[k] + o;
-        v[7 - k] = even[k] - o;
+    const Eight frequencies[4] = {v[1], v[3], v[5], v[7]};
+    Eight odd[4];
+    oddSums(frequencies, odd);
+    const Eight middle = v[4] * COSINES[4], s0 = v[0] + middle, s1 = v[0] - middle;
+    const Eight d0 = v[2] * COSINES[2] + v[6] * COSINES[6], d1 = v[2] * COSINES[6] - v[6] * COSINES[2];
+    const Eight even[4] = {s0 + d0, s1 + d1, s1 - d1, s0 - d0};
+    for (int n = 0; n < 4; ++n) {
+        v[n] = even[n] + odd[n];
+        v[7 - n] = even[n] - odd[n];
     }
 }
 
