@@ -68,6 +68,10 @@ class Transform {
 
     // Of the sequences in `from`, which may be overwritten as soon as it has been read; gives where the result is.
     float *transform(const OwnFftPlan &plan, float *from, float *other, float first, float scale) {
+        if (plan.cosines) {
+            rows_.sum(plan, from, job_.inverse, first, scale, other);
+            return other;
+        }
         if (job_.inverse) {
             rows_.toSpectrum(from, plan.shift, plan.length, first, scale, other);
             fft_.transform(plan, other, from, work_);

@@ -60,6 +60,55 @@ void toSpectrum(const float *points, const float *shift, int64_t length, float f
     }
 }
 
+// Samples that mirror each other are added, or subtracted for odd frequencies.
+void sumForward(const OwnFftPlan &plan, const Point *in, float first, float scale, Point *out) {
+    const int length = plan.length, half = length / 2, columns = (length + 1) / 2;
+    Point folded[2][(OWN_LONGEST_COSINES + 1) / 2];
+    for (int n = 0; n < half; ++n) {
+        const Point &a = in[place(n, length, true)], &b = in[place(length - 1 - n, length, true)];
+        folded[0][n] = a + b;
+        folded[1][n] = a - b;
+    }
+    // The middle one, whose cosines are 0 at odd frequencies.
+    if (columns > half) folded[0][half] = in[place(half, length, true)];
+    for (int k = 0; k < length; ++k) {
+        const float *cosines = plan.cosines + k * columns;
+        const Point *from = folded[k % 2];
+        Point sum = from[0] * cosines[0];
+        for (int n = 1; n < (k % 2 == 0 ? columns : half); ++n)
+            sum = sum + from[n] * cosines[n];
+        out[k] = sum * (k == 0 ? first : scale);
+    }
+}
+
+void sumInverse(const OwnFftPlan &plan, const Point *in, float first, float scale, Point *out) {
+    const int length = plan.length, columns = (length + 1) / 2;
+    Point scaled[OWN_LONGEST_COSINES];
+    for (int k = 0; k < length; ++k)
+        scaled[k] = in[k] * (k == 0 ? first : 2 * scale);
+    for (int n = 0; n < columns; ++n) {
+        const float *cosines = plan.cosines + n;
+        Point even = scaled[0], odd = {};
+        for (int k = 2; k < length; k += 2)
+            even = even + scaled[k] * cosines[k * columns];
+        // The middle sample has no odd frequencies.
+        if (2 * n + 1 == length) {
+            out[place(n, length, true)] = {even.im, even.re};
+            continue;
+        }
+        for (int k = 1; k < length; k += 2)
+            odd = odd + scaled[k] * cosines[k * columns];
+        const Point a = even + odd, b = even - odd;
+        out[place(n, length, true)] = {a.im, a.re};
+        out[place(length - 1 - n, length, true)] = {b.im, b.re};
+    }
+}
+
+void sum(const OwnFftPlan &plan, const float *points, bool inverse, float first, float scale, float *out) {
+    const auto run = inverse ? sumInverse : sumForward;
+    run(plan, ownPoints<LANES>(points), first, scale, ownPoints<LANES>(out));
+}
+
 // The sequences of up to LANES columns, every second one from x on, as rows. Columns beyond the last one, which share
 // points with it, are 0.
 template <bool inverse>
@@ -234,6 +283,6 @@ void eight(const float *const *in, float *const *out, bool inverse) {
 }  // namespace
 
 extern const OwnDctRows dctRows;
-const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, turn, pairs, eight, fixedBlock};
+const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, sum, turn, pairs, eight, fixedBlock};
 
 }  // namespace OWN_LEVEL
