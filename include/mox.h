@@ -1120,8 +1120,9 @@ MOX_EXPORT MoxStatus MOX_CALL moxRealFft2D(MoxImage *srcImage, MoxImage *dstImag
 MOX_EXPORT MoxStatus MOX_CALL moxCcsFft2D(MoxImage *srcImage, MoxImage *dstImage, int flags);
 
 /**
- * The product of two packed spectra, sample by sample: with moxRealFft2D before and moxCcsFft2D behind it, a periodic
- * convolution. Complex pairs multiply as re = a.re b.re - a.im b.im, im = a.re b.im + a.im b.re, real positions as
+ * The product of two packed spectra, sample by sample: with moxRealFft2D (MOX_FFT_FORWARD) of both images before and
+ * moxCcsFft2D (MOX_FFT_INVERSE) behind it, a periodic convolution, whose kernel has its middle at (0, 0) and what is left
+ * of it or above wrapped round to the far sides. Complex pairs multiply as re = a.re b.re - a.im b.im, im = a.re b.im + a.im b.re, real positions as
  * real numbers. At 32F products and sum are rounded one after the other; integers are summed in 64 bits and saturated.
  * Depths 8S, 16S, 32S and 32F, the same for all three images. The destination may be a source.
  *
@@ -1151,9 +1152,10 @@ enum {
  * alpha. Any depth but 1U, and the two may differ.
  *
  * Blocks of 4, 8, 16 or 32 samples in either direction, of up to 16 bits in both images, are computed in 16-bit
- * integers with sums of 32 bits; samples of 16U above 32767 count as that. All else is computed in single precision: 8
- * x 8 by Lee's recursion (1984), other sizes by Fourier transforms of the reordered samples (Makhoul 1980), in W x H
- * log (W x H) steps. Integers are stored rounded to nearest, ties to even, saturated.
+ * integers with sums of 32 bits; samples of 16U above 32767 count as that. All else is computed in single precision:
+ * lengths up to 32 as plain sums, longer ones by Fourier transforms of the reordered samples (Makhoul 1980), in W x H
+ * log (W x H) steps. Integers are stored rounded to nearest, ties to even, saturated. Forward results are up to
+ * sqrt(W x H) times the samples and have both signs: a 32F destination keeps all of them.
  *
  * Failures, -5 each, in this order: "\n Bad value of the transform flag"; "src==0" and "dst==0", both reported;
  * "\nFunction does not support inplace operation", "\nImages with 1u depth are not processed", "\nAlpha channel may be
@@ -1178,7 +1180,7 @@ enum {
     MOX_WT_USER = 9          /**< filters of the caller: set by the user initialisers only */
 };
 
-/** A filter: sample k of its result is the sum over j of taps[j] x sample[2k + offset - j]. */
+/** A filter: in moxWtDecompose sample k of its result is the sum over j of taps[j] x sample[2k + offset - j]. */
 typedef struct MoxWtFilter {
     float *taps;
     int length;   /**< at least 2 */

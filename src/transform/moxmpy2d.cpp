@@ -45,19 +45,33 @@ OwnProducts productsAt(const OwnPlane &a, const OwnPlane &b, const OwnPlane &d, 
     return {a.at(x, y), b.at(x, y), d.at(x, y), step(a), step(b), step(d)};
 }
 
-// The columns of real sequences are packed along y, everything between them along x.
+// Calls for each column of a real sequence: the first one, and of an even width the last one.
+template <class Visit>
+void eachEdge(int width, Visit visit) {
+    visit(0);
+    if (width % 2 == 0) visit(width - 1);
+}
+
+// The columns of real sequences are packed along y, everything between them along x. A pair of rows and its share of
+// those columns go together, while the rows are near.
 void multiply(const OwnPlane &a, const OwnPlane &b, const OwnPlane &d) {
     const OwnMpyRows &rows = ownMpyRows();
     const int width = a.width, height = a.height;
     if (width == 0 || height == 0) return;
-    for (int x = 0; x < width; x += width % 2 == 0 ? width - 1 : width) {
-        rows.real[a.depth](productsAt(a, b, d, x, 0, true));
-        if (height > 2) rows.pairs[a.depth](productsAt(a, b, d, x, 1, true), static_cast<size_t>((height - 1) / 2));
-        if (height % 2 == 0) rows.real[a.depth](productsAt(a, b, d, x, height - 1, true));
-    }
-    if (width <= 2) return;
-    for (int y = 0; y < height; ++y)
+    const auto real = [&](int y) {
+        eachEdge(width, [&](int x) { rows.real[a.depth](productsAt(a, b, d, x, y, true)); });
+    };
+    const auto pairs = [&](int y, int count) {
+        eachEdge(width,
+                 [&](int x) { rows.pairs[a.depth](productsAt(a, b, d, x, y, true), static_cast<size_t>(count)); });
+    };
+    real(0);
+    if (height % 2 == 0) real(height - 1);
+    if (width <= 2) return pairs(1, (height - 1) / 2);
+    for (int y = 0; y < height; ++y) {
         rows.pairs[a.depth](productsAt(a, b, d, 1, y, false), static_cast<size_t>((width - 1) / 2));
+        if (y > 0 && y % 2 == 0) pairs(y - 1, 1);
+    }
 }
 
 }  // namespace

@@ -41,6 +41,9 @@ struct OwnDctRows {
     void (*fromSpectrum)(const float *points, const float *shift, int64_t length, float first, float scale, float *out);
     // And the spectrum from them, with parts exchanged.
     void (*toSpectrum)(const float *points, const float *shift, int64_t length, float first, float scale, float *out);
+    // The plain sums over cosines of a short plan, in place of all this: forward from points in the Fourier transform's
+    // order, inverse to such points, with parts exchanged.
+    void (*sum)(const OwnFftPlan &plan, const float *points, bool inverse, float first, float scale, float *out);
     // Points, lanes of rows, into the middle form: blocks of points whose lanes are columns. Of an inverse transform
     // points are in the Fourier transform's order, their parts exchanged; of a forward one rows are put into it.
     void (*turn)(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,

@@ -1,6 +1,6 @@
 // The engines of the two-dimensional cosine transform. In single precision a transform of any length is a Fourier
 // transform of the samples in another order (Makhoul 1980): of two rows, then of two columns at a time, with vectors
-// across them. Blocks of 8 x 8 have a transform of their own (Lee 1984).
+// across them. Blocks of 8 x 8 have a transform of their own.
 #include <algorithm>
 #include <cmath>
 
@@ -68,6 +68,10 @@ class Transform {
 
     // Of the sequences in `from`, which may be overwritten as soon as it has been read; gives where the result is.
     float *transform(const OwnFftPlan &plan, float *from, float *other, float first, float scale) {
+        if (plan.cosines) {
+            rows_.sum(plan, from, job_.inverse, first, scale, other);
+            return other;
+        }
         if (job_.inverse) {
             rows_.toSpectrum(from, plan.shift, plan.length, first, scale, other);
             fft_.transform(plan, other, from, work_);
@@ -128,7 +132,12 @@ void transformEight(const OwnDct2D &job) {
     alignas(64) float copies[8 * 8], results[8 * 8];
     const float *in[8];
     float *out[8];
-    ownLoadRows(job.src, 0, 0, 8, 8, copies, 8, in);
+    if (job.src.isFloats()) {
+        for (int r = 0; r < 8; ++r)
+            in[r] = reinterpret_cast<const float *>(job.src.at(0, r));
+    } else {
+        ownLoadRows(job.src, 0, 0, 8, 8, copies, 8, in);
+    }
     const bool direct = job.dst.isFloats();
     for (int r = 0; r < 8; ++r)
         out[r] = direct ? reinterpret_cast<float *>(job.dst.at(0, r)) : results + 8 * r;

@@ -202,21 +202,30 @@ void transposeBlock(const OwnDctBlock &in, OwnDctBlock *out, int width, int heig
     }
 }
 
-// Bits that the magnitude of every sample fits, 0 to 15; -32768 counts as 32767.
+// Bits that the magnitude of every sample fits, 0 to 15; -32768 counts as 32767. Beyond a width of 4 are zeros.
 int magnitudeBits(const OwnDctBlock &block, int width, int height) {
     uint32_t bits = 0;
+#if defined(__SSE2__)
+    __m128i all = _mm_setzero_si128();
     for (int y = 0; y < height; ++y) {
-        uint16_t row = 0;
+        for (int x = 0; x < width; x += 8) {
+            const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i *>(&block.rows[y][x]));
+            all = _mm_or_si128(all, _mm_xor_si128(v, _mm_srai_epi16(v, 15)));
+        }
+    }
+    all = _mm_or_si128(all, _mm_srli_si128(all, 8));
+    all = _mm_or_si128(all, _mm_srli_si128(all, 4));
+    bits = static_cast<uint32_t>(_mm_cvtsi128_si32(all));
+    bits = (bits | bits >> 16) & 0xFFFF;
+#else
+    for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const int16_t v = block.rows[y][x];
-            row = static_cast<uint16_t>(row | (v ^ (v >> 15)));
+            bits |= static_cast<uint16_t>(v ^ (v >> 15));
         }
-        bits |= row;
     }
-    int count = 0;
-    for (; bits != 0; bits >>= 1)
-        ++count;
-    return count;
+#endif
+    return bits == 0 ? 0 : 32 - __builtin_clz(bits);
 }
 
 void fixedBlock(OwnDctBlock *block, int width, int height, bool inverse) {

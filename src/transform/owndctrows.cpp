@@ -60,29 +60,92 @@ void toSpectrum(const float *points, const float *shift, int64_t length, float f
     }
 }
 
-void turn(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
-          int64_t height, int count) {
-    const Point *from = ownPoints<LANES>(points);
-    for (int64_t x = 0; x < length; x += 2 * LANES) {
-        for (int part = 0; part < 2; ++part) {
-            // Columns beyond the last one, which share points with it, are 0.
-            Vector a[LANES] = {}, b[LANES] = {};
-            for (int r = 0; r < LANES && x + 2 * r + part < length; ++r) {
-                const Point p = from[place(x + 2 * r + part, length, inverse)];
-                a[r] = inverse ? p.im : p.re;
-                b[r] = inverse ? p.re : p.im;
-            }
-            ownTranspose<LANES>(a);
-            ownTranspose<LANES>(b);
-            float *to = middle + x / (2 * LANES) * blockStep + part * LANES;
-            const auto write = [&](const Vector *v, int odd) {
-                for (int r = 0; r < LANES && 2 * r + odd < count; ++r)
-                    *reinterpret_cast<Vector *>(to + place(y + 2 * r + odd, height, !inverse) * 2 * LANES) = v[r];
-            };
-            write(a, 0);
-            write(b, 1);
+// Samples that mirror each other are added, or subtracted for odd frequencies.
+void sumForward(const OwnFftPlan &plan, const Point *in, float first, float scale, Point *out) {
+    const int length = plan.length, half = length / 2, columns = (length + 1) / 2;
+    Point folded[2][(OWN_LONGEST_COSINES + 1) / 2];
+    for (int n = 0; n < half; ++n) {
+        const Point &a = in[place(n, length, true)], &b = in[place(length - 1 - n, length, true)];
+        folded[0][n] = a + b;
+        folded[1][n] = a - b;
+    }
+    // The middle one, whose cosines are 0 at odd frequencies.
+    if (columns > half) folded[0][half] = in[place(half, length, true)];
+    for (int k = 0; k < length; ++k) {
+        const float *cosines = plan.cosines + k * columns;
+        const Point *from = folded[k % 2];
+        Point sum = from[0] * cosines[0];
+        for (int n = 1; n < (k % 2 == 0 ? columns : half); ++n)
+            sum = sum + from[n] * cosines[n];
+        out[k] = sum * (k == 0 ? first : scale);
+    }
+}
+
+void sumInverse(const OwnFftPlan &plan, const Point *in, float first, float scale, Point *out) {
+    const int length = plan.length, columns = (length + 1) / 2;
+    Point scaled[OWN_LONGEST_COSINES];
+    for (int k = 0; k < length; ++k)
+        scaled[k] = in[k] * (k == 0 ? first : 2 * scale);
+    for (int n = 0; n < columns; ++n) {
+        const float *cosines = plan.cosines + n;
+        Point even = scaled[0], odd = {};
+        for (int k = 2; k < length; k += 2)
+            even = even + scaled[k] * cosines[k * columns];
+        // The middle sample has no odd frequencies.
+        if (2 * n + 1 == length) {
+            out[place(n, length, true)] = {even.im, even.re};
+            continue;
+        }
+        for (int k = 1; k < length; k += 2)
+            odd = odd + scaled[k] * cosines[k * columns];
+        const Point a = even + odd, b = even - odd;
+        out[place(n, length, true)] = {a.im, a.re};
+        out[place(length - 1 - n, length, true)] = {b.im, b.re};
+    }
+}
+
+void sum(const OwnFftPlan &plan, const float *points, bool inverse, float first, float scale, float *out) {
+    const auto run = inverse ? sumInverse : sumForward;
+    run(plan, ownPoints<LANES>(points), first, scale, ownPoints<LANES>(out));
+}
+
+// The sequences of up to LANES columns, every second one from x on, as rows. Columns beyond the last one, which share
+// points with it, are 0.
+template <bool inverse>
+[[gnu::always_inline]] inline void takeColumns(const Point *from, int64_t x, int64_t length, Vector *first,
+                                               Vector *second) {
+    for (int r = 0; r < LANES; ++r, x += 2) {
+        if (x < length) {
+            const Point &p = from[place(x, length, inverse)];
+            first[r] = inverse ? p.im : p.re;
+            second[r] = inverse ? p.re : p.im;
+        } else {
+            first[r] = second[r] = Vector{};
         }
     }
+    ownTranspose<LANES>(first);
+    ownTranspose<LANES>(second);
+}
+
+template <bool inverse>
+void turnRows(const float *points, int64_t length, float *middle, int64_t blockStep, int64_t y, int64_t height,
+              int count) {
+    const Point *from = ownPoints<LANES>(points);
+    for (int64_t x = 0; x < length; x += 2 * LANES, middle += blockStep) {
+        for (int part = 0; part < 2; ++part) {
+            Vector rows[2][LANES];
+            takeColumns<inverse>(from, x + part, length, rows[0], rows[1]);
+            float *to = middle + part * LANES;
+            for (int r = 0; r < count; ++r)
+                *reinterpret_cast<Vector *>(to + place(y + r, height, !inverse) * 2 * LANES) = rows[r % 2][r / 2];
+        }
+    }
+}
+
+void turn(const float *points, int64_t length, bool inverse, float *middle, int64_t blockStep, int64_t y,
+          int64_t height, int count) {
+    const auto run = inverse ? turnRows<true> : turnRows<false>;
+    run(points, length, middle, blockStep, y, height, count);
 }
 
 template <bool second, int... i>
@@ -104,58 +167,56 @@ constexpr int NARROW = LANES < 8 ? LANES : 8;
 constexpr int HALVES = 8 / NARROW;
 typedef OwnLanes<NARROW>::Vector Eight;  // or half of eight
 
-// Halves of secants (Lee 1984): 0.5 / cos((2k + 1) pi / 2N) for N = 2, 4 and 8.
-constexpr float SECANT_2 = 0.70710678118654752440f;
-constexpr float SECANTS_4[] = {0.54119610014619698440f, 1.3065629648763765279f};
-constexpr float SECANTS_8[] = {0.50979557910415916894f, 0.60134488693504528054f, 0.89997622313641570464f,
-                               2.5629154477415061788f};
-
-[[gnu::always_inline]] inline void fourSums(Eight *v) {
-    const Eight s0 = v[0] + v[3], s1 = v[1] + v[2];
-    const Eight d0 = (v[0] - v[3]) * SECANTS_4[0], d1 = (v[1] - v[2]) * SECANTS_4[1];
-    const Eight last = (d0 - d1) * SECANT_2;
-    v[0] = s0 + s1;
-    v[1] = d0 + d1 + last;
-    v[2] = (s0 - s1) * SECANT_2;
-    v[3] = last;
+// COSINES[k] = cos(k pi / 16). Evens and odds are folded as in any fast transform; then odd frequencies are plain sums
+// of four products. Quicker ways have factors above 1 there, and with them errors above those of the plain sum.
+constexpr float COSINES[] = {1.0f,
+                             0.98078528040323044913f,
+                             0.92387953251128675613f,
+                             0.83146961230254523708f,
+                             0.70710678118654752440f,
+                             0.55557023301960222474f,
+                             0.38268343236508977173f,
+                             0.19509032201612826785f};
+// cos((2n + 1)(2k + 1) pi / 16), which is the same for n and k exchanged.
+constexpr float oddCosine(int n, int k) {
+    const int turn = (2 * n + 1) * (2 * k + 1) % 32;
+    const int half = turn > 16 ? 32 - turn : turn;
+    return half > 8 ? -COSINES[16 - half] : COSINES[half];
 }
+[[gnu::always_inline]] inline void oddSums(const Eight *v, Eight *sums) {
+    for (int k = 0; k < 4; ++k) {
+        sums[k] = v[0] * oddCosine(0, k) + v[1] * oddCosine(1, k) + v[2] * oddCosine(2, k) + v[3] * oddCosine(3, k);
+    }
+}
+
 // v[k] = the sum over n of v[n] cos((2n + 1) k pi / 16).
 [[gnu::always_inline]] inline void eightSums(Eight *v) {
-    Eight even[4], odd[4];
-    for (int k = 0; k < 4; ++k) {
-        even[k] = v[k] + v[7 - k];
-        odd[k] = (v[k] - v[7 - k]) * SECANTS_8[k];
+    Eight sums[4], differences[4], odd[4];
+    for (int n = 0; n < 4; ++n) {
+        sums[n] = v[n] + v[7 - n];
+        differences[n] = v[n] - v[7 - n];
     }
-    fourSums(even);
-    fourSums(odd);
-    for (int k = 0; k < 4; ++k) {
-        v[2 * k] = even[k];
-        v[2 * k + 1] = k < 3 ? odd[k] + odd[k + 1] : odd[k];
-    }
+    oddSums(differences, odd);
+    const Eight s0 = sums[0] + sums[3], s1 = sums[1] + sums[2], d0 = sums[0] - sums[3], d1 = sums[1] - sums[2];
+    v[0] = s0 + s1;
+    v[2] = d0 * COSINES[2] + d1 * COSINES[6];
+    v[4] = (s0 - s1) * COSINES[4];
+    v[6] = d0 * COSINES[6] - d1 * COSINES[2];
+    for (int k = 0; k < 4; ++k)
+        v[2 * k + 1] = odd[k];
 }
 
-[[gnu::always_inline]] inline void fourSamples(Eight *v) {
-    const Eight e = v[2] * SECANT_2, o = (v[1] + v[3]) * SECANT_2;
-    const Eight e0 = v[0] + e, e1 = v[0] - e;
-    const Eight o0 = (v[1] + o) * SECANTS_4[0], o1 = (v[1] - o) * SECANTS_4[1];
-    v[0] = e0 + o0;
-    v[1] = e1 + o1;
-    v[2] = e1 - o1;
-    v[3] = e0 - o0;
-}
 // v[n] = the sum over k of v[k] cos((2n + 1) k pi / 16).
 [[gnu::always_inline]] inline void eightSamples(Eight *v) {
-    Eight even[4], odd[4];
-    for (int k = 0; k < 4; ++k) {
-        even[k] = v[2 * k];
-        odd[k] = k == 0 ? v[1] : v[2 * k + 1] + v[2 * k - 1];
-    }
-    fourSamples(even);
-    fourSamples(odd);
-    for (int k = 0; k < 4; ++k) {
-        const Eight o = odd[k] * SECANTS_8[k];
-        v[k] = even[k] + o;
-        v[7 - k] = even[k] - o;
+    const Eight frequencies[4] = {v[1], v[3], v[5], v[7]};
+    Eight odd[4];
+    oddSums(frequencies, odd);
+    const Eight middle = v[4] * COSINES[4], s0 = v[0] + middle, s1 = v[0] - middle;
+    const Eight d0 = v[2] * COSINES[2] + v[6] * COSINES[6], d1 = v[2] * COSINES[6] - v[6] * COSINES[2];
+    const Eight even[4] = {s0 + d0, s1 + d1, s1 - d1, s0 - d0};
+    for (int n = 0; n < 4; ++n) {
+        v[n] = even[n] + odd[n];
+        v[7 - n] = even[n] - odd[n];
     }
 }
 
@@ -222,6 +283,6 @@ void eight(const float *const *in, float *const *out, bool inverse) {
 }  // namespace
 
 extern const OwnDctRows dctRows;
-const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, turn, pairs, eight, fixedBlock};
+const OwnDctRows dctRows = {spread, fromSpectrum, toSpectrum, sum, turn, pairs, eight, fixedBlock};
 
 }  // namespace OWN_LEVEL

@@ -21,14 +21,21 @@ void store(const int16_t *from, void *to_, int step, int n) {
         *to = static_cast<typename D::Value>(std::clamp<int>(from[i], D::low, D::high));
 }
 
-// Rows of 16S are what the blocks hold.
+// Rows of 16S are what the blocks hold. They have 4, 8, 16 or 32 samples, and a call of memcpy costs more than that.
+void copyRow(void *to_, const void *from_, int n) {
+    auto *to = static_cast<char *>(to_);
+    const auto *from = static_cast<const char *>(from_);
+    if (n == 4) std::memcpy(to, from, 8);
+    for (; n >= 8; n -= 8, to += 16, from += 16)
+        std::memcpy(to, from, 16);
+}
 void load16S(const void *from, int step, int16_t *to, int n) {
     if (step != 1) return load<Own16S>(from, step, to, n);
-    std::memcpy(to, from, static_cast<size_t>(n) * sizeof *to);
+    copyRow(to, from, n);
 }
 void store16S(const int16_t *from, void *to, int step, int n) {
     if (step != 1) return store<Own16S>(from, to, step, n);
-    std::memcpy(to, from, static_cast<size_t>(n) * sizeof *from);
+    copyRow(to, from, n);
 }
 
 }  // namespace

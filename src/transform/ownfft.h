@@ -27,7 +27,11 @@ struct OwnFftPlan {
     const float *chirp;       // length points
     const float *filter;      // the chirp's spectrum: as many points as the inner length, with its scale
     const float *shift;       // cos, sin of pi k / 2 length, for cosine transforms; or null
+    const float *cosines;  // cos((2 n + 1) k pi / 2 length) for k < length, n < (length + 1) / 2, where short; or null
 };
+
+// Cosine transforms up to this length are plain sums: as quick as any other way there, and more precise.
+constexpr int OWN_LONGEST_COSINES = 32;
 
 // The bytes of a plan with all its tables; 0 where they are more than a block of memory has.
 int64_t ownFftPlanBytes(int length, bool cosine);

@@ -14,7 +14,7 @@ constexpr int MOST_LANES = 16;
 // Columns are transformed a few blocks at a time before they are stored, so that whole cache lines are: at least so
 // many blocks, or as many as make so many floats.
 constexpr int64_t GROUP = 4;
-constexpr int64_t GROUP_FLOATS = 1 << 16;
+constexpr int64_t GROUP_FLOATS = 1 << 18;
 
 const float ZEROS[TILE] = {};
 

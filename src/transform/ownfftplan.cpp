@@ -169,10 +169,24 @@ OwnFftPlan *makePlan(Block &block, int length) {
     return memory;
 }
 
+void makeCosines(int length, float *cosines) {
+    for (int k = 0; k < length; ++k) {
+        for (int n = 0; n < (length + 1) / 2; ++n) {
+            double c, s;
+            ownTurn((2 * n + 1) * k % (4 * length), 4 * length, &c, &s);
+            *cosines++ = static_cast<float>(c);
+        }
+    }
+}
+
 OwnFftPlan *make(Block &block, int length, bool cosine) {
     OwnFftPlan *plan = makePlan(block, length);
     float *shift = cosine ? block.floats(length * int64_t{2}) : nullptr;
+    const bool isShort = cosine && length <= OWN_LONGEST_COSINES;
+    float *cosines = isShort ? block.floats(int64_t{length} * ((length + 1) / 2)) : nullptr;
     if (!plan) return nullptr;
+    if (cosines) makeCosines(length, cosines);
+    plan->cosines = cosines;
     for (int k = 0; shift && k < length; ++k) {
         double c, s;
         ownTurn(k, 4 * int64_t{length}, &c, &s);

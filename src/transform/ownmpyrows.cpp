@@ -36,26 +36,22 @@ int64_t sumOfProducts(int64_t a, int64_t b, int64_t c, int64_t d) {
 }
 
 template <class D>
-void pair(const OwnProducts &p) {
-    const auto aRe = take<D>(p.a), aIm = take<D>(p.a + p.aStep);
-    const auto bRe = take<D>(p.b), bIm = take<D>(p.b + p.bStep);
-    if constexpr (__is_same(D, Own32F)) {
-        put<D>(p.d, aRe * bRe - aIm * bIm);
-        put<D>(p.d + p.dStep, aRe * bIm + aIm * bRe);
-    } else {
-        put<D>(p.d, saturate<D>(int64_t{aRe} * bRe - int64_t{aIm} * bIm));
-        put<D>(p.d + p.dStep, saturate<D>(sumOfProducts(aRe, bIm, aIm, bRe)));
-    }
-}
-
-template <class D>
 void pairs(const OwnProducts &at, size_t n) {
-    OwnProducts p = at;
+    const char *a = at.a, *b = at.b;
+    char *d = at.d;
     for (size_t i = 0; i < n; ++i) {
-        pair<D>(p);
-        p.a += 2 * p.aStep;
-        p.b += 2 * p.bStep;
-        p.d += 2 * p.dStep;
+        const auto aRe = take<D>(a), aIm = take<D>(a + at.aStep);
+        const auto bRe = take<D>(b), bIm = take<D>(b + at.bStep);
+        if constexpr (__is_same(D, Own32F)) {
+            put<D>(d, aRe * bRe - aIm * bIm);
+            put<D>(d + at.dStep, aRe * bIm + aIm * bRe);
+        } else {
+            put<D>(d, saturate<D>(int64_t{aRe} * bRe - int64_t{aIm} * bIm));
+            put<D>(d + at.dStep, saturate<D>(sumOfProducts(aRe, bIm, aIm, bRe)));
+        }
+        a += 2 * at.aStep;
+        b += 2 * at.bStep;
+        d += 2 * at.dStep;
     }
 }
 
@@ -72,30 +68,31 @@ template <int lanes, int... i>
     return re * b + (Vector)((Bits)product ^ signs);
 }
 
-// As many whole vectors as there are. The destination may be a source: both are read before it is written.
+// The destination may be a source: of each vector both are read before it is written.
 template <int lanes>
-[[gnu::always_inline]] inline void vectors(OwnProducts *p, size_t *n) {
-    typedef typename OwnLanes<lanes>::Vector Vector;
-    for (; *n >= lanes / 2; *n -= lanes / 2) {
-        Vector a, b;
-        std::memcpy(&a, p->a, sizeof a);
-        std::memcpy(&b, p->b, sizeof b);
-        const Vector d = multiply<lanes>(a, b, typename OwnCountTo<lanes>::Type{});
-        std::memcpy(p->d, &d, sizeof d);
-        p->a += sizeof d;
-        p->b += sizeof d;
-        p->d += sizeof d;
-    }
+[[gnu::always_inline]] inline void multiply(const float *a, const float *b, float *d) {
+    ownStoreLoose<lanes>(
+        d, multiply<lanes>(ownLoadLoose<lanes>(a), ownLoadLoose<lanes>(b), typename OwnCountTo<lanes>::Type{}));
 }
 
-// Samples that follow one another.
+// Samples that follow one another. They never begin at an even one, so that accesses run across cache lines; what keeps
+// the loads from waiting for both is to ask for the lines early.
 void pairsOfFloats(const OwnProducts &at, size_t n) {
+    constexpr size_t LINE = 16, AHEAD = 512;
     if (at.aStep != 4 || at.bStep != 4 || at.dStep != 4) return pairs<Own32F>(at, n);
-    OwnProducts p = at;
-    vectors<OWN_LANES>(&p, &n);
-    if constexpr (OWN_LANES > 8) vectors<8>(&p, &n);
-    if constexpr (OWN_LANES > 4) vectors<4>(&p, &n);
-    pairs<Own32F>(p, n);
+    const auto *a = reinterpret_cast<const float *>(at.a), *b = reinterpret_cast<const float *>(at.b);
+    auto *d = reinterpret_cast<float *>(at.d);
+    size_t i = 0;
+    for (; i + LINE <= 2 * n; i += LINE) {
+        __builtin_prefetch(a + i + AHEAD);
+        __builtin_prefetch(b + i + AHEAD);
+        __builtin_prefetch(d + i + AHEAD, 1);
+        for (size_t v = i; v < i + LINE; v += OWN_LANES)
+            multiply<OWN_LANES>(a + v, b + v, d + v);
+    }
+    for (; i + 4 <= 2 * n; i += 4)
+        multiply<4>(a + i, b + i, d + i);
+    if (i < 2 * n) pairs<Own32F>({at.a + 4 * i, at.b + 4 * i, at.d + 4 * i, 4, 4, 4}, 1);
 }
 
 template <class D>

@@ -67,8 +67,25 @@ void load(const uint8_t *row, float *even, float *odd, size_t n) {
     return static_cast<uint8_t>(static_cast<int32_t>((within + shifter) - shifter));
 }
 
+typedef int32_t Ints __attribute__((vector_size(4 * LANES)));
+typedef uint16_t Pairs __attribute__((vector_size(2 * LANES)));
+
+[[gnu::always_inline]] inline Ints roundedLanes(Vector value) {
+    constexpr float shifter = 12582912.0f, zero = 0.0f, most = 255.0f;
+    const Vector above = value > zero ? value : Vector{} + zero;
+    const Vector within = above < most ? above : Vector{} + most;
+    return __builtin_convertvector((within + shifter) - shifter, Ints);
+}
+
 void store(const float *even, const float *odd, uint8_t *row, size_t n) {
-    for (size_t k = 0; k < n; ++k) {
+    size_t k = 0;
+    for (; k + LANES <= n; k += LANES) {
+        const Ints a = roundedLanes(ownLoadLoose<LANES>(even + k)), b = roundedLanes(ownLoadLoose<LANES>(odd + k));
+        // Bytes are in the order of memory on every processor that has vectors here.
+        const Pairs pairs = __builtin_convertvector(a | b << 8, Pairs);
+        __builtin_memcpy(row + 2 * k, &pairs, sizeof pairs);
+    }
+    for (; k < n; ++k) {
         row[2 * k] = rounded(even[k]);
         row[2 * k + 1] = rounded(odd[k]);
     }

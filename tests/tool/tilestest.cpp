@@ -53,8 +53,8 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += word == "LOW" ? " 50" : " 200";
         } else if (word == "L,V,L,V,...") {
             words += " 0,255,100,0,255,255";
-        } else if (word == "TYPE" || word == "P" || word == "Q") {
-            words += word == "TYPE" ? " 1" : word == "P" ? " 2" : " 0";  // Daubechies' of four taps
+        } else if (word == "NAME") {
+            words += " db2";  // a wavelet
         } else if (word == "EPS") {
             words += " 0.5";
         } else if (word == "[flip]") {
@@ -63,7 +63,7 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += " 8u";
         } else if (word == "DITHER") {
             words += " jjh";
-        } else if (word == "LEVELS" || word == "NOISE") {
+        } else if (word == "LEVELS" || word == "NOISE" || word == "LIMIT") {
             words += " 20";
         } else {
             ADD_FAILURE() << "no example for the argument " << word;

@@ -90,6 +90,7 @@ Argument parseArgument(const Operation &operation, const ArgumentSpec &spec, con
             if (value == 0) badArgument(operation, spec, word, ditherNames);
             break;
         case ArgumentKind::picture:
+        case ArgumentKind::word:
             break;
     }
     argument.integer = static_cast<int>(static_cast<std::uint32_t>(value));

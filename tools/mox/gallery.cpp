@@ -58,6 +58,8 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
     addSource(gallery, "mask.png", "A mask, of one bit a pixel.", drawMask(width, height));
     addSource(gallery, "left.png", "One bit a pixel: left.", drawDisc(width, height, 0.37));
     addSource(gallery, "right.png", "And right.", drawDisc(width, height, 0.63));
+    addSource(gallery, "striped.png", "The picture with stripes.", drawStriped(picture));
+    addSource(gallery, "notches.png", "Where their frequencies are in a spectrum.", drawNotches(width, height));
     addSource(gallery, "tiny.png", "Twelve by eight pixels.", drawTiny());
 }
 

@@ -19,6 +19,7 @@ enum class ArgumentKind {
     picture,  // a file: the second image
     depth,    // "8u" and its like
     dither,   // "fs" and its like
+    word,     // any, which the operation looks at
     keyword   // an optional word, the argument's name itself
 };
 

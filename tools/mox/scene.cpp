@@ -375,6 +375,44 @@ Picture drawTiny() {
     return picture;
 }
 
+namespace {
+
+constexpr int stripesAcross = 40;
+constexpr int stripesDown = 24;
+
+}  // namespace
+
+Picture drawStriped(const Picture &picture) {
+    Picture result = picture;
+    const double full = fullValue(picture.bits);
+    for (int y = 0; y < picture.height; y++) {
+        for (int x = 0; x < picture.width; x++) {
+            const double turns = static_cast<double>(x) * stripesAcross / picture.width +
+                                 static_cast<double>(y) * stripesDown / picture.height;
+            // What is added stays within the scale: the stripes are one pair of frequencies and no others.
+            const double stripe = 0.12 * std::cos(2 * pi * turns) * full;
+            std::uint16_t *pixel = pixelAt(&result, x, y);
+            for (int channel = 0; channel < picture.channels; channel++)
+                pixel[channel] = static_cast<std::uint16_t>(std::lrint(pixel[channel] * 0.76 + 0.12 * full + stripe));
+        }
+    }
+    return result;
+}
+
+Picture drawNotches(int width, int height) {
+    Picture result = makePicture(width, height, 1, 8);
+    std::fill(result.samples.begin(), result.samples.end(), std::uint16_t{255});
+    for (const int sign : {-1, 1}) {
+        for (int y = -2; y <= 2; y++) {
+            for (int x = -2; x <= 2; x++) {
+                const int column = width / 2 + sign * stripesAcross + x, row = height / 2 + sign * stripesDown + y;
+                if (column >= 0 && column < width && row >= 0 && row < height) *pixelAt(&result, column, row) = 0;
+            }
+        }
+    }
+    return result;
+}
+
 Picture drawHazy(const Picture &picture) {
     Picture result = withChannels(picture, 1);
     for (std::uint16_t &sample : result.samples)
