@@ -1,0 +1,136 @@
+// Row kernels of the largest and smallest of a window, compiled once for each CPU level. Down the columns by van Herk
+// (1992), Gil and Werman (1993): all windows of a block of as many rows as a window is high contain its last row, so
+// each is a run that ends there and a run that begins behind it. Along the rows by runs of 4, 16 and so on columns, of
+// which a few overlapping ones cover a window.
+#include "filter/ownorder.h"
+#include "filter/ownrank.h"
+
+namespace OWN_LEVEL {
+namespace {
+
+// The windows' columns, into rows of scratch.
+template <class D, bool largest>
+void columnsOf(const OwnRankBlock &b, size_t bytes) {
+    ownOverRow<D, 4>(bytes, [&]<class Stride, size_t blocks>(size_t at) {
+        using Vector = typename Stride::Vector;
+        const auto row = [&](int64_t r, size_t k) { return Stride::load(b.rows[r] + at + k * Stride::bytes); };
+        const auto kept = [&](int64_t r, size_t k) { return b.scratch + r * b.scratchStep + at + k * Stride::bytes; };
+        Vector now[blocks];
+        for (size_t k = 0; k < blocks; ++k)
+            now[k] = row(b.nRows - 1, k);
+        for (int64_t r = b.nRows - 2; r >= 0; --r) {
+            for (size_t k = 0; k < blocks; ++k) {
+                if (r + 1 < b.height) Stride::store(kept(r + 1, k), now[k]);
+                now[k] = ownExtremeOf<Stride, largest>(now[k], row(r, k));
+            }
+        }
+        for (size_t k = 0; k < blocks; ++k)
+            Stride::store(kept(0, k), now[k]);
+        for (int64_t r = 1; r < b.height; ++r) {
+            for (size_t k = 0; k < blocks; ++k) {
+                const Vector entering = row(b.nRows + r - 1, k);
+                now[k] = r == 1 ? entering : ownExtremeOf<Stride, largest>(now[k], entering);
+                Stride::store(kept(r, k), ownExtremeOf<Stride, largest>(now[k], Stride::load(kept(r, k))));
+            }
+        }
+    });
+}
+
+template <class D>
+size_t paddedBytes(const OwnRankBlock &b) {
+    return (b.width + static_cast<size_t>(b.nCols) - 1) * b.channels * sizeof(typename D::Value);
+}
+
+template <class D, bool largest>
+void columns(const OwnRankBlock &b) {
+    columnsOf<D, largest>(b, paddedBytes<D>(b));
+}
+
+template <bool largest>
+void bitColumns(const OwnRankBlock &b) {
+    columnsOf<OwnOfBits, largest>(b, static_cast<size_t>(b.scratchStep));
+}
+
+constexpr int MAX_TAPS = 5;
+
+// out = the extreme of each byte's samples at the offsets, which are in bytes.
+template <class D, bool largest, int taps>
+void combine(const uint8_t *from, const size_t *offsets, uint8_t *out, size_t bytes) {
+    ownOverRow<D, 1>(bytes, [&]<class Stride, size_t blocks>(size_t at) {
+        auto now = Stride::load(from + at);
+#pragma GCC unroll 4
+        for (int t = 1; t < taps; ++t)
+            now = ownExtremeOf<Stride, largest>(now, Stride::load(from + at + offsets[t]));
+        Stride::store(out + at, now);
+    });
+}
+
+template <class D, bool largest>
+void combineAny(const uint8_t *from, const size_t *offsets, int taps, uint8_t *out, size_t bytes) {
+    switch (taps) {
+        case 1:
+            return combine<D, largest, 1>(from, offsets, out, bytes);
+        case 2:
+            return combine<D, largest, 2>(from, offsets, out, bytes);
+        case 3:
+            return combine<D, largest, 3>(from, offsets, out, bytes);
+        case 4:
+            return combine<D, largest, 4>(from, offsets, out, bytes);
+        default:
+            return combine<D, largest, MAX_TAPS>(from, offsets, out, bytes);
+    }
+}
+
+// A row of the windows' columns along the row. parts has room for two more rows.
+template <class D, bool largest>
+void alongRow(const OwnRankBlock &b, const uint8_t *row, uint8_t *parts, uint8_t *out) {
+    constexpr int64_t run = 4;
+    const size_t pixel = b.channels * sizeof(typename D::Value);
+    size_t bytes = paddedBytes<D>(b);
+    size_t offsets[MAX_TAPS] = {};
+    int64_t span = 1;
+    uint8_t *next = parts;
+    for (; span * MAX_TAPS < b.nCols; span *= run) {
+        for (size_t t = 1; t < run; ++t)
+            offsets[t] = t * static_cast<size_t>(span) * pixel;
+        bytes -= offsets[run - 1];
+        combine<D, largest, run>(row, offsets, next, bytes);
+        row = next;
+        next = next == parts ? parts + b.scratchStep : parts;
+    }
+    const auto taps = static_cast<int>((b.nCols + span - 1) / span);
+    for (int t = 1; t < taps; ++t)
+        offsets[t] = static_cast<size_t>(t < taps - 1 ? t * span : b.nCols - span) * pixel;
+    combineAny<D, largest>(row, offsets, taps, out, b.width * pixel);
+}
+
+template <class D, bool largest>
+void along(const OwnRankBlock &b) {
+    uint8_t *parts = b.scratch + b.height * b.scratchStep;
+    for (int64_t r = 0; r < b.height; ++r)
+        alongRow<D, largest>(b, b.scratch + r * b.scratchStep, parts, b.out + r * b.outStep);
+}
+
+template <class D, bool largest>
+void extremes(const OwnRankBlock &b) {
+    columns<D, largest>(b);
+    along<D, largest>(b);
+}
+
+}  // namespace
+
+#define OWN_OF_KINDS(function, largest)                                                                           \
+    {                                                                                                             \
+        function<Own8U, largest>, function<Own8S, largest>, function<Own16U, largest>, function<Own16S, largest>, \
+            function<Own32S, largest>                                                                             \
+    }
+extern const OwnRankRows rankRows;
+const OwnRankRows rankRows = {
+    {OWN_OF_KINDS(extremes, true), OWN_OF_KINDS(extremes, false)},
+    {OWN_OF_KINDS(columns, true), OWN_OF_KINDS(columns, false)},
+    {OWN_OF_KINDS(along, true), OWN_OF_KINDS(along, false)},
+    {bitColumns<true>, bitColumns<false>},
+};
+#undef OWN_OF_KINDS
+
+}  // namespace OWN_LEVEL
