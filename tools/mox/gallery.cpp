@@ -51,6 +51,7 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
               drawShifted(picture, shiftedBy));
     addSource(gallery, "negative.png", "The picture's negative.", drawNegative(picture));
     addSource(gallery, "hazy.png", "The picture in gray, through haze.", drawHazy(picture));
+    addSource(gallery, "specks.png", "The picture with specks.", drawSpecks(picture));
     addSource(gallery, "stripes.png", "All bits or none.", drawStripes(width, height));
     addSource(gallery, "vignette.png", "Light in the middle.", drawVignette(width, height));
     addSource(gallery, "mask.png", "A mask, of one bit a pixel.", drawMask(width, height));

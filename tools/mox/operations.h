@@ -75,6 +75,7 @@ const Family &movingFamily();      // opsmove.cpp
 const Family &arithmeticPair();    // opsarith.cpp
 const Family &arithmeticOne();     // opsarith.cpp
 const Family &filterFamily();      // opsfilter.cpp
+const Family &rankFamily();        // opsfilterrank.cpp
 const Family &transformFamily();   // opstransform.cpp
 const Family &comparisonFamily();  // opsmeasure.cpp
 const Family &measureFamily();     // opsmeasure.cpp

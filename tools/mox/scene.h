@@ -14,5 +14,6 @@ Picture drawMask(int width, int height);                    // 1 bit: a flower
 Picture drawDisc(int width, int height, double x);          // 1 bit: a disc about x of the width
 Picture drawShifted(const Picture &picture, int by);        // the picture moved right and down, its edge repeated
 Picture drawNegative(const Picture &picture);
-Picture drawHazy(const Picture &picture);  // gray, its levels in the middle of the scale
-Picture drawTiny();                        // a few pixels to be seen one by one
+Picture drawHazy(const Picture &picture);    // gray, its levels in the middle of the scale
+Picture drawSpecks(const Picture &picture);  // the picture with black and white specks
+Picture drawTiny();                          // a few pixels to be seen one by one
