@@ -186,7 +186,8 @@ bool check(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, in
 OwnWindowResult run(OwnWindow *window, OwnMorph morph) {
     // Around a region and its ring there is nothing new to be found.
     if (!morph.twice) morph.reach = std::min(morph.reach, std::max(window->width, window->height));
-    return runRows(window, morph);
+    const bool bits = window->src->depth == MOX_DEPTH_1U && !window->src->tileInfo && !window->dst->tileInfo;
+    return bits ? ownMorphBits(*window, morph) : runRows(window, morph);
 }
 
 void runMorph(const OwnCaller &caller, MoxImage *src, MoxImage *dst, int nIterations, const OwnMorph &kind) {

@@ -10,5 +10,5 @@ struct OwnMorph {
     int64_t reach;  // of each, in pixels to all sides
 };
 
-// The filter on plain images of bits. window has images, mask, size and dstCoi. False if memory ran out.
-bool ownMorphBits(const OwnWindow &window, const OwnMorph &morph);
+// The filter on plain images of bits, eight of them in a byte all the way.
+OwnWindowResult ownMorphBits(const OwnWindow &window, const OwnMorph &morph);

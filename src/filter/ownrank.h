@@ -18,7 +18,7 @@ struct OwnRankBlock {
     int64_t scratchStep;
 };
 
-// Rows of samples, bits as bytes 0 and 1, and rows of bits, eight in a byte, for what goes down columns alone.
+// By depth; bits are bytes 0 and 1.
 enum OwnRankKind { OWN_RANK_8U, OWN_RANK_8S, OWN_RANK_16U, OWN_RANK_16S, OWN_RANK_32S, OWN_RANK_KINDS };
 inline OwnRankKind ownRankKind(unsigned depth) {
     switch (depth) {
@@ -38,8 +38,19 @@ inline OwnRankKind ownRankKind(unsigned depth) {
 enum OwnExtremes { OWN_LARGEST, OWN_SMALLEST, OWN_EXTREMES };
 
 // Extremes are taken down the columns of a block first, into as many rows of scratch as it is high, then along them.
-// A block of more rows than its window is high is refused none, but one of as many is quickest.
 constexpr int OWN_EXTREME_PARTS = 2;  // rows of scratch that a row takes beside
+
+// A row of bits, the first on top of a byte: bytes first to first + count - 1 of out get the extremes of the bits up to
+// reach before and behind each.
+struct OwnBitsAlong {
+    const uint8_t *row;
+    int64_t reach;
+    uint8_t *out;
+    size_t first, count;
+    size_t bytes;      // of the row, all of which may be read
+    uint8_t *parts;    // OWN_EXTREME_PARTS rows of scratch
+    int64_t partStep;  // bytes
+};
 
 struct OwnRankRows {
     // Scratch: height + OWN_EXTREME_PARTS rows. Its height is that of the window at most.
@@ -49,6 +60,7 @@ struct OwnRankRows {
     void (*along[OWN_EXTREMES][OWN_RANK_KINDS])(const OwnRankBlock &block);
     // The columns of rows of bits, which are scratchStep bytes long.
     void (*bitColumns[OWN_EXTREMES])(const OwnRankBlock &block);
+    void (*bitsAlong[OWN_EXTREMES])(const OwnBitsAlong &along);
 };
 
 const OwnRankRows &ownRankRows();

@@ -104,6 +104,82 @@ void alongRow(const OwnRankBlock &b, const uint8_t *row, uint8_t *parts, uint8_t
     combineAny<D, largest>(row, offsets, taps, out, b.width * pixel);
 }
 
+// ------------------------------------------------------------------------------------------------------ rows of bits
+
+// A tap of a row of bits: so many bits further on.
+struct BitTap {
+    int64_t byte;
+    int bit;
+};
+BitTap tapAt(int64_t bits) {
+    return {bits >> 3, static_cast<int>(bits & 7)};
+}
+
+template <class Stride>
+[[gnu::always_inline]] inline typename Stride::Vector loadBits(const uint8_t *at, const BitTap &tap) {
+    const auto here = Stride::load(at + tap.byte);
+    if (tap.bit == 0) return here;
+    const auto next = Stride::load(at + tap.byte + 1);
+#if defined(OWN_HAS_VECTORS)
+    if constexpr (Stride::bytes > 1) {
+        const __m128i left = _mm_cvtsi32_si128(tap.bit), right = _mm_cvtsi32_si128(8 - tap.bit);
+        const OwnVector kept = OWN_VECTOR(set1, epi8)(static_cast<char>(0xFF << tap.bit));
+        return ownSelectBits(kept, OWN_VECTOR(sll, epi16)(here, left), OWN_VECTOR(srl, epi16)(next, right));
+    } else
+#endif
+        return static_cast<uint8_t>(here << tap.bit | next >> (8 - tap.bit));
+}
+
+template <bool largest, int taps>
+void combineBits(const uint8_t *from, const BitTap *at, uint8_t *out, size_t bytes) {
+    ownOverRow<OwnOfBits, 1>(bytes, [&]<class Stride, size_t blocks>(size_t i) {
+        auto now = loadBits<Stride>(from + i, at[0]);
+#pragma GCC unroll 4
+        for (int t = 1; t < taps; ++t)
+            now = ownExtremeOf<Stride, largest>(now, loadBits<Stride>(from + i, at[t]));
+        Stride::store(out + i, now);
+    });
+}
+
+template <bool largest>
+void combineAnyBits(const uint8_t *from, const BitTap *at, int taps, uint8_t *out, size_t bytes) {
+    switch (taps) {
+        case 3:
+            return combineBits<largest, 3>(from, at, out, bytes);
+        case 4:
+            return combineBits<largest, 4>(from, at, out, bytes);
+        case MAX_TAPS:
+            return combineBits<largest, MAX_TAPS>(from, at, out, bytes);
+        default:
+            return combineBits<largest, 2>(from, at, out, bytes);
+    }
+}
+
+template <bool largest>
+void bitsAlong(const OwnBitsAlong &a) {
+    constexpr int64_t run = 4;
+    const int64_t window = 2 * a.reach + 1;
+    const uint8_t *row = a.row;
+    uint8_t *next = a.parts;
+    size_t bytes = a.bytes;
+    BitTap at[MAX_TAPS] = {};
+    int64_t span = 1;
+    for (; span * MAX_TAPS < window; span *= run) {
+        for (int64_t t = 1; t < run; ++t)
+            at[t] = tapAt(t * span);
+        bytes -= static_cast<size_t>(at[run - 1].byte) + 1;
+        combineBits<largest, run>(row, at, next, bytes);
+        row = next;
+        next = next == a.parts ? a.parts + a.partStep : a.parts;
+    }
+    const auto taps = static_cast<int>((window + span - 1) / span);
+    for (int t = 0; t < taps; ++t)
+        at[t] = tapAt((t < taps - 1 ? t * span : window - span) - a.reach);
+    combineAnyBits<largest>(row + a.first, at, taps, a.out + a.first, a.count);
+}
+
+// --------------------------------------------------------------------------------------------------------- both steps
+
 template <class D, bool largest>
 void along(const OwnRankBlock &b) {
     uint8_t *parts = b.scratch + b.height * b.scratchStep;
@@ -130,6 +206,7 @@ const OwnRankRows rankRows = {
     {OWN_OF_KINDS(columns, true), OWN_OF_KINDS(columns, false)},
     {OWN_OF_KINDS(along, true), OWN_OF_KINDS(along, false)},
     {bitColumns<true>, bitColumns<false>},
+    {bitsAlong<true>, bitsAlong<false>},
 };
 #undef OWN_OF_KINDS
 
