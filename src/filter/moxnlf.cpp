@@ -96,6 +96,9 @@ OwnWindowResult runExtremes(OwnWindow *window, Rank *rank, OwnExtremes which) {
 // Output rows of a median that share what they compute, and of one that shares the rows that it reads.
 constexpr int64_t MEDIAN_ROWS = 32, SEARCH_ROWS = 8;
 
+// Columns of output whose counts a cache near the processor keeps.
+constexpr int64_t MEDIAN_STRIP = 256;
+
 // Windows of 16 bits up to this size are searched: what a sample costs grows with the window. Counts that slide grow
 // with its height.
 constexpr int64_t MEDIAN_SEARCHED_16 = 400;
@@ -127,6 +130,13 @@ OwnWindowResult runMedian(OwnWindow *window, Rank *rank) {
         window->rowsAtOnce = std::min(SEARCH_ROWS, window->height);
         rank->scratchStep = rowBytesOf(*window, nCols, sampleBytes(*window));
         return runRank(window, rank, (window->rowsAtOnce + nRows - 1) * rank->scratchStep);
+    }
+    if (ownDepthBits(window->src->depth) == 8 && int64_t{nCols} * nRows <= OWN_MEDIAN_COLUMNS) {
+        rank->kernel = ownMedianColumns().constant[kind];
+        // A block begins with counting whole columns.
+        window->rowsAtOnce = std::min<int64_t>(3 * int64_t{nRows} + 32, window->height);
+        rank->scratchStep = std::min(std::max<int64_t>(MEDIAN_STRIP, 2 * int64_t{nCols}), window->width);
+        return runRank(window, rank, (rank->scratchStep + nCols - 1) * OWN_MEDIAN_COLUMN_BYTES);
     }
     rank->kernel = kernels.slide[kind];
     rank->counts = true;

@@ -27,3 +27,16 @@ struct OwnMedianRows {
 };
 
 const OwnMedianRows &ownMedianRows();
+
+// Samples of the largest window of bytes whose counts are kept for each column, and what a column takes: a count for
+// each of 16 groups of values and for each value.
+constexpr int64_t OWN_MEDIAN_COLUMNS = 32767;
+constexpr int64_t OWN_MEDIAN_COLUMN_BYTES = (16 + 256) * 2;
+
+// Kinds of 8 bits, at a cost that does not depend on the window. Scratch: OWN_MEDIAN_COLUMN_BYTES for each column of a
+// strip and of the windows beyond it; scratchStep is the columns of a strip, which are computed together.
+struct OwnMedianColumns {
+    void (*constant[OWN_RANK_KINDS])(const OwnRankBlock &block);
+};
+
+const OwnMedianColumns &ownMedianColumns();

@@ -7,6 +7,7 @@
 
 OWN_DECLARE_LEVELS(OwnRankRows, rankRows)
 OWN_DECLARE_LEVELS(OwnMedianRows, medianRows)
+OWN_DECLARE_LEVELS(OwnMedianColumns, medianColumns)
 OWN_DECLARE_LEVELS(OwnColorMedianRows, colorMedianRows)
 
 const OwnRankRows &ownRankRows() {
@@ -16,6 +17,11 @@ const OwnRankRows &ownRankRows() {
 
 const OwnMedianRows &ownMedianRows() {
     static constexpr const OwnMedianRows *tables[] = OWN_LEVEL_TABLES(medianRows);
+    return *tables[ownCpuLevel()];
+}
+
+const OwnMedianColumns &ownMedianColumns() {
+    static constexpr const OwnMedianColumns *tables[] = OWN_LEVEL_TABLES(medianColumns);
     return *tables[ownCpuLevel()];
 }
 
