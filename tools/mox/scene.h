@@ -18,4 +18,5 @@ Picture drawNegative(const Picture &picture);
 Picture drawHazy(const Picture &picture);     // gray, its levels in the middle of the scale
 Picture drawStriped(const Picture &picture);  // with stripes that repeat 40 times across and 24 times down
 Picture drawNotches(int width, int height);   // the spectrum's points that such stripes have, black on white
+Picture drawSpecks(const Picture &picture);   // the picture with black and white specks
 Picture drawTiny();                           // a few pixels to be seen one by one
