@@ -744,6 +744,113 @@ MOX_EXPORT void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage,
                                          int combineMethod);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Depth, and thresholds. Source and destination are different in depth, so that only moxThreshold runs in place.
+ *
+ * moxScale, moxScaleFP, moxBitonalToGray and moxThreshold process the smallest of the two regions and the mask, from
+ * their corners; under the masks of both images what both let through. A coi, or all channels but alpha, of one image
+ * go to those of the other: dataOrder may differ where one of the images has a single channel. What is not processed
+ * stays, of a byte of bits too.
+ *
+ * Failures, in the order told: "Incorrect Image" with the fault of the source or the destination, all others -5 where
+ * nothing else is said; and at last "(srcImage->tileInfo->tileData == NULL)" or "(dstImage->tileInfo->tileData ==
+ * NULL)" for a tile that was not delivered, and -4 "Out of memory" for a combined mask.
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * dst = src, every sample the number that it was, clamped to the range of the destination's depth: of whole images of
+ * one size, all channels and alpha among them; regions and masks play no part. Depths are all but 32F.
+ *
+ * dataOrder may differ: pixels become planes, or planes pixels. Where the origins differ the rows are turned upside
+ * down, so that the picture stays as it is. To depth 1U a bit is set for a sample above 0, of the channel that the
+ * source's coi names if there are several; bits beyond the width stay. From 1U to 1U whole bytes are copied. The same
+ * header twice is no call at all.
+ *
+ *   "(srcImage->depth == 32)"
+ *   "(dstImage->depth == 32)"
+ *   "(srcImage->height != dstImage->height)"
+ *   "(srcImage->width != dstImage->width)"
+ *   "(srcImage->roi == 0)", "(srcImage->roi->coi == 0)" (several channels to 1U)
+ *   "srcImage->nChannels != dstImage->nChannels" (otherwise)
+ *   "((srcImage->depth == 1) && (srcImage->depth != dstImage->depth))"
+ */
+MOX_EXPORT void MOX_CALL moxConvert(MoxImage *srcImage, MoxImage *dstImage);
+
+/**
+ * dst = OneScale where the bit of the source is set, ZeroScale where it is clear, in every processed channel. The
+ * source is of depth 1U, the destination of any integer depth above that, and the images are of one size.
+ *
+ *   "(srcImage->depth != 1)"
+ *   "(srcImage->nChannels != 1)"
+ *   "(dstImage->depth == 1)"
+ *   "(dstImage->depth == 32)"
+ *   "(srcImage->width != dstImage->width)"
+ *   "(srcImage->height != dstImage->height)"
+ *   "((dstImage->depth == (0x80000000| 8)) && (ZeroScale > 127))", "(... && (ZeroScale < -128))", then of OneScale
+ *   "((dstImage->depth == (0x80000000|16)) && (ZeroScale > 32767))", "(... && (ZeroScale < -32768))", then of OneScale
+ *   "((dstImage->depth == 16) && (OneScale < 0))", "(... && (OneScale > 65535))", then of ZeroScale
+ *   "((dstImage->depth == 8) && (OneScale < 0))", "(... && (OneScale > 255))", then of ZeroScale
+ */
+MOX_EXPORT void MOX_CALL moxBitonalToGray(MoxImage *srcImage, MoxImage *dstImage, int ZeroScale, int OneScale);
+
+/**
+ * dst = src at another depth, every sample at its place in the range: the ends of one range become the ends of the
+ * other. To more bits the sample's bits are repeated (8 to 16 bits: x 257), to fewer bits the top ones stay; signed
+ * samples count from the lower end of their range. Depths 8U, 8S, 16U, 16S and 32S, and not the same on both sides.
+ *
+ *   "(srcImage->depth == dstImage->depth)"
+ *   "(srcImage->depth == 1)", "(srcImage->depth == 32)", "(dstImage->depth == 1)", "(dstImage->depth == 32)"
+ *   "((srcImage->dataOrder != dstImage->dataOrder)&& ((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))"
+ *   "(srcImage->origin != dstImage->origin)"
+ *   "(srcChannels != dstChannels)"
+ *
+ * An image whose one channel is alpha and no coi: nothing happens, and that without a report.
+ */
+MOX_EXPORT void MOX_CALL moxScale(MoxImage *srcImage, MoxImage *dstImage);
+
+/**
+ * Between an integer depth above 1U and 32F: the range of the integers becomes minVal to maxVal, or the other way
+ * round. Let delta be maxVal - minVal, F the integer range's length (255, 65535 or 4294967295) and low its lower end.
+ * In double precision, every operation by itself:
+ *
+ *   to 32F     src x step + offset, rounded to a float, with step = delta x k, k being the double nearest to 1 / F
+ *              (0.00392156862745098, 1.5259021896696422e-05, 2.3283064370807974e-10), and offset = minVal - low x step
+ *   from 32F   (src - minVal) x (F / delta) + low for src clamped to minVal..maxVal, rounded to the nearest integer,
+ *              ties to even, and clamped to the range; low for what is no number
+ *
+ * The rounding is this one whatever the calling thread's mode is, which stays as it was.
+ *
+ *   "((srcImage->depth != 32)&& (dstImage->depth != 32))", "((srcImage->depth == 32)&& (dstImage->depth == 32))"
+ *   "((srcImage->depth == 1)|| (dstImage->depth == 1))"
+ *   "((srcImage->dataOrder != dstImage->dataOrder)&& ((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))"
+ *   "(srcImage->origin != dstImage->origin)"
+ *   "((maxVal - minVal) <= 0.0f)"
+ *   "(srcChannels != dstChannels)"
+ *   "(buf[3] != buf[4])" (an image is tiled, and the regions differ in size)
+ *
+ * An image whose one channel is alpha and no coi: as moxScale.
+ */
+MOX_EXPORT void MOX_CALL moxScaleFP(MoxImage *srcImage, MoxImage *dstImage, float minVal, float maxVal);
+
+/**
+ * dst = the highest value of its depth where src is at or above Threshold, the lowest where it is below; at 1U a set or
+ * a clear bit. The source is of any depth but 1U and 32F, the destination of any but 32F.
+ *
+ *   "(srcImage->depth == 32)", "(dstImage->depth == 32)", "(srcImage->depth == 1)"
+ *   "((srcImage->dataOrder != dstImage->dataOrder)&& ((srcImage->nChannels != 1)&&(dstImage->nChannels != 1)))"
+ *   "(srcImage->origin != srcImage->maskROI->origin)", "(dstImage->origin != dstImage->maskROI->origin)"
+ *   "((srcImage->depth == (0x80000000| 8)) && (Threshold > 127))", "(... && (Threshold < -128))"
+ *   "((srcImage->depth == 8) && (Threshold > 255))", "(... && (Threshold < 0))"
+ *   "((srcImage->depth == (0x80000000|16)) && (Threshold > 32767))", "(... && (Threshold < -32768))"
+ *   "((srcImage->depth == 16) && (Threshold > 65535))", "(... && (Threshold < 0))"
+ *   "(srcImage->origin != dstImage->origin)"
+ *   "(srcChannels != dstChannels)"
+ *
+ * The masks of both images are combined by moxAnd: -5 "(msk == NULL)" and "(msk->imageData == NULL)" where there is no
+ * memory for that, -1 "error_moxAnd" where moxAnd refuses them.
+ */
+MOX_EXPORT void MOX_CALL moxThreshold(MoxImage *srcImage, MoxImage *dstImage, int Threshold);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * ---------------------------------------------------------------------------------------------------------------- */
 
