@@ -35,14 +35,14 @@ OwnSpan wholeSpan(const MoxImage *image, int first, int *width, int *height) {
     return ownSpan(&plain, first, width, height);
 }
 
-// Of images in different orders the channels of pixels are taken for planes.
+// Of images in different orders the channels of pixels are taken for planes. Bits are every channel's.
 void setOrder(OwnRows *rows, MoxImage *const *images, int channels) {
     const bool planar = images[0]->dataOrder == MOX_DATA_ORDER_PLANE || images[1]->dataOrder == MOX_DATA_ORDER_PLANE;
     rows->channels = planar ? std::min(channels, 1) : channels;
     rows->planes = planar ? channels : 1;
     for (int i = 0; planar && i < 2; ++i) {
         OwnSpan &span = rows->spans[i];
-        if (images[i]->dataOrder == MOX_DATA_ORDER_PIXEL) span.planeStep = span.bytes;
+        if (images[i]->dataOrder == MOX_DATA_ORDER_PIXEL || span.bytes == 0) span.planeStep = span.bytes;
     }
 }
 
