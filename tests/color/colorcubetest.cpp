@@ -34,7 +34,8 @@ std::vector<Cube> allCubes() {
     cubes.push_back({"moxRGB2YUV_mixed", "RGB", "YUV", 0, 1, MOX_DEPTH_8U, 3, moxRGB2YUV, refRGB2YUVMixed});
     cubes.push_back({"moxYUV2RGB_mixed", "YUV", "RGB", 1, 0, MOX_DEPTH_8U, 3, moxYUV2RGB, refYUV2RGBMixed});
     for (unsigned depth : {MOX_DEPTH_16U, MOX_DEPTH_8U, MOX_DEPTH_1U}) {
-        cubes.push_back({std::string("moxColorToGray_") + depthName(depth), "RGB", "GRAY", 0, 0, depth, 1, moxColorToGray,
+        cubes.push_back({std::string("moxColorToGray_") + depthName(depth), "RGB", "GRAY", 0, 0, depth, 1,
+                         moxColorToGray,
                          [depth](const RefColor &from) { return RefColor{{refGrayOf(MOX_DEPTH_8U, depth, from)}}; }});
     }
     return cubes;
@@ -68,8 +69,8 @@ class Slab {
     // Of the last run.
     testing::AssertionResult agrees(int first) const {
         for (int i = 0; i < SIDE * SIDE; ++i) {
-            const RefColor from = {{static_cast<uint32_t>(first), static_cast<uint32_t>(i / SIDE),
-                                    static_cast<uint32_t>(i % SIDE)}};
+            const RefColor from = {
+                {static_cast<uint32_t>(first), static_cast<uint32_t>(i / SIDE), static_cast<uint32_t>(i % SIDE)}};
             const RefColor wanted = cube_.model(from);
             for (int channel = 0; channel < cube_.dstChannels; ++channel) {
                 const uint32_t found = dst_.get(channel, i % SIDE, i / SIDE);

@@ -318,8 +318,8 @@ void toGray(const Side &src, const Side &dst, const char *message, const char *f
 
 TEST(ToGrayFailure, theOrderOfTheChecks) {
     const char depths[] = "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now";
-    Side src = {.depth = MOX_DEPTH_32F, .channels = 3, .order = 1, .origin = 1, .coi = 0, .model = "Gone",
-                .sequence = "Away"};
+    Side src = {
+        .depth = MOX_DEPTH_32F, .channels = 3, .order = 1, .origin = 1, .coi = 0, .model = "Gone", .sequence = "Away"};
     Side dst = {.depth = MOX_DEPTH_32F, .channels = 2, .coi = 0, .model = "Gone", .sequence = "Away"};
     toGray(src, dst, "colorModel must be RGB instead of Gone ");
     src.model = "RGB";
@@ -365,8 +365,8 @@ TEST(ToGrayFailure, namesOfGray) {
             dst.model = name;
             dst.sequence = sequence;
             toGray(rgb(), dst, nullptr);
-            RefusedCall(dst, rgb()).expect([](MoxImage *s, MoxImage *d) { moxGrayToColor(s, d, 0, 0, 0); },
-                                           "moxGrayToColor", nullptr);
+            RefusedCall(dst, rgb())
+                .expect([](MoxImage *s, MoxImage *d) { moxGrayToColor(s, d, 0, 0, 0); }, "moxGrayToColor", nullptr);
         }
     }
     for (const char *name : {"gray", "GREY", "Grey", "GrAY", "GR", "RGB", ""}) {
@@ -374,16 +374,16 @@ TEST(ToGrayFailure, namesOfGray) {
         dst.model = name;
         const std::string message = std::string("colorModel must be GRAY instead of ") + name + " ";
         toGray(rgb(), dst, message.c_str());
-        RefusedCall(dst, rgb()).expect([](MoxImage *s, MoxImage *d) { moxGrayToColor(s, d, 0, 0, 0); },
-                                       "moxGrayToColor", message.c_str());
+        RefusedCall(dst, rgb())
+            .expect([](MoxImage *s, MoxImage *d) { moxGrayToColor(s, d, 0, 0, 0); }, "moxGrayToColor", message.c_str());
     }
     for (const char *sequence : {"g", "RGB", "", " G"}) {
         Side dst = gray();
         dst.sequence = sequence;
         const std::string message = std::string("channelSeq must be G instead of ") + sequence + " ";
         toGray(rgb(), dst, message.c_str());
-        RefusedCall(dst, rgb()).expect([](MoxImage *s, MoxImage *d) { moxGrayToColor(s, d, 0, 0, 0); },
-                                       "moxGrayToColor", message.c_str());
+        RefusedCall(dst, rgb())
+            .expect([](MoxImage *s, MoxImage *d) { moxGrayToColor(s, d, 0, 0, 0); }, "moxGrayToColor", message.c_str());
     }
 }
 

@@ -45,152 +45,157 @@ void drawModerate(TestImage &image) {
     }
 }
 
-// Takes a digest of what the call gives where that is right, at every level.
-void check(const std::string &name, TestImage &src, TestImage &dst, const std::function<RefResult()> &model,
-           const std::function<void()> &call) {
+std::string pairName(unsigned from, unsigned to) {
+    return std::string(depthName(from)) + "to" + depthName(to);
+}
+
+// One call, judged, and its result added to a digest.
+uint64_t digestOfCall(TestImage &dst, const RefResult &wanted, uint64_t digest, const std::function<void()> &call) {
+    ReportRecorder reports;
+    call();
+    EXPECT_TRUE(reports.none());
+    EXPECT_TRUE(dst.holds(wanted.expected)) << "no digest is taken of a wrong result";
+    return digestOfSamples(dst, digest);
+}
+
+// The body takes a digest of all layouts, at every level.
+using Body = std::function<uint64_t(uint64_t digest)>;
+void check(const std::string &name, const Body &body) {
     SCOPED_TRACE(name);
-    const TestBytes before = dst.bytes();
-    const RefResult wanted = model();
     forEachCpuLevel([&] {
         if (testing::Test::HasFailure()) return;
-        dst.setBytes(before);
-        ReportRecorder reports;
-        call();
-        EXPECT_TRUE(reports.none());
-        EXPECT_TRUE(dst.holds(wanted.expected)) << "no digest is taken of a wrong result";
+        const uint64_t digest = body(digestOf({}));
         if (testing::Test::HasFailure()) return;
-        EXPECT_TRUE(digestIsGolden("color/" + name, digestOfSamples(dst, digestOf({}))));
+        EXPECT_TRUE(digestIsGolden("color/" + name, digest));
     });
-    (void)src;
 }
 
 TEST(ColorGolden, models) {
     for (const RefModel &model : refModels()) {
         for (unsigned depth : model.depths) {
-            for (const GoldenLayout &golden : colorLayouts) {
-                TestImage src(layoutOf(golden, depth, golden.srcChannels, 0), 11), dst(layoutOf(golden, depth, 3, 0), 12);
-                drawModerate(src);
-                const char *sequence = golden.srcChannels == 3 ? "BGR" : "RGB";
-                const auto name = [&] {
+            check(std::string(model.name) + "/" + depthName(depth), [&](uint64_t digest) {
+                for (const GoldenLayout &golden : colorLayouts) {
+                    TestImage src(layoutOf(golden, depth, golden.srcChannels, 0), 11),
+                        dst(layoutOf(golden, depth, 3, 0), 12);
+                    drawModerate(src);
+                    const char *sequence = golden.srcChannels == 3 ? "BGR" : "RGB";
                     nameModel(src, model.forward ? "RGB" : model.model, model.forward ? sequence : model.model);
                     nameModel(dst, model.forward ? "any" : "RGB", sequence);
-                };
-                name();
-                check(std::string(model.name) + "/" + depthName(depth) + "/" + golden.name, src, dst,
-                      [&] { return refConvertColors(model, src, dst); },
-                      [&] {
-                          name();
-                          model.call(src.header(), dst.header());
-                      });
-            }
+                    digest = digestOfCall(dst, refConvertColors(model, src, dst), digest,
+                                          [&] { model.call(src.header(), dst.header()); });
+                }
+                return digest;
+            });
         }
     }
 }
 
-TEST(ColorGolden, gray) {
-    const float none[3] = {}, weights[3] = {0.3f, 0.6f, 0.1f};
-    for (const GoldenLayout &golden : colorLayouts) {
-        for (unsigned from : {MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_32S}) {
-            for (unsigned to : {MOX_DEPTH_16U, MOX_DEPTH_8U, MOX_DEPTH_1U}) {
-                TestImage src(layoutOf(golden, from, golden.srcChannels, 0), 11), dst(layoutOf(golden, to, 1, 0), 12);
-                nameModel(src, "RGB", golden.tiled ? "BGR" : "RGB");
-                check(std::string("moxColorToGray/") + depthName(from) + "to" + depthName(to) + "/" + golden.name, src,
-                      dst, [&] { return refColorToGray(src, dst); },
-                      [&] { moxColorToGray(src.header(), dst.header()); });
-            }
-        }
-        for (unsigned from : {MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_32S, MOX_DEPTH_1U}) {
-            for (const float *three : {none, weights}) {
-                const unsigned to = from == MOX_DEPTH_1U ? BYTE : from;
-                TestImage src(layoutOf(golden, from, 1, 0), 11), dst(layoutOf(golden, to, golden.srcChannels, 0), 12);
-                nameModel(dst, "RGB", golden.tiled ? "BGR" : "RGB");
-                check(std::string("moxGrayToColor/") + (three == none ? "usual/" : "weights/") + depthName(from) + "/" +
-                          golden.name,
-                      src, dst, [&] { return refGrayToColor(src, dst, three); },
-                      [&] { moxGrayToColor(src.header(), dst.header(), three[0], three[1], three[2]); });
-            }
+TEST(ColorGolden, toGray) {
+    for (unsigned from : {MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_32S}) {
+        for (unsigned to : {MOX_DEPTH_16U, MOX_DEPTH_8U, MOX_DEPTH_1U}) {
+            check(std::string("moxColorToGray/") + pairName(from, to), [&](uint64_t digest) {
+                for (const GoldenLayout &golden : colorLayouts) {
+                    TestImage src(layoutOf(golden, from, golden.srcChannels, 0), 11),
+                        dst(layoutOf(golden, to, 1, 0), 12);
+                    nameModel(src, "RGB", golden.tiled ? "BGR" : "RGB");
+                    digest = digestOfCall(dst, refColorToGray(src, dst), digest,
+                                          [&] { moxColorToGray(src.header(), dst.header()); });
+                }
+                return digest;
+            });
         }
     }
 }
 
-std::string pairName(unsigned from, unsigned to, const GoldenLayout &golden) {
-    return std::string(depthName(from)) + "to" + depthName(to) + "/" + golden.name;
-}
-
-TEST(ColorGolden, depths) {
-    for (const GoldenLayout &golden : depthLayouts) {
-        for (unsigned from : integerDepths) {
-            for (unsigned to : integerDepths) {
-                TestImage src(layoutOf(golden, from, golden.srcChannels, 0), 11),
-                    dst(layoutOf(golden, to, golden.srcChannels, 2), 12), mask(TestLayout::ofMask(60, 18), 13);
-                if (golden.masked) dst.setMask(&mask);
-                check("moxConvert/" + pairName(from, to, golden), src, dst, [&] { return refConvert(src, dst); },
-                      [&] { moxConvert(src.header(), dst.header()); });
-                check("moxThreshold/" + pairName(from, to, golden), src, dst,
-                      [&] { return refThreshold(src, dst, 77); },
-                      [&] { moxThreshold(src.header(), dst.header(), 77); });
-                if (from == to) continue;
-                check("moxScale/" + pairName(from, to, golden), src, dst, [&] { return refScale(src, dst); },
-                      [&] { moxScale(src.header(), dst.header()); });
+TEST(ColorGolden, toColor) {
+    const float none[3] = {}, some[3] = {0.3f, 0.6f, 0.1f};
+    for (unsigned from : {MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_32S, MOX_DEPTH_1U}) {
+        check(std::string("moxGrayToColor/") + depthName(from), [&](uint64_t digest) {
+            for (const GoldenLayout &golden : colorLayouts) {
+                for (const float *weights : {none, some}) {
+                    const unsigned to = from == MOX_DEPTH_1U ? BYTE : from;
+                    TestImage src(layoutOf(golden, from, 1, 0), 11),
+                        dst(layoutOf(golden, to, golden.srcChannels, 0), 12);
+                    nameModel(dst, "RGB", golden.tiled ? "BGR" : "RGB");
+                    digest = digestOfCall(dst, refGrayToColor(src, dst, weights), digest, [&] {
+                        moxGrayToColor(src.header(), dst.header(), weights[0], weights[1], weights[2]);
+                    });
+                }
             }
-        }
+            return digest;
+        });
     }
 }
 
-TEST(ColorGolden, floats) {
-    for (const GoldenLayout &golden : depthLayouts) {
-        for (unsigned depth : integerDepths) {
-            for (bool back : {false, true}) {
-                const unsigned from = back ? REAL : depth, to = back ? depth : REAL;
-                TestImage src(layoutOf(golden, from, golden.srcChannels, 0), 11),
-                    dst(layoutOf(golden, to, golden.srcChannels, 2), 12), mask(TestLayout::ofMask(60, 18), 13);
-                drawModerate(src);
-                drawModerate(dst);
-                if (golden.masked) src.setMask(&mask);
-                check("moxScaleFP/" + pairName(from, to, golden), src, dst,
-                      [&] { return refScaleFP(src, dst, 0.1f, 0.9f); },
-                      [&] { moxScaleFP(src.header(), dst.header(), 0.1f, 0.9f); });
-            }
-        }
-    }
-}
-
-TEST(ColorGolden, bits) {
-    for (const GoldenLayout &golden : depthLayouts) {
-        for (unsigned depth : integerDepths) {
-            TestImage bits(layoutOf(golden, MOX_DEPTH_1U, 1, 0), 11), other(layoutOf(golden, depth, 1, 2), 12),
-                mask(TestLayout::ofMask(60, 18), 13);
-            if (golden.masked) other.setMask(&mask);
-            check("moxBitonalToGray/" + pairName(MOX_DEPTH_1U, depth, golden), bits, other,
-                  [&] { return refBitonalToGray(bits, other, 3, 101); },
-                  [&] { moxBitonalToGray(bits.header(), other.header(), 3, 101); });
-            check("moxConvert/" + pairName(depth, MOX_DEPTH_1U, golden), other, bits,
-                  [&] { return refConvert(other, bits); }, [&] { moxConvert(other.header(), bits.header()); });
-            check("moxThreshold/" + pairName(depth, MOX_DEPTH_1U, golden), other, bits,
-                  [&] { return refThreshold(other, bits, 55); },
-                  [&] { moxThreshold(other.header(), bits.header(), 55); });
-        }
-    }
-}
-
-TEST(ColorGolden, twists) {
-    const int entries[16] = {6439, 12598, 2457, 0, 5718, 11239, 2195, 90000, 4456, 8750, -1704, 50, 1, 2, 3, 4};
-    const float matrix[16] = {0.393f, 0.769f, 0.189f, 0, 0.349f, 0.686f, 0.168f, 2.5f, 0.272f, 0.534f, -0.131f, -1};
-    MoxColorTwist *twist = moxCreateColorTwist(entries, 14);
-    for (GoldenLayout golden : colorLayouts) {
-        golden.region = golden.masked = golden.tiled;
-        for (unsigned depth : {MOX_DEPTH_8U, MOX_DEPTH_8S, MOX_DEPTH_16U, MOX_DEPTH_16S, MOX_DEPTH_32S, REAL}) {
-            TestImage src(layoutOf(golden, depth, golden.srcChannels, 0), 11), dst(layoutOf(golden, depth, 3, 2), 12),
+// Two images of two depths in each layout, masked and not.
+template <typename Model, typename Call>
+void checkDepths(const std::string &name, unsigned from, unsigned to, Model model, Call call) {
+    check(name + "/" + pairName(from, to), [&](uint64_t digest) {
+        for (const GoldenLayout &golden : depthLayouts) {
+            const bool bits = from == MOX_DEPTH_1U || to == MOX_DEPTH_1U;
+            const int channels = bits ? 1 : golden.srcChannels;
+            TestImage src(layoutOf(golden, from, channels, 0), 11), dst(layoutOf(golden, to, channels, 2), 12),
                 mask(TestLayout::ofMask(60, 18), 13);
             drawModerate(src);
             drawModerate(dst);
-            if (golden.masked) src.setMask(&mask);
-            const std::string name = std::string(depthName(depth)) + "/" + golden.name;
-            check("moxColorTwistFP/" + name, src, dst, [&] { return refApplyTwistFP(src, dst, matrix); },
-                  [&] { moxColorTwistFP(src.header(), dst.header(), matrix); });
-            if (depth != MOX_DEPTH_8U && depth != MOX_DEPTH_16U) continue;
-            check("moxApplyColorTwist/" + name, src, dst, [&] { return refApplyTwist(src, dst, entries, 14); },
-                  [&] { moxApplyColorTwist(src.header(), dst.header(), twist, 0); });
+            if (golden.masked) dst.setMask(&mask);
+            digest = digestOfCall(dst, model(src, dst), digest, [&] { call(src.header(), dst.header()); });
+        }
+        return digest;
+    });
+}
+
+TEST(ColorGolden, depths) {
+    const auto threshold = [](TestImage &src, TestImage &dst) { return refThreshold(src, dst, 77); };
+    const auto runThreshold = [](MoxImage *src, MoxImage *dst) { moxThreshold(src, dst, 77); };
+    const auto paint = [](TestImage &src, TestImage &dst) { return refBitonalToGray(src, dst, 3, 101); };
+    const auto runPaint = [](MoxImage *src, MoxImage *dst) { moxBitonalToGray(src, dst, 3, 101); };
+    const auto scale = [](TestImage &src, TestImage &dst) { return refScaleFP(src, dst, 0.1f, 0.9f); };
+    const auto runScale = [](MoxImage *src, MoxImage *dst) { moxScaleFP(src, dst, 0.1f, 0.9f); };
+    for (unsigned from : integerDepths) {
+        for (unsigned to : integerDepths) {
+            checkDepths("moxConvert", from, to, refConvert, moxConvert);
+            checkDepths("moxThreshold", from, to, threshold, runThreshold);
+            if (from != to) checkDepths("moxScale", from, to, refScale, moxScale);
+        }
+        checkDepths("moxConvert", from, MOX_DEPTH_1U, refConvert, moxConvert);
+        checkDepths("moxThreshold", from, MOX_DEPTH_1U, threshold, runThreshold);
+        checkDepths("moxBitonalToGray", MOX_DEPTH_1U, from, paint, runPaint);
+        checkDepths("moxScaleFP", from, REAL, scale, runScale);
+        checkDepths("moxScaleFP", REAL, from, scale, runScale);
+    }
+    checkDepths("moxConvert", MOX_DEPTH_1U, MOX_DEPTH_1U, refConvert, moxConvert);
+}
+
+TEST(ColorGolden, twists) {
+    static const int entries[16] = {6439, 12598, 2457, 0, 5718, 11239, 2195, 90000, 4456, 8750, -1704, 50, 1, 2, 3, 4};
+    static const float matrix[16] = {0.393f, 0.769f, 0.189f, 0,      0.349f,  0.686f,
+                                     0.168f, 2.5f,   0.272f, 0.534f, -0.131f, -1};
+    MoxColorTwist *twist = moxCreateColorTwist(entries, 14);
+    for (bool floats : {false, true}) {
+        for (unsigned depth : {MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_8S, MOX_DEPTH_16S, MOX_DEPTH_32S, REAL}) {
+            if (!floats && depth != MOX_DEPTH_8U && depth != MOX_DEPTH_16U) continue;
+            check((floats ? "moxColorTwistFP/" : "moxApplyColorTwist/") + std::string(depthName(depth)),
+                  [&](uint64_t digest) {
+                      for (GoldenLayout golden : colorLayouts) {
+                          golden.region = golden.tiled;
+                          TestImage src(layoutOf(golden, depth, golden.srcChannels, 0), 11),
+                              dst(layoutOf(golden, depth, 3, 2), 12), mask(TestLayout::ofMask(60, 18), 13);
+                          drawModerate(src);
+                          drawModerate(dst);
+                          if (golden.tiled) src.setMask(&mask);
+                          const RefResult wanted =
+                              floats ? refApplyTwistFP(src, dst, matrix) : refApplyTwist(src, dst, entries, 14);
+                          digest = digestOfCall(dst, wanted, digest, [&] {
+                              if (floats) {
+                                  moxColorTwistFP(src.header(), dst.header(), matrix);
+                              } else {
+                                  moxApplyColorTwist(src.header(), dst.header(), twist, 0);
+                              }
+                          });
+                      }
+                      return digest;
+                  });
         }
     }
     moxDeleteColorTwist(twist);

@@ -79,7 +79,8 @@ TEST_P(ColorModel, agreesOnEveryWidth) {
     for (int width = 1; width <= 70; ++width) {
         for (int kind = 0; kind < 8; ++kind) {
             const int order = kind & 1, channels = kind & 2 ? 4 : 3;
-            TestImage src(TestLayout::of(GetParam().depth, width, 2, channels, order), static_cast<uint64_t>(kind + width)),
+            TestImage src(TestLayout::of(GetParam().depth, width, 2, channels, order),
+                          static_cast<uint64_t>(kind + width)),
                 dst(TestLayout::of(GetParam().depth, width, 2, 3, order), 2);
             for (TestImage *image : {&src, &dst}) {
                 const bool isRGB = (image == &src) == model.forward;
@@ -107,7 +108,8 @@ TEST_P(ColorModel, runsInPlace) {
     const RefModel &model = *GetParam().model;
     if (!model.forward) return;
     forEachCase(30, [&](Random &random) {
-        TestLayout layout = TestLayout::of(GetParam().depth, random.between(1, 70), random.between(1, 9), 3, random.below(2));
+        TestLayout layout =
+            TestLayout::of(GetParam().depth, random.between(1, 70), random.between(1, 9), 3, random.below(2));
         drawPlacement(random, layout, -1);
         TestImage image(layout, random.next());
         SCOPED_TRACE(layout.describe());
@@ -144,9 +146,9 @@ TEST(ColorMixedOrders, agree) {
 }
 
 const unsigned grayTo[][2] = {
-    {MOX_DEPTH_8U, MOX_DEPTH_16U},  {MOX_DEPTH_8U, MOX_DEPTH_8U},   {MOX_DEPTH_8U, MOX_DEPTH_1U},
-    {MOX_DEPTH_16U, MOX_DEPTH_16U}, {MOX_DEPTH_16U, MOX_DEPTH_8U},  {MOX_DEPTH_16U, MOX_DEPTH_1U},
-    {MOX_DEPTH_32S, MOX_DEPTH_16U}, {MOX_DEPTH_32S, MOX_DEPTH_8U},  {MOX_DEPTH_32S, MOX_DEPTH_1U}};
+    {MOX_DEPTH_8U, MOX_DEPTH_16U},  {MOX_DEPTH_8U, MOX_DEPTH_8U},  {MOX_DEPTH_8U, MOX_DEPTH_1U},
+    {MOX_DEPTH_16U, MOX_DEPTH_16U}, {MOX_DEPTH_16U, MOX_DEPTH_8U}, {MOX_DEPTH_16U, MOX_DEPTH_1U},
+    {MOX_DEPTH_32S, MOX_DEPTH_16U}, {MOX_DEPTH_32S, MOX_DEPTH_8U}, {MOX_DEPTH_32S, MOX_DEPTH_1U}};
 
 TEST(ColorGray, toGrayAgrees) {
     for (const auto &depths : grayTo) {
@@ -179,8 +181,10 @@ float drawWeight(Random &random) {
 }
 
 TEST(ColorGray, toColorAgrees) {
-    for (const auto &depths : {std::pair{MOX_DEPTH_8U, MOX_DEPTH_8U}, {MOX_DEPTH_16U, MOX_DEPTH_16U},
-                               {MOX_DEPTH_32S, MOX_DEPTH_32S}, {MOX_DEPTH_1U, MOX_DEPTH_8U}}) {
+    for (const auto &depths : {std::pair{MOX_DEPTH_8U, MOX_DEPTH_8U},
+                               {MOX_DEPTH_16U, MOX_DEPTH_16U},
+                               {MOX_DEPTH_32S, MOX_DEPTH_32S},
+                               {MOX_DEPTH_1U, MOX_DEPTH_8U}}) {
         forEachCase(200, [&](Random &random) {
             ColorPairOptions options;
             options.srcDepth = depths.first;

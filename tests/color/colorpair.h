@@ -7,9 +7,9 @@
 struct ColorPairOptions {
     unsigned srcDepth = MOX_DEPTH_8U, dstDepth = MOX_DEPTH_8U;
     const char *srcModel = "RGB", *dstModel = "HSV";  // "RGB", "GRAY" or another
-    bool mixed = false;                               // one image in pixel order, one in plane order: 8U of three channels
-    bool anyOrder = false;                            // orders are drawn one by one, where a gray image allows it
-    int tiled[2] = {-1, -1};                          // 0 plain, 1 tiled, -1 draws
+    bool mixed = false;       // one image in pixel order, one in plane order: 8U of three channels
+    bool anyOrder = false;    // orders are drawn one by one, where a gray image allows it
+    int tiled[2] = {-1, -1};  // 0 plain, 1 tiled, -1 draws
     int maxWidth = 70, maxHeight = 12;
 };
 

@@ -277,9 +277,9 @@ TEST(ColorGray, bitsAreSetFromTheMiddleOn) {
         unsigned depth;
         Color from;
         uint32_t bit;
-    } cases[] = {{BYTE, {0, 179, 0}, 0},  // 183 x 179 = 32757, >> 8 = 127
-                 {BYTE, {0, 179, 1}, 1},  // 32775, >> 8 = 128
-                 {WORD, {0, 45839, 0}, 0},  // 8388537, >> 8 = 32767
+    } cases[] = {{BYTE, {0, 179, 0}, 0},     // 183 x 179 = 32757, >> 8 = 127
+                 {BYTE, {0, 179, 1}, 1},     // 32775, >> 8 = 128
+                 {WORD, {0, 45839, 0}, 0},   // 8388537, >> 8 = 32767
                  {WORD, {0, 45840, 0}, 1}};  // 8388720, >> 8 = 32768
     for (const auto &each : cases) {
         TestImage src(TestLayout::of(each.depth, 9, 1, 3), 1), dst(TestLayout::of(MOX_DEPTH_1U, 9, 1), 2);

@@ -296,8 +296,8 @@ TEST(ScaleFailure, theOrderOfTheChecks) {
     const auto side = [](unsigned depth) {
         return Side{.depth = depth, .channels = depth == MOX_DEPTH_1U ? 1 : 4, .order = 1, .origin = 1};
     };
-    for (unsigned depth : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_8S, MOX_DEPTH_16U, MOX_DEPTH_16S, MOX_DEPTH_32S,
-                           MOX_DEPTH_32F})
+    for (unsigned depth :
+         {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_8S, MOX_DEPTH_16U, MOX_DEPTH_16S, MOX_DEPTH_32S, MOX_DEPTH_32F})
         scale({.depth = depth, .channels = depth == MOX_DEPTH_1U ? 1 : 3}, side(depth), equal);
     scale({.depth = MOX_DEPTH_1U}, side(MOX_DEPTH_32F), SRC_BITS);
     scale({.depth = MOX_DEPTH_1U}, side(MOX_DEPTH_8U), SRC_BITS);
@@ -377,8 +377,7 @@ void scaleFP(const Side &src, const Side &dst, float least, float most, const ch
 TEST(ScaleFPFailure, theOrderOfTheChecks) {
     const char neither[] = "((srcImage->depth != 32)&& (dstImage->depth != 32))",
                both[] = "((srcImage->depth == 32)&& (dstImage->depth == 32))",
-               bits[] = "((srcImage->depth == 1)|| (dstImage->depth == 1))",
-               interval[] = "((maxVal - minVal) <= 0.0f)";
+               bits[] = "((srcImage->depth == 1)|| (dstImage->depth == 1))", interval[] = "((maxVal - minVal) <= 0.0f)";
     const unsigned real = MOX_DEPTH_32F;
     scaleFP({.depth = MOX_DEPTH_1U}, {.depth = MOX_DEPTH_8U, .channels = 4, .order = 1, .origin = 1}, 1, 0, neither);
     scaleFP({.channels = 3}, {.channels = 4, .order = 1, .origin = 1}, 1, 0, neither);
@@ -420,7 +419,8 @@ TEST(ScaleFPFailure, everyIntegerDepthBothWays) {
 TEST(ScaleFPFailure, regionsAgreeWhereAnImageIsTiled) {
     for (int tiled = 0; tiled <= 3; ++tiled) {
         for (int difference = 0; difference <= 2; ++difference) {
-            TestLayout srcLayout = TestLayout::of(MOX_DEPTH_8U, 30, 20), dstLayout = TestLayout::of(MOX_DEPTH_32F, 31, 22);
+            TestLayout srcLayout = TestLayout::of(MOX_DEPTH_8U, 30, 20),
+                       dstLayout = TestLayout::of(MOX_DEPTH_32F, 31, 22);
             srcLayout.setRoi(0, 2, 1, 20, 10);
             dstLayout.setRoi(0, 3, 4, 20 - (difference == 1), 10 + (difference == 2));
             if (tiled & 1) srcLayout.tileWidth = srcLayout.tileHeight = 8;
@@ -479,15 +479,14 @@ TEST(ThresholdFailure, theValueFitsTheSource) {
         unsigned depth;
         int low, high;
         const char *below, *above;
-    } const ranges[] = {
-        {MOX_DEPTH_8S, -128, 127, "((srcImage->depth == (0x80000000| 8)) && (Threshold < -128))",
-         "((srcImage->depth == (0x80000000| 8)) && (Threshold > 127))"},
-        {MOX_DEPTH_8U, 0, 255, "((srcImage->depth == 8) && (Threshold < 0))",
-         "((srcImage->depth == 8) && (Threshold > 255))"},
-        {MOX_DEPTH_16S, -32768, 32767, "((srcImage->depth == (0x80000000|16)) && (Threshold < -32768))",
-         "((srcImage->depth == (0x80000000|16)) && (Threshold > 32767))"},
-        {MOX_DEPTH_16U, 0, 65535, "((srcImage->depth == 16) && (Threshold < 0))",
-         "((srcImage->depth == 16) && (Threshold > 65535))"}};
+    } const ranges[] = {{MOX_DEPTH_8S, -128, 127, "((srcImage->depth == (0x80000000| 8)) && (Threshold < -128))",
+                         "((srcImage->depth == (0x80000000| 8)) && (Threshold > 127))"},
+                        {MOX_DEPTH_8U, 0, 255, "((srcImage->depth == 8) && (Threshold < 0))",
+                         "((srcImage->depth == 8) && (Threshold > 255))"},
+                        {MOX_DEPTH_16S, -32768, 32767, "((srcImage->depth == (0x80000000|16)) && (Threshold < -32768))",
+                         "((srcImage->depth == (0x80000000|16)) && (Threshold > 32767))"},
+                        {MOX_DEPTH_16U, 0, 65535, "((srcImage->depth == 16) && (Threshold < 0))",
+                         "((srcImage->depth == 16) && (Threshold > 65535))"}};
     for (const auto &range : ranges) {
         for (unsigned dst : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16S, MOX_DEPTH_32S}) {
             const Side from = {.depth = range.depth}, to = {.depth = dst, .origin = 1};

@@ -1,4 +1,5 @@
-// Changes of depth and the threshold against the reference model: random layouts, depths, CPU levels and rounding modes.
+// Changes of depth and the threshold against the reference model: random layouts, depths, CPU levels and rounding
+// modes.
 #include "color/depthpair.h"
 
 #include <bit>
@@ -166,7 +167,8 @@ void drawReals(Random &random, TestImage &image, const Interval &interval) {
         for (int x = 0; x < layout.width; ++x) {
             for (int channel = 0; channel < layout.channels; ++channel) {
                 if (random.oneIn(4)) continue;
-                const double part = random.oneIn(3) ? (random.below(256) + 0.5) / 255.0 : random.bits() * 0x1.2p-32 - 0.06;
+                const double part =
+                    random.oneIn(3) ? (random.below(256) + 0.5) / 255.0 : random.bits() * 0x1.2p-32 - 0.06;
                 const double value = static_cast<double>(interval.least) + part * delta;
                 image.set(channel, x, y, std::bit_cast<uint32_t>(static_cast<float>(value)));
             }

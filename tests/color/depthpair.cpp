@@ -74,7 +74,8 @@ void DepthImages::drawRegions(Random &random, const DepthPairOptions &options) {
         drawPlacement(random, layout, options.tiled[which]);
     }
     // Orders may differ where one image has a single channel.
-    if (options.oneToMany || layouts_[0].channels == 1 || layouts_[1].channels == 1) layouts_[1].order = random.below(2);
+    if (options.oneToMany || layouts_[0].channels == 1 || layouts_[1].channels == 1)
+        layouts_[1].order = random.below(2);
     if (!options.sameRegions || (!layouts_[0].tiled() && !layouts_[1].tiled())) return;
     const int width = std::min(layouts_[0].regionWidth(), layouts_[1].regionWidth()),
               height = std::min(layouts_[0].regionHeight(), layouts_[1].regionHeight());
@@ -147,9 +148,9 @@ testing::AssertionResult sameSamples(const TestImage &image, const TestImage &wa
         for (int x = 0; x < image.layout().width; ++x) {
             for (int channel = 0; channel < image.layout().channels; ++channel) {
                 if (image.get(channel, x, y) == wanted.get(channel, x, y)) continue;
-                return testing::AssertionFailure() << "channel " << channel << " of (" << x << ", " << y << ") is "
-                                                   << image.get(channel, x, y) << ", expected "
-                                                   << wanted.get(channel, x, y);
+                return testing::AssertionFailure()
+                       << "channel " << channel << " of (" << x << ", " << y << ") is " << image.get(channel, x, y)
+                       << ", expected " << wanted.get(channel, x, y);
             }
         }
     }

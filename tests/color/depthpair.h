@@ -10,13 +10,13 @@
 
 struct DepthPairOptions {
     unsigned srcDepth = MOX_DEPTH_8U, dstDepth = MOX_DEPTH_8U;
-    int tiled[2] = {-1, -1};       // 0 plain, 1 tiled, -1 draws
+    int tiled[2] = {-1, -1};  // 0 plain, 1 tiled, -1 draws
     bool masks = true;
-    bool whole = false;            // no regions: one size and equal channels, alpha and all, but for a coi to 1U
-    bool sameOrigin = true;        // and that of the masks too
-    bool inPlace = false;          // one image
-    bool sameRegions = false;      // regions of one size where an image is tiled
-    bool oneToMany = false;        // a source of one channel goes to any number of them
+    bool whole = false;        // no regions: one size and equal channels, alpha and all, but for a coi to 1U
+    bool sameOrigin = true;    // and that of the masks too
+    bool inPlace = false;      // one image
+    bool sameRegions = false;  // regions of one size where an image is tiled
+    bool oneToMany = false;    // a source of one channel goes to any number of them
     int maxWidth = 70, maxHeight = 18;
 };
 

@@ -1,11 +1,15 @@
 // One call that is refused, or is not.
 #include "color/refusedcall.h"
 
+#include <algorithm>
 #include <cstring>
 
 void nameModel(TestImage &image, const char *model, const char *sequence) {
-    strncpy(image.header()->colorModel, model, 4);
-    strncpy(image.header()->channelSeq, sequence, 4);
+    MoxImage &header = *image.header();
+    memset(header.colorModel, 0, sizeof header.colorModel);
+    memset(header.channelSeq, 0, sizeof header.channelSeq);
+    memcpy(header.colorModel, model, std::min(strlen(model), sizeof header.colorModel));
+    memcpy(header.channelSeq, sequence, std::min(strlen(sequence), sizeof header.channelSeq));
     image.keepHeader();
 }
 

@@ -66,14 +66,10 @@ TEST(TwistRecord, settingTestsInOrder) {
         bool record, data;
         int scaling;
         const char *message;
-    } cases[] = {{false, false, -1, "cTwist==0"},
-                 {false, true, 3, "cTwist==0"},
-                 {true, false, -1, "(data == 0)"},
-                 {true, false, 32, "(data == 0)"},
-                 {true, true, -1, "(scalingValue < 0)"},
-                 {true, true, INT_MIN, "(scalingValue < 0)"},
-                 {true, true, 32, "(scalingValue > 31)"},
-                 {true, true, INT_MAX, "(scalingValue > 31)"}};
+    } cases[] = {{false, false, -1, "cTwist==0"},         {false, true, 3, "cTwist==0"},
+                 {true, false, -1, "(data == 0)"},        {true, false, 32, "(data == 0)"},
+                 {true, true, -1, "(scalingValue < 0)"},  {true, true, INT_MIN, "(scalingValue < 0)"},
+                 {true, true, 32, "(scalingValue > 31)"}, {true, true, INT_MAX, "(scalingValue > 31)"}};
     const int other[16] = {7, 7, 7};
     for (const auto &each : cases) {
         ReportRecorder reports;
@@ -92,13 +88,15 @@ const char SRC_ALPHA[] = "((srcImage->alphaChannel != 0) && (srcImage->nChannels
            DST_ALPHA[] = "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))";
 const char DEPTHS[] = "(srcImage->depth != dstImage->depth)",
            DEPTH[] = "((srcImage->depth != 8) && (srcImage->depth != 16))";
-const char ORDERS[] = "(srcImage->dataOrder != dstImage->dataOrder)", ORIGINS[] = "(srcImage->origin != dstImage->origin)",
+const char ORDERS[] = "(srcImage->dataOrder != dstImage->dataOrder)",
+           ORIGINS[] = "(srcImage->origin != dstImage->origin)",
            MASK_ORIGIN[] = "(srcImage->origin != srcImage->maskROI->origin)";
 
 void apply(const Side &src, const Side &dst, bool twist, const char *message) {
     MoxColorTwist record = {};
-    RefusedCall(src, dst).expect([&](MoxImage *s, MoxImage *d) { moxApplyColorTwist(s, d, twist ? &record : nullptr, 9); },
-                                 "moxApplyColorTwist", message);
+    RefusedCall(src, dst).expect(
+        [&](MoxImage *s, MoxImage *d) { moxApplyColorTwist(s, d, twist ? &record : nullptr, 9); }, "moxApplyColorTwist",
+        message);
 }
 
 void applyFP(const Side &src, const Side &dst, bool twist, const char *message) {
@@ -341,8 +339,9 @@ void drawEntries(Random &random, int entries[16], int *scaling) {
         if (kind == 1) entries[i] = random.between(-one, one);
         if (kind == 2) entries[i] = i % 5 == 0 ? one : random.between(-one / 8, one / 8);
         // About what 16 bits hold.
-        if (kind == 3) entries[i] = (random.oneIn(2) ? 1 : -1) * (random.oneIn(2) ? random.between(32700, 32800)
-                                                                                   : random.between(0, 40000));
+        if (kind == 3)
+            entries[i] = (random.oneIn(2) ? 1 : -1) *
+                         (random.oneIn(2) ? random.between(32700, 32800) : random.between(0, 40000));
         if (i % 4 == 3 && kind != 0 && random.oneIn(2)) entries[i] = random.between(-200000, 200000);
     }
 }
@@ -364,8 +363,7 @@ TEST(TwistModel, agrees) {
     }
 }
 
-const unsigned twistDepths[] = {MOX_DEPTH_8U,  MOX_DEPTH_8S,  MOX_DEPTH_16U,
-                                MOX_DEPTH_16S, MOX_DEPTH_32S, MOX_DEPTH_32F};
+const unsigned twistDepths[] = {MOX_DEPTH_8U, MOX_DEPTH_8S, MOX_DEPTH_16U, MOX_DEPTH_16S, MOX_DEPTH_32S, MOX_DEPTH_32F};
 
 TEST(TwistModel, agreesInFloats) {
     for (unsigned srcDepth : twistDepths) {

@@ -33,7 +33,8 @@ const std::vector<RefModel> &refModels() {
 }
 
 const RefModel &refModel(const std::string &name) {
-    return *std::find_if(refModels().begin(), refModels().end(), [&](const RefModel &each) { return each.name == name; });
+    return *std::find_if(refModels().begin(), refModels().end(),
+                         [&](const RefModel &each) { return each.name == name; });
 }
 
 bool RefModel::accepts(unsigned depth) const {

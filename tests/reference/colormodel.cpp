@@ -195,7 +195,8 @@ RefColor refRGB2LUV(unsigned depth, const RefColor &rgb) {
     const float root = static_cast<float>(std::pow(static_cast<double>(y), 0.3333333432674408));
     const float l = 116.0f * root - 16.0f;
     const float d = 1.0f / (x + 15.0f * y + 3.0f * z);
-    return reals(l, 13.0f * l * (4.0f * x * d - 0.1978394091129303f), 13.0f * l * (9.0f * y * d - 0.47076964378356934f));
+    return reals(l, 13.0f * l * (4.0f * x * d - 0.1978394091129303f),
+                 13.0f * l * (9.0f * y * d - 0.47076964378356934f));
 }
 
 // The thresholds and the white points differ on purpose: the way there and back does not end where it began.

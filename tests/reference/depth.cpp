@@ -52,8 +52,7 @@ static double partOf(unsigned depth) {
 uint32_t refScaleToReal(unsigned srcDepth, uint32_t sample, float least, float most) {
     const double delta = static_cast<double>(most) - static_cast<double>(least), step = delta * partOf(srcDepth);
     const double offset = static_cast<double>(least) + step * static_cast<double>(-refLowest(srcDepth));
-    return std::bit_cast<uint32_t>(
-        static_cast<float>(static_cast<double>(numberOf(srcDepth, sample)) * step + offset));
+    return std::bit_cast<uint32_t>(static_cast<float>(static_cast<double>(numberOf(srcDepth, sample)) * step + offset));
 }
 
 uint32_t refScaleFromReal(unsigned dstDepth, uint32_t sample, float least, float most) {
@@ -113,9 +112,8 @@ static RefResult overRegions(TestImage &source, TestImage &destination, Sample s
 }
 
 RefResult refBitonalToGray(TestImage &source, TestImage &destination, int zero, int one) {
-    return overRegions(source, destination, [&](uint32_t bit) {
-        return sampleOf(destination.layout().depth, bit ? one : zero);
-    });
+    return overRegions(source, destination,
+                       [&](uint32_t bit) { return sampleOf(destination.layout().depth, bit ? one : zero); });
 }
 
 RefResult refScale(TestImage &source, TestImage &destination) {
