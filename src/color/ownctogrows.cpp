@@ -1,5 +1,5 @@
 // Gray from colour, compiled once for each CPU level.
-#include "color/ownpixels.h"
+#include "color/ownwords.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -48,12 +48,38 @@ void run(void *const *rows, size_t n, const void *) {
         gray[i] = F::template f<S, D>(r[i], g[i], b[i]);
 }
 
+// 8 bits to 8 bits: the sum fits a word.
+void grayOfBytes(void *const *rows, size_t n, const void *operation) {
+    size_t i = 0;
+#if defined(OWN_HAS_VECTORS)
+    constexpr size_t width = sizeof(OwnVector);
+    const OwnVector red = ownSplat<Own16U>(54), green = ownSplat<Own16U>(183), blue = ownSplat<Own16U>(18);
+    const auto gray = [&](OwnVector r, OwnVector g, OwnVector b) {
+        const OwnVector sum = ownPlus(ownPlus(OWN_VECTOR(mullo, epi16)(r, red), OWN_VECTOR(mullo, epi16)(g, green)),
+                                      OWN_VECTOR(mullo, epi16)(b, blue));
+        return OWN_VECTOR(srli, epi16)(sum, 8);
+    };
+    for (; i + width <= n; i += width) {
+        const OwnVector r = ownLoad(static_cast<const char *>(rows[0]) + i),
+                        g = ownLoad(static_cast<const char *>(rows[1]) + i),
+                        b = ownLoad(static_cast<const char *>(rows[2]) + i);
+        const OwnVector low = gray(ownWords<0>(r), ownWords<0>(g), ownWords<0>(b));
+        const OwnVector high = gray(ownWords<1>(r), ownWords<1>(g), ownWords<1>(b));
+        ownStore(static_cast<char *>(rows[3]) + i, OWN_VECTOR(packus, epi16)(low, high));
+    }
+#endif
+    void *rest[4];
+    for (int k = 0; k < 4; ++k)
+        rest[k] = static_cast<char *>(rows[k]) + i;
+    if (i < n) run<Own8U, Own8U, Gray<8>>(rest, n - i, operation);
+}
+
 }  // namespace
 
 extern const OwnGrayRows grayRows;
 const OwnGrayRows grayRows = {{
     {},
-    {run<Own8U, Own8U, Gray<8>>, run<Own8U, Own8U, Gray<8>>, nullptr, run<Own8U, Own16U, Gray<0>>},
+    {grayOfBytes, grayOfBytes, nullptr, run<Own8U, Own16U, Gray<0>>},
     {},
     {run<Own16U, Own8U, Gray<16>>, run<Own16U, Own8U, Gray<16>>, nullptr, run<Own16U, Own16U, Gray<8>>},
     {},

@@ -1,5 +1,5 @@
 // Colour from gray, compiled once for each CPU level.
-#include "color/ownpixels.h"
+#include "color/ownwords.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -52,6 +52,32 @@ void run(void *const *rows, size_t n, const void *operation) {
     }
 }
 
+// Bytes by small weights: in the upper half of a word, times a weight of at most 256, its upper half is the result.
+void smallOfBytes(void *const *rows, size_t n, const void *operation) {
+    size_t i = 0;
+#if defined(OWN_HAS_VECTORS)
+    const OwnGrayWeights &weights = *static_cast<const OwnGrayWeights *>(operation);
+    constexpr size_t width = sizeof(OwnVector);
+    OwnVector factors[3];
+    for (int k = 0; k < 3; ++k)
+        factors[k] = ownSplat<Own16U>(static_cast<uint32_t>(weights.weight[k]));
+    for (; i + width <= n; i += width) {
+        const OwnVector gray = ownLoad(static_cast<const char *>(rows[0]) + i);
+        const OwnVector low = OWN_VECTOR(unpacklo, epi8)(ownZero(), gray),
+                        high = OWN_VECTOR(unpackhi, epi8)(ownZero(), gray);
+        for (int k = 0; k < 3; ++k) {
+            const OwnVector product = OWN_VECTOR(packus, epi16)(OWN_VECTOR(mulhi, epu16)(low, factors[k]),
+                                                                OWN_VECTOR(mulhi, epu16)(high, factors[k]));
+            ownStore(static_cast<char *>(rows[1 + k]) + i, product);
+        }
+    }
+#endif
+    void *rest[4];
+    for (int k = 0; k < 4; ++k)
+        rest[k] = static_cast<char *>(rows[k]) + i;
+    if (i < n) run<Own8U, SmallWeight>(rest, n - i, operation);
+}
+
 template <class D>
 constexpr OwnPlaneKernel any = run<D, AnyWeight>;
 template <class D>
@@ -69,8 +95,8 @@ const OwnToColorRows toColorRows = {
      {},
      {nullptr, nullptr, nullptr, nullptr, nullptr, any<Own32S>},
      {}},
-    {{nullptr, small<Own8U>},
-     {nullptr, small<Own8U>},
+    {{nullptr, smallOfBytes},
+     {nullptr, smallOfBytes},
      {},
      {nullptr, nullptr, nullptr, small<Own16U>},
      {},

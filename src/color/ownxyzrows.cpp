@@ -1,5 +1,5 @@
 // CIE XYZ, compiled once for each CPU level.
-#include "color/ownpixels.h"
+#include "color/ownwords.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -11,6 +11,14 @@ struct FromRgb {
         xyz[1] = static_cast<typename D::Value>((3484 * r + 11717 * g + 1182 * b + 8192) >> 14);
         xyz[2] = ownLimit<D>((317 * r + 1953 * g + 15569 * b + 8192) >> 14);
     }
+#if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] static void words(OwnVector r, OwnVector g, OwnVector b, OwnVector *xyz) {
+        const OwnPairs pairs = ownPair(r, g, b);
+        xyz[0] = ownWeigh<6758, 5859, 2956, 8192, 14>(pairs);
+        xyz[1] = ownWeigh<3484, 11717, 1182, 8192, 14>(pairs);
+        xyz[2] = ownWeigh<317, 1953, 15569, 8192, 14>(pairs);
+    }
+#endif
 };
 
 struct FromRgb32S {
@@ -43,6 +51,15 @@ struct ToRgb {
         rgb[1] = ownLimit<D>((-15880 * x + 30736 * y + 681 * z + 8192) >> (14 - dropped));
         rgb[2] = ownLimit<D>((912 * x - 3343 * y + 17323 * z + 8192) >> (14 - dropped));
     }
+#if defined(OWN_HAS_VECTORS)
+    // 53092 is 3 x 16384 + 3940, and the multiple stands outside of the shift.
+    [[gnu::always_inline]] static void words(OwnVector x, OwnVector y, OwnVector z, OwnVector *rgb) {
+        const OwnPairs pairs = ownPair(x, y, z);
+        rgb[0] = ownPlus(ownPlus(x, ownPlus(x, x)), ownWeigh<3940, -25185, -8168, 8192, 14>(pairs));
+        rgb[1] = ownWeigh<-15880, 30736, 681, 8192, 14>(pairs);
+        rgb[2] = ownWeigh<912, -3343, 17323, 8192, 14>(pairs);
+    }
+#endif
 };
 
 struct ToRgb32S {
@@ -67,9 +84,9 @@ struct ToRgb32F {
 
 extern const OwnModelRows xyzRows;
 const OwnModelRows xyzRows = {
-    {nullptr, ownPixels<Own8U, FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb32S>,
+    {nullptr, ownWordPixels<FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb32S>,
      ownPixels<Own32F, FromRgb32F>},
-    {nullptr, ownPixels<Own8U, ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb32S>,
+    {nullptr, ownWordPixels<ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb32S>,
      ownPixels<Own32F, ToRgb32F>},
 };
 

@@ -1,5 +1,5 @@
 // Y, Cb and Cr, compiled once for each CPU level.
-#include "color/ownpixels.h"
+#include "color/ownwords.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -12,6 +12,19 @@ struct FromRgb8U {
         result[1] = static_cast<uint8_t>(((b - y) * 9246 + 0x200000) >> 14);
         result[2] = static_cast<uint8_t>(((r - y) * 11686 + 0x200000) >> 14);
     }
+#if defined(OWN_HAS_VECTORS)
+    // A product's upper half of four times the difference is the product shifted.
+    [[gnu::always_inline]] static void words(OwnVector r, OwnVector g, OwnVector b, OwnVector *result) {
+        const auto part = [](OwnVector difference, int factor) {
+            const OwnVector times = ownSplat<Own16S>(static_cast<uint32_t>(factor));
+            const OwnVector value = ownPlus(OWN_VECTOR(mulhi, epi16)(ownShiftLeft(difference, 2), times), 128);
+            return ownAnd(value, ownSplat<Own16U>(255));
+        };
+        result[0] = ownWeigh<4898, 9617, 1867, 8192, 14>(ownPair(r, g, b));
+        result[1] = part(ownMinus(b, result[0]), 9246);
+        result[2] = part(ownMinus(r, result[0]), 11686);
+    }
+#endif
 };
 
 struct FromRgb16U {
@@ -50,8 +63,19 @@ struct ToRgb {
         rgb[2] = ownLimit<D>(y + ((29032 * cb - blue) >> 14));
     }
 };
-using ToRgb8U = ToRgb<2928675, 2210595, 3701580>;
 using ToRgb16U = ToRgb<752669475, 568122915, 951306060>;
+
+// A constant is a multiple of what the shift divides by, and a rest.
+struct ToRgb8U : ToRgb<2928675, 2210595, 3701580> {
+#if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] static void words(OwnVector y, OwnVector cb, OwnVector cr, OwnVector *rgb) {
+        const OwnPairs pairs = ownPair(cb, cr, ownZero());
+        rgb[0] = ownPlus(y, ownPlus(ownWeigh<0, 22970, 0, 4061, 14>(pairs), -179));
+        rgb[1] = ownMinus(y, ownPlus(ownWeigh<5638, 11700, 0, 1245, 14>(pairs), -135));
+        rgb[2] = ownPlus(y, ownPlus(ownWeigh<29032, 0, 0, 1204, 14>(pairs), -226));
+    }
+#endif
+};
 
 struct ToRgb32S {
     template <class D>
@@ -79,9 +103,9 @@ struct ToRgb32F {
 
 extern const OwnModelRows yCrCbRows;
 const OwnModelRows yCrCbRows = {
-    {nullptr, ownPixels<Own8U, FromRgb8U>, nullptr, ownPixels<Own16U, FromRgb16U>, nullptr,
-     ownPixels<Own32S, FromRgb32S>, ownPixels<Own32F, FromRgb32F>},
-    {nullptr, ownPixels<Own8U, ToRgb8U>, nullptr, ownPixels<Own16U, ToRgb16U>, nullptr, ownPixels<Own32S, ToRgb32S>,
+    {nullptr, ownWordPixels<FromRgb8U>, nullptr, ownPixels<Own16U, FromRgb16U>, nullptr, ownPixels<Own32S, FromRgb32S>,
+     ownPixels<Own32F, FromRgb32F>},
+    {nullptr, ownWordPixels<ToRgb8U>, nullptr, ownPixels<Own16U, ToRgb16U>, nullptr, ownPixels<Own32S, ToRgb32S>,
      ownPixels<Own32F, ToRgb32F>},
 };
 

@@ -1,5 +1,5 @@
 // Y and its differences U and V, compiled once for each CPU level.
-#include "color/ownpixels.h"
+#include "color/ownwords.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -14,6 +14,14 @@ struct FromRgb {
         yuv[1] = ownLimit<D>(((-4784 * r - 9437 * g + 14221 * b) >> 15) + o);
         yuv[2] = ownLimit<D>(((20218 * r - 16941 * g - 3277 * b) >> 15) + o);
     }
+#if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] static void words(OwnVector r, OwnVector g, OwnVector b, OwnVector *yuv) {
+        const OwnPairs pairs = ownPair(r, g, b);
+        yuv[0] = ownWeigh<9798, 19235, 3736, 0, 15>(pairs);
+        yuv[1] = ownPlus(ownWeigh<-4784, -9437, 14221, 0, 15>(pairs), 127);
+        yuv[2] = ownPlus(ownWeigh<20218, -16941, -3277, 0, 15>(pairs), 127);
+    }
+#endif
 };
 
 struct FromRgb32S {
@@ -43,11 +51,25 @@ template <class D>
     rgb[2] = ownLimit<D>(y + 2 * u + ((1347 * u - 53 * v) >> 15));
 }
 
+#if defined(OWN_HAS_VECTORS)
+[[gnu::always_inline]] inline void wordsToRgb(OwnVector y, OwnVector u, OwnVector v, OwnVector *rgb) {
+    const OwnPairs pairs = ownPair(u, v, ownZero());
+    rgb[0] = ownPlus(ownPlus(y, v), ownWeigh<-31, 4454, 0, 0, 15>(pairs));
+    rgb[1] = ownPlus(y, ownWeigh<-12974, -18949, 0, 0, 15>(pairs));
+    rgb[2] = ownPlus(ownPlus(y, ownPlus(u, u)), ownWeigh<1347, -53, 0, 0, 15>(pairs));
+}
+#endif
+
 struct ToRgb {
     template <class D>
     [[gnu::always_inline]] static void f(int y, int u, int v, typename D::Value *rgb) {
         toRgb<D>(y, u - D::high / 2, v - D::high / 2, rgb);
     }
+#if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] static void words(OwnVector y, OwnVector u, OwnVector v, OwnVector *rgb) {
+        wordsToRgb(y, ownPlus(u, -127), ownPlus(v, -127), rgb);
+    }
+#endif
 };
 
 struct ToRgb32S {
@@ -77,26 +99,43 @@ struct MixedFromRgb {
         yuv[1] = ownLimit<D>(((16121 * (b - y)) >> 15) + 128);
         yuv[2] = ownLimit<D>(((28737 * (r - y)) >> 15) + 128);
     }
+#if defined(OWN_HAS_VECTORS)
+    // A product's upper half of twice the difference is the product shifted.
+    [[gnu::always_inline]] static void words(OwnVector r, OwnVector g, OwnVector b, OwnVector *yuv) {
+        const auto part = [](OwnVector difference, int factor) {
+            const OwnVector times = ownSplat<Own16S>(static_cast<uint32_t>(factor));
+            return ownPlus(OWN_VECTOR(mulhi, epi16)(ownPlus(difference, difference), times), 128);
+        };
+        yuv[0] = ownWeigh<9798, 19235, 3736, 0, 15>(ownPair(r, g, b));
+        yuv[1] = part(ownMinus(b, yuv[0]), 16121);
+        yuv[2] = part(ownMinus(r, yuv[0]), 28737);
+    }
+#endif
 };
 struct MixedToRgb {
     template <class D>
     [[gnu::always_inline]] static void f(int y, int u, int v, uint8_t *rgb) {
         toRgb<D>(y, u - 128, v - 128, rgb);
     }
+#if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] static void words(OwnVector y, OwnVector u, OwnVector v, OwnVector *rgb) {
+        wordsToRgb(y, ownPlus(u, -128), ownPlus(v, -128), rgb);
+    }
+#endif
 };
 
 }  // namespace
 
 extern const OwnModelRows yuvRows, mixedYuvRows;
 const OwnModelRows yuvRows = {
-    {nullptr, ownPixels<Own8U, FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb32S>,
+    {nullptr, ownWordPixels<FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb32S>,
      ownPixels<Own32F, FromRgb32F>},
-    {nullptr, ownPixels<Own8U, ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb32S>,
+    {nullptr, ownWordPixels<ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb32S>,
      ownPixels<Own32F, ToRgb32F>},
 };
 const OwnModelRows mixedYuvRows = {
-    {nullptr, ownPixels<Own8U, MixedFromRgb>},
-    {nullptr, ownPixels<Own8U, MixedToRgb>},
+    {nullptr, ownWordPixels<MixedFromRgb>},
+    {nullptr, ownWordPixels<MixedToRgb>},
 };
 
 }  // namespace OWN_LEVEL
