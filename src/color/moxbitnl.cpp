@@ -39,7 +39,7 @@ bool check(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, in
 void MOX_CALL moxBitonalToGray(MoxImage *srcImage, MoxImage *dstImage, int ZeroScale, int OneScale) {
     const OwnCaller caller = OWN_CALLER("moxBitonalToGray");
     if (!check(caller, srcImage, dstImage, ZeroScale, OneScale)) return;
-    const OwnMixedForms &kernel = ownDepthRows().fromBits[ownSampleSize(ownDepthBytes(dstImage->depth))];
+    const OwnMixedForms &kernel = ownThresholdRows().fromBits[ownSampleSize(ownDepthBytes(dstImage->depth))];
     ownConvertRegions(caller, srcImage, dstImage, kernel,
                       {static_cast<uint32_t>(OneScale), static_cast<uint32_t>(ZeroScale), 0});
 }

@@ -23,8 +23,9 @@ bool check(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst) {
 const OwnMixedForms &pickKernel(const MoxImage *src, const MoxImage *dst) {
     const OwnDepthRows &rows = ownDepthRows();
     const int from = ownWholeIndex(ownDepthIndex(src->depth)), to = ownWholeIndex(ownDepthIndex(dst->depth));
-    if (src->depth == MOX_DEPTH_1U) return rows.copy;
-    return dst->depth == MOX_DEPTH_1U ? rows.thresholdBits[from] : rows.convert[from][to];
+    // Of bits whole bytes are copied.
+    if (src->depth == MOX_DEPTH_1U) return rows.convert[0][0];
+    return dst->depth == MOX_DEPTH_1U ? ownThresholdRows().bits[from] : rows.convert[from][to];
 }
 
 }  // namespace

@@ -4,6 +4,9 @@
 
 namespace {
 
+// As many samples make it worth looking for a quicker way.
+constexpr int ENOUGH_FOR_PARTS = 8192;
+
 bool check(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, float minVal, float maxVal) {
     if (!ownAcceptImage(caller, src) || !ownAcceptImage(caller, dst)) return false;
     const OwnDepthTest tests[] = {
@@ -54,12 +57,14 @@ void MOX_CALL moxScaleFP(MoxImage *srcImage, MoxImage *dstImage, float minVal, f
     }
     const bool toReal = dstImage->depth == MOX_DEPTH_32F;
     const unsigned depth = toReal ? srcImage->depth : dstImage->depth;
-    const OwnDepthRows &rows = ownDepthRows();
+    const OwnRealRows &rows = ownRealRows();
     const int whole = ownWholeIndex(ownDepthIndex(depth));
-    OwnRealScale scale;
+    OwnRealScale scale = {};
     OwnConstant constant = {};
     constant.table = &scale;
     const OwnNearestRounding nearest;
     setScale(&scale, depth, toReal, minVal, maxVal);
+    const bool large = int64_t{dstImage->width} * dstImage->height >= ENOUGH_FOR_PARTS;
+    if (large && srcImage->depth == MOX_DEPTH_8U) rows.findParts(&scale);
     ownConvertRegions(caller, srcImage, dstImage, toReal ? rows.toReal[whole] : rows.fromReal[whole], constant);
 }

@@ -89,11 +89,11 @@ void MOX_CALL moxThreshold(MoxImage *srcImage, MoxImage *dstImage, int Threshold
     if (!ownAcceptMemory(caller, {srcImage, dstImage})) return;
     BothMasks mask;
     if (!mask.make(caller, srcImage, dstImage)) return;
-    const OwnDepthRows &rows = ownDepthRows();
+    const OwnThresholdRows &rows = ownThresholdRows();
     const int from = ownWholeIndex(ownDepthIndex(srcImage->depth));
     const OwnMixedForms &kernel = dstImage->depth == MOX_DEPTH_1U
-                                      ? rows.thresholdBits[from]
-                                      : rows.threshold[from][ownSampleSize(ownDepthBytes(dstImage->depth))];
+                                      ? rows.bits[from]
+                                      : rows.samples[from][ownSampleSize(ownDepthBytes(dstImage->depth))];
     ownRunConversion(caller, ownConversionOf(srcImage, dstImage, mask.image()), kernel,
                      {static_cast<uint32_t>(Threshold), ownSignBit(dstImage->depth), 0});
 }

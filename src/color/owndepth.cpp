@@ -4,9 +4,21 @@
 #include "core/owncpu.h"
 
 OWN_DECLARE_LEVELS(OwnDepthRows, depthRows)
+OWN_DECLARE_LEVELS(OwnThresholdRows, thresholdRows)
+OWN_DECLARE_LEVELS(OwnRealRows, realRows)
 
 const OwnDepthRows &ownDepthRows() {
     static constexpr const OwnDepthRows *tables[] = OWN_LEVEL_TABLES(depthRows);
+    return *tables[ownCpuLevel()];
+}
+
+const OwnThresholdRows &ownThresholdRows() {
+    static constexpr const OwnThresholdRows *tables[] = OWN_LEVEL_TABLES(thresholdRows);
+    return *tables[ownCpuLevel()];
+}
+
+const OwnRealRows &ownRealRows() {
+    static constexpr const OwnRealRows *tables[] = OWN_LEVEL_TABLES(realRows);
     return *tables[ownCpuLevel()];
 }
 

@@ -130,7 +130,7 @@ std::vector<Example> colorExamples() {
          PIXELS,
          2,
          [](Call &c) { moxConvert(c.src(), c.dst()); },
-         {.depth = MOX_DEPTH_16S, .resultDepth = MOX_DEPTH_8U, .wholeImages = true}},
+         {.depth = MOX_DEPTH_16S, .resultDepth = MOX_DEPTH_8U, .wholeImages = true, .sameSize = true}},
         {"moxBitonalToGray",
          PIXELS,
          2,
@@ -138,7 +138,7 @@ std::vector<Example> colorExamples() {
              const int zero = c.number(3);
              moxBitonalToGray(c.src(), c.dst(), zero, c.number(200));
          },
-         {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U}},
+         {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U, .sameSize = true}},
         {"moxScale", PIXELS, 2, [](Call &c) { moxScale(c.src(), c.dst()); }, {.resultDepth = MOX_DEPTH_16S}},
         {"moxScaleFP", PIXELS, 2, scaleFP, {.resultDepth = MOX_DEPTH_32F}},
         {"moxThreshold",
