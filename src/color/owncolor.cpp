@@ -73,13 +73,14 @@ MoxImage plainHeader(const MoxImage *image, char *data, int64_t width, int64_t h
 // been reported.
 char *readSource(const OwnConversion &conversion, const OwnImageRect &part, int *rowBytes) {
     MoxTileInfo *tiles = conversion.src->tileInfo;
-    // Something that is no tile tells a refusal from memory that is missing.
+    // Memory is taken before the first request. Something that is no tile and still stands there afterwards tells that
+    // there was none; what stands there after a refusal may be the next tile of the row.
     char none = 0;
     char *before = tiles ? tiles->tileData : nullptr;
     if (tiles) tiles->tileData = &none;
     char *data = ownGetRect(conversion.src, static_cast<int>(part.x), static_cast<int>(part.y),
                             static_cast<int>(part.width), static_cast<int>(part.height), rowBytes);
-    const bool refused = tiles && !tiles->tileData;
+    const bool refused = tiles && tiles->tileData != &none;
     if (tiles && tiles->tileData == &none) tiles->tileData = before;
     if (data) return data;
     if (refused) {
