@@ -1,5 +1,5 @@
 // Hue, lightness and saturation, compiled once for each CPU level.
-#include "color/ownhue.h"
+#include "color/ownhuebytes.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -17,6 +17,34 @@ struct FromRgb {
         hls[2] = ownStoreHue<D>(saturation * full, -2147483648.0);
     }
 };
+
+#if defined(OWN_HAS_VECTORS)
+// max + min, or as much as it is below twice the largest, if that is less.
+template <int half>
+[[gnu::always_inline]] inline OwnVector mostOf(const OwnHueBytes &hue) {
+    const OwnVector sum = ownPlus(ownWords<half>(hue.max), ownWords<half>(hue.min));
+    return OWN_VECTOR(min, epi16)(sum, ownMinus(ownSplat<Own16U>(510), sum));
+}
+#endif
+
+void fromRgbBytes(void *const *rows, size_t n, const void *operation) {
+    size_t i = 0;
+#if defined(OWN_HAS_VECTORS)
+    const auto at = [&](int row) { return static_cast<char *>(rows[row]) + i; };
+    for (; i + sizeof(OwnVector) <= n; i += sizeof(OwnVector)) {
+        OwnHueBytes hue(ownLoad(at(0)), ownLoad(at(1)), ownLoad(at(2)));
+        hue.compute<0>(mostOf<0>(hue));
+        hue.compute<1>(mostOf<1>(hue));
+        hue.finish();
+        // The mean, which the instruction rounds up.
+        const OwnVector odd = ownAnd(ownXor(hue.max, hue.min), ownSplat<Own8U>(1));
+        ownStore(at(3), hue.hue);
+        ownStore(at(4), OWN_VECTOR(sub, epi8)(OWN_VECTOR(avg, epu8)(hue.max, hue.min), odd));
+        ownStore(at(5), hue.saturation);
+    }
+#endif
+    if (i < n) ownPixelsFrom<Own8U, FromRgb>(rows, i, n, operation);
+}
 
 struct ToRgb {
     template <class D>
@@ -47,7 +75,7 @@ struct ToRgb {
 
 extern const OwnModelRows hlsRows;
 const OwnModelRows hlsRows = {
-    {nullptr, ownPixels<Own8U, FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb>},
+    {nullptr, fromRgbBytes, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb>},
     {nullptr, ownPixels<Own8U, ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb>},
 };
 

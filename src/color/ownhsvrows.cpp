@@ -1,5 +1,5 @@
 // Hue, saturation and value, compiled once for each CPU level.
-#include "color/ownhue.h"
+#include "color/ownhuebytes.h"
 
 namespace OWN_LEVEL {
 namespace {
@@ -14,6 +14,23 @@ struct FromRgb {
         hsv[2] = ownStoreHue<D>(hue.max, -2147483648.5);
     }
 };
+
+void fromRgbBytes(void *const *rows, size_t n, const void *operation) {
+    size_t i = 0;
+#if defined(OWN_HAS_VECTORS)
+    const auto at = [&](int row) { return static_cast<char *>(rows[row]) + i; };
+    for (; i + sizeof(OwnVector) <= n; i += sizeof(OwnVector)) {
+        OwnHueBytes hue(ownLoad(at(0)), ownLoad(at(1)), ownLoad(at(2)));
+        hue.compute<0>(ownWords<0>(hue.max));
+        hue.compute<1>(ownWords<1>(hue.max));
+        hue.finish();
+        ownStore(at(3), hue.hue);
+        ownStore(at(4), hue.saturation);
+        ownStore(at(5), hue.max);
+    }
+#endif
+    if (i < n) ownPixelsFrom<Own8U, FromRgb>(rows, i, n, operation);
+}
 
 struct ToRgb {
     template <class D>
@@ -46,7 +63,7 @@ struct ToRgb {
 
 extern const OwnModelRows hsvRows;
 const OwnModelRows hsvRows = {
-    {nullptr, ownPixels<Own8U, FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb>},
+    {nullptr, fromRgbBytes, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb>},
     {nullptr, ownPixels<Own8U, ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb>},
 };
 
