@@ -43,4 +43,13 @@ void ownPixels(void *const *rows, size_t n, const void *) {
     }
 }
 
+// The same from pixel i on: what vectors leave over.
+template <class S, class F>
+void ownPixelsFrom(void *const *rows, size_t i, size_t n, const void *operation) {
+    void *rest[6];
+    for (int k = 0; k < 6; ++k)
+        rest[k] = static_cast<typename S::Value *>(rows[k]) + i;
+    ownPixels<S, F>(rest, n - i, operation);
+}
+
 }  // namespace

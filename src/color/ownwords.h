@@ -72,10 +72,7 @@ void ownWordPixels(void *const *rows, size_t n, const void *operation) {
         for (int k = 0; k < 3; ++k)
             ownStore(static_cast<char *>(rows[3 + k]) + i, OWN_VECTOR(packus, epi16)(low[k], high[k]));
     }
-    void *rest[6];
-    for (int k = 0; k < 6; ++k)
-        rest[k] = static_cast<char *>(rows[k]) + i;
-    if (i < n) ownPixels<Own8U, F>(rest, n - i, operation);
+    if (i < n) ownPixelsFrom<Own8U, F>(rows, i, n, operation);
 }
 
 }  // namespace
