@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "core/owncache.h"
-#include "frame/ownmixed.h"
+#include "frame/ownmixedrun.h"
 #include "frame/ownmove.h"
 #include "frame/ownrowcall.h"
 
@@ -218,19 +218,38 @@ bool takesChannelsApart(const OwnRows &rows) {
     return rows.channels * std::max(src.bytes, dst.bytes) > OWN_SCRATCH_BYTES / 64;
 }
 
-}  // namespace
+// Planes on one side and pixels on the other.
+bool isStepped(const OwnRows &rows) {
+    return rows.planes > 1 && (rows.spans[0].step > 1 || rows.spans[1].step > 1);
+}
 
-void ownRunMixedRows(const OwnRows &rows, const OwnMixedForms &kernel, const OwnConstant &constant) {
-    if (rows.width <= 0 || rows.height <= 0 || rows.channels <= 0) return;
-    OwnRows part = rows;
+void runChannels(const OwnRows &rows, const OwnMixedForms &kernel, const OwnConstant &constant) {
     if (!takesChannelsApart(rows)) {
-        MixedRunner(part, kernel, constant).run();
+        MixedRunner(rows, kernel, constant).run();
         return;
     }
+    OwnRows part = rows;
     part.channels = 1;
     for (int c = 0; c < rows.channels; ++c) {
         MixedRunner(part, kernel, constant).run();
         for (int i = 0; i < 2; ++i)
             part.spans[i].start += part.spans[i].bytes;
+    }
+}
+
+}  // namespace
+
+void ownRunMixedRows(const OwnRows &rows, const OwnMixedForms &kernel, const OwnConstant &constant) {
+    if (rows.width <= 0 || rows.height <= 0 || rows.channels <= 0) return;
+    if (ownChangesOrder(rows)) return ownRunMixedOrder(rows, kernel, constant);
+    if (!isStepped(rows)) return runChannels(rows, kernel, constant);
+    // All planes of a row while its pixels are in the cache.
+    OwnRows row = rows;
+    row.height = 1;
+    for (int y = 0; y < rows.height; ++y) {
+        runChannels(row, kernel, constant);
+        for (int i = 0; i < 2; ++i)
+            row.spans[i].start += row.spans[i].rowStep;
+        if (row.masked) row.mask.start += row.mask.rowStep;
     }
 }
