@@ -4,7 +4,7 @@
 const std::vector<const Family *> &families() {
     static const std::vector<const Family *> all = {&movingFamily(),  &arithmeticPair(),  &arithmeticOne(),
                                                     &filterFamily(),  &transformFamily(), &comparisonFamily(),
-                                                    &measureFamily(), &bitmapFamily()};
+                                                    &measureFamily(), &depthFamily(),     &bitmapFamily()};
     return all;
 }
 

@@ -76,6 +76,7 @@ const Family &arithmeticPair();    // opsarith.cpp
 const Family &arithmeticOne();     // opsarith.cpp
 const Family &filterFamily();      // opsfilter.cpp
 const Family &transformFamily();   // opstransform.cpp
+const Family &depthFamily();       // opsdepth.cpp
 const Family &comparisonFamily();  // opsmeasure.cpp
 const Family &measureFamily();     // opsmeasure.cpp
 const Family &bitmapFamily();      // opsbitmap.cpp
