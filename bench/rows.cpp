@@ -3,12 +3,13 @@
 
 #include <algorithm>
 
-extern const Family colorFamily, filterFamily, bitmapFamily, transformFamily, measuresFamily;
+extern const Family colorFamily, filterFamily, bitmapFamily, transformFamily, measuresFamily, depthFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&colorFamily, &filterFamily, &bitmapFamily, &transformFamily, &measuresFamily};
+const Family *const allFamilies[] = {&colorFamily,     &filterFamily,   &bitmapFamily,
+                                     &transformFamily, &measuresFamily, &depthFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {
     for (const EntryGoal &goal : entry.goals) {

@@ -27,7 +27,7 @@ class OrderRunner {
         const int64_t samples = int64_t{rows.width} * rows.height * channels_;
         const int64_t all = std::max(rows.whole, samples * (src_.bytes + dst_.bytes));
         streaming_ = all >= ownStreamBounds().bytes && rows.width * dst_.bytes >= 4 * UNIT;
-        most_ = OWN_SCRATCH_BYTES / (std::max(src_.bytes, dst_.bytes) * channels_) & -UNIT;
+        most_ = streaming_ ? UNIT : OWN_SCRATCH_BYTES / (std::max(src_.bytes, dst_.bytes) * channels_) & -UNIT;
     }
 
     void run() {

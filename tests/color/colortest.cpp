@@ -210,6 +210,22 @@ TEST(ColorLinear, toLUVAndBack) {
         EXPECT_NEAR(real(sample), 1.0, 0.02);
 }
 
+// The root of every magnitude from the threshold on: a relative error of 1e-9 would show in some of them.
+TEST(ColorLinear, rootsOfEveryMagnitude) {
+    constexpr int SIDE = 256;
+    TestImage src(TestLayout::of(REAL, SIDE, SIDE, 3), 1), dst(TestLayout::of(REAL, SIDE, SIDE, 3), 2);
+    nameModel(src, "RGB", "RGB");
+    for (int i = 0; i < SIDE * SIDE * 3; ++i) {
+        // Grays from 0.0098 to 2^16.
+        src.set(i % 3, i / 3 % SIDE, i / 3 / SIDE, 0x3C200000u + static_cast<uint32_t>(i / 3) * 2917u);
+    }
+    const RefResult wanted = refConvertColors(refModel("moxRGB2LUV"), src, dst);
+    forEachCpuLevel([&] {
+        moxRGB2LUV(src.header(), dst.header());
+        EXPECT_TRUE(dst.holds(wanted.expected));
+    });
+}
+
 // Some colour has each index, and the last of the table's is 0 between 255 and 255.
 TEST(ColorLinear, scannedColorsGoThroughTheirTable) {
     int seen360 = 0, seen361 = 0, seen362 = 0;
@@ -368,6 +384,8 @@ TEST(ColorGray, weightsBeyondOneSaturate) {
     EXPECT_EQ(colorOf(WIDE, WIDE, 0x40000000, 3, -3, 1), (Color{HIGH, LOW, 0x40000000}));
     EXPECT_EQ(colorOf(BYTE, BYTE, 1, 1e30f, -1e30f, 1), (Color{255, 0, 1}));
     EXPECT_EQ(colorOf(BYTE, BYTE, 0, 1e30f, -1e30f, 1), (Color{0, 0, 0}));
+    EXPECT_EQ(colorOf(WORD, WORD, 60000, INFINITY, -INFINITY, 1), (Color{65535, 0, 60000}));
+    EXPECT_EQ(colorOf(WIDE, WIDE, 0x40000000, INFINITY, -INFINITY, 1), (Color{HIGH, LOW, 0x40000000}));
 }
 
 // A fourth channel, alpha or not, stays as it is.

@@ -343,4 +343,35 @@ TEST(Threshold, masks) {
     }
 }
 
+// Masks are combined by a call of another function, which a leftover status does not make fail.
+TEST(Threshold, twoMasksAndALeftoverStatus) {
+    TestImage src(TestLayout::of(U8, 50, 9), 1), dst(TestLayout::of(BITS, 50, 9), 2);
+    TestImage first(TestLayout::ofMask(50, 9), 3), second(TestLayout::ofMask(50, 9), 4);
+    src.setMask(&first);
+    dst.setMask(&second);
+    const RefResult wanted = refThreshold(src, dst, 100);
+    ReportRecorder reports;
+    moxSetErrStatus(-7);
+    moxThreshold(src.header(), dst.header(), 100);
+    EXPECT_TRUE(reports.none());
+    EXPECT_EQ(moxGetErrStatus(), -7);
+    EXPECT_TRUE(dst.holds(wanted.expected));
+}
+
+// Masks with nothing in common: nothing happens, and nothing is said.
+TEST(Threshold, masksWithNothingInCommon) {
+    TestImage src(TestLayout::of(U8, 50, 9), 1), dst(TestLayout::of(U8, 50, 9), 2);
+    TestLayout beyond = TestLayout::ofMask(50, 9);
+    beyond.setRoi(0, 50, 0, 10, 9);
+    TestImage first(TestLayout::ofMask(50, 9), 3), second(beyond, 4);
+    src.setMask(&first);
+    dst.setMask(&second);
+    const TestBytes before = dst.bytes();
+    ReportRecorder reports;
+    moxThreshold(src.header(), dst.header(), 100);
+    EXPECT_TRUE(reports.none());
+    EXPECT_EQ(moxGetErrStatus(), 0);
+    EXPECT_TRUE(dst.holds(before));
+}
+
 }  // namespace

@@ -53,12 +53,17 @@ using Convert = void(MOX_CALL *)(MoxImage *, MoxImage *);
 
 // Of one image that is both, the source's names count.
 template <Convert convert>
-void fromRGB(Call &call) {
-    const NamedImage dst(call, call.dst(), "any", "any"), src(call, call.src(), "RGB", drawSequence(call));
-    convert(call.src(), call.dst());
+Example fromRGB(const char *name, Example::More more) {
+    more.wholeImages = true;
+    return {name, PIXELS, 2,
+            [](Call &call) {
+                const NamedImage dst(call, call.dst(), "any", "any"), src(call, call.src(), "RGB", drawSequence(call));
+                convert(call.src(), call.dst());
+            },
+            more};
 }
 template <Convert convert>
-Example toRGB(const char *name, const char *model, Example::More more = {}) {
+Example toRGB(const char *name, const char *model, Example::More more) {
     more.wholeImages = true;
     return {name, PIXELS, 2,
             [model](Call &call) {
@@ -118,8 +123,6 @@ void scaleFP(Call &call) {
     moxScaleFP(call.src(), call.dst(), least, most);
 }
 
-constexpr Example::More WHOLE = {.wholeImages = true};
-
 }  // namespace
 
 std::vector<Example> colorExamples() {
@@ -147,30 +150,30 @@ std::vector<Example> colorExamples() {
          [](Call &c) { moxThreshold(c.src(), c.dst(), c.number(100)); },
          {.resultDepth = MOX_DEPTH_1U, .channels = 1}},
 
-        {"moxRGB2HSV", PIXELS, 2, fromRGB<moxRGB2HSV>, WHOLE},
-        {"moxRGB2HLS", PIXELS, 2, fromRGB<moxRGB2HLS>, WHOLE},
-        {"moxRGB2XYZ", PIXELS, 2, fromRGB<moxRGB2XYZ>, WHOLE},
-        {"moxRGB2YUV", PIXELS, 2, fromRGB<moxRGB2YUV>, WHOLE},
-        {"moxRGB2YCrCb", PIXELS, 2, fromRGB<moxRGB2YCrCb>, WHOLE},
-        {"moxRGB2LUV", PIXELS, 2, fromRGB<moxRGB2LUV>, {.depth = MOX_DEPTH_32F, .wholeImages = true}},
-        toRGB<moxHSV2RGB>("moxHSV2RGB", "HSV"),
-        toRGB<moxHLS2RGB>("moxHLS2RGB", "HLS"),
-        toRGB<moxXYZ2RGB>("moxXYZ2RGB", "XYZ"),
-        toRGB<moxYUV2RGB>("moxYUV2RGB", "YUV"),
-        toRGB<moxYCrCb2RGB>("moxYCrCb2RGB", "YCr"),
-        toRGB<moxYCC2RGB>("moxYCC2RGB", "YCC"),
-        toRGB<moxLUV2RGB>("moxLUV2RGB", "LUV", {.depth = MOX_DEPTH_32F}),
-        {"moxColorToGray", PIXELS, 2, colorToGray, {.resultDepth = MOX_DEPTH_1U, .wholeImages = true}},
+        fromRGB<moxRGB2HSV>("moxRGB2HSV", {.tool = "to-hsv"}),
+        fromRGB<moxRGB2HLS>("moxRGB2HLS", {.tool = "to-hls"}),
+        fromRGB<moxRGB2XYZ>("moxRGB2XYZ", {.tool = "to-xyz"}),
+        fromRGB<moxRGB2YUV>("moxRGB2YUV", {.tool = "to-yuv"}),
+        fromRGB<moxRGB2YCrCb>("moxRGB2YCrCb", {.tool = "to-ycrcb"}),
+        fromRGB<moxRGB2LUV>("moxRGB2LUV", {.depth = MOX_DEPTH_32F, .tool = "to-luv"}),
+        toRGB<moxHSV2RGB>("moxHSV2RGB", "HSV", {.tool = "from-hsv"}),
+        toRGB<moxHLS2RGB>("moxHLS2RGB", "HLS", {.tool = "from-hls"}),
+        toRGB<moxXYZ2RGB>("moxXYZ2RGB", "XYZ", {.tool = "from-xyz"}),
+        toRGB<moxYUV2RGB>("moxYUV2RGB", "YUV", {.tool = "from-yuv"}),
+        toRGB<moxYCrCb2RGB>("moxYCrCb2RGB", "YCr", {.tool = "from-ycrcb"}),
+        toRGB<moxYCC2RGB>("moxYCC2RGB", "YCC", {.tool = "from-ycc"}),
+        toRGB<moxLUV2RGB>("moxLUV2RGB", "LUV", {.depth = MOX_DEPTH_32F, .tool = "from-luv"}),
+        {"moxColorToGray", PIXELS, 2, colorToGray, {.resultDepth = MOX_DEPTH_1U, .wholeImages = true, .tool = "gray"}},
         {"moxGrayToColor",
          PIXELS,
          2,
          grayToColor,
-         {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U, .wholeImages = true}},
+         {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U, .wholeImages = true, .tool = "tint"}},
 
         {"moxCreateColorTwist", NOTHING, 0, deleteTwist},
         {"moxSetColorTwist", NOTHING, 0, setTwist},
         {"moxDeleteColorTwist", NOTHING, 0, deleteTwist, {.reportsAs = "moxCreateColorTwist"}},
-        {"moxApplyColorTwist", PIXELS, 2, applyTwist},
-        {"moxColorTwistFP", PIXELS, 2, applyTwistFP},
+        {"moxApplyColorTwist", PIXELS, 2, applyTwist, {.tool = "sepia"}},
+        {"moxColorTwistFP", PIXELS, 2, applyTwistFP, {.tool = "twist"}},
     };
 }

@@ -77,6 +77,7 @@ const Family &arithmeticOne();     // opsarith.cpp
 const Family &colorModelFamily();  // opscolormodels.cpp
 const Family &filterFamily();      // opsfilter.cpp
 const Family &transformFamily();   // opstransform.cpp
+const Family &depthFamily();       // opsdepth.cpp
 const Family &comparisonFamily();  // opsmeasure.cpp
 const Family &measureFamily();     // opsmeasure.cpp
 const Family &bitmapFamily();      // opsbitmap.cpp
