@@ -65,6 +65,15 @@ struct OwnRowForms {
     OwnRowUnderBits underBits = nullptr;
 };
 
+// A kernel from samples of one size to samples of another. Bits stand in whole bytes, the first on top: those of a
+// source begin with a byte, and so do those that are written, of which the ones behind the last sample are 0. d may be
+// a where samples are of one size. Streamed forms are as in OwnRowForms, null to bits.
+struct OwnMixedForms {
+    OwnRow plain;
+    OwnRow streamed;
+    bool copies = false;  // samples stay what they are
+};
+
 // The tables of the levels that this build has, in the order of OwnCpuLevel.
 #define OWN_DECLARE_LEVEL(level, Table, name) \
     namespace level {                         \

@@ -66,26 +66,44 @@ void ownTileWalkSetup(MoxImage *image, MoxImage *scratch, const OwnImageRect *re
 
 namespace {
 
-// An image on its way through the walk.
+// The image's region, or all of it.
+void walkedRect(const MoxImage *image, bool whole, OwnImageRect *rect) {
+    ownImageRect(image, rect);
+    if (whole) *rect = {0, 0, 0, 0, image->height, image->width};
+}
+
+// An image on its way through the walk: downward, or upward from its last row. y is the next row on that way, or upward
+// the one behind it.
 struct Walker {
     MoxImage *image;
     int mode;
+    bool upward;
     OwnScratchImage scratch;
     OwnImageRect rect;
     MoxTileWalk walk;
     int64_t x, y;
     char *tile;
 
-    void setup(MoxImage *of, int requestMode, int64_t width, int64_t height) {
+    void setup(MoxImage *of, int requestMode, bool whole, bool goesUp, int64_t width, int64_t height) {
         image = of;
         mode = requestMode;
-        ownImageRect(image, &rect);
+        upward = goesUp;
+        walkedRect(image, whole, &rect);
         rect.xEnd = rect.x + width;
         rect.yEnd = rect.y + height;
         ownMakeScratch(image, &scratch);
         ownTileWalkSetup(image, &scratch.header, &rect, &walk);
-        y = rect.y;
+        y = upward ? rect.yEnd : rect.y;
+        if (upward && walk.tiled) moveTo(static_cast<int>((rect.yEnd - 1) / walk.tileHeight));
     }
+
+    void moveTo(int row) {
+        walk.row = row;
+        walk.tileY0 = static_cast<int64_t>(row) * walk.tileHeight;
+        walk.tileYEnd = walk.tileY0 + walk.tileHeight;
+    }
+
+    bool atEnd() const { return upward ? y <= rect.y : y >= rect.yEnd; }
 
     bool request() {
         tile = ownRequestTile(image, walk.curColumn, walk.row, mode);
@@ -101,19 +119,29 @@ struct Walker {
     bool beginStrip(int64_t *rows) {
         x = rect.x;
         if (walk.tiled) {
-            if (y >= walk.tileYEnd) {
-                walk.row += 1;
-                walk.tileY0 += walk.tileHeight;
-                walk.tileYEnd += walk.tileHeight;
-            }
+            if (!upward && y >= walk.tileYEnd) moveTo(walk.row + 1);
+            if (upward && y <= walk.tileY0) moveTo(walk.row - 1);
             walk.curColumn = walk.column;
             walk.curX0 = walk.tileX0;
             walk.curXEnd = walk.tileXEnd;
             if (!request()) return false;
         }
-        scratch.roi.yOffset = static_cast<int>(y - walk.tileY0);
-        *rows = std::min(*rows, (walk.tiled ? std::min(rect.yEnd, walk.tileYEnd) : rect.yEnd) - y);
+        if (upward) {
+            *rows = std::min(*rows, y - (walk.tiled ? std::max(rect.y, walk.tileY0) : rect.y));
+        } else {
+            *rows = std::min(*rows, (walk.tiled ? std::min(rect.yEnd, walk.tileYEnd) : rect.yEnd) - y);
+        }
         return true;
+    }
+
+    // The strip's rows, as many as all images have for it.
+    void setRows(int64_t rows) {
+        scratch.roi.yOffset = static_cast<int>((upward ? y - rows : y) - walk.tileY0);
+        scratch.roi.height = static_cast<int>(rows);
+    }
+    void endStrip(int64_t rows) {
+        release();
+        y += upward ? -rows : rows;
     }
 
     // The tile of the next cell, and how many columns it has for it. False if the tile is refused.
@@ -133,11 +161,12 @@ struct Walker {
 
 }  // namespace
 
-int ownWalkTiles(MoxImage *const *images, int count, MoxImage *mask, OwnCellFunction cell, void *operation) {
+int ownWalkTiles(MoxImage *const *images, int count, MoxImage *mask, OwnCellFunction cell, void *operation,
+                 const OwnWalkOptions &options) {
     int64_t width = INT32_MAX, height = INT32_MAX;
     const auto limit = [&](const MoxImage *image) {
         OwnImageRect rect;
-        ownImageRect(image, &rect);
+        walkedRect(image, options.whole, &rect);
         width = std::min(width, rect.width);
         height = std::min(height, rect.height);
     };
@@ -155,37 +184,36 @@ int ownWalkTiles(MoxImage *const *images, int count, MoxImage *mask, OwnCellFunc
         const bool shared = i < last && images[i] == images[last];
         scratch[i] = &walkers[shared ? last : i].scratch.header;
         if (shared) continue;
-        walkers[i].setup(images[i], i < last ? MOX_TileRead : MOX_TileWrite, width, height);
+        const bool upward = i == last && options.flips;
+        walkers[i].setup(images[i], i < last ? MOX_TileRead : MOX_TileWrite, options.whole, upward, width, height);
         walking[walkingCount++] = i;
     }
     if (mask) {
-        walkers[3].setup(mask, 0, width, height);
+        walkers[3].setup(mask, 0, false, false, width, height);
         walking[walkingCount++] = 3;
     }
 
     Walker &dst = walkers[last];
-    while (dst.y < dst.rect.yEnd) {
+    while (!dst.atEnd()) {
         int64_t rows = INT32_MAX;
         for (int k = 0; k < walkingCount; ++k) {
             if (!walkers[walking[k]].beginStrip(&rows)) return walking[k];
         }
+        for (int k = 0; k < walkingCount; ++k)
+            walkers[walking[k]].setRows(rows);
         while (dst.x < dst.rect.xEnd) {
             int64_t columns = INT32_MAX;
             for (int k = 0; k < walkingCount; ++k) {
                 if (!walkers[walking[k]].beginCell(&columns)) return walking[k];
             }
             for (int k = 0; k < walkingCount; ++k) {
-                MoxROI &roi = walkers[walking[k]].scratch.roi;
-                roi.width = static_cast<int>(columns);
-                roi.height = static_cast<int>(rows);
+                walkers[walking[k]].scratch.roi.width = static_cast<int>(columns);
                 walkers[walking[k]].x += columns;
             }
             cell(operation, scratch, mask ? &walkers[3].scratch.header : nullptr);
         }
-        for (int k = 0; k < walkingCount; ++k) {
-            walkers[walking[k]].release();
-            walkers[walking[k]].y += rows;
-        }
+        for (int k = 0; k < walkingCount; ++k)
+            walkers[walking[k]].endStrip(rows);
     }
     return -1;
 }

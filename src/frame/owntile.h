@@ -45,7 +45,15 @@ void ownTileWalkSetup(MoxImage *image, MoxImage *scratch, const OwnImageRect *re
 // What runs on a cell: scratch headers of the images, in the order in which they were given, and of the mask.
 using OwnCellFunction = void (*)(void *operation, MoxImage *const *images, MoxImage *mask);
 
+// Of a walk over the whole of the images regions mean nothing; one that flips goes through the destination, which is
+// not a source, from its last row upward.
+struct OwnWalkOptions {
+    bool whole = false;
+    bool flips = false;
+};
+
 // Walks the common area of up to two sources and a destination, the last of the images. An image that is the
 // destination shares its scratch. Gives -1 when all is done, or the index of the image whose tile was not delivered:
 // the walk ends there, with no further callback.
-int ownWalkTiles(MoxImage *const *images, int count, MoxImage *mask, OwnCellFunction cell, void *operation);
+int ownWalkTiles(MoxImage *const *images, int count, MoxImage *mask, OwnCellFunction cell, void *operation,
+                 const OwnWalkOptions &options = {});

@@ -60,6 +60,8 @@ struct Example {
         bool plainOnly = false;           // refuses tiled images
         bool readsOnly = false;           // its images stay as they are: it answers numbers
         bool neighbours = false;          // a sample depends on others than the one in its place
+        bool wholeImages = false;         // regions are refused or mean nothing
+        bool sameSize = false;            // its images have one size
         int leaks = 0;                    // blocks that stay behind, as promised, where memory runs out
         const char *tool = nullptr;       // the tool's word for an operation on pixels, if it is not toolName's
     } more = {};

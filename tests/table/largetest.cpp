@@ -92,11 +92,12 @@ struct LargeImages {
     }
 };
 
-// Windows and dithers store through the caches; they read what they wrote.
+// Windows and dithers store through the caches; they read what they wrote. What takes no regions has no bands.
 std::vector<Example> movers() {
     std::vector<Example> found;
     for (const Example &example : allExamples()) {
-        if (example.touches == Touches::PIXELS && !example.more.neighbours) found.push_back(example);
+        if (example.touches == Touches::PIXELS && !example.more.neighbours && !example.more.wholeImages)
+            found.push_back(example);
     }
     return found;
 }

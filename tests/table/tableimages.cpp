@@ -7,7 +7,8 @@ static TestLayout layoutOf(const Example &example, ExampleForm form, int index) 
     const bool result = example.more.resultDepth && index == example.images - 1;
     const unsigned depth = result ? example.more.resultDepth : example.more.depth;
     const int channels = depth == MOX_DEPTH_1U ? 1 : example.more.channels;
-    TestLayout layout = TestLayout::of(depth, 40 - index, 20 + index, channels);
+    const int other = example.more.sameSize ? 0 : index;
+    TestLayout layout = TestLayout::of(depth, 40 - other, 20 + other, channels);
     if (form != ExampleForm::PLAIN) layout.setRoi(0, 3 + index, 2, 34, 17);
     if (form == ExampleForm::TILED) {
         layout.tileWidth = 16;
@@ -66,8 +67,11 @@ testing::AssertionResult ExampleImages::headersAreUntouched() const {
 testing::AssertionResult ExampleImages::areBetween(const std::vector<TestBytes> &after) const {
     for (size_t i = 0; i < images_.size(); ++i) {
         const TestBytes &now = images_[i]->bytes();
+        const bool bits = images_[i]->layout().depth == MOX_DEPTH_1U;
         for (size_t k = 0; k < now.size(); ++k) {
             if (now[k] == before_[i][k] || now[k] == after[i][k]) continue;
+            // Tiles may end within a byte of bits.
+            if (bits && ((now[k] ^ before_[i][k]) & (now[k] ^ after[i][k])) == 0) continue;
             return testing::AssertionFailure()
                    << "byte " << k << " of image " << i << " is neither as before nor as after a call that succeeds";
         }

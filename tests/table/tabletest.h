@@ -21,7 +21,7 @@ class ExampleImages {
     void restore();
     void abandonTiles();
     testing::AssertionResult headersAreUntouched() const;
-    // Every byte is one of those before and one of those after.
+    // Every byte, and of bits every bit, is one of those before or one of those after.
     testing::AssertionResult areBetween(const std::vector<TestBytes> &after) const;
 
   private:

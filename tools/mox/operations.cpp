@@ -6,6 +6,8 @@ const std::vector<const Family *> &families() {
         &movingFamily(),      //
         &arithmeticPair(),    //
         &arithmeticOne(),     //
+        &colorModelFamily(),  //
+        &depthFamily(),       //
         &filterFamily(),      //
         &rankFamily(),        //
         &findingFamily(),     //

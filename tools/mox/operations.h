@@ -75,11 +75,13 @@ struct Family {
 const Family &movingFamily();      // opsmove.cpp
 const Family &arithmeticPair();    // opsarith.cpp
 const Family &arithmeticOne();     // opsarith.cpp
+const Family &colorModelFamily();  // opscolormodels.cpp
 const Family &filterFamily();      // opsfilter.cpp
 const Family &geometryFamily();    // opsgeometry.cpp
 const Family &findingFamily();     // opsfind.cpp
 const Family &rankFamily();        // opsfilterrank.cpp
 const Family &transformFamily();   // opstransform.cpp
+const Family &depthFamily();       // opsdepth.cpp
 const Family &comparisonFamily();  // opsmeasure.cpp
 const Family &measureFamily();     // opsmeasure.cpp
 const Family &bitmapFamily();      // opsbitmap.cpp
