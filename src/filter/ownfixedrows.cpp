@@ -100,7 +100,9 @@ template <class D>
 
 #if defined(OWN_HAS_VECTORS)
 constexpr size_t LANES = sizeof(OwnVector) / 2;
-typedef int16_t Shorts __attribute__((vector_size(sizeof(OwnVector))));
+// Sums wrap; what becomes of them has a sign.
+typedef uint16_t Shorts __attribute__((vector_size(sizeof(OwnVector))));
+typedef int16_t SignedShorts __attribute__((vector_size(sizeof(OwnVector))));
 
 inline Shorts widen(const uint8_t *at) {
     const __m128i *from = reinterpret_cast<const __m128i *>(at);
@@ -178,7 +180,8 @@ template <class D, class Part, class F>
 #if defined(OWN_HAS_VECTORS)
     if constexpr (isByte<D>) {
         const auto run = [&](size_t i) {
-            storeBytes<D>(out + i, Part::of(sum(Several{i})), Part::of(sum(Several{i + LANES})));
+            storeBytes<D>(out + i, (Shorts)Part::of((SignedShorts)sum(Several{i})),
+                          (Shorts)Part::of((SignedShorts)sum(Several{i + LANES})));
         };
         if (bySteps(row.n, 2 * LANES, run)) return;
     }

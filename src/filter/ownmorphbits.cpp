@@ -67,7 +67,7 @@ class BitMorph {
     void loadRow(int64_t y);
     const uint8_t *rowAt(int64_t y) const;
     void columns(OwnExtremes which, int64_t height, uint8_t *out) const;
-    void along(OwnExtremes which, int64_t height, int64_t reach, const uint8_t *rows, uint8_t *out) const;
+    void along(OwnExtremes which, int64_t height, int64_t beside, const uint8_t *rows, uint8_t *out) const;
     void first(int64_t from, int64_t height, uint8_t *out) const;
     void second(int64_t height, uint8_t *out) const;
 
@@ -176,18 +176,16 @@ void BitMorph::columns(OwnExtremes which, int64_t height, uint8_t *out) const {
 
 // Along rows; of the result the region and so many pixels beside it are needed.
 void BitMorph::along(OwnExtremes which, int64_t height, int64_t beside, const uint8_t *rows, uint8_t *out) const {
-    OwnBitsAlong row = {};
-    row.reach = morph_.reach;
-    row.first = static_cast<size_t>((zero_ - beside) / 8);
-    row.count = static_cast<size_t>((zero_ + window_.width - 1 + beside) / 8) - row.first + 1;
-    row.bytes = static_cast<size_t>(bytes_);
-    row.parts = parts_;
-    row.partStep = bytes_;
-    for (int64_t r = 0; r < height; ++r) {
-        row.row = rows + r * bytes_;
-        row.out = out + r * bytes_;
-        ownRankRows().bitsAlong[which](row);
-    }
+    OwnBitsAlong run = {};
+    run.rows = rows;
+    run.out = out;
+    run.height = height;
+    run.bytes = static_cast<size_t>(bytes_);
+    run.reach = morph_.reach;
+    run.first = static_cast<size_t>((zero_ - beside) / 8);
+    run.count = static_cast<size_t>((zero_ + window_.width - 1 + beside) / 8) - run.first + 1;
+    run.parts = parts_;
+    ownRankRows().bitsAlong[which](run);
 }
 
 // The first operation on height rows, whose windows begin with row `from`.

@@ -40,16 +40,16 @@ enum OwnExtremes { OWN_LARGEST, OWN_SMALLEST, OWN_EXTREMES };
 // Extremes are taken down the columns of a block first, into as many rows of scratch as it is high, then along them.
 constexpr int OWN_EXTREME_PARTS = 2;  // rows of scratch that a row takes beside
 
-// A row of bits, the first on top of a byte: bytes first to first + count - 1 of out get the extremes of the bits up to
-// reach before and behind each.
+// Rows of bits, the first on top of a byte: bytes first to first + count - 1 of each row of output get the extremes of
+// the bits up to reach before and behind each.
 struct OwnBitsAlong {
-    const uint8_t *row;
-    int64_t reach;
+    const uint8_t *rows;
     uint8_t *out;
+    int64_t height;
+    size_t bytes;  // of all rows, from one to the next; all of them may be read
+    int64_t reach;
     size_t first, count;
-    size_t bytes;      // of the row, all of which may be read
-    uint8_t *parts;    // OWN_EXTREME_PARTS rows of scratch
-    int64_t partStep;  // bytes
+    uint8_t *parts;  // OWN_EXTREME_PARTS rows of scratch
 };
 
 struct OwnRankRows {

@@ -159,23 +159,27 @@ template <bool largest>
 void bitsAlong(const OwnBitsAlong &a) {
     constexpr int64_t run = 4;
     const int64_t window = 2 * a.reach + 1;
-    const uint8_t *row = a.row;
-    uint8_t *next = a.parts;
-    size_t bytes = a.bytes;
-    BitTap at[MAX_TAPS] = {};
-    int64_t span = 1;
-    for (; span * MAX_TAPS < window; span *= run) {
-        for (int64_t t = 1; t < run; ++t)
-            at[t] = tapAt(t * span);
-        bytes -= static_cast<size_t>(at[run - 1].byte) + 1;
-        combineBits<largest, run>(row, at, next, bytes);
-        row = next;
-        next = next == a.parts ? a.parts + a.partStep : a.parts;
-    }
-    const auto taps = static_cast<int>((window + span - 1) / span);
+    int64_t last = 1;  // the runs of which windows consist
+    while (last * MAX_TAPS < window)
+        last *= run;
+    const auto taps = static_cast<int>((window + last - 1) / last);
+    BitTap covers[MAX_TAPS] = {};
     for (int t = 0; t < taps; ++t)
-        at[t] = tapAt((t < taps - 1 ? t * span : window - span) - a.reach);
-    combineAnyBits<largest>(row + a.first, at, taps, a.out + a.first, a.count);
+        covers[t] = tapAt((t < taps - 1 ? t * last : window - last) - a.reach);
+    for (int64_t r = 0; r < a.height; ++r) {
+        const uint8_t *row = a.rows + static_cast<size_t>(r) * a.bytes;
+        uint8_t *next = a.parts;
+        size_t bytes = a.bytes;
+        for (int64_t span = 1; span < last; span *= run) {
+            const BitTap at[run] = {tapAt(0), tapAt(span), tapAt(2 * span), tapAt(3 * span)};
+            bytes -= static_cast<size_t>(at[run - 1].byte) + 1;
+            combineBits<largest, run>(row, at, next, bytes);
+            row = next;
+            next = next == a.parts ? a.parts + a.bytes : a.parts;
+        }
+        uint8_t *out = a.out + static_cast<size_t>(r) * a.bytes + a.first;
+        combineAnyBits<largest>(row + a.first, covers, taps, out, a.count);
+    }
 }
 
 // --------------------------------------------------------------------------------------------------------- both steps
