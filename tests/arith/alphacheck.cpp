@@ -4,7 +4,12 @@
 #include <algorithm>
 
 AlphaScene::AlphaScene(Random &random, const AlphaSceneOptions &options)
-    : random_(random), options_(options), colours_(random.oneIn(20) ? 0 : random.between(1, 4)), coi_(random.oneIn(4)) {
+    : random_(random),
+      options_(options),
+      colours_(random.oneIn(20) ? 0 : random.between(1, 4)),
+      width_(random.between(1, options.maxWidth)),
+      height_(random.between(1, options.maxHeight)),
+      coi_(random.oneIn(4)) {
     if (options.scales) colours_ = std::max(colours_, 1);
     drawSources();
     if (options.composes) drawOpacities();
@@ -17,15 +22,25 @@ TestImage *AlphaScene::add(const TestLayout &layout) {
     return all_.back();
 }
 
+// Most images reach as far as the size that the scene has in common, and some not.
+void AlphaScene::reach(TestLayout &layout) {
+    if (random_.oneIn(10)) return;
+    layout.width = std::max(layout.width, layout.regionX() + width_);
+    layout.height = std::max(layout.height, layout.regionY() + height_);
+    if (!layout.hasRoi) return;
+    layout.roi.width = std::max(layout.roi.width, random_.oneIn(2) ? 1000 : width_);
+    layout.roi.height = std::max(layout.roi.height, random_.oneIn(2) ? 1000 : height_);
+}
+
 void AlphaScene::place(TestLayout &layout, int coi) {
     layout.depth = options_.depth;
     layout.order = random_.below(2);
     layout.origin = random_.below(2);
     layout.align = drawAlign(random_);
-    const bool small = random_.oneIn(8);
-    layout.width = random_.between(small ? 1 : (options_.maxWidth + 1) / 2, options_.maxWidth);
-    layout.height = random_.between(small ? 1 : (options_.maxHeight + 1) / 2, options_.maxHeight);
-    if (coi != 0 || random_.oneIn(2)) drawRegion(random_, layout, coi);
+    layout.width = random_.oneIn(2) ? width_ : random_.between(1, options_.maxWidth);
+    layout.height = random_.oneIn(2) ? height_ : random_.between(1, options_.maxHeight);
+    if (coi != 0 || random_.oneIn(2)) drawRegion(random_, layout, coi, random_.oneIn(4));
+    reach(layout);
     drawPlacement(random_, layout, options_.tiled);
     if (options_.tiled == 1 && random_.oneIn(3)) layout.tileWidth = layout.tileHeight = 0;
 }
@@ -116,6 +131,7 @@ void AlphaScene::drawMasks() {
         if (!random_.oneIn(every)) continue;
         TestLayout layout = drawMaskLayout(random_, image->layout().width, image->layout().height);
         layout.order = order;
+        reach(layout);
         image->setMask(random_.oneIn(5) && all_.back()->layout().depth == MOX_DEPTH_1U ? all_.back() : add(layout));
     }
 }

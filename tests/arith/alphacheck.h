@@ -48,6 +48,7 @@ class AlphaScene {
     TestLayout drawScaled();
     TestLayout drawOpacity(bool needsAlpha);
     void place(TestLayout &layout, int coi);
+    void reach(TestLayout &layout);
     void drawSources();
     void drawOpacities();
     void drawMasks();
@@ -56,7 +57,7 @@ class AlphaScene {
 
     Random &random_;
     AlphaSceneOptions options_;
-    int colours_;
+    int colours_, width_, height_;
     bool coi_;
     std::vector<std::unique_ptr<TestImage>> owned_;
     std::vector<TestImage *> all_;

@@ -148,8 +148,8 @@ TEST(Composition, dividesByAnOpacityAboveItsThresholdAlone) {
     }
     EXPECT_EQ(blend(MOX_DEPTH_8U, {MOX_COMPOSITE_PLUS, 1, 1}, {200, 0, 200, 0}), (Result{255, 0}));
     // The smallest product of opacities stands above the threshold.
-    EXPECT_EQ(blend(MOX_DEPTH_8U, {MOX_COMPOSITE_IN, 1, 1}, {200, 1, 9, 1}), (Result{200, 0}));
-    EXPECT_EQ(blend(MOX_DEPTH_16U, {MOX_COMPOSITE_IN, 1, 1}, {50000, 1, 9, 1}), (Result{50000, 0}));
+    EXPECT_EQ(blend(MOX_DEPTH_8U, {MOX_COMPOSITE_IN, 0, 1}, {200, 1, 9, 1}), (Result{200, 0}));
+    EXPECT_EQ(blend(MOX_DEPTH_16U, {MOX_COMPOSITE_IN, 0, 1}, {50000, 1, 9, 1}), (Result{50000, 0}));
 }
 
 TEST(Composition, dividesByAnOpacityOfOneWithoutChange) {
