@@ -1,5 +1,6 @@
 // The arithmetic of opacities over all values, or as many as there is time for: planes of 256 x 256 samples, each with
 // another pair of operands.
+#include <algorithm>
 #include <cstring>
 
 #include "arith/alphacheck.h"
@@ -247,6 +248,52 @@ TEST_P(Systematic, words) {
             return refBlendColour(rule, MOX_DEPTH_16U, {A.get(i), B.get(i), a.get(i), b.get(i)});
         });
         expectPlane(o, run, [&](uint32_t i) { return refBlendAlpha(rule, MOX_DEPTH_16U, a.get(i), b.get(i)); });
+    }
+}
+
+// Quotients that come out at, or by a rounding of the opacity just beside, what lies half way between two floats or two
+// integers: an opacity of t x 512 divides into multiples of 1 / 512 where t divides the full scale.
+TEST(AlphaExhaustive, quotientsOfWordsAtTheBoundsOfRounding) {
+    const uint32_t divisors[] = {1, 3, 5, 15, 17, 51, 85};
+    Plane A(MOX_DEPTH_16U), B(MOX_DEPTH_16U), a(MOX_DEPTH_16U), b(MOX_DEPTH_16U), d(MOX_DEPTH_16U), o(MOX_DEPTH_16U);
+    o.image.header()->alphaChannel = 1;
+    for (int form = 0; form < 3; ++form) {
+        const auto opacity = [&](uint32_t i) {
+            return form == 0 ? uint32_t{1} << i / 4096 : divisors[i % 7] * 512 >> (form == 2 ? i % 5 : 0);
+        };
+        const auto colour = [&](uint32_t i) {
+            const uint32_t step = form == 0 ? std::max(opacity(i) / 4096, 1u) : 1;
+            return (form == 0 ? i % 4096 : i / 7) * step % (opacity(i) + 1);
+        };
+        // A alone.
+        A.fill(colour);
+        a.fill(opacity);
+        B.fill([](uint32_t) { return 0; });
+        b.fill([](uint32_t) { return 0; });
+        // Then half of both, and an odd rest, comes from B.
+        for (int halves = 0; halves < 2; ++halves) {
+            if (halves == 1) {
+                B.fill([&](uint32_t i) { return colour(i) / 2; });
+                b.fill([&](uint32_t i) { return opacity(i) / 2; });
+                A.fill([&](uint32_t i) { return colour(i) - colour(i) / 2; });
+                a.fill([&](uint32_t i) { return opacity(i) - opacity(i) / 2; });
+            }
+            for (int type : {MOX_COMPOSITE_OVER, MOX_COMPOSITE_XOR, MOX_COMPOSITE_PLUS}) {
+                for (int premulAlpha = 0; premulAlpha < 2; ++premulAlpha) {
+                    const RefRule rule = {type, premulAlpha, 1};
+                    SCOPED_TRACE(describeRule(rule) + " form " + std::to_string(form));
+                    expectPlane(
+                        d,
+                        [&] {
+                            moxAlphaComposite(A.header(), B.header(), d.header(), type, a.header(), b.header(),
+                                              o.header(), premulAlpha, 1);
+                        },
+                        [&](uint32_t i) {
+                            return refBlendColour(rule, MOX_DEPTH_16U, {A.get(i), B.get(i), a.get(i), b.get(i)});
+                        });
+                }
+            }
+        }
     }
 }
 

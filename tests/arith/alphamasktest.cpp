@@ -198,4 +198,50 @@ TEST(AlphaMasks, whoseChannelIsAlpha) {
     }
 }
 
+TEST(AlphaMasks, whoseChannelsAreAlphaAreMergedAsOthersAre) {
+    TestLayout alpha = TestLayout::ofMask(20, 6);
+    alpha.alpha = 1;
+    for (const Operation &operation : operations) {
+        Masked x, same;
+        for (size_t which = 0; which < 2; ++which) {
+            x.mask(which, alpha);
+            same.mask(which, TestLayout::ofMask(20, 6));
+        }
+        ReportRecorder reports;
+        operation.run(same);
+        // What the heap gives for the merged mask is soiled.
+        AllocationWindow window;
+        operation.run(x);
+        window.close();
+        EXPECT_TRUE(reports.none());
+        for (int c = 0; c < 120; ++c) {
+            EXPECT_EQ(x.d.get(c % 3, c / 3 % 20, c / 60), same.d.get(c % 3, c / 3 % 20, c / 60)) << operation.name;
+        }
+    }
+}
+
+// Three that agree by twice the size of the first with the sum of the others, rows of different length: what is merged
+// are pixels, not bytes.
+TEST(AlphaMasks, ofUnequalRowsAreMergedByPixels) {
+    TestLayout first = TestLayout::ofMask(20, 6), second = first;
+    first.extraStride = 8;
+    second.extraStride = 16;
+    for (const Operation &operation : operations) {
+        Masked x, same;
+        TestImage &one = x.mask(0, first), &other = x.mask(1, second), &both = same.mask(0, TestLayout::ofMask(20, 6));
+        for (int y = 0; y < 6; ++y) {
+            for (int c = 0; c < 20; ++c)
+                both.set(0, c, y, one.get(0, c, y) & other.get(0, c, y));
+        }
+        ReportRecorder reports;
+        operation.run(x);
+        operation.run(same);
+        EXPECT_TRUE(reports.none());
+        for (int y = 0; y < 6; ++y) {
+            for (int c = 0; c < 20; ++c)
+                EXPECT_EQ(x.d.get(1, c, y), same.d.get(1, c, y)) << operation.name;
+        }
+    }
+}
+
 }  // namespace
