@@ -3,10 +3,15 @@
 
 #include <algorithm>
 
+// Of colours: mostly as many as pictures have.
+int AlphaScene::drawCount() {
+    return random_.oneIn(16) ? random_.between(5, 40) : random_.between(1, 4);
+}
+
 AlphaScene::AlphaScene(Random &random, const AlphaSceneOptions &options)
     : random_(random),
       options_(options),
-      colours_(random.oneIn(20) ? 0 : random.between(1, 4)),
+      colours_(random.oneIn(20) ? 0 : drawCount()),
       width_(random.between(1, options.maxWidth)),
       height_(random.between(1, options.maxHeight)),
       coi_(random.oneIn(4)) {
@@ -19,7 +24,13 @@ AlphaScene::AlphaScene(Random &random, const AlphaSceneOptions &options)
 TestImage *AlphaScene::add(const TestLayout &layout) {
     owned_.push_back(std::make_unique<TestImage>(layout, random_.next()));
     all_.push_back(owned_.back().get());
-    return all_.back();
+    TestImage &image = *all_.back();
+    // What imageSize says counts for nothing.
+    if (!layout.tiled() && layout.depth != MOX_DEPTH_1U && random_.oneIn(8)) {
+        image.header()->imageSize = random_.between(1, 100000);
+        image.keepHeader();
+    }
+    return &image;
 }
 
 // Most images reach as far as the size that the scene has in common, and some not.
@@ -50,9 +61,8 @@ TestLayout AlphaScene::drawColours(bool needsAlpha) {
     TestLayout layout;
     int coi = 0;
     if (coi_) {
-        const int colours = random_.between(1, 4);
-        layout.channels = colours;
-        coi = random_.between(1, colours);
+        layout.channels = drawCount();
+        coi = random_.between(1, layout.channels);
     } else {
         layout.channels = colours_;
     }
@@ -79,7 +89,7 @@ TestLayout AlphaScene::drawScaled() {
 
 TestLayout AlphaScene::drawOpacity(bool needsAlpha) {
     TestLayout layout;
-    layout.channels = random_.oneIn(2) ? 1 : random_.between(1, 4);
+    layout.channels = random_.oneIn(2) ? 1 : drawCount();
     if (needsAlpha || random_.oneIn(2)) layout.alpha = layout.channels;
     // Whatever it names, opacities are read elsewhere.
     place(layout, random_.oneIn(3) ? random_.between(1, layout.channels) : 0);

@@ -44,6 +44,7 @@ class AlphaScene {
 
   private:
     TestImage *add(const TestLayout &layout);
+    int drawCount();
     TestLayout drawColours(bool needsAlpha);
     TestLayout drawScaled();
     TestLayout drawOpacity(bool needsAlpha);

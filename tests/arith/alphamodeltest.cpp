@@ -55,6 +55,17 @@ TEST_P(Alpha, compositionOfWideRowsAgreesWithTheModel) {
     });
 }
 
+// Rows longer than any scratch.
+TEST_P(Alpha, compositionOfEndlessRowsAgreesWithTheModel) {
+    AlphaSceneOptions endless = options();
+    endless.maxWidth = 9000;
+    endless.maxHeight = 2;
+    forEachCase(60, [&](Random &random) {
+        endless.tiled = random.oneIn(4) ? 1 : 0;
+        checkComposite(random, endless);
+    });
+}
+
 // Rows are the outer loop, channels next: an opacity in a channel of the destination is read as it was left by the
 // channels before.
 TEST_P(Alpha, compositionReadsOpacitiesThatItHasOverwritten) {
@@ -125,7 +136,7 @@ TEST_P(Alpha, premultiplicationAgreesWithTheModel) {
         one.sources = 0;
         one.needsAlphaA = isOwn(alpha, one.depth);
         if (random.oneIn(8)) {
-            one.maxWidth = 700;
+            one.maxWidth = random.oneIn(4) ? 6000 : 700;
             one.maxHeight = 3;
         }
         AlphaScene scene(random, one);
@@ -141,7 +152,7 @@ TEST_P(Alpha, scaledMultiplicationAgreesWithTheModel) {
         two.composes = false;
         two.scales = true;
         if (random.oneIn(8)) {
-            two.maxWidth = 700;
+            two.maxWidth = random.oneIn(4) ? 6000 : 700;
             two.maxHeight = 3;
         }
         AlphaScene scene(random, two);
@@ -160,7 +171,7 @@ TEST_P(Alpha, scaledMultiplicationByConstantsAgreesWithTheModel) {
         one.scales = true;
         one.sources = 1;
         if (random.oneIn(8)) {
-            one.maxWidth = 700;
+            one.maxWidth = random.oneIn(4) ? 6000 : 700;
             one.maxHeight = 3;
         }
         AlphaScene scene(random, one);
