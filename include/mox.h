@@ -829,6 +829,279 @@ enum {
  */
 MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, int noise, int ditherType, int levels);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Colour models
+ *
+ * Each function converts the common width and height of two whole images, 3 channels of the destination from the first
+ * 3 of the source. Regions are refused; masks and channels of interest mean nothing. T(x) is x truncated towards zero,
+ * F the largest value of a depth, >> rounds down.
+ *
+ * RGB. In pixel order R comes first where channelSeq begins with 'R', and B where it begins with 'B'; G is second. In
+ * plane
+ * order R, G and B are the planes at the places of their letters. Further channels are skipped. The other model has
+ * its three channels in the order of its name, YCrCb as Y, Cb, Cr.
+ *
+ * A function from RGB writes the name of the new model into colorModel and channelSeq of the destination ("YCr" for
+ * YCrCb), before it looks at depths. The source may be the destination: it is then read by the sequence that it had.
+ *
+ * Tiles of the destination are requested one by one for writing, the rectangle of the source that each one needs is
+ * copied first. A refused tile is -5 "(srcImage->tileInfo->tileData == 0)" or "(dstImage->tileInfo->tileData == 0)",
+ * missing memory for a rectangle -4 "Out of memory".
+ *
+ * Failures, all -5 but the first, in this order:
+ *
+ *   "Incorrect Image" with the fault of the source or the destination
+ *   "colorModel must be RGB instead of ? ", "channelSeq must be RGB or BGR instead of ? " for the image that is RGB, by
+ *   the
+ *       first three characters; ? is the field, up to four characters, and a blank follows
+ *   "src-> colorModel must be HSV instead of ?", "src-> channelSeq must be HSV instead of ?" in a function to RGB, with
+ *   the
+ *       name of the source's model
+ *   "src & dst roi must be NULL"
+ *   "(src->nChannels < 3 ) || (dst->nChannels != 3 ) || (src->depth != dst->depth) || (src->dataOrder !=
+ *       dst->dataOrder) || (src->origin != dst->origin)" (in one line)
+ *   "Error input depth. ? are valid now" on behalf of ownRGB2HSV and its like, where ? is "32F, 32S ,16U,8U" for XYZ,
+ *   YUV and
+ *       YCrCb, "32S,16U,8U" for HSV and HLS; "32F is valid now" for LUV, "8U is valid now" for YCC
+ *   "Incorrect Image" for images that cannot be in memory
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Hue, saturation, value, at 8U, 16U and 32S (of which -2147483648 counts as 0). In double precision, with max and min
+ * of R, G, B and delta = max - min:
+ *
+ *   V = max, S = delta / max, and S = H = 0 where max is 0 or delta is 0
+ *   H = ((G - B) x 60) / delta             where R is max,
+ *       (1 / delta) x ((B - R) x 60) + 120 else where G is max,
+ *       (1 / delta) x ((R - G) x 60) + 240 else; 360 more below 0
+ *
+ * stored as T(H x F x 0.002777777777777778), T(S x F), T(V); at 32S with -2147483648.5 added before T.
+ */
+MOX_EXPORT void MOX_CALL moxRGB2HSV(MoxImage *src, MoxImage *dst);
+
+/**
+ * The way back: with k = 1 / F, S x k = s and V for all three where S is 0. h = H x 360 x k / 60, and 0 from 6 on; the
+ * sector is I = T(h - 0.5), and f = h - I, which goes up to 1.5. p = T((1 - s) V), q = T((1 - f s) V), t = T((1 - (1 -
+ * f) s) V)
+ * give R, G, B as V t p, q V p, p V t, p q V, t p V for I from 0 to 4, and V p q for 5. At 8U and 16U results keep
+ * their low bits: a value of 306 is stored as 50. At 32S, 2147483648.5 are taken off before T.
+ */
+MOX_EXPORT void MOX_CALL moxHSV2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * Hue, lightness, saturation, at 8U, 16U and 32S. The hue is that of moxRGB2HSV; L = (max + min) / 2; S = delta / (max
+ * + min)
+ * where L is at most F / 2, else delta / (2 F - (max + min)). Stored as T(H x F x 0.002777777777777778), T(L), T(S x
+ * F);
+ * at 32S with -2147483648.0 added before T.
+ */
+MOX_EXPORT void MOX_CALL moxRGB2HLS(MoxImage *src, MoxImage *dst);
+
+/**
+ * The way back, with h = H x 360 / F, l = L / F, s = S / F; the L sample for all three where s is 0. m2 = (s + 1) l
+ * where l
+ * is at most 0.5, else s + l - s l; m1 = 2 l - m2. A channel is T(F x value) with x = h + 120 for R, h for G, h - 120
+ * for
+ * B, within 0 to 360: (m2 - m1) x / 60 + m1 below 60, m2 below 180, (m2 - m1) (240 - x) / 60 + m1 below 240, else m1.
+ */
+MOX_EXPORT void MOX_CALL moxHLS2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * CIE XYZ, at 8U, 16U, 32S and 32F, by the rows 0.412453 0.35758 0.180423, 0.212671 0.71516 0.072169, 0.019334 0.119193
+ * 0.950227. 32F in single precision. 8U and 16U: (6758R + 5859G + 2956B + 8192) >> 14, (3484R + 11717G + 1182B + 8192)
+ * >> 14,
+ * (317R + 1953G + 15569B + 8192) >> 14, of which Z is limited to F. 32S: T in double precision, X - 106394929.85651207
+ * and Z
+ * + 190597763.694592, which is limited.
+ */
+MOX_EXPORT void MOX_CALL moxRGB2XYZ(MoxImage *src, MoxImage *dst);
+
+/**
+ * The way back by 3.240479 -1.53715 -0.498535, -0.969256 1.875992 0.041556, 0.055648 -0.204043 1.057311; 32F in single
+ * precision. 8U: (53092X
+ * - 25185Y - 8168Z + 8192) >> 14, (-15880X + 30736Y + 681Z + 8192) >> 14, (912X - 3343Y + 17323Z + 8192) >> 14,
+ * limited. 16U drops the low byte of
+ * X, Y and Z and shifts by 6. 32S: T in double precision, limited, of 3.2404813432005X - 1.5371515162713Y -
+ * 0.49853632616889Z +
+ * 439790694.0994415, -0.96925494999657X + 1.8759900014899Y + 0.041555926558293Z - 111044279.08821273,
+ * 0.055646639135177X - 0.20404133836651Y +
+ * 1.0573110696453Z - 195600605.13649487.
+ */
+MOX_EXPORT void MOX_CALL moxXYZ2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * Y = 0.299R + 0.587G + 0.114B and its differences U = -0.146R - 0.288G + 0.434B, V = 0.617R - 0.517G - 0.1B, at 8U,
+ * 16U, 32S and 32F. 32F:
+ * Y in single, U and V in double precision. 32S: T in double precision, limited. 8U and 16U, limited, with o = F / 2
+ * rounded down: (9798R + 19235G + 3736B) >> 15, ((-4784R - 9437G + 14221B) >> 15) + o, ((20218R - 16941G - 3277B) >>
+ * 15) + o.
+ *
+ * A source of 8U in pixel order with 3 channels may have a destination in plane order. Then U = ((16121 (B - Y)) >> 15)
+ * + 128 and V = ((28737 (R - Y)) >> 15) + 128, limited.
+ *
+ * "src1->depth != src2->depth" comes right behind the tests of the headers.
+ */
+MOX_EXPORT void MOX_CALL moxRGB2YUV(MoxImage *src, MoxImage *dst);
+
+/**
+ * The way back: R = Y + 1.135920183V, G = Y - 0.3959190767U - 0.5782887929V, B = Y + 2.041101518U, at 32S limited and
+ * truncated. 8U and 16U, limited, with u = U - o and v = V - o: Y + ((-31u + 37222v) >> 15), Y + ((-12974u - 18949v) >>
+ * 15),
+ * Y + ((66883u - 53v) >> 15). A source of 8U in plane order may have a destination in pixel order; o is 128 then. The
+ * depths are tested first, as in moxRGB2YUV.
+ */
+MOX_EXPORT void MOX_CALL moxYUV2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * Y, Cb, Cr, at 8U, 16U, 32S and 32F. 32F in single precision: 0.299R + 0.587G + 0.114B, -0.1687359R - 0.331264G + 0.5B
+ * + 0.5, 0.5R -
+ * 0.41868759G - 0.08131241B + 0.5. 32S: T in double precision, without the two 0.5. 16U: (4899R + 9617G + 1868B + 8192)
+ * >> 14, (-2765R - 5427G +
+ * 8192B + 0x20000000) >> 14, (8192R - 6860G - 1332B + 0x20000000) >> 14. 8U: Y = (4898R + 9617G + 1867B + 8192) >> 14,
+ * ((B - Y) 9246 + 0x200000) >> 14, ((R - Y) 11686 + 0x200000) >> 14. At 8U and 16U results keep their low bits.
+ */
+MOX_EXPORT void MOX_CALL moxRGB2YCrCb(MoxImage *src, MoxImage *dst);
+
+/**
+ * The way back. 32F in single precision: Y + 1.402Cr - 0.701, Y - 0.3441363Cb - 0.7141363Cr + 0.5291363, Y + 1.772Cb -
+ * 0.886, at least 0. 32S: T
+ * in double precision, limited, of Y + 1.4019999991573Cr, Y - 0.34413629776123Cb - 0.71413631643017Cr, Y +
+ * 1.7720000660742Cb. 16U: Y + ((22970Cr -
+ * 752669475) >> 14), Y - ((5638Cb + 11700Cr - 568122915) >> 14), Y + ((29032Cb - 951306060) >> 14), limited. 8U: the
+ * same with 2928675,
+ * 2210595 and 3701580.
+ */
+MOX_EXPORT void MOX_CALL moxYCrCb2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * Y, C1, C2 of Photo YCC, at 8U only. Results are bytes of a curve with the indices (22256Y + 29844C2 - 4088627) >> 14,
+ * (22256Y - 7050C1 - 15190C2 + 3180809) >> 14, (22256Y + 36338C1 - 5668739) >> 14, which become 0 below 0 and 360 above
+ * 361. The curve rises
+ * from 0 to 255, which it reaches at 353, and has 0 at 361.
+ */
+MOX_EXPORT void MOX_CALL moxYCC2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * L, U, V of CIE L*u*v*, at 32F only, in single precision. With X, Y, Z of moxRGB2XYZ and Y > 0.01: L = 116 p - 16,
+ * where p is Y to
+ * the power of 0.3333333432674408 in double precision (accurate to two units of its last place), as a float; d = 1 / (X
+ * + 15Y +
+ * 3Z); U = 13L (4X d - 0.1978394091129303), V = 13L (9Y d - 0.47076964378356934). L = U = V = 0 else.
+ */
+MOX_EXPORT void MOX_CALL moxRGB2LUV(MoxImage *src, MoxImage *dst);
+
+/**
+ * The way back, in double precision. Where L > 8.7: t = 1 / (13L), q = (L + 16) 0.008620689655172414, Y = q q q, u = U
+ * t +
+ * 0.19783940212891, v = V t + 0.46834220078579, w = Y / v, X = 2.25 w u, Z = 3w - 5Y - X / 3, then the rows of
+ * moxXYZ2RGB. R = G = B = 0
+ * else. Thresholds and white points differ from those of moxRGB2LUV.
+ */
+MOX_EXPORT void MOX_CALL moxLUV2RGB(MoxImage *src, MoxImage *dst);
+
+/**
+ * Gray from RGB at 8U, 16U or 32S, to 16U, 8U or 1U. With S = 54R + 183G + 18B:
+ *
+ *             to 16U     to 8U      the bit at 1U is set where
+ *   8U        S          S >> 8     S >> 8 is at least 128
+ *   16U       S >> 8     S >> 16    S >> 8 is at least 32768
+ *   32S       W >> 13    W >> 21    W, with shifts by 10, is at least 0x20000000
+ *
+ * W = 109 (R >> 11) + 366 (G >> 11) + 37 (B >> 11), of which 0 is the least that 8U and 16U store. The destination in
+ * plane order may
+ * have several channels: the first is written. Bits beyond the width stay as they are.
+ *
+ * Failures, all -5 but the first, in this order: "Incorrect Image"; those of moxRGB2HSV of the source's model;
+ * "colorModel must be GRAY
+ * instead of ? ", "channelSeq must be G instead of ? " of the destination, which is named "GRAY" or "Gray" (three
+ * characters
+ * count) and "G" (one counts); "src & dst roi must be NULL"; "(dst-> dataOrder == MOX_DATA_ORDER_PIXEL) &&
+ * (dst-> nChannels != 1)" (in one line); "src->origin != dst->origin"; "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are
+ * valid now" on
+ * behalf of ownColorToGray; "Incorrect Image" with -15 for a source of less than 3 channels.
+ */
+MOX_EXPORT void MOX_CALL moxColorToGray(MoxImage *src, MoxImage *dst);
+
+/**
+ * RGB from gray at 8U, 16U, 32S, and at 8U from bits: each channel is (gray x w) >> shift, the weights w being T(256 x
+ * weight) with a shift
+ * of 8 at 8U, else T(32768 x weight) with 15. A set bit counts as 255. Where all three w are 0 they are 54, 183, 18
+ * with 8 at 8U, 109,
+ * 366, 37 with 9 at 16U, 6968, 23434, 2364 with 15 at 32S. At 8U and 16U results keep their low bits; at 32S the result
+ * is 2 w (gray >> 16) + ((w
+ * (gray & 0xFFFF)) >> 15), limited. Weights beyond 32 bits are limited. A source in plane order may have several
+ * channels: the first is read.
+ *
+ * Failures, all -5 but the first, in this order: "Incorrect Image"; the tests of moxRGB2HSV of the destination's model;
+ * those of moxColorToGray
+ * of the source's; "src & dst roi must be NULL"; "src-> depth != dst-> depth && src-> depth != 1U"; "src-> depth ==
+ * dst-> depth && dst-> depth
+ * != 8U" where the source has bits and the destination is not 8U; "(src->dataOrder==MOX_DATA_ORDER_PIXEL) &&
+ * (dst->dataOrder ==
+ * MOX_DATA_ORDER_PLANE) is not supported"; "(src-> dataOrder == MOX_DATA_ORDER_PIXEL) && (src-> nChannels != 1)";
+ * "(src->origin !=
+ * dst->origin)"; "Error input depth. 32S,16U,8U are valid now" on behalf of ownGrayToColor; "Incorrect Image" with -15
+ * for a destination of
+ * less than 3 channels.
+ */
+MOX_EXPORT void MOX_CALL moxGrayToColor(MoxImage *src, MoxImage *dst, float weightR, float weightG, float weightB);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Colour twist
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** A matrix of 4 x 4 fixed-point numbers, row by row: each stands for itself / 2^scalingValue. */
+typedef struct MoxColorTwist {
+    int data[16];
+    int scalingValue; /**< 0 to 31 */
+} MoxColorTwist;
+
+/**
+ * A new matrix, to be given back by moxDeleteColorTwist. -5 "bad_argument" for a null data or a scalingValue outside of
+ * 0 to 31, -4
+ * "matrix_is_not_allocated"; the result is null then.
+ */
+MOX_EXPORT MoxColorTwist *MOX_CALL moxCreateColorTwist(const int *data, int scalingValue);
+
+/** Replaces all of it. -5 "cTwist==0", "(data == 0)", "(scalingValue < 0)", "(scalingValue > 31)". */
+MOX_EXPORT void MOX_CALL moxSetColorTwist(MoxColorTwist *cTwist, const int *data, int scalingValue);
+
+/** Frees a matrix. Null is ignored. */
+MOX_EXPORT void MOX_CALL moxDeleteColorTwist(MoxColorTwist *cTwist);
+
+/**
+ * Turns the first three channels c1, c2, c3 of each pixel by the first three rows of the matrix: channel i becomes
+ * (m[i][0] c1 + m[i][1] c2 +
+ * m[i][2] c3 + m[i][3]) >> scalingValue, rounded down from an exact sum and limited to the depth, which is 8U or 16U. A
+ * fourth channel, alpha or
+ * not, stays as it is. Regions and masks count, a channel of interest does not. extra is for future use.
+ *
+ * Failures, in this order, "Incorrect Image" with the fault of the source or the destination, all others -5:
+ * "cTwist==0"; "(srcImage->nChannels <
+ * 3)"; "((srcImage->alphaChannel != 0) && (srcImage->nChannels < 4))"; "(dstImage->nChannels < 3)";
+ * "((dstImage->alphaChannel != 0) &&
+ * (dstImage->nChannels < 4))"; "(srcImage->depth != dstImage->depth)"; "((srcImage->depth != 8) && (srcImage->depth !=
+ * 16))";
+ * "(srcImage->dataOrder != dstImage->dataOrder)"; "(srcImage->origin != dstImage->origin)"; "(srcImage->origin !=
+ * srcImage->maskROI->origin)"; "(srcImage->tileInfo->tileData == 0)"; "(dstImage->tileInfo->tileData == 0)". -4 "Out of
+ * memory" for combined
+ * masks.
+ */
+MOX_EXPORT void MOX_CALL moxApplyColorTwist(MoxImage *srcImage, MoxImage *dstImage, const MoxColorTwist *cTwist,
+                                            int extra);
+
+/**
+ * The same with a matrix of 4 x 4 floats, row by row, at every depth but 1U, also to another one. Products and sums
+ * from left to right in double
+ * precision; integers are rounded to nearest, ties to even, and limited to the depth, and what is no number gives its
+ * least value.
+ *
+ * Failures as in moxApplyColorTwist, in this order: "(TwistFP == 0)", the tests of order and origin, those of channels,
+ * tiles. There is no
+ * test of the mask's origin.
+ */
+MOX_EXPORT void MOX_CALL moxColorTwistFP(MoxImage *srcImage, MoxImage *dstImage, const float *TwistFP);
+
 /** Where the palette of a bitmap comes from. */
 enum {
     MOX_PALCONV_NONE = 0,     /**< the bitmap's own, as it is */

@@ -5,7 +5,7 @@
 // order.
 #include "color/owndith.h"
 #include "color/ownlanes.h"
-#include "color/ownpack.h"
+#include "frame/ownpack.h"
 
 namespace {
 

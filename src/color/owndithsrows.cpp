@@ -1,7 +1,7 @@
 // Kernels of bit reduction that need no neighbours.
 #include "color/owndith.h"
 #include "color/ownlanes.h"
-#include "color/ownpack.h"
+#include "frame/ownpack.h"
 
 namespace {
 

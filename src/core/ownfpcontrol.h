@@ -1,4 +1,4 @@
-// The floating-point environment. Only src/core touches it: everyone else holds an OwnChopRounding.
+// The floating-point environment. Only src/core touches it: everyone else holds an OwnRounding.
 #pragma once
 
 // The rounding field of a control word in the portable layout, and its values.
@@ -13,14 +13,17 @@ enum : unsigned {
 // Replaces the bits of the control word that mask selects, and returns the setting before. With mask 0 it only reads.
 unsigned ownControlFp(unsigned value, unsigned mask);
 
-// Rounding towards zero for the life of the object, on every path out.
-class OwnChopRounding {
+// A rounding mode for the life of the object, on every path out.
+template <unsigned mode>
+class OwnRounding {
   public:
-    OwnChopRounding() : before_(ownControlFp(OWN_ROUND_CHOP, OWN_ROUND_MASK)) {}
-    ~OwnChopRounding() { ownControlFp(before_, OWN_ROUND_MASK); }
-    OwnChopRounding(const OwnChopRounding &) = delete;
-    OwnChopRounding &operator=(const OwnChopRounding &) = delete;
+    OwnRounding() : before_(ownControlFp(mode, OWN_ROUND_MASK)) {}
+    ~OwnRounding() { ownControlFp(before_, OWN_ROUND_MASK); }
+    OwnRounding(const OwnRounding &) = delete;
+    OwnRounding &operator=(const OwnRounding &) = delete;
 
   private:
     unsigned before_;
 };
+using OwnChopRounding = OwnRounding<OWN_ROUND_CHOP>;
+using OwnNearestRounding = OwnRounding<OWN_ROUND_NEAREST>;

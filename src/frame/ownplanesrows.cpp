@@ -1,0 +1,251 @@
+// Pixels into rows and rows into pixels, compiled once for each CPU level.
+#include "frame/ownpack.h"
+#include "frame/ownplanes.h"
+
+namespace OWN_LEVEL {
+namespace {
+
+// What the vectors below leave over, from pixel i on.
+template <class D, int step>
+void splitFrom(const void *pixels, void *const *rows, size_t i, size_t n) {
+    using Sample = typename D::Sample;
+    const Sample *src = static_cast<const Sample *>(pixels);
+    Sample *row[step];
+    for (int c = 0; c < step; ++c)
+        row[c] = static_cast<Sample *>(rows[c]);
+    for (; i < n; ++i) {
+        for (int c = 0; c < step; ++c)
+            row[c][i] = src[i * step + static_cast<size_t>(c)];
+    }
+}
+
+template <class D, int step>
+void joinFrom(const void *const *rows, void *pixels, size_t i, size_t n) {
+    using Sample = typename D::Sample;
+    Sample *dst = static_cast<Sample *>(pixels);
+    const Sample *row[step];
+    for (int c = 0; c < step; ++c)
+        row[c] = static_cast<const Sample *>(rows[c]);
+    for (; i < n; ++i) {
+        for (int c = 0; c < step; ++c)
+            dst[i * step + static_cast<size_t>(c)] = row[c][i];
+    }
+}
+
+#if defined(__AVX2__)
+
+// Vectors of two halves, each of 16 bytes with a turn of its own: three such vectors hold 3 x 16 bytes of pixels in
+// their lower halves, and those that follow in the upper ones.
+constexpr size_t HALF = 16, WHOLE = 32;
+
+inline __m256i load(const uint8_t *p) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
+}
+inline __m256i loadHalves(const uint8_t *low, const uint8_t *high) {
+    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i *>(low));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(first),
+                                   _mm_loadu_si128(reinterpret_cast<const __m128i *>(high)), 1);
+}
+inline void store(uint8_t *p, __m256i v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), v);
+}
+
+// Of any place within the 16 bytes each of three samples in turn stands there in just one of the three vectors. So a
+// channel is one selection, from which a permutation makes a row, or into which it makes one.
+template <int bytes>
+struct Triples {
+    struct Order {
+        alignas(WHOLE) uint8_t split[3][WHOLE], join[3][WHOLE];
+        alignas(WHOLE) uint8_t second[3][WHOLE], third[3][WHOLE];  // the places of a channel in these vectors
+    };
+    static constexpr Order make() {
+        Order order = {};
+        constexpr int samples = 16 / bytes;
+        for (int at = 0; at < 32; ++at) {
+            const int place = at % 16 / bytes, byte = at % bytes;
+            for (int c = 0; c < 3; ++c) {
+                order.split[c][at] = static_cast<uint8_t>((3 * place + c) % samples * bytes + byte);
+                for (int k = 0; k < 3; ++k) {
+                    const int sample = samples * k + place;
+                    if (sample % 3 != c) continue;
+                    order.join[c][at] = static_cast<uint8_t>(sample / 3 * bytes + byte);
+                    if (k == 1) order.second[c][at] = 255;
+                    if (k == 2) order.third[c][at] = 255;
+                }
+            }
+        }
+        return order;
+    }
+    static constexpr Order order = make();
+
+    static __m256i at(const uint8_t *places) { return _mm256_load_si256(reinterpret_cast<const __m256i *>(places)); }
+
+    [[gnu::always_inline]] static __m256i channel(int c, __m256i first, __m256i second, __m256i third) {
+        const __m256i some = _mm256_blendv_epi8(first, second, at(order.second[c]));
+        return _mm256_shuffle_epi8(_mm256_blendv_epi8(some, third, at(order.third[c])), at(order.split[c]));
+    }
+
+    // The k-th vector of pixels, from channels permuted by join.
+    template <int k>
+    [[gnu::always_inline]] static __m256i pixels(const __m256i *channels) {
+        // With sample = samples x k + place, channel c has the places where sample % 3 is c.
+        const auto places = [](int c) { return k == 1 ? at(order.second[c]) : at(order.third[c]); };
+        if constexpr (k == 0) {
+            // The places that the other two vectors do not have.
+            const __m256i green = _mm256_or_si256(at(order.second[1]), at(order.third[1]));
+            const __m256i blue = _mm256_or_si256(at(order.second[2]), at(order.third[2]));
+            const __m256i some = _mm256_blendv_epi8(channels[1], channels[0], green);
+            return _mm256_blendv_epi8(channels[2], some, blue);
+        } else {
+            const __m256i some = _mm256_blendv_epi8(channels[0], channels[1], places(1));
+            return _mm256_blendv_epi8(some, channels[2], places(2));
+        }
+    }
+};
+
+template <int bytes>
+size_t splitTriples(const uint8_t *src, void *const *rows, size_t n) {
+    uint8_t *a = static_cast<uint8_t *>(rows[0]), *b = static_cast<uint8_t *>(rows[1]),
+            *c = static_cast<uint8_t *>(rows[2]);
+    size_t at = 0;
+    for (; at + WHOLE <= n * bytes; at += WHOLE, src += 3 * WHOLE) {
+        const __m256i first = loadHalves(src, src + 3 * HALF), second = loadHalves(src + HALF, src + 4 * HALF),
+                      third = loadHalves(src + 2 * HALF, src + 5 * HALF);
+        store(a + at, Triples<bytes>::channel(0, first, second, third));
+        store(b + at, Triples<bytes>::channel(1, first, second, third));
+        store(c + at, Triples<bytes>::channel(2, first, second, third));
+    }
+    return at / bytes;
+}
+
+template <int bytes>
+size_t joinTriples(const void *const *rows, uint8_t *dst, size_t n) {
+    using T = Triples<bytes>;
+    const uint8_t *row[3];
+    for (int c = 0; c < 3; ++c)
+        row[c] = static_cast<const uint8_t *>(rows[c]);
+    size_t at = 0;
+    for (; at + WHOLE <= n * bytes; at += WHOLE, dst += 3 * WHOLE) {
+        __m256i channels[3];
+        for (int c = 0; c < 3; ++c)
+            channels[c] = _mm256_shuffle_epi8(load(row[c] + at), T::at(T::order.join[c]));
+        const __m256i first = T::template pixels<0>(channels), second = T::template pixels<1>(channels),
+                      third = T::template pixels<2>(channels);
+        store(dst, _mm256_permute2x128_si256(first, second, 0x20));
+        store(dst + WHOLE, _mm256_permute2x128_si256(third, first, 0x30));
+        store(dst + 2 * WHOLE, _mm256_permute2x128_si256(second, third, 0x31));
+    }
+    return at / bytes;
+}
+
+// Pixels of four samples, four vectors at a time. Each half has the samples of a channel side by side first; then
+// groups of four bytes change places with those of the other vectors.
+template <int bytes>
+size_t splitQuads(const uint8_t *src, void *const *rows, size_t n) {
+    const __m256i bytesTogether =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+    const __m256i wordsTogether =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    size_t at = 0;
+    for (; at + WHOLE <= n * bytes; at += WHOLE, src += 4 * WHOLE) {
+        __m256i v[4];
+        for (size_t k = 0; k < 4; ++k) {
+            v[k] = loadHalves(src + k * HALF, src + (k + 4) * HALF);
+            if (bytes == 1) v[k] = _mm256_shuffle_epi8(v[k], bytesTogether);
+            if (bytes == 2) v[k] = _mm256_shuffle_epi8(v[k], wordsTogether);
+        }
+        const __m256i low0 = _mm256_unpacklo_epi32(v[0], v[1]), low1 = _mm256_unpacklo_epi32(v[2], v[3]);
+        const __m256i high0 = _mm256_unpackhi_epi32(v[0], v[1]), high1 = _mm256_unpackhi_epi32(v[2], v[3]);
+        store(static_cast<uint8_t *>(rows[0]) + at, _mm256_unpacklo_epi64(low0, low1));
+        store(static_cast<uint8_t *>(rows[1]) + at, _mm256_unpackhi_epi64(low0, low1));
+        store(static_cast<uint8_t *>(rows[2]) + at, _mm256_unpacklo_epi64(high0, high1));
+        store(static_cast<uint8_t *>(rows[3]) + at, _mm256_unpackhi_epi64(high0, high1));
+    }
+    return at / bytes;
+}
+
+template <int bytes>
+__m256i zipLow(__m256i a, __m256i b) {
+    if constexpr (bytes == 1) return _mm256_unpacklo_epi8(a, b);
+    if constexpr (bytes == 2) return _mm256_unpacklo_epi16(a, b);
+    if constexpr (bytes == 4) return _mm256_unpacklo_epi32(a, b);
+    if constexpr (bytes == 8) return _mm256_unpacklo_epi64(a, b);
+}
+template <int bytes>
+__m256i zipHigh(__m256i a, __m256i b) {
+    if constexpr (bytes == 1) return _mm256_unpackhi_epi8(a, b);
+    if constexpr (bytes == 2) return _mm256_unpackhi_epi16(a, b);
+    if constexpr (bytes == 4) return _mm256_unpackhi_epi32(a, b);
+    if constexpr (bytes == 8) return _mm256_unpackhi_epi64(a, b);
+}
+
+template <int bytes>
+size_t joinQuads(const void *const *rows, uint8_t *dst, size_t n) {
+    const uint8_t *row[4];
+    for (int c = 0; c < 4; ++c)
+        row[c] = static_cast<const uint8_t *>(rows[c]);
+    size_t at = 0;
+    for (; at + WHOLE <= n * bytes; at += WHOLE, dst += 4 * WHOLE) {
+        const __m256i a = load(row[0] + at), b = load(row[1] + at), c = load(row[2] + at), d = load(row[3] + at);
+        const __m256i lowAB = zipLow<bytes>(a, b), lowCD = zipLow<bytes>(c, d);
+        const __m256i highAB = zipHigh<bytes>(a, b), highCD = zipHigh<bytes>(c, d);
+        const __m256i v0 = zipLow<2 * bytes>(lowAB, lowCD), v1 = zipHigh<2 * bytes>(lowAB, lowCD);
+        const __m256i v2 = zipLow<2 * bytes>(highAB, highCD), v3 = zipHigh<2 * bytes>(highAB, highCD);
+        store(dst, _mm256_permute2x128_si256(v0, v1, 0x20));
+        store(dst + WHOLE, _mm256_permute2x128_si256(v2, v3, 0x20));
+        store(dst + 2 * WHOLE, _mm256_permute2x128_si256(v0, v1, 0x31));
+        store(dst + 3 * WHOLE, _mm256_permute2x128_si256(v2, v3, 0x31));
+    }
+    return at / bytes;
+}
+
+template <class D, int step>
+size_t splitVectors(const void *pixels, void *const *rows, size_t n) {
+    constexpr int bytes = sizeof(typename D::Value);
+    const uint8_t *src = static_cast<const uint8_t *>(pixels);
+    return step == 3 ? splitTriples<bytes>(src, rows, n) : splitQuads<bytes>(src, rows, n);
+}
+template <class D, int step>
+size_t joinVectors(const void *const *rows, void *pixels, size_t n) {
+    constexpr int bytes = sizeof(typename D::Value);
+    uint8_t *dst = static_cast<uint8_t *>(pixels);
+    return step == 3 ? joinTriples<bytes>(rows, dst, n) : joinQuads<bytes>(rows, dst, n);
+}
+
+#else
+
+template <class D, int step>
+size_t splitVectors(const void *, void *const *, size_t) {
+    return 0;
+}
+template <class D, int step>
+size_t joinVectors(const void *const *, void *, size_t) {
+    return 0;
+}
+
+#endif
+
+template <class D, int step>
+void split(const void *pixels, void *const *rows, size_t n) {
+    splitFrom<D, step>(pixels, rows, splitVectors<D, step>(pixels, rows, n), n);
+}
+
+template <class D, int step>
+void join(const void *const *rows, void *pixels, size_t n) {
+    joinFrom<D, step>(rows, pixels, joinVectors<D, step>(rows, pixels, n), n);
+}
+
+void packBits(const uint8_t *bytes, size_t n, uint8_t *bits) {
+    ownPackBits(bytes, 0, n, bits);
+}
+
+}  // namespace
+
+extern const OwnPlaneMoves planeMoves;
+const OwnPlaneMoves planeMoves = {
+    {{split<Own8U, 3>, split<Own8U, 4>}, {split<Own16U, 3>, split<Own16U, 4>}, {split<Own32U, 3>, split<Own32U, 4>}},
+    {{join<Own8U, 3>, join<Own8U, 4>}, {join<Own16U, 3>, join<Own16U, 4>}, {join<Own32U, 3>, join<Own32U, 4>}},
+    packBits,
+};
+
+}  // namespace OWN_LEVEL
