@@ -72,8 +72,7 @@ bool overwritesOpacity(MoxImage *const *views, const Channels &channels) {
 
 // How many channels go together: all, where no image has more than the kernel's rows, else as many as leave room for an
 // opacity.
-int channelsAtOnce(MoxImage *const *views, const Channels &channels) {
-    if (overwritesOpacity(views, channels)) return 1;
+int channelsAtOnce(MoxImage *const *views) {
     const bool fit = std::all_of(views, views + VIEWS,
                                  [](const MoxImage *view) { return !view || view->nChannels <= OWN_MAX_PLANES; });
     return fit ? OWN_MAX_PLANES : OWN_MAX_PLANES - 1;
@@ -138,12 +137,15 @@ class Share {
 void ownMixImages(const OwnMixing &mixing, MoxImage *const *views, MoxImage *mask, int width, int height) {
     const OwnNearestRounding rounding;
     const Channels channels = channelsOf(views);
-    const int atOnce = channelsAtOnce(views, channels);
+    const bool overwrites = overwritesOpacity(views, channels);
+    const int atOnce = overwrites ? 1 : channelsAtOnce(views);
     int first = 0;
     do {
         const int end = std::min(first + atOnce, channels.count);
-        const bool last = end == channels.count, output = last && views[OUTPUT];
+        const bool last = end == channels.count, output = last && views[OUTPUT] && !overwrites;
         if (end > first || output) Share(mixing, views, channels, first, end, output).run(mask, width, height);
         first = end;
     } while (first < channels.count);
+    // Behind the last colour, which may be an opacity too.
+    if (overwrites && views[OUTPUT]) Share(mixing, views, channels, first, first, true).run(mask, width, height);
 }

@@ -29,6 +29,12 @@ void setRoi(OwnScratchImage *view, int64_t x, int64_t y, int64_t width, int64_t 
     view->roi.height = static_cast<int>(height);
 }
 
+// The first fault is the one that is told: memory that runs out leaves one in the status word, with which the copies of
+// the other images fail.
+void keepStatus(MoxTileSession *session, MoxStatus status) {
+    if (session->status == MOX_StatusNoError) session->status = status;
+}
+
 // A slot of a session, for the current rectangle.
 class Straddle {
   public:
@@ -81,7 +87,7 @@ class Straddle {
             each->header.alphaChannel = slot_.image->alphaChannel;
             each->roi.coi = slot_.image->roi ? slot_.image->roi->coi : 0;
         }
-        if (moxGetErrStatus() < 0) session_.status = MOX_StatusBacktrace;
+        if (moxGetErrStatus() < 0) keepStatus(&session_, MOX_StatusBacktrace);
     }
 
   private:
@@ -116,7 +122,7 @@ bool makeRoom(const MoxTileSession *session, OwnTileSlot *slot) {
 }
 
 MoxImage *fail(MoxTileSession *session, MoxStatus status) {
-    session->status = status;
+    keepStatus(session, status);
     return nullptr;
 }
 
