@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "arith/alphacalls.h"
 #include "core/owncpu.h"
 #include "hostile.h"
+#include "mox.h"
 #include "support/allocations.h"
 #include "target.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/alphacalls.h"
+#include "mox.h"
 #include "reference/alpha.h"
 #include "support/allocations.h"
 #include "support/reports.h"

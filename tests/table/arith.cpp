@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <bit>
 
-#include "arith/alphacalls.h"
 #include "table/examples.h"
 
 namespace {

@@ -1,4 +1,0 @@
-// The operations with opacities.
-#pragma once
-
-#include "mox.h"
