@@ -145,6 +145,7 @@ HostileImages::Part *HostileImages::add(Random &random, bool isMask, int depth) 
     image.headerSize = random.oneIn(8) ? drawInt(random) : static_cast<int>(sizeof(MoxImage));
     image.depth = random.oneIn(24) ? random.bits()
                   : isMask         ? MOX_DEPTH_1U
+                  : depth_ != 0    ? depth_
                                    : allDepths[random.below(static_cast<int>(std::size(allDepths)))];
     const bool one = image.depth == MOX_DEPTH_1U && !random.oneIn(24);
     image.nChannels = one ? 1 : pick(random, channels);
@@ -190,7 +191,7 @@ void HostileImages::makeFlat(Random &random) {
     }
 }
 
-HostileImages::HostileImages(Random &random, int count) {
+HostileImages::HostileImages(Random &random, int count, unsigned depth) : depth_(depth) {
     for (int i = 0; i < count; ++i) {
         const bool again = i > 0 && random.oneIn(6), none = random.oneIn(64);
         if (none) {

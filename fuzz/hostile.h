@@ -25,7 +25,8 @@ class WatchedBlock {
 
 class HostileImages {
   public:
-    HostileImages(Random &random, int count);
+    // Images are of the depth that is given, but for masks and now and then one; of any depth without it.
+    HostileImages(Random &random, int count, unsigned depth = 0);
     HostileImages(const HostileImages &) = delete;
     HostileImages &operator=(const HostileImages &) = delete;
     ~HostileImages();
@@ -67,4 +68,5 @@ class HostileImages {
     std::vector<Tile> inHand_;
     int requests_ = 0, refuseAt_ = 0;
     bool tooLarge_ = false;
+    unsigned depth_;
 };

@@ -609,6 +609,125 @@ MOX_EXPORT void MOX_CALL moxSquare(MoxImage *srcImage, MoxImage *dstImage);
 MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Alpha composition, at depths 8U and 16U.
+ *
+ * F is the full scale, 255 or 65535, and M(x, y) the product of two fractions of it, x y / F rounded down; so
+ * M(F, x) = x. Colours are all channels but alpha, or the channel of interest. The opacities of an image are its alpha
+ * channel. The area is the smallest of the regions of all images and masks, each from its own corner; where it is
+ * empty nothing happens, after the tests. The dataOrder of images may differ, that of masks that are merged may not.
+ * The destination may be any of the sources.
+ *
+ * Tiles are taken block by block, within those of the first tiled image, destinations before sources. A block that
+ * straddles tiles of another image goes through a copy, which moxCopy makes: not while the status word is negative.
+ *
+ * Failures behind those of each function, in this order:
+ *
+ *   -4   "No working memory" for merged masks
+ *   -1   "Bad masks for images" where moxAnd does not merge them
+ *   -2   "ERROR in Tiling callBack" for a tile that was not delivered
+ *   -4   "No working memory" for tiles
+ *   -1   "Internal tiling error" where a copy of tiles failed; if the report lets it go on, -3 with the same text
+ *
+ * Blocks that were done before a failure stay, and every tile in hand is released.
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** How two images become one: see moxAlphaComposite. */
+enum {
+    MOX_COMPOSITE_OVER = 0, /**< A before B */
+    MOX_COMPOSITE_IN = 1,   /**< A where B is */
+    MOX_COMPOSITE_OUT = 2,  /**< A where B is not */
+    MOX_COMPOSITE_ATOP = 3, /**< A where B is, before B */
+    MOX_COMPOSITE_XOR = 4,  /**< either where the other is not */
+    MOX_COMPOSITE_PLUS = 5  /**< the sum */
+};
+
+/**
+ * Composes A and B by their opacities a and b. For colours A and B multiplied by their opacities:
+ *
+ *              colour                          opacity
+ *     over     A + M(B, F - a)                 a + M(b, F - a)
+ *     in       M(A, b)                         M(a, b)
+ *     out      M(A, F - b)                     M(a, F - b)
+ *     atop     M(A, b) + M(B, F - a)           b
+ *     xor      M(A, F - b) + M(B, F - a)       M(a, F - b) + M(b, F - a)
+ *     plus     A + B                           a + b
+ *
+ * limited to F. With premulAlpha 0 M(A, a) stands for A, and M(B, b) for B.
+ *
+ * a comes from alphaImageA, or from A if that is null. b comes from alphaImageB; if that is null, from B, provided that
+ * alphaImageA is null too and B has alpha; otherwise b is F - a, also in the opacity (over without an opacity of B
+ * weakens B twice by F - a). The opacity of the result goes to alphaImageDst, or to the destination if it has alpha,
+ * or nowhere. An image of opacities is read in its alpha channel, or in channel 1 if it has none, never in its channel
+ * of interest; its region and mask count. If it is the destination, channels are done one after the other.
+ *
+ * With divideMode 1 the same is computed in floating point, in single precision at 8U and in double precision at 16U,
+ * with a and b as fractions of 1 (a times the nearest number to 1 / F) and plain products, every step rounded once. The
+ * colour is divided by the opacity of the result and limited to F, unless that opacity is at most 1 / (2 F F): straight
+ * colours, where A and B were multiplied by their opacities. The results are rounded to nearest, ties to even.
+ *
+ * Failures, "Incorrect Image" with the fault of the image, all others -5, in this order:
+ *
+ *     "dstImage==0", "Incorrect Image"; the same for srcImageA, and for srcImageB
+ *     "dstImage->alphaChannel > 0 && dstImage->roi->coi == dstImage->alphaChannel", the same for srcImageA, srcImageB
+ *     "dstImage->depth != 8 && dstImage->depth != 16", "srcImageA->depth != dstImage->depth",
+ *     "srcImageB->depth != dstImage->depth"
+ *     "dstImage->roi->coi > 0 && srcImageA->roi == 0", "dstImage->roi->coi > 0 && srcImageA->roi->coi == 0",
+ *     "srcImageA->roi->coi > 0 && dstImage->roi == 0", "srcImageA->roi->coi > 0 && dstImage->roi->coi == 0"; the same
+ *     for srcImageB
+ *     without a channel of interest "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->nChannels -
+ *     (dstImage->alphaChannel != 0))", the same for srcImageB
+ *     "Incorrect Image" and "alphaImageA->depth != dstImage->depth", or "srcImageA->alphaChannel < 1" in its place
+ *     "Incorrect Image" and "alphaImageB->depth != dstImage->depth" if there is one
+ *     "Incorrect Image", "alphaImageDst->depth != dstImage->depth" and "alphaImageDst->alphaChannel < 1" likewise
+ *     "compositeType != 0 && compositeType != 1 && compositeType != 2 && compositeType != 3 && compositeType != 4 &&
+ *     compositeType != 5", "premulAlpha != 0 && premulAlpha != 1", "divideMode != 0 && divideMode != 1"
+ */
+MOX_EXPORT void MOX_CALL moxAlphaComposite(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage,
+                                           int compositeType, MoxImage *alphaImageA, MoxImage *alphaImageB,
+                                           MoxImage *alphaImageDst, int premulAlpha, int divideMode);
+
+/**
+ * The same by constant opacities aA and aB. A negative one, and one above F, stands for the alpha channel of the image.
+ * The alpha channel of the destination stays as it is. The failures are those of moxAlphaComposite; in place of what it
+ * tests of opacities "srcImageA->alphaChannel < 1" where aA is negative, and "srcImageB->alphaChannel < 1" where aB is.
+ * A constant above F is tested by neither: without an alpha channel channel 1 is read.
+ */
+MOX_EXPORT void MOX_CALL moxAlphaCompositeC(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage,
+                                            int compositeType, int aA, int aB, int premulAlpha, int divideMode);
+
+/**
+ * Multiplies the colours of an image by its opacity in place: each becomes M(colour, alpha), and the alpha channel, if
+ * there is one, is filled with alpha, also where a channel of interest is named. A negative alpha, and one above F,
+ * stands for the image's own alpha channel, which stays as it is.
+ *
+ * Failures, "Incorrect Image" with the fault of the image, all others -5, in this order: "image==0", "Incorrect Image",
+ * "image->depth != 8 && image->depth != 16", "image->alphaChannel > 0 && image->roi->coi == image->alphaChannel"; where
+ * alpha is negative "image->alphaChannel < 1".
+ */
+MOX_EXPORT void MOX_CALL moxPreMultiplyAlpha(MoxImage *image, int alpha);
+
+/**
+ * dst = M(A, B) in every colour, or in one where any image has a channel of interest: channel 1 of the images that have
+ * none. The alpha channel of the destination stays as it is, even if it is the one of interest.
+ *
+ * Failures, "Incorrect Image" with the fault of the image, all others -5, in this order:
+ *
+ *     "dstImage==0", "Incorrect Image"; the same for srcImageA, and for srcImageB
+ *     "dstImage->alphaChannel == 1 && dstImage->roi == 0", "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1";
+ *     the same for srcImageA and srcImageB
+ *     "dstImage->depth != 8 && dstImage->depth != 16", "srcImageA->depth != dstImage->depth",
+ *     "srcImageB->depth != dstImage->depth"
+ *     "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->nChannels - (dstImage->alphaChannel !=
+ *     0))" where neither names a channel, "(dstImage->nChannels - (dstImage->alphaChannel != 0)) !=
+ *     (srcImageA->roi->coi > 0)" where the source does, "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) !=
+ *     (dstImage->roi->coi > 0)" where the destination does; the same for srcImageB
+ */
+MOX_EXPORT void MOX_CALL moxMultiplyScale(MoxImage *srcImageA, MoxImage *srcImageB, MoxImage *dstImage);
+
+/** dst = M(src, value), the value limited to 0..F. Failures as in moxMultiplyScale, of srcImage. */
+MOX_EXPORT void MOX_CALL moxMultiplySScale(MoxImage *srcImage, MoxImage *dstImage, int value);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Neighbourhood filters.
  *
  * What a window reads beyond the image follows the source's border rules (moxSetBorderMode); pixels of the image beyond

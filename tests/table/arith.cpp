@@ -1,4 +1,4 @@
-// Arithmetic and logic: every operation's call and model.
+// Arithmetic and logic: every element-wise operation's call and model, and the calls with opacities.
 #include <algorithm>
 #include <bit>
 
@@ -182,11 +182,45 @@ const RefOperation operations[] = {
      .copies = RefCopies::UNSIGNED},
 };
 
+// Opacities. Those of moxAlphaComposite come from any of the images or from none.
+void alphaComposite(ExampleCall &call) {
+    const auto anyImage = [&](int usual) -> MoxImage * {
+        const int choice = call.choice(usual, 4);
+        return choice >= 0 && choice < 3 ? call.images[choice] : nullptr;
+    };
+    const int type = call.choice(MOX_COMPOSITE_OVER, 6), premulAlpha = call.choice(0, 2),
+              divideMode = call.choice(1, 2);
+    MoxImage *alphaImageA = anyImage(1), *alphaImageB = anyImage(0), *alphaImageDst = anyImage(3);
+    moxAlphaComposite(call.a(), call.b(), call.dst(), type, alphaImageA, alphaImageB, alphaImageDst, premulAlpha,
+                      divideMode);
+}
+void alphaCompositeC(ExampleCall &call) {
+    const int type = call.choice(MOX_COMPOSITE_XOR, 6), aA = call.choice(100, 300), aB = call.choice(200, 300);
+    const int premulAlpha = call.choice(0, 2);
+    moxAlphaCompositeC(call.a(), call.b(), call.dst(), type, aA, aB, premulAlpha, call.choice(0, 2));
+}
+void preMultiplyAlpha(ExampleCall &call) {
+    moxPreMultiplyAlpha(call.dst(), call.choice(100, 300));
+}
+void multiplyScale(ExampleCall &call) {
+    moxMultiplyScale(call.a(), call.b(), call.dst());
+}
+void multiplySScale(ExampleCall &call) {
+    moxMultiplySScale(call.src(), call.dst(), call.choice(100, 300));
+}
+
 }  // namespace
 
 std::vector<Example> arithExamples() {
     std::vector<Example> examples;
     for (const RefOperation &operation : operations)
         examples.push_back(exampleOf(operation));
+    const Example::More releases = {.releasesTiles = true};
+    for (const Example &example : {Example{"moxAlphaComposite", Touches::PIXELS, 3, alphaComposite, releases},
+                                   Example{"moxAlphaCompositeC", Touches::PIXELS, 3, alphaCompositeC, releases},
+                                   Example{"moxPreMultiplyAlpha", Touches::PIXELS, 1, preMultiplyAlpha, releases},
+                                   Example{"moxMultiplyScale", Touches::PIXELS, 3, multiplyScale, releases},
+                                   Example{"moxMultiplySScale", Touches::PIXELS, 2, multiplySScale, releases}})
+        examples.push_back(example);
     return examples;
 }
