@@ -30,6 +30,14 @@ struct OwnAlphaRows {
     OwnPlaneKernel mix[2][OWN_MIX_TYPES][2][OWN_B_WAYS];  // by type, premultiplied, the way of b
     OwnPlaneKernel divided[2][OWN_MIX_TYPES][2][OWN_B_WAYS];
     OwnRowForms multiply[2], multiplyS[2];  // d = M(a, b), d = M(a, value)
+
+    // Samples by constant opacities, a + (b << 16): by depth, type, premultiplied.
+    OwnRowForms mixS[2][OWN_MIX_TYPES][2];
+
+    // Pixels of four bytes, the last of them alpha, as samples of 32 bits; by type, premultiplied. Null forms where a
+    // processor has none.
+    OwnRowForms mixPixels[OWN_MIX_TYPES][2];
+    OwnRowForms premultiplyPixels;
 };
 const OwnAlphaRows &ownAlphaRows();
 

@@ -16,6 +16,12 @@ MoxTileSession *ownTileSessionCreate(int slots, int blockWidth, int blockHeight)
 
 namespace {
 
+// The first failure is the session's: others may follow from it.
+MoxImage *fail(MoxTileSession *session, MoxStatus status) {
+    if (session->status == MOX_StatusNoError) session->status = status;
+    return nullptr;
+}
+
 // A header for pixels that the session brings: all of them count, whatever mask the image has.
 void makeView(const MoxImage *image, OwnScratchImage *view) {
     ownMakeScratch(image, view);
@@ -81,7 +87,7 @@ class Straddle {
             each->header.alphaChannel = slot_.image->alphaChannel;
             each->roi.coi = slot_.image->roi ? slot_.image->roi->coi : 0;
         }
-        if (moxGetErrStatus() < 0) session_.status = MOX_StatusBacktrace;
+        if (moxGetErrStatus() < 0) fail(&session_, MOX_StatusBacktrace);
     }
 
   private:
@@ -113,11 +119,6 @@ bool makeRoom(const MoxTileSession *session, OwnTileSlot *slot) {
     if (slot->tiles) return true;
     moxDeallocateImage(&scratch);
     return false;
-}
-
-MoxImage *fail(MoxTileSession *session, MoxStatus status) {
-    session->status = status;
-    return nullptr;
 }
 
 MoxImage *acquirePlain(const MoxTileSession *session, OwnTileSlot *slot) {
