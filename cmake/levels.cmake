@@ -1,9 +1,10 @@
 # CPU levels. Kernel files are compiled once for each level, with OWN_LEVEL naming the namespace of that copy; nothing else in the library is
 # compiled with raised flags.
 
-# Every file of the library: exact arithmetic, one rounding for each operation written.
+# Every file of the library: exact arithmetic, one rounding for each operation written. Nobody asks for fast arithmetic, and
+# -fno-fast-math is not named: behind other options it would undo -fno-math-errno and the kernels' -fno-trapping-math.
 add_library(mox_numbers INTERFACE)
-target_compile_options(mox_numbers INTERFACE -ffp-contract=off -fno-math-errno -fno-fast-math)
+target_compile_options(mox_numbers INTERFACE -ffp-contract=off -fno-math-errno)
 
 # The highest level that is built. A library without the levels above shows on any machine what it does on one that lacks them.
 set(MOX_MAX_LEVEL v4 CACHE STRING "Highest CPU level to build: base, v3 or v4")

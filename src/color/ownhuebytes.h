@@ -7,13 +7,12 @@
 #pragma once
 
 #include "color/ownhue.h"
+#include "color/ownwide.h"
 #include "color/ownwords.h"
 
 #if defined(OWN_HAS_VECTORS)
 
 namespace {
-
-typedef float OwnFloats __attribute__((vector_size(sizeof(OwnVector))));
 
 struct OwnHueBytes {
     static constexpr size_t width = sizeof(OwnVector);

@@ -1,8 +1,11 @@
 // CIE L*u*v*, compiled once for each CPU level.
-#include "color/ownpixels.h"
+#include "color/ownwide.h"
 
 namespace OWN_LEVEL {
 namespace {
+
+constexpr double DELTA = 1.0 / 100663296.0;
+constexpr float BRIGHT = static_cast<double>(8.7f) > 8.7 ? 8.7f : 8.700001f;
 
 // x to the power of 0.3333333432674408, which is 1/3 + DELTA, for x from 0.01 on: x^(1/3) exp(DELTA ln x). Only
 // additions, products and conversions, so that every system has the same bits. The error is below two units of the last
@@ -11,11 +14,10 @@ namespace {
 // With r near x^(-1/3) and e = 1 - x r^3, the cube root is x r^2 (1 - e)^(-2/3), of which four terms of the series are
 // enough for an e below 1e-4. DELTA is so small that ln x may have an error of 3e-8.
 [[gnu::always_inline]] inline double rootOf(float x) {
-    constexpr double DELTA = 1.0 / 100663296.0;
     int32_t bits;
     __builtin_memcpy(&bits, &x, 4);
 
-    const auto guess = static_cast<int32_t>(1418472267.0f - static_cast<float>(bits) * 0.33333334f);
+    const auto guess = static_cast<int32_t>(1419899392.0f - static_cast<float>(bits) * 0.33333334f);
     float r;
     __builtin_memcpy(&r, &guess, 4);
     for (int i = 0; i < 2; ++i)
@@ -64,17 +66,10 @@ struct FromRgb {
     }
 };
 
-// x / 3 to the last bit: both differences are exact, and so no quotient comes near the middle of two numbers.
-[[gnu::always_inline]] inline double third(double x) {
-    constexpr double THIRD = 0.3333333333333333;
-    const double q = x * THIRD;
-    return q + (x - 2.0 * q - q) * THIRD;
-}
-
 struct ToRgb {
     template <class D>
     [[gnu::always_inline]] static void f(float l_, float u_, float v_, float *rgb) {
-        const bool bright = l_ > 8.7;
+        const bool bright = l_ >= BRIGHT;  // the first float above 8.7
         const double l = l_;
         const double t = 1.0 / (13.0 * l), q = (l + 16.0) * 0.008620689655172414;
         const double y = q * q * q;
@@ -89,12 +84,108 @@ struct ToRgb {
     }
 };
 
+#if defined(OWN_HAS_VECTORS)
+
+// The same as rootOf, step by step.
+[[gnu::always_inline]] inline OwnFloats rootsOf(OwnFloats x) {
+    const OwnInts bits = reinterpret_cast<OwnInts>(x);
+    OwnFloats r = reinterpret_cast<OwnFloats>(ownToInts(1419899392.0f - ownToFloats(bits) * 0.33333334f));
+    for (int i = 0; i < 2; ++i)
+        r = r * (1.3333334f - 0.33333334f * (x * r * r * r));
+
+    const OwnInts from = bits - 0x3F3504F3, exponent = from >> 23;
+    const OwnFloats t = reinterpret_cast<OwnFloats>((from & 0x7FFFFF) + 0x3F3504F3) - 1.0f;
+    OwnFloats p = OwnFloats{} + 7.0376836292e-2f;
+    p = p * t - 1.1514610310e-1f;
+    p = p * t + 1.1676998740e-1f;
+    p = p * t - 1.2420140846e-1f;
+    p = p * t + 1.4249322787e-1f;
+    p = p * t - 1.6668057665e-1f;
+    p = p * t + 2.0000714765e-1f;
+    p = p * t - 2.4999993993e-1f;
+    p = p * t + 3.3333331174e-1f;
+    const OwnFloats square = t * t;
+    const OwnWide tail = ownWiden(p * (square * t) - 0.5f * square), exponents = ownWiden(ownToFloats(exponent));
+    const OwnWide ts = ownWiden(t), wide = ownWiden(r), wideX = ownWiden(x);
+    OwnWide result;
+    OWN_BOTH {
+        const OwnReal logarithm = exponents.part[k] * 0.6931471805599453 + (ts.part[k] + tail.part[k]);
+        const OwnReal root = wideX.part[k] * (wide.part[k] * wide.part[k]);
+        const OwnReal e = 1.0 - root * wide.part[k];
+        const OwnReal series = e * (2.0 / 3 + e * (5.0 / 9 + e * (40.0 / 81)));
+        const OwnReal u = logarithm * DELTA;
+        const OwnReal factor = u + 0.5 * (u * u);
+        result.part[k] = root + root * (series + factor + series * factor);
+    }
+    return ownNarrow(result);
+}
+
+// x / 3 to the last bit: both differences are exact, and so no quotient comes near the middle of two numbers. What is
+// infinite stays.
+[[gnu::always_inline]] inline OwnReal third(OwnReal x) {
+    const OwnReal q = x * 0.3333333333333333;
+    const OwnReal exact = q + (x - 2.0 * q - q) * 0.3333333333333333;
+    return exact == exact ? exact : q;
+}
+
+void fromRgb(void *const *rows, size_t n, const void *operation) {
+    constexpr size_t lanes = sizeof(OwnFloats) / 4;
+    size_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const OwnFloats r = ownFloatsAt(rows[0], i), g = ownFloatsAt(rows[1], i), b = ownFloatsAt(rows[2], i);
+        const OwnFloats x = 0.412453f * r + 0.35758f * g + 0.180423f * b;
+        const OwnFloats y = 0.212671f * r + 0.71516f * g + 0.072169f * b;
+        const OwnFloats z = 0.019334f * r + 0.119193f * g + 0.950227f * b;
+        const OwnInts bright = y > 0.01f, finite = y <= 3.4028235e38f;
+        const OwnFloats root = rootsOf((bright & finite) != 0 ? y : OwnFloats{} + 1.0f);
+        const OwnFloats l = 116.0f * (finite ? root : y) - 16.0f;
+        const OwnFloats d = 1.0f / (x + 15.0f * y + 3.0f * z);
+        const OwnFloats u = 13.0f * l * (4.0f * x * d - 0.1978394091129303f);
+        const OwnFloats v = 13.0f * l * (9.0f * y * d - 0.47076964378356934f);
+        ownPutFloats(rows[3], i, bright ? l : OwnFloats{});
+        ownPutFloats(rows[4], i, bright ? u : OwnFloats{});
+        ownPutFloats(rows[5], i, bright ? v : OwnFloats{});
+    }
+    if (i < n) ownPixelsFrom<Own32F, FromRgb>(rows, i, n, operation);
+}
+
+void toRgb(void *const *rows, size_t n, const void *operation) {
+    constexpr size_t lanes = sizeof(OwnFloats) / 4;
+    size_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const OwnFloats lightness = ownFloatsAt(rows[0], i);
+        const OwnWide ls = ownWiden(lightness), us = ownWiden(ownFloatsAt(rows[1], i)),
+                      vs = ownWiden(ownFloatsAt(rows[2], i));
+        OwnWide red, green, blue;
+        OWN_BOTH {
+            const OwnReal l = ls.part[k], t = 1.0 / (13.0 * l), q = (l + 16.0) * 0.008620689655172414;
+            const OwnReal y = q * q * q;
+            const OwnReal u = us.part[k] * t + 0.19783940212891, v = vs.part[k] * t + 0.46834220078579;
+            const OwnReal w = y / v, x = 2.25 * w * u, z = 3.0 * w - 5.0 * y - third(x);
+            red.part[k] = 3.240479 * x - 1.53715 * y - 0.498535 * z;
+            green.part[k] = -0.969256 * x + 1.875992 * y + 0.041556 * z;
+            blue.part[k] = 0.055648 * x - 0.204043 * y + 1.057311 * z;
+        }
+        const OwnInts bright = lightness >= BRIGHT;
+        ownPutFloats(rows[3], i, bright ? ownNarrow(red) : OwnFloats{});
+        ownPutFloats(rows[4], i, bright ? ownNarrow(green) : OwnFloats{});
+        ownPutFloats(rows[5], i, bright ? ownNarrow(blue) : OwnFloats{});
+    }
+    if (i < n) ownPixelsFrom<Own32F, ToRgb>(rows, i, n, operation);
+}
+
+#else
+
+constexpr OwnPlaneKernel fromRgb = ownPixels<Own32F, FromRgb>, toRgb = ownPixels<Own32F, ToRgb>;
+
+#endif
+
 }  // namespace
 
 extern const OwnModelRows luvRows;
 const OwnModelRows luvRows = {
-    {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, ownPixels<Own32F, FromRgb>},
-    {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, ownPixels<Own32F, ToRgb>},
+    {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, fromRgb},
+    {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, toRgb},
 };
 
 }  // namespace OWN_LEVEL

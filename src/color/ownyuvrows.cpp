@@ -1,4 +1,5 @@
 // Y and its differences U and V, compiled once for each CPU level.
+#include "color/ownwide.h"
 #include "color/ownwords.h"
 
 namespace OWN_LEVEL {
@@ -124,14 +125,58 @@ struct MixedToRgb {
 #endif
 };
 
+#if defined(OWN_HAS_VECTORS)
+
+void fromFloats(void *const *rows, size_t n, const void *operation) {
+    constexpr size_t lanes = sizeof(OwnFloats) / 4;
+    size_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const OwnFloats r = ownFloatsAt(rows[0], i), g = ownFloatsAt(rows[1], i), b = ownFloatsAt(rows[2], i);
+        const OwnWide wideR = ownWiden(r), wideG = ownWiden(g), wideB = ownWiden(b);
+        OwnWide u, v;
+        OWN_BOTH {
+            u.part[k] = -0.146 * wideR.part[k] - 0.288 * wideG.part[k] + 0.434 * wideB.part[k];
+            v.part[k] = 0.617 * wideR.part[k] - 0.517 * wideG.part[k] - 0.1 * wideB.part[k];
+        }
+        ownPutFloats(rows[3], i, 0.299f * r + 0.587f * g + 0.114f * b);
+        ownPutFloats(rows[4], i, ownNarrow(u));
+        ownPutFloats(rows[5], i, ownNarrow(v));
+    }
+    if (i < n) ownPixelsFrom<Own32F, FromRgb32F>(rows, i, n, operation);
+}
+
+void toFloats(void *const *rows, size_t n, const void *operation) {
+    constexpr size_t lanes = sizeof(OwnFloats) / 4;
+    size_t i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const OwnWide y = ownWiden(ownFloatsAt(rows[0], i)), u = ownWiden(ownFloatsAt(rows[1], i)),
+                      v = ownWiden(ownFloatsAt(rows[2], i));
+        OwnWide r, g, b;
+        OWN_BOTH {
+            r.part[k] = y.part[k] + 1.135920183 * v.part[k];
+            g.part[k] = y.part[k] - 0.3959190767 * u.part[k] - 0.5782887929 * v.part[k];
+            b.part[k] = y.part[k] + 2.041101518 * u.part[k];
+        }
+        ownPutFloats(rows[3], i, ownNarrow(r));
+        ownPutFloats(rows[4], i, ownNarrow(g));
+        ownPutFloats(rows[5], i, ownNarrow(b));
+    }
+    if (i < n) ownPixelsFrom<Own32F, ToRgb32F>(rows, i, n, operation);
+}
+
+#else
+
+constexpr OwnPlaneKernel fromFloats = ownPixels<Own32F, FromRgb32F>, toFloats = ownPixels<Own32F, ToRgb32F>;
+
+#endif
+
 }  // namespace
 
 extern const OwnModelRows yuvRows, mixedYuvRows;
 const OwnModelRows yuvRows = {
     {nullptr, ownWordPixels<FromRgb>, nullptr, ownPixels<Own16U, FromRgb>, nullptr, ownPixels<Own32S, FromRgb32S>,
-     ownPixels<Own32F, FromRgb32F>},
-    {nullptr, ownWordPixels<ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb32S>,
-     ownPixels<Own32F, ToRgb32F>},
+     fromFloats},
+    {nullptr, ownWordPixels<ToRgb>, nullptr, ownPixels<Own16U, ToRgb>, nullptr, ownPixels<Own32S, ToRgb32S>, toFloats},
 };
 const OwnModelRows mixedYuvRows = {
     {nullptr, ownWordPixels<MixedFromRgb>},

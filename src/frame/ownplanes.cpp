@@ -20,12 +20,15 @@ namespace {
 
 constexpr int MAX_ROWS = OWN_MAX_PLANE_IMAGES * OWN_MAX_PLANES;
 
-// What a stretch's rows take in all: what stays in the first cache beside tables. No stretch is longer than this many
-// pixels, or shorter than a few vectors.
-constexpr int64_t SCRATCH_BYTES = 24576;
+// What a stretch's rows take in all: what stays in the first cache beside the images. No stretch is longer than this
+// many pixels.
+constexpr int64_t SCRATCH_BYTES = 12288;
 constexpr int64_t LONGEST_STRETCH = 1024;
 constexpr int64_t STRETCH_UNIT = 64;
 constexpr int64_t CACHE_LINE = 64;
+
+// Between rows: with equal places in pages of memory a processor takes a load for one of what was just stored.
+constexpr int64_t GAP = 3 * CACHE_LINE;
 
 // How the rows of an image come about.
 enum Way {
@@ -106,7 +109,7 @@ class PlaneRunner {
 
     uint8_t maskBits_[LONGEST_STRETCH / 8 + 8];
     alignas(64) uint8_t lanes_[LONGEST_STRETCH * 16 + 128];
-    alignas(64) uint8_t scratch_[SCRATCH_BYTES];
+    alignas(64) uint8_t scratch_[SCRATCH_BYTES + (MAX_ROWS + 2) * GAP];
 };
 
 void PlaneRunner::setSide(const OwnPlaneImage &of, Side *side) const {
@@ -171,7 +174,7 @@ void PlaneRunner::shareScratch() {
     uint8_t *at = scratch_;
     const auto take = [&](int64_t bytes) {
         uint8_t *taken = at;
-        at += bytes * stretch_;
+        if (bytes > 0) at += bytes * stretch_ + GAP;
         return taken;
     };
     if (direct_) return;
