@@ -114,11 +114,12 @@ class Share {
         rows_.alphaDst = alphaDst < 0 ? OWN_MIX_NONE : list.place(alphaDst);
         rows_.constA = mixing_.constA;
         rows_.constB = mixing_.constB;
+        rows_.wayOfB = mixing_.wayOfB;
         const OwnMix &mix = mixing_.mix;
         const int depth = ownAlphaDepth(views_[DESTINATION]), form = mix.premultiplied ? 1 : 0;
         const OwnAlphaRows &kernels = ownAlphaRows();
         const auto &table = mix.divides ? kernels.divided : kernels.mix;
-        ownRunPlanes(list.planes(), table[depth][mix.type][form][mixing_.wayOfB], &rows_);
+        ownRunPlanes(list.planes(), table[depth][mix.type][form], &rows_);
     }
 
   private:

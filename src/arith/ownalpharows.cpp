@@ -6,78 +6,84 @@
 namespace OWN_LEVEL {
 namespace {
 
-// Where the opacities of a row are: step is 0 for a constant.
-template <class D>
-struct Opacities {
-    using Sample = typename D::Sample;
-    const Sample *at;
-    size_t step;
-    const Sample *operator()(size_t i) const { return at + i * step; }
-};
-template <class D>
-Opacities<D> opacities(void *const *rows, int row, const typename D::Value *constant) {
-    if (row == OWN_MIX_CONSTANT) return {constant, 0};
-    return {static_cast<const typename D::Sample *>(rows[row]), 1};
-}
+// So many pixels at a time, whose opacities are at hand.
+constexpr size_t BLOCK = 256;
 
-template <class L, OwnMixB way>
-[[gnu::always_inline]] inline typename L::Lanes loadB(const Opacities<typename L::Depth> &b, size_t i,
-                                                      typename L::Lanes a) {
-    if constexpr (way == OWN_B_IS_REST) return L::rest(a);
-    return L::load(b(i));
-}
+// The opacities of a block of pixels: where they stand, or made here.
+template <class D>
+class Opacities {
+  public:
+    using Sample = typename D::Sample;
+    Opacities(void *const *rows, const OwnMixRows &of) : rows_(rows), of_(of) {
+        fill(of.alphaA, of.constA, constA_);
+        if (of.wayOfB == OWN_B_GIVEN) fill(of.alphaB, of.constB, constB_);
+    }
+    void find(size_t at, size_t n, const Sample **a, const Sample **b) {
+        *a = of_.alphaA == OWN_MIX_CONSTANT ? constA_ : static_cast<const Sample *>(rows_[of_.alphaA]) + at;
+        *b = of_.alphaB == OWN_MIX_CONSTANT ? constB_ : static_cast<const Sample *>(rows_[of_.alphaB]) + at;
+        if (of_.wayOfB == OWN_B_GIVEN) return;
+        const Sample *from = *a;
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i)
+            constB_[i] = static_cast<typename D::Value>(D::high - from[i]);
+    }
+
+  private:
+    static void fill(int row, int constant, typename D::Value *values) {
+        if (row != OWN_MIX_CONSTANT) return;
+        for (size_t i = 0; i < BLOCK; ++i)
+            values[i] = static_cast<typename D::Value>(constant);
+    }
+    void *const *rows_;
+    const OwnMixRows &of_;
+    alignas(64) typename D::Value constA_[BLOCK], constB_[BLOCK];
+};
 
 // One colour from sample i on, as far as whole lanes go; gives the sample behind them.
-template <class L, int type, bool premultiplied, OwnMixB way>
-size_t mixColour(const typename L::Sample *colourA, const typename L::Sample *colourB,
-                 const Opacities<typename L::Depth> &opacityA, const Opacities<typename L::Depth> &opacityB,
-                 typename L::Sample *dst, size_t i, size_t n) {
-    using Lanes = typename L::Lanes;
-    OWN_ELEMENTWISE
+template <class L, int type, bool premultiplied>
+size_t mixColour(const typename L::Sample *colourA, const typename L::Sample *colourB, const typename L::Sample *a,
+                 const typename L::Sample *b, typename L::Sample *dst, size_t i, size_t n) {
     for (; i + L::width <= n; i += L::width) {
-        const Lanes a = L::load(opacityA(i)), b = loadB<L, way>(opacityB, i, a);
-        const Lanes ofA = L::load(colourA + i), ofB = ownReadsB(type) ? L::load(colourB + i) : ofA;
-        L::store(dst + i, ownMixedColour<L, type, premultiplied>(ofA, ofB, a, b));
+        const typename L::Lanes ofA = L::load(colourA + i), ofB = ownReadsB(type) ? L::load(colourB + i) : ofA;
+        L::store(dst + i, ownMixedColour<L, type, premultiplied>(ofA, ofB, L::load(a + i), L::load(b + i)));
     }
     return i;
 }
 
-// The opacity of the result: that of premultiplied colours which are opacities themselves, but b itself atop.
-template <class L, int type, OwnMixB way>
-size_t mixOpacity(const Opacities<typename L::Depth> &opacityA, const Opacities<typename L::Depth> &opacityB,
-                  typename L::Sample *dst, size_t i, size_t n) {
-    using Lanes = typename L::Lanes;
-    OWN_ELEMENTWISE
+// The opacity of the result: what becomes of premultiplied colours that are opacities themselves, but b itself atop.
+template <class L, int type>
+size_t mixOpacity(const typename L::Sample *a, const typename L::Sample *b, typename L::Sample *dst, size_t i,
+                  size_t n) {
     for (; i + L::width <= n; i += L::width) {
-        const Lanes a = L::load(opacityA(i)), b = loadB<L, way>(opacityB, i, a);
-        L::store(dst + i, type == MOX_COMPOSITE_ATOP ? b : ownMixed<L, type>(a, b, a, b));
+        const typename L::Lanes ofA = L::load(a + i), ofB = L::load(b + i);
+        L::store(dst + i, type == MOX_COMPOSITE_ATOP ? ofB : ownMixed<L, type>(ofA, ofB, ofA, ofB));
     }
     return i;
 }
 
-template <class D, int type, bool premultiplied, OwnMixB way>
+template <class D, int type, bool premultiplied>
 void mixRows(void *const *rows, size_t n, const void *operation) {
     using Sample = typename D::Sample;
     using One = OwnOneLane<D>;
     using Many = OwnManyLanes<D>;
     const OwnMixRows &of = *static_cast<const OwnMixRows *>(operation);
-    typename D::Value constA[Many::width], constB[Many::width];
-    for (size_t i = 0; i < Many::width; ++i) {
-        constA[i] = static_cast<typename D::Value>(of.constA);
-        constB[i] = static_cast<typename D::Value>(of.constB);
+    Opacities<D> opacities(rows, of);
+    for (size_t at = 0; at < n; at += BLOCK) {
+        const size_t count = n - at < BLOCK ? n - at : BLOCK;
+        const Sample *a, *b;
+        opacities.find(at, count, &a, &b);
+        for (int k = 0; k < of.colours; ++k) {
+            const Sample *colourA = static_cast<const Sample *>(rows[of.a[k]]) + at,
+                         *colourB = static_cast<const Sample *>(rows[of.b[k]]) + at;
+            Sample *dst = static_cast<Sample *>(rows[of.dst[k]]) + at;
+            const size_t i = mixColour<Many, type, premultiplied>(colourA, colourB, a, b, dst, 0, count);
+            mixColour<One, type, premultiplied>(colourA, colourB, a, b, dst, i, count);
+        }
+        if (of.alphaDst == OWN_MIX_NONE) continue;
+        Sample *dst = static_cast<Sample *>(rows[of.alphaDst]) + at;
+        const size_t i = mixOpacity<Many, type>(a, b, dst, 0, count);
+        mixOpacity<One, type>(a, b, dst, i, count);
     }
-    const Opacities<D> a = opacities<D>(rows, of.alphaA, constA), b = opacities<D>(rows, of.alphaB, constB);
-    for (int k = 0; k < of.colours; ++k) {
-        const Sample *colourA = static_cast<const Sample *>(rows[of.a[k]]),
-                     *colourB = static_cast<const Sample *>(rows[of.b[k]]);
-        Sample *dst = static_cast<Sample *>(rows[of.dst[k]]);
-        const size_t i = mixColour<Many, type, premultiplied, way>(colourA, colourB, a, b, dst, 0, n);
-        mixColour<One, type, premultiplied, way>(colourA, colourB, a, b, dst, i, n);
-    }
-    if (of.alphaDst == OWN_MIX_NONE) return;
-    Sample *dst = static_cast<Sample *>(rows[of.alphaDst]);
-    const size_t i = mixOpacity<Many, type, way>(a, b, dst, 0, n);
-    mixOpacity<One, type, way>(a, b, dst, i, n);
 }
 
 // The floating path: opacities are fractions of 1, every step is rounded to the type.
@@ -125,50 +131,24 @@ template <class D>
     return static_cast<typename D::Value>(integer < ownFull<D> ? integer : ownFull<D>);
 }
 
-// So many pixels at a time, whose fractions are kept.
-constexpr size_t BLOCK = 128;
-
-template <class D>
-void fractionsOf(const Opacities<D> &of, size_t at, size_t n, typename Fraction<D>::Real *fractions) {
-    using Real = typename Fraction<D>::Real;
-    if (of.step == 0) {
-        for (size_t i = 0; i < n; ++i)
-            fractions[i] = static_cast<Real>(of.at[0]) * Fraction<D>::scale;
-        return;
-    }
-    const typename D::Sample *opacity = of.at + at;
-    OWN_ELEMENTWISE
-    for (size_t i = 0; i < n; ++i)
-        fractions[i] = static_cast<Real>(opacity[i]) * Fraction<D>::scale;
-}
-template <class D>
-void fractionsOfRest(const Opacities<D> &of, size_t at, size_t n, typename Fraction<D>::Real *fractions) {
-    const typename D::Sample *opacity = of.at + at;
-    OWN_ELEMENTWISE
-    for (size_t i = 0; i < n; ++i)
-        fractions[i] = static_cast<typename Fraction<D>::Real>(D::high - opacity[i]) * Fraction<D>::scale;
-}
-
-template <class D, int type, bool premultiplied, OwnMixB way>
+template <class D, int type, bool premultiplied>
 void divideRows(void *const *rows, size_t n, const void *operation) {
     using Sample = typename D::Sample;
     using Real = typename Fraction<D>::Real;
-    constexpr Real most = D::high;
+    constexpr Real most = D::high, scale = Fraction<D>::scale;
     const OwnMixRows &of = *static_cast<const OwnMixRows *>(operation);
-    const typename D::Value constA = static_cast<typename D::Value>(of.constA),
-                            constB = static_cast<typename D::Value>(of.constB);
-    const Opacities<D> a = opacities<D>(rows, of.alphaA, &constA), b = opacities<D>(rows, of.alphaB, &constB);
+    Opacities<D> opacities(rows, of);
     alignas(64) Real fa[BLOCK], fb[BLOCK], opacity[BLOCK];
     for (size_t at = 0; at < n; at += BLOCK) {
         const size_t count = n - at < BLOCK ? n - at : BLOCK;
-        fractionsOf<D>(a, at, count, fa);
-        if constexpr (way == OWN_B_IS_REST) {
-            fractionsOfRest<D>(a, at, count, fb);
-        } else {
-            fractionsOf<D>(b, at, count, fb);
-        }
-        for (size_t i = 0; i < count; ++i)
+        const Sample *a, *b;
+        opacities.find(at, count, &a, &b);
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < count; ++i) {
+            fa[i] = static_cast<Real>(a[i]) * scale;
+            fb[i] = static_cast<Real>(b[i]) * scale;
             opacity[i] = blend<type, Real>(0, 0, fa[i], fb[i]).opacity;
+        }
         for (int c = 0; c < of.colours; ++c) {
             const Sample *colourA = static_cast<const Sample *>(rows[of.a[c]]) + at,
                          *colourB = static_cast<const Sample *>(rows[of.b[c]]) + at;
@@ -317,15 +297,11 @@ struct PremultiplyPixels {
 
 }  // namespace
 
-#define OWN_MIX_FORMS(rows, D, type)                                                \
-    {                                                                               \
-        {rows<D, type, false, OWN_B_GIVEN>, rows<D, type, false, OWN_B_IS_REST>},   \
-            {rows<D, type, true, OWN_B_GIVEN>, rows<D, type, true, OWN_B_IS_REST>}, \
-    }
-#define OWN_MIX_TYPES_OF(rows, D)                                                                                   \
-    {                                                                                                               \
-        OWN_MIX_FORMS(rows, D, 0), OWN_MIX_FORMS(rows, D, 1), OWN_MIX_FORMS(rows, D, 2), OWN_MIX_FORMS(rows, D, 3), \
-            OWN_MIX_FORMS(rows, D, 4), OWN_MIX_FORMS(rows, D, 5),                                                   \
+#define OWN_MIX_TYPES_OF(rows, D)                                                         \
+    {                                                                                     \
+        {rows<D, 0, false>, rows<D, 0, true>}, {rows<D, 1, false>, rows<D, 1, true>},     \
+            {rows<D, 2, false>, rows<D, 2, true>}, {rows<D, 3, false>, rows<D, 3, true>}, \
+            {rows<D, 4, false>, rows<D, 4, true>}, {rows<D, 5, false>, rows<D, 5, true>}, \
     }
 #define OWN_MIX_S(D, type) \
     { ownBinary<D, MixS<type, false>>, ownBinary<D, MixS<type, true>> }
@@ -335,11 +311,11 @@ extern const OwnAlphaRows alphaRows;
 const OwnAlphaRows alphaRows = {
     .mix = {OWN_MIX_TYPES_OF(mixRows, Own8U), OWN_MIX_TYPES_OF(mixRows, Own16U)},
     .divided = {OWN_MIX_TYPES_OF(divideRows, Own8U), OWN_MIX_TYPES_OF(divideRows, Own16U)},
+    .multiply = {ownBinary<Own8U, Multiply>, ownBinary<Own16U, Multiply>},
+    .multiplyS = {ownUnary<Own8U, MultiplyS>, ownUnary<Own16U, MultiplyS>},
     .mixS = {OWN_MIX_S_OF(Own8U), OWN_MIX_S_OF(Own16U)},
     .mixPixels = {OWN_PIXELS(0), OWN_PIXELS(1), OWN_PIXELS(2), OWN_PIXELS(3), OWN_PIXELS(4), OWN_PIXELS(5)},
     .premultiplyPixels = OWN_PREMULTIPLY,
-    .multiply = {ownBinary<Own8U, Multiply>, ownBinary<Own16U, Multiply>},
-    .multiplyS = {ownUnary<Own8U, MultiplyS>, ownUnary<Own16U, MultiplyS>},
 };
 
 }  // namespace OWN_LEVEL
