@@ -3,12 +3,13 @@
 
 #include <algorithm>
 
-extern const Family colorFamily, filterFamily, bitmapFamily, transformFamily, measuresFamily;
+extern const Family alphaFamily, colorFamily, filterFamily, bitmapFamily, transformFamily, measuresFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&colorFamily, &filterFamily, &bitmapFamily, &transformFamily, &measuresFamily};
+const Family *const allFamilies[] = {&alphaFamily,  &colorFamily,     &filterFamily,
+                                     &bitmapFamily, &transformFamily, &measuresFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {
     for (const EntryGoal &goal : entry.goals) {

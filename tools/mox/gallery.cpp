@@ -56,6 +56,8 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
     addSource(gallery, "mask.png", "A mask, of one bit a pixel.", drawMask(width, height));
     addSource(gallery, "left.png", "One bit a pixel: left.", drawDisc(width, height, 0.37));
     addSource(gallery, "right.png", "And right.", drawDisc(width, height, 0.63));
+    addSource(gallery, "ruby.png", "Red glass: a picture with alpha.", drawGlass(width, height, 0.37, {224, 17, 95}));
+    addSource(gallery, "jade.png", "And green.", drawGlass(width, height, 0.63, {0, 168, 107}));
     addSource(gallery, "tiny.png", "Twelve by eight pixels.", drawTiny());
 }
 

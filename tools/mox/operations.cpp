@@ -2,9 +2,9 @@
 #include "operations.h"
 
 const std::vector<const Family *> &families() {
-    static const std::vector<const Family *> all = {&movingFamily(),     &arithmeticPair(), &arithmeticOne(),
-                                                    &colorModelFamily(), &filterFamily(),   &transformFamily(),
-                                                    &comparisonFamily(), &measureFamily(),  &bitmapFamily()};
+    static const std::vector<const Family *> all = {
+        &movingFamily(), &arithmeticPair(),  &arithmeticOne(),    &alphaFamily(),   &colorModelFamily(),
+        &filterFamily(), &transformFamily(), &comparisonFamily(), &measureFamily(), &bitmapFamily()};
     return all;
 }
 
