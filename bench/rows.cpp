@@ -3,13 +3,13 @@
 
 #include <algorithm>
 
-extern const Family colorFamily, depthFamily, filterFamily, rankFamily, bitmapFamily, geometryFamily, transformFamily,
-    measuresFamily;
+extern const Family alphaFamily, colorFamily, depthFamily, filterFamily, rankFamily, bitmapFamily, geometryFamily,
+    transformFamily, measuresFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&colorFamily,  &depthFamily,    &filterFamily,    &rankFamily,
+const Family *const allFamilies[] = {&alphaFamily,  &colorFamily,    &depthFamily,     &filterFamily,  &rankFamily,
                                      &bitmapFamily, &geometryFamily, &transformFamily, &measuresFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {

@@ -10,6 +10,9 @@ struct OwnMix {
     bool divides;        // in floating point, divided by the opacity of the result
 };
 
+// How b is had.
+enum OwnMixB { OWN_B_GIVEN, OWN_B_IS_REST };  // OWN_B_IS_REST: what a leaves of the full scale
+
 // The rows of a stretch, by their places among those that a plane kernel gets.
 struct OwnMixRows {
     int colours;
@@ -17,19 +20,25 @@ struct OwnMixRows {
     int alphaA, alphaB;  // a row, or OWN_MIX_CONSTANT
     int alphaDst;        // a row, or OWN_MIX_NONE
     int constA, constB;  // in place of rows
+    OwnMixB wayOfB;
 };
 constexpr int OWN_MIX_CONSTANT = -1, OWN_MIX_NONE = -1;
-
-// How b is had.
-enum OwnMixB { OWN_B_GIVEN, OWN_B_IS_REST, OWN_B_WAYS };  // OWN_B_IS_REST: what a leaves of the full scale
 
 constexpr int OWN_MIX_TYPES = 6;
 
 // Indexed by 0 for 8U and 1 for 16U. The plane kernels' operation is OwnMixRows.
 struct OwnAlphaRows {
-    OwnPlaneKernel mix[2][OWN_MIX_TYPES][2][OWN_B_WAYS];  // by type, premultiplied, the way of b
-    OwnPlaneKernel divided[2][OWN_MIX_TYPES][2][OWN_B_WAYS];
+    OwnPlaneKernel mix[2][OWN_MIX_TYPES][2];  // by type, premultiplied
+    OwnPlaneKernel divided[2][OWN_MIX_TYPES][2];
     OwnRowForms multiply[2], multiplyS[2];  // d = M(a, b), d = M(a, value)
+
+    // Samples by constant opacities, a + (b << 16): by depth, type, premultiplied.
+    OwnRowForms mixS[2][OWN_MIX_TYPES][2];
+
+    // Pixels of four bytes, the last of them alpha, as samples of 32 bits; by type, premultiplied. Null forms where a
+    // processor has none.
+    OwnRowForms mixPixels[OWN_MIX_TYPES][2];
+    OwnRowForms premultiplyPixels;
 };
 const OwnAlphaRows &ownAlphaRows();
 

@@ -1,8 +1,10 @@
-// A composition of plain images as rows of planes.
+// A composition of plain images: by whole rows of samples or pixels where their layout allows it, as rows of planes
+// elsewhere.
 #include <algorithm>
 
 #include "arith/ownalpha.h"
 #include "core/ownfpcontrol.h"
+#include "frame/ownrows.h"
 
 namespace {
 
@@ -10,7 +12,6 @@ namespace {
 class RowList {
   public:
     RowList(MoxImage *mask, int width, int height) {
-        planes_.count = 0;
         planes_.mask = mask;
         planes_.width = width;
         planes_.height = height;
@@ -40,7 +41,7 @@ class RowList {
     const OwnPlanes &planes() const { return planes_; }
 
   private:
-    OwnPlanes planes_;
+    OwnPlanes planes_ = {};
 };
 
 enum View { DESTINATION, OUTPUT, SOURCE_A, SOURCE_B, OPACITY_A, OPACITY_B, VIEWS };
@@ -58,7 +59,8 @@ Channels channelsOf(MoxImage *const *views) {
     return channels;
 }
 
-// Whether an opacity is a colour of the destination as well: channel by channel, the later ones see what became of it.
+// Whether an opacity is a colour of the destination as well: channel by channel, the later ones and the output of
+// opacity see what became of it.
 bool overwritesOpacity(MoxImage *const *views, const Channels &channels) {
     const MoxImage *dst = views[DESTINATION];
     for (View which : {OPACITY_A, OPACITY_B}) {
@@ -112,11 +114,12 @@ class Share {
         rows_.alphaDst = alphaDst < 0 ? OWN_MIX_NONE : list.place(alphaDst);
         rows_.constA = mixing_.constA;
         rows_.constB = mixing_.constB;
+        rows_.wayOfB = mixing_.wayOfB;
         const OwnMix &mix = mixing_.mix;
         const int depth = ownAlphaDepth(views_[DESTINATION]), form = mix.premultiplied ? 1 : 0;
         const OwnAlphaRows &kernels = ownAlphaRows();
         const auto &table = mix.divides ? kernels.divided : kernels.mix;
-        ownRunPlanes(list.planes(), table[depth][mix.type][form][mixing_.wayOfB], &rows_);
+        ownRunPlanes(list.planes(), table[depth][mix.type][form], &rows_);
     }
 
   private:
@@ -132,20 +135,84 @@ class Share {
     bool output_;
 };
 
+struct Area {
+    MoxImage *mask;
+    int width, height;
+};
+
+// Sets up the rows of A, perhaps B, and the destination.
+void setRows(OwnRows *rows, MoxImage *const *views, int sources, int channels, const Area &area) {
+    MoxImage *images[] = {views[SOURCE_A], views[sources == 2 ? SOURCE_B : DESTINATION], views[DESTINATION]};
+    int first[3];
+    for (int i = 0; i <= sources; ++i)
+        first[i] = ownFirstChannel(images[i]);
+    ownSetRows(rows, images, first, sources + 1, channels, area.mask);
+    rows->width = area.width;
+    rows->height = area.height;
+}
+
+// Constant opacities and one order: samples may be taken as they come.
+bool mixSamples(const OwnMixing &mixing, MoxImage *const *views, const Area &area) {
+    const MoxImage *dst = views[DESTINATION];
+    if (mixing.mix.divides || views[OPACITY_A] || views[OPACITY_B] || views[OUTPUT]) return false;
+    if (views[SOURCE_A]->dataOrder != dst->dataOrder || views[SOURCE_B]->dataOrder != dst->dataOrder) return false;
+    OwnRows rows;
+    setRows(&rows, views, 2, ownChannels(dst), area);
+    const uint32_t both = static_cast<uint32_t>(mixing.constA) | static_cast<uint32_t>(mixing.constB) << 16;
+    ownRunRows(rows, ownAlphaRows().mixS[ownAlphaDepth(dst)][mixing.mix.type][mixing.mix.premultiplied ? 1 : 0],
+               {both, 0, 0});
+    return true;
+}
+
+bool isPixelOfBytes(const MoxImage *image) {
+    return image->depth == MOX_DEPTH_8U && image->dataOrder == MOX_DATA_ORDER_PIXEL && image->nChannels == 4 &&
+           image->alphaChannel == 4 && !ownHasCoi(image);
+}
+
+// Bytes of three colours and alpha in pixels that have their own opacities.
+bool mixPixels(const OwnMixing &mixing, MoxImage *const *views, const Area &area) {
+    const OwnMix &mix = mixing.mix;
+    MoxImage *dst = views[DESTINATION], *a = views[SOURCE_A], *b = views[SOURCE_B];
+    if (mix.divides || !isPixelOfBytes(dst) || !isPixelOfBytes(a) || !isPixelOfBytes(b)) return false;
+    const OwnAlphaRows &kernels = ownAlphaRows();
+    const OwnRowForms *forms;
+    // Multiplied by its own opacity, an image keeps it.
+    const bool multiplies = mix.type == MOX_COMPOSITE_IN && mix.premultiplied && a == dst && !views[OUTPUT];
+    if (multiplies && views[OPACITY_B] == a) {
+        forms = &kernels.premultiplyPixels;
+    } else if (views[OPACITY_A] == a && views[OPACITY_B] == b && views[OUTPUT] == dst) {
+        forms = &kernels.mixPixels[mix.type][mix.premultiplied ? 1 : 0];
+    } else {
+        return false;
+    }
+    if (!forms->plain) return false;
+    OwnRows rows;
+    setRows(&rows, views, multiplies ? 1 : 2, 4, area);
+    for (int i = 0; i < rows.count; ++i) {
+        rows.spans[i].bytes = 4;
+        rows.spans[i].step = 1;
+    }
+    rows.channels = 1;
+    ownRunRows(rows, *forms, {});
+    return true;
+}
+
 }  // namespace
 
 void ownMixImages(const OwnMixing &mixing, MoxImage *const *views, MoxImage *mask, int width, int height) {
+    const Area area = {mask, width, height};
+    if (mixSamples(mixing, views, area) || mixPixels(mixing, views, area)) return;
     const OwnNearestRounding rounding;
     const Channels channels = channelsOf(views);
-    const bool overwrites = overwritesOpacity(views, channels);
-    const int atOnce = overwrites ? 1 : channelsAtOnce(views);
-    int first = 0;
-    do {
+    const bool oneByOne = overwritesOpacity(views, channels);
+    const int atOnce = oneByOne ? 1 : channelsAtOnce(views);
+    const auto share = [&](int first, int end, bool output) {
+        Share(mixing, views, channels, first, end, output).run(mask, width, height);
+    };
+    const bool outputs = views[OUTPUT], apart = outputs && (oneByOne || channels.count == 0);
+    for (int first = 0; first < channels.count; first += atOnce) {
         const int end = std::min(first + atOnce, channels.count);
-        const bool last = end == channels.count, output = last && views[OUTPUT] && !overwrites;
-        if (end > first || output) Share(mixing, views, channels, first, end, output).run(mask, width, height);
-        first = end;
-    } while (first < channels.count);
-    // Behind the last colour, which may be an opacity too.
-    if (overwrites && views[OUTPUT]) Share(mixing, views, channels, first, first, true).run(mask, width, height);
+        share(first, end, outputs && !apart && end == channels.count);
+    }
+    if (apart) share(0, 0, true);
 }

@@ -1,129 +1,89 @@
 // Kernels of alpha composition, compiled once for each CPU level.
 #include "arith/ownalpha.h"
+#include "arith/ownalphalanes.h"
 #include "frame/ownforms.h"
 
 namespace OWN_LEVEL {
 namespace {
 
-template <class D>
-constexpr uint32_t full = D::high;
+// So many pixels at a time, whose opacities are at hand.
+constexpr size_t BLOCK = 256;
 
-// M(x, y), the product of two fractions of the full scale, truncated.
+// The opacities of a block of pixels: where they stand, or made here.
 template <class D>
-[[gnu::always_inline]] inline uint32_t scaledProduct(uint32_t x, uint32_t y) {
-    constexpr int bits = 8 * sizeof(typename D::Value);
-    const uint32_t p = x * y;
-    return (p + (p >> bits) + 1) >> bits;
-}
-
-// Arithmetic on one sample at a time.
-template <class D>
-struct OneLane {
-    using Depth = D;
+class Opacities {
+  public:
     using Sample = typename D::Sample;
-    using Lanes = uint32_t;
-    static constexpr size_t width = 1;
-    [[gnu::always_inline]] static Lanes load(const Sample *p) { return *p; }
-    [[gnu::always_inline]] static void store(Sample *p, Lanes v) {
-        *p = static_cast<typename D::Value>(v < full<D> ? v : full<D>);
+    Opacities(void *const *rows, const OwnMixRows &of) : rows_(rows), of_(of) {
+        fill(of.alphaA, of.constA, constA_);
+        if (of.wayOfB == OWN_B_GIVEN) fill(of.alphaB, of.constB, constB_);
     }
-    [[gnu::always_inline]] static Lanes multiply(Lanes x, Lanes y) { return scaledProduct<D>(x, y); }
-    [[gnu::always_inline]] static Lanes add(Lanes x, Lanes y) { return x + y; }
-    [[gnu::always_inline]] static Lanes rest(Lanes x) { return full<D> - x; }
-};
-
-constexpr bool readsB(int type) {
-    return type != MOX_COMPOSITE_IN && type != MOX_COMPOSITE_OUT;
-}
-
-template <class L, int type>
-[[gnu::always_inline]] inline typename L::Lanes mix(typename L::Lanes colourA, typename L::Lanes colourB,
-                                                    typename L::Lanes a, typename L::Lanes b) {
-    switch (type) {
-        case MOX_COMPOSITE_OVER:
-            return L::add(colourA, L::multiply(colourB, L::rest(a)));
-        case MOX_COMPOSITE_IN:
-            return L::multiply(colourA, b);
-        case MOX_COMPOSITE_OUT:
-            return L::multiply(colourA, L::rest(b));
-        case MOX_COMPOSITE_ATOP:
-            return L::add(L::multiply(colourA, b), L::multiply(colourB, L::rest(a)));
-        case MOX_COMPOSITE_XOR:
-            return L::add(L::multiply(colourA, L::rest(b)), L::multiply(colourB, L::rest(a)));
-        default:
-            return L::add(colourA, colourB);
+    void find(size_t at, size_t n, const Sample **a, const Sample **b) {
+        *a = of_.alphaA == OWN_MIX_CONSTANT ? constA_ : static_cast<const Sample *>(rows_[of_.alphaA]) + at;
+        *b = of_.alphaB == OWN_MIX_CONSTANT ? constB_ : static_cast<const Sample *>(rows_[of_.alphaB]) + at;
+        if (of_.wayOfB == OWN_B_GIVEN) return;
+        const Sample *from = *a;
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < n; ++i)
+            constB_[i] = static_cast<typename D::Value>(D::high - from[i]);
     }
-}
 
-// Where the opacities of a row are: step is 0 for a constant.
-template <class D>
-struct Opacities {
-    using Sample = typename D::Sample;
-    const Sample *at;
-    size_t step;
-    const Sample *operator()(size_t i) const { return at + i * step; }
+  private:
+    static void fill(int row, int constant, typename D::Value *values) {
+        if (row != OWN_MIX_CONSTANT) return;
+        for (size_t i = 0; i < BLOCK; ++i)
+            values[i] = static_cast<typename D::Value>(constant);
+    }
+    void *const *rows_;
+    const OwnMixRows &of_;
+    alignas(64) typename D::Value constA_[BLOCK], constB_[BLOCK];
 };
-template <class D>
-Opacities<D> opacities(void *const *rows, int row, const typename D::Value *constant) {
-    if (row == OWN_MIX_CONSTANT) return {constant, 0};
-    return {static_cast<const typename D::Sample *>(rows[row]), 1};
-}
-
-template <class L, OwnMixB way>
-[[gnu::always_inline]] inline typename L::Lanes loadB(const Opacities<typename L::Depth> &b, size_t i,
-                                                      typename L::Lanes a) {
-    if constexpr (way == OWN_B_IS_REST) return L::rest(a);
-    return L::load(b(i));
-}
 
 // One colour from sample i on, as far as whole lanes go; gives the sample behind them.
-template <class L, int type, bool premultiplied, OwnMixB way>
-size_t mixColour(const typename L::Sample *colourA, const typename L::Sample *colourB,
-                 const Opacities<typename L::Depth> &opacityA, const Opacities<typename L::Depth> &opacityB,
-                 typename L::Sample *dst, size_t i, size_t n) {
-    using Lanes = typename L::Lanes;
-    OWN_ELEMENTWISE
+template <class L, int type, bool premultiplied>
+size_t mixColour(const typename L::Sample *colourA, const typename L::Sample *colourB, const typename L::Sample *a,
+                 const typename L::Sample *b, typename L::Sample *dst, size_t i, size_t n) {
     for (; i + L::width <= n; i += L::width) {
-        const Lanes a = L::load(opacityA(i)), b = loadB<L, way>(opacityB, i, a);
-        Lanes ofA = L::load(colourA + i), ofB = ofA;
-        if constexpr (readsB(type)) ofB = L::load(colourB + i);
-        if constexpr (!premultiplied) {
-            ofA = L::multiply(ofA, a);
-            if constexpr (readsB(type)) ofB = L::multiply(ofB, b);
-        }
-        L::store(dst + i, mix<L, type>(ofA, ofB, a, b));
+        const typename L::Lanes ofA = L::load(colourA + i), ofB = ownReadsB(type) ? L::load(colourB + i) : ofA;
+        L::store(dst + i, ownMixedColour<L, type, premultiplied>(ofA, ofB, L::load(a + i), L::load(b + i)));
     }
     return i;
 }
 
-// The opacity of the result: that of premultiplied colours which are opacities themselves, but b itself atop.
-template <class L, int type, OwnMixB way>
-size_t mixOpacity(const Opacities<typename L::Depth> &opacityA, const Opacities<typename L::Depth> &opacityB,
-                  typename L::Sample *dst, size_t i, size_t n) {
-    using Lanes = typename L::Lanes;
-    OWN_ELEMENTWISE
+// The opacity of the result: what becomes of premultiplied colours that are opacities themselves, but b itself atop.
+template <class L, int type>
+size_t mixOpacity(const typename L::Sample *a, const typename L::Sample *b, typename L::Sample *dst, size_t i,
+                  size_t n) {
     for (; i + L::width <= n; i += L::width) {
-        const Lanes a = L::load(opacityA(i)), b = loadB<L, way>(opacityB, i, a);
-        L::store(dst + i, type == MOX_COMPOSITE_ATOP ? b : mix<L, type>(a, b, a, b));
+        const typename L::Lanes ofA = L::load(a + i), ofB = L::load(b + i);
+        L::store(dst + i, type == MOX_COMPOSITE_ATOP ? ofB : ownMixed<L, type>(ofA, ofB, ofA, ofB));
     }
     return i;
 }
 
-template <class D, int type, bool premultiplied, OwnMixB way>
+template <class D, int type, bool premultiplied>
 void mixRows(void *const *rows, size_t n, const void *operation) {
     using Sample = typename D::Sample;
+    using One = OwnOneLane<D>;
+    using Many = OwnManyLanes<D>;
     const OwnMixRows &of = *static_cast<const OwnMixRows *>(operation);
-    const typename D::Value constA = static_cast<typename D::Value>(of.constA),
-                            constB = static_cast<typename D::Value>(of.constB);
-    const Opacities<D> a = opacities<D>(rows, of.alphaA, &constA), b = opacities<D>(rows, of.alphaB, &constB);
-    for (int k = 0; k < of.colours; ++k) {
-        const Sample *colourA = static_cast<const Sample *>(rows[of.a[k]]),
-                     *colourB = static_cast<const Sample *>(rows[of.b[k]]);
-        Sample *dst = static_cast<Sample *>(rows[of.dst[k]]);
-        mixColour<OneLane<D>, type, premultiplied, way>(colourA, colourB, a, b, dst, 0, n);
+    Opacities<D> opacities(rows, of);
+    for (size_t at = 0; at < n; at += BLOCK) {
+        const size_t count = n - at < BLOCK ? n - at : BLOCK;
+        const Sample *a, *b;
+        opacities.find(at, count, &a, &b);
+        for (int k = 0; k < of.colours; ++k) {
+            const Sample *colourA = static_cast<const Sample *>(rows[of.a[k]]) + at,
+                         *colourB = static_cast<const Sample *>(rows[of.b[k]]) + at;
+            Sample *dst = static_cast<Sample *>(rows[of.dst[k]]) + at;
+            const size_t i = mixColour<Many, type, premultiplied>(colourA, colourB, a, b, dst, 0, count);
+            mixColour<One, type, premultiplied>(colourA, colourB, a, b, dst, i, count);
+        }
+        if (of.alphaDst == OWN_MIX_NONE) continue;
+        Sample *dst = static_cast<Sample *>(rows[of.alphaDst]) + at;
+        const size_t i = mixOpacity<Many, type>(a, b, dst, 0, count);
+        mixOpacity<One, type>(a, b, dst, i, count);
     }
-    if (of.alphaDst == OWN_MIX_NONE) return;
-    mixOpacity<OneLane<D>, type, way>(a, b, static_cast<Sample *>(rows[of.alphaDst]), 0, n);
 }
 
 // The floating path: opacities are fractions of 1, every step is rounded to the type.
@@ -168,85 +128,194 @@ template <class D>
 [[gnu::always_inline]] inline typename D::Value rounded(typename Fraction<D>::Real value) {
     const float sum = static_cast<float>(value) + 8388608.0f;
     const uint32_t integer = __builtin_bit_cast(uint32_t, sum) & 0x7FFFFF;
-    return static_cast<typename D::Value>(integer < full<D> ? integer : full<D>);
+    return static_cast<typename D::Value>(integer < ownFull<D> ? integer : ownFull<D>);
 }
 
-template <class D, int type, bool premultiplied, OwnMixB way>
+template <class D, int type, bool premultiplied>
 void divideRows(void *const *rows, size_t n, const void *operation) {
     using Sample = typename D::Sample;
     using Real = typename Fraction<D>::Real;
+    constexpr Real most = D::high, scale = Fraction<D>::scale;
     const OwnMixRows &of = *static_cast<const OwnMixRows *>(operation);
-    const typename D::Value constA = static_cast<typename D::Value>(of.constA),
-                            constB = static_cast<typename D::Value>(of.constB);
-    const Opacities<D> a = opacities<D>(rows, of.alphaA, &constA), b = opacities<D>(rows, of.alphaB, &constB);
-    constexpr Real k = Fraction<D>::scale;
-    const auto fractions = [&](size_t i, Real *fa, Real *fb) {
-        const int first = *a(i), second = way == OWN_B_IS_REST ? D::high - first : int{*b(i)};
-        *fa = static_cast<Real>(first) * k;
-        *fb = static_cast<Real>(second) * k;
-    };
-    for (int c = 0; c < of.colours; ++c) {
-        const Sample *colourA = static_cast<const Sample *>(rows[of.a[c]]),
-                     *colourB = static_cast<const Sample *>(rows[of.b[c]]);
-        Sample *dst = static_cast<Sample *>(rows[of.dst[c]]);
+    Opacities<D> opacities(rows, of);
+    alignas(64) Real fa[BLOCK], fb[BLOCK], opacity[BLOCK];
+    for (size_t at = 0; at < n; at += BLOCK) {
+        const size_t count = n - at < BLOCK ? n - at : BLOCK;
+        const Sample *a, *b;
+        opacities.find(at, count, &a, &b);
         OWN_ELEMENTWISE
-        for (size_t i = 0; i < n; ++i) {
-            Real fa, fb;
-            fractions(i, &fa, &fb);
-            Real ofA = colourA[i], ofB = colourB[i];
-            if (!premultiplied) {
-                ofA = ofA * fa;
-                ofB = ofB * fb;
-            }
-            const Blend<Real> result = blend<type, Real>(ofA, ofB, fa, fb);
-            const Real quotient = result.colour / result.opacity, most = D::high;
-            const Real limited = quotient < most ? quotient : most;
-            dst[i] = rounded<D>(result.opacity > Fraction<D>::threshold ? limited : result.colour);
+        for (size_t i = 0; i < count; ++i) {
+            fa[i] = static_cast<Real>(a[i]) * scale;
+            fb[i] = static_cast<Real>(b[i]) * scale;
+            opacity[i] = blend<type, Real>(0, 0, fa[i], fb[i]).opacity;
         }
-    }
-    if (of.alphaDst == OWN_MIX_NONE) return;
-    Sample *dst = static_cast<Sample *>(rows[of.alphaDst]);
-    OWN_ELEMENTWISE
-    for (size_t i = 0; i < n; ++i) {
-        Real fa, fb;
-        fractions(i, &fa, &fb);
-        const Real opacity = blend<type, Real>(fa, fb, fa, fb).opacity, most = D::high;
-        dst[i] = rounded<D>(opacity * most);
+        for (int c = 0; c < of.colours; ++c) {
+            const Sample *colourA = static_cast<const Sample *>(rows[of.a[c]]) + at,
+                         *colourB = static_cast<const Sample *>(rows[of.b[c]]) + at;
+            Sample *dst = static_cast<Sample *>(rows[of.dst[c]]) + at;
+            OWN_ELEMENTWISE
+            for (size_t i = 0; i < count; ++i) {
+                const Real ofA = static_cast<Real>(colourA[i]), ofB = static_cast<Real>(colourB[i]);
+                const Real colour = blend<type, Real>(premultiplied ? ofA : ofA * fa[i],
+                                                      premultiplied ? ofB : ofB * fb[i], fa[i], fb[i])
+                                        .colour;
+                const Real quotient = colour / opacity[i], limited = quotient < most ? quotient : most;
+                dst[i] = rounded<D>(opacity[i] > Fraction<D>::threshold ? limited : colour);
+            }
+        }
+        if (of.alphaDst == OWN_MIX_NONE) continue;
+        Sample *dst = static_cast<Sample *>(rows[of.alphaDst]) + at;
+        OWN_ELEMENTWISE
+        for (size_t i = 0; i < count; ++i)
+            dst[i] = rounded<D>(opacity[i] * most);
     }
 }
 
-// Products of whole rows.
+// Products of whole rows, by a second image or a value.
 struct Multiply {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
-        return static_cast<typename D::Value>(scaledProduct<D>(a, b));
+        return static_cast<typename D::Value>(ownScaledMul<D>(a, b));
     }
+#if defined(OWN_HAS_VECTORS)
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
+        using L = OwnManyLanes<D>;
+        return L::narrow(L::multiply(L::widen(a), L::widen(b)));
+    }
+#endif
 };
 struct MultiplyS {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
-        return static_cast<typename D::Value>(scaledProduct<D>(a, c.value));
+        return static_cast<typename D::Value>(ownScaledMul<D>(a, c.value));
+    }
+#if defined(OWN_HAS_VECTORS)
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &c) {
+        using L = OwnManyLanes<D>;
+        return L::narrow(L::multiply(L::widen(a), L::splat(c.value)));
+    }
+#endif
+};
+
+// Samples of two images by constant opacities: that of A in the low 16 bits of the constant, that of B above.
+template <int type, bool premultiplied>
+struct MixS {
+    template <class D>
+    [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &c) {
+        const uint32_t mixed =
+            ownMixedColour<OwnOneLane<D>, type, premultiplied>(a, b, c.value & 0xFFFF, c.value >> 16);
+        return static_cast<typename D::Value>(mixed < ownFull<D> ? mixed : ownFull<D>);
+    }
+#if defined(OWN_HAS_VECTORS)
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &c) {
+        using L = OwnManyLanes<D>;
+        return L::narrow(ownMixedColour<L, type, premultiplied>(L::widen(a), L::widen(b), L::splat(c.value & 0xFFFF),
+                                                                L::splat(c.value >> 16)));
+    }
+#endif
+};
+
+// Pixels of three colours and alpha, all in a word of four bytes. Alpha becomes what a colour would that is opacity
+// itself.
+#if defined(OWN_HAS_VECTORS)
+
+// Each pixel's alpha in all its words; half of the pixels at a time.
+template <int half>
+[[gnu::always_inline]] inline OwnVector alphaWords(OwnVector pixels) {
+#if defined(__AVX2__)
+    const __m128i of = half == 0 ? _mm_setr_epi8(3, -1, 3, -1, 3, -1, 3, -1, 7, -1, 7, -1, 7, -1, 7, -1)
+                                 : _mm_setr_epi8(11, -1, 11, -1, 11, -1, 11, -1, 15, -1, 15, -1, 15, -1, 15, -1);
+    return _mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(of));
+#else
+    const OwnVector words = half == 0 ? _mm_unpacklo_epi8(pixels, ownZero()) : _mm_unpackhi_epi8(pixels, ownZero());
+    return _mm_shufflehi_epi16(_mm_shufflelo_epi16(words, 0xFF), 0xFF);
+#endif
+}
+[[gnu::always_inline]] inline OwnManyLanes<Own8U>::Lanes alphaLanes(OwnVector pixels) {
+    return {alphaWords<0>(pixels), alphaWords<1>(pixels)};
+}
+// What colours are multiplied by, while alpha stays.
+[[gnu::always_inline]] inline OwnManyLanes<Own8U>::Lanes colourFactors(OwnManyLanes<Own8U>::Lanes alpha) {
+    const OwnVector full = OWN_VECTOR(set1, epi64x)(0x00FF000000000000);
+    return {ownOr(alpha.low, full), ownOr(alpha.high, full)};
+}
+
+template <int type, bool premultiplied>
+struct MixPixels {
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
+        using L = OwnManyLanes<Own8U>;
+        const L::Lanes alphaA = alphaLanes(a), alphaB = alphaLanes(b);
+        L::Lanes colourA = L::widen(a), colourB = L::widen(b);
+        if constexpr (!premultiplied) {
+            colourA = L::multiply(colourA, colourFactors(alphaA));
+            colourB = L::multiply(colourB, colourFactors(alphaB));
+        }
+        const OwnVector mixed = L::narrow(ownMixed<L, type>(colourA, colourB, alphaA, alphaB));
+        if constexpr (type == MOX_COMPOSITE_ATOP) return ownSelectBits(ownSplat<Own32U>(0xFF000000), b, mixed);
+        return mixed;
+    }
+    template <class D>
+    [[gnu::always_inline]] static uint32_t f(uint32_t, uint32_t, const OwnConstant &) {
+        return 0;  // no row is shorter than a pixel
     }
 };
+template <>
+struct MixPixels<MOX_COMPOSITE_PLUS, true> {
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector b, const OwnConstant &) {
+        return OWN_VECTOR(adds, epu8)(a, b);
+    }
+    template <class D>
+    [[gnu::always_inline]] static uint32_t f(uint32_t, uint32_t, const OwnConstant &) {
+        return 0;
+    }
+};
+struct PremultiplyPixels {
+    template <class D>
+    [[gnu::always_inline]] static OwnVector vector(OwnVector a, OwnVector, const OwnConstant &) {
+        using L = OwnManyLanes<Own8U>;
+        return L::narrow(L::multiply(L::widen(a), colourFactors(alphaLanes(a))));
+    }
+    template <class D>
+    [[gnu::always_inline]] static uint32_t f(uint32_t, const OwnConstant &) {
+        return 0;
+    }
+};
+#define OWN_PIXELS(type) \
+    { ownBinary<Own32U, MixPixels<type, false>>, ownBinary<Own32U, MixPixels<type, true>> }
+#define OWN_PREMULTIPLY ownUnary<Own32U, PremultiplyPixels>
+#else
+#define OWN_PIXELS(type) \
+    {}
+#define OWN_PREMULTIPLY \
+    {}
+#endif
 
 }  // namespace
 
-#define OWN_MIX_FORMS(rows, D, type)                                                \
-    {                                                                               \
-        {rows<D, type, false, OWN_B_GIVEN>, rows<D, type, false, OWN_B_IS_REST>},   \
-            {rows<D, type, true, OWN_B_GIVEN>, rows<D, type, true, OWN_B_IS_REST>}, \
+#define OWN_MIX_TYPES_OF(rows, D)                                                         \
+    {                                                                                     \
+        {rows<D, 0, false>, rows<D, 0, true>}, {rows<D, 1, false>, rows<D, 1, true>},     \
+            {rows<D, 2, false>, rows<D, 2, true>}, {rows<D, 3, false>, rows<D, 3, true>}, \
+            {rows<D, 4, false>, rows<D, 4, true>}, {rows<D, 5, false>, rows<D, 5, true>}, \
     }
-#define OWN_MIX_TYPES_OF(rows, D)                                                                                   \
-    {                                                                                                               \
-        OWN_MIX_FORMS(rows, D, 0), OWN_MIX_FORMS(rows, D, 1), OWN_MIX_FORMS(rows, D, 2), OWN_MIX_FORMS(rows, D, 3), \
-            OWN_MIX_FORMS(rows, D, 4), OWN_MIX_FORMS(rows, D, 5),                                                   \
-    }
+#define OWN_MIX_S(D, type) \
+    { ownBinary<D, MixS<type, false>>, ownBinary<D, MixS<type, true>> }
+#define OWN_MIX_S_OF(D) \
+    { OWN_MIX_S(D, 0), OWN_MIX_S(D, 1), OWN_MIX_S(D, 2), OWN_MIX_S(D, 3), OWN_MIX_S(D, 4), OWN_MIX_S(D, 5) }
 extern const OwnAlphaRows alphaRows;
 const OwnAlphaRows alphaRows = {
     .mix = {OWN_MIX_TYPES_OF(mixRows, Own8U), OWN_MIX_TYPES_OF(mixRows, Own16U)},
     .divided = {OWN_MIX_TYPES_OF(divideRows, Own8U), OWN_MIX_TYPES_OF(divideRows, Own16U)},
     .multiply = {ownBinary<Own8U, Multiply>, ownBinary<Own16U, Multiply>},
     .multiplyS = {ownUnary<Own8U, MultiplyS>, ownUnary<Own16U, MultiplyS>},
+    .mixS = {OWN_MIX_S_OF(Own8U), OWN_MIX_S_OF(Own16U)},
+    .mixPixels = {OWN_PIXELS(0), OWN_PIXELS(1), OWN_PIXELS(2), OWN_PIXELS(3), OWN_PIXELS(4), OWN_PIXELS(5)},
+    .premultiplyPixels = OWN_PREMULTIPLY,
 };
 
 }  // namespace OWN_LEVEL

@@ -16,6 +16,12 @@ MoxTileSession *ownTileSessionCreate(int slots, int blockWidth, int blockHeight)
 
 namespace {
 
+// The first failure is the session's: others may follow from it.
+MoxImage *fail(MoxTileSession *session, MoxStatus status) {
+    if (session->status == MOX_StatusNoError) session->status = status;
+    return nullptr;
+}
+
 // A header for pixels that the session brings: all of them count, whatever mask the image has.
 void makeView(const MoxImage *image, OwnScratchImage *view) {
     ownMakeScratch(image, view);
@@ -27,12 +33,6 @@ void setRoi(OwnScratchImage *view, int64_t x, int64_t y, int64_t width, int64_t 
     view->roi.yOffset = static_cast<int>(y);
     view->roi.width = static_cast<int>(width);
     view->roi.height = static_cast<int>(height);
-}
-
-// The first fault is the one that is told: memory that runs out leaves one in the status word, with which the copies of
-// the other images fail.
-void keepStatus(MoxTileSession *session, MoxStatus status) {
-    if (session->status == MOX_StatusNoError) session->status = status;
 }
 
 // A slot of a session, for the current rectangle.
@@ -87,7 +87,7 @@ class Straddle {
             each->header.alphaChannel = slot_.image->alphaChannel;
             each->roi.coi = slot_.image->roi ? slot_.image->roi->coi : 0;
         }
-        if (moxGetErrStatus() < 0) keepStatus(&session_, MOX_StatusBacktrace);
+        if (moxGetErrStatus() < 0) fail(&session_, MOX_StatusBacktrace);
     }
 
   private:
@@ -119,11 +119,6 @@ bool makeRoom(const MoxTileSession *session, OwnTileSlot *slot) {
     if (slot->tiles) return true;
     moxDeallocateImage(&scratch);
     return false;
-}
-
-MoxImage *fail(MoxTileSession *session, MoxStatus status) {
-    keepStatus(session, status);
-    return nullptr;
 }
 
 MoxImage *acquirePlain(const MoxTileSession *session, OwnTileSlot *slot) {

@@ -216,11 +216,16 @@ std::vector<Example> arithExamples() {
     for (const RefOperation &operation : operations)
         examples.push_back(exampleOf(operation));
     const Example::More releases = {.releasesTiles = true};
-    for (const Example &example : {Example{"moxAlphaComposite", Touches::PIXELS, 3, alphaComposite, releases},
-                                   Example{"moxAlphaCompositeC", Touches::PIXELS, 3, alphaCompositeC, releases},
-                                   Example{"moxPreMultiplyAlpha", Touches::PIXELS, 1, preMultiplyAlpha, releases},
-                                   Example{"moxMultiplyScale", Touches::PIXELS, 3, multiplyScale, releases},
-                                   Example{"moxMultiplySScale", Touches::PIXELS, 2, multiplySScale, releases}})
+    for (const Example &example :
+         {Example{"moxAlphaComposite", Touches::PIXELS, 3, alphaComposite, {.releasesTiles = true, .tool = "over"}},
+          Example{"moxAlphaCompositeC", Touches::PIXELS, 3, alphaCompositeC, {.releasesTiles = true, .tool = "blend"}},
+          Example{"moxPreMultiplyAlpha",
+                  Touches::PIXELS,
+                  1,
+                  preMultiplyAlpha,
+                  {.releasesTiles = true, .tool = "premultiply"}},
+          Example{"moxMultiplyScale", Touches::PIXELS, 3, multiplyScale, releases},
+          Example{"moxMultiplySScale", Touches::PIXELS, 2, multiplySScale, releases}})
         examples.push_back(example);
     return examples;
 }

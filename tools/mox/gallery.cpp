@@ -61,6 +61,8 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
     addSource(gallery, "right.png", "And right.", drawDisc(width, height, 0.63));
     addSource(gallery, "striped.png", "The picture with stripes.", drawStriped(picture));
     addSource(gallery, "notches.png", "Where their frequencies are in a spectrum.", drawNotches(width, height));
+    addSource(gallery, "ruby.png", "Red glass: a picture with alpha.", drawGlass(width, height, 0.37, {224, 17, 95}));
+    addSource(gallery, "jade.png", "And green.", drawGlass(width, height, 0.63, {0, 168, 107}));
     addSource(gallery, "tiny.png", "Twelve by eight pixels.", drawTiny());
 }
 

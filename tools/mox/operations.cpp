@@ -6,6 +6,7 @@ const std::vector<const Family *> &families() {
         &movingFamily(),      //
         &arithmeticPair(),    //
         &arithmeticOne(),     //
+        &alphaFamily(),       //
         &colorModelFamily(),  //
         &depthFamily(),       //
         &filterFamily(),      //

@@ -75,6 +75,7 @@ struct Family {
 const Family &movingFamily();      // opsmove.cpp
 const Family &arithmeticPair();    // opsarith.cpp
 const Family &arithmeticOne();     // opsarith.cpp
+const Family &alphaFamily();       // opsalpha.cpp
 const Family &colorModelFamily();  // opscolormodels.cpp
 const Family &filterFamily();      // opsfilter.cpp
 const Family &geometryFamily();    // opsgeometry.cpp

@@ -337,6 +337,24 @@ Picture drawDisc(int width, int height, double x) {
     return drawBits(width, height, [=](double px, double py) { return std::hypot(px - x * ratio, py - 0.5) < radius; });
 }
 
+Picture drawGlass(int width, int height, double x, const Rgb &colour) {
+    Picture picture = makePicture(width, height, 4, 8);
+    const double ratio = sideRatio(width, height), radius = std::min(0.4, 0.27 * ratio);
+    for (int row = 0; row < height; row++) {
+        for (int column = 0; column < width; column++) {
+            const double px = (column + 0.5) / height, py = (row + 0.5) / height;
+            const double distance = std::hypot(px - x * ratio, py - 0.5) / radius;
+            const double alpha = smooth(1, 0.94, distance) * (0.45 + 0.4 * distance);
+            std::uint16_t *pixel = pixelAt(&picture, column, row);
+            pixel[0] = static_cast<std::uint16_t>(colour.red);
+            pixel[1] = static_cast<std::uint16_t>(colour.green);
+            pixel[2] = static_cast<std::uint16_t>(colour.blue);
+            pixel[3] = static_cast<std::uint16_t>(255 * alpha);
+        }
+    }
+    return picture;
+}
+
 Picture drawShifted(const Picture &picture, int by) {
     Picture result = picture;
     for (int y = 0; y < picture.height; y++) {
