@@ -26,7 +26,7 @@ class Transform {
           lanes_(kernels_.lanes),
           width_(job.width),
           height_(job.height),
-          columns_((width_ + 1) / 2),
+          columns_(width_ / 2 + width_ % 2),
           blocks_((columns_ + lanes_ - 1) / lanes_),
           pointFloats_(2 * lanes_),
           blockStep_(ownBlockPoints(height_) * pointFloats_) {}
