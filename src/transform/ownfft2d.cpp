@@ -33,6 +33,9 @@ class Transform {
 
     // Plans and scratch: everything that may fail.
     bool prepare() {
+        // A plan's scratch has at least as many points as its length.
+        const int64_t least = std::max(2 * ownBlockPoints(width_) + width_, ownBlockPoints(height_) + height_);
+        if (!ownFitsScratch(blocks_ * blockStep_ + least * pointFloats_)) return false;
         // Of a full table the second plan may have pushed out the first.
         if (!ownFindFftPlan(width_)) return false;
         alongColumn_ = ownFindFftPlan(height_);
