@@ -359,14 +359,14 @@ MOX_EXPORT MoxImage *MOX_CALL moxCreateImageHeader(int nChannels, int alphaChann
                                                    MoxTileInfo *tileInfo);
 
 /**
- * Allocates the pixels of a header of any depth but 32F; widthStep and imageSize are computed anew. With doFill every
- * sample, padding included, becomes fillValue cut to the depth's low bits; without, memory is as the heap delivers it.
- * -5 when the image is null, has data, is tiled or is 32F; the header tests of moxCreateImageHeader as "Incorrect
- * data-ins"; -4 "for allocate image data".
+ * Allocates the pixels of a header of any depth but 32F, which moxAllocateImageFP is for; widthStep and imageSize are
+ * computed anew. With doFill every sample, padding included, becomes fillValue cut to the depth's low bits; without,
+ * memory is as the heap delivers it. -5 when the image is null, has data, is tiled or is 32F ("( image->depth == 32
+ * )"); the header tests of moxCreateImageHeader as "Incorrect data-ins"; -4 "for allocate image data".
  */
 MOX_EXPORT void MOX_CALL moxAllocateImage(MoxImage *image, int doFill, int fillValue);
 
-/** moxAllocateImage for depth 32F. */
+/** moxAllocateImage for depth 32F, and for no other. */
 MOX_EXPORT void MOX_CALL moxAllocateImageFP(MoxImage *image, int doFill, float fillValue);
 
 /**
@@ -1681,6 +1681,12 @@ MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINF
  * These take plain images only, not tiled ones, and leave masks alone: every pixel of the region takes part. Sines and
  * cosines are the library's own, and sums have one order, so that results are the same on every processor and system.
  * Tables are kept for each thread, by the length of a transform; they go by the FREE flags or with the thread.
+ *
+ * Spectra, coefficients and the four images of a wavelet are at home in 32F images, whose pixels come from
+ * moxAllocateImageFP: moxAllocateImage refuses them. What a transform works in is one block of memory, of less than 2^31
+ * bytes (see moxMalloc): for Fourier and cosine transforms the region in floats and several lines of it more, which are
+ * up to 32 floats thick, as the processor's vectors are. What does not fit counts as memory that ran out. The first to
+ * meet this is the cosine transform of a single line, from 1 million samples on.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /** Flags of moxRealFft2D and moxCcsFft2D, combinable: one direction, at most one engine. */
@@ -1734,10 +1740,11 @@ MOX_EXPORT MoxStatus MOX_CALL moxCcsFft2D(MoxImage *srcImage, MoxImage *dstImage
 
 /**
  * The product of two packed spectra, sample by sample: with moxRealFft2D (MOX_FFT_FORWARD) of both images before and
- * moxCcsFft2D (MOX_FFT_INVERSE) behind it, a periodic convolution, whose kernel has its middle at (0, 0) and what is left
- * of it or above wrapped round to the far sides. Complex pairs multiply as re = a.re b.re - a.im b.im, im = a.re b.im + a.im b.re, real positions as
- * real numbers. At 32F products and sum are rounded one after the other; integers are summed in 64 bits and saturated.
- * Depths 8S, 16S, 32S and 32F, the same for all three images. The destination may be a source.
+ * moxCcsFft2D (MOX_FFT_INVERSE) behind it, a periodic convolution, whose kernel has its middle at (0, 0) and what is
+ * left of it or above wrapped round to the far sides. Complex pairs multiply as re = a.re b.re - a.im b.im, im = a.re
+ * b.im + a.im b.re, real positions as real numbers. At 32F products and sum are rounded one after the other; integers
+ * are summed in 64 bits and saturated. Depths 8S, 16S, 32S and 32F, the same for all three images, whose regions are of
+ * one size. The destination may be a source. Nothing is returned: moxGetErrStatus tells of a failure.
  *
  * Failures, in this order: "Incorrect Image" (srcA, srcB, dst); -17 "srcA->depth || srcB->depth == 8U||16U||1U"; -5
  * "(srcA->depth != srcB->depth)", "(srcA->depth != dst->depth)", "(width_srcA != width_srcB)", "(height_srcA !=
@@ -1760,8 +1767,10 @@ enum {
  *
  *     F(u, v) = s c(u) c(v) x the sum over x, y of f(x, y) cos((2x + 1) u pi / 2W) cos((2y + 1) v pi / 2H)
  *
- * and the inverse is its transpose. The transform has the size of the source's region; the destination, another image,
- * takes it from the corner of its own region on. Channels: that of interest, where both images name one; else all but
+ * and the inverse is its transpose. The two images are of one width and height, and both have a region or neither has.
+ * The transform has the size of the source's region; the destination, another header, takes it from the corner of its
+ * own region on. So the blocks of a picture are transformed by one call each, with a region at the same place in a
+ * picture and an image of coefficients of its size. Nothing is returned: moxGetErrStatus tells of a failure. Channels: that of interest, where both images name one; else all but
  * alpha. Any depth but 1U, and the two may differ.
  *
  * Blocks of 4, 8, 16 or 32 samples in either direction, of up to 16 bits in both images, are computed in 16-bit

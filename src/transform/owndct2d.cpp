@@ -34,12 +34,15 @@ class Transform {
           blockStep_(pointsAt(ownBlockPoints(height_))) {}
 
     bool prepare() {
+        // A plan's scratch has at least as many points as its length.
+        const int longest = std::max(width_, height_);
+        const int64_t line = ownBlockPoints(longest);
+        if (!ownFitsScratch(blocks_ * blockStep_ + pointsAt(2 * line + longest))) return false;
         if (!ownFindDctPlan(width_)) return false;
         alongColumn_ = ownFindDctPlan(height_);
         if (!alongColumn_) return false;
         alongRow_ = ownFindDctPlan(width_);
         if (!alongRow_) return false;
-        const int64_t line = ownBlockPoints(std::max(width_, height_));
         const int64_t points = 2 * line + std::max(alongRow_->work, alongColumn_->work);
         middle_ = ownDctScratch(blocks_ * blockStep_ + pointsAt(points));
         if (!middle_) return false;

@@ -71,6 +71,10 @@ const OwnFftRows &ownFftThinRows();  // of one lane, for images that are a line
 const OwnFftPlan *ownFindFftPlan(int length);
 const OwnFftPlan *ownFindDctPlan(int length);
 
+// Whether a block of the heap can be that large at all. What a size asks for is held against this before any table is
+// made: those of a length that cannot be transformed would take seconds, for nothing.
+bool ownFitsScratch(int64_t floats);
+
 // The calling thread's scratch: a block of so many floats, aligned to 64 bytes, or null.
 float *ownFftScratch(int64_t floats);
 float *ownDctScratch(int64_t floats);

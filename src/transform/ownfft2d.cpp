@@ -26,13 +26,16 @@ class Transform {
           lanes_(kernels_.lanes),
           width_(job.width),
           height_(job.height),
-          columns_((width_ + 1) / 2),
+          columns_(width_ / 2 + width_ % 2),
           blocks_((columns_ + lanes_ - 1) / lanes_),
           pointFloats_(2 * lanes_),
           blockStep_(ownBlockPoints(height_) * pointFloats_) {}
 
     // Plans and scratch: everything that may fail.
     bool prepare() {
+        // A plan's scratch has at least as many points as its length.
+        const int64_t least = std::max(2 * ownBlockPoints(width_) + width_, ownBlockPoints(height_) + height_);
+        if (!ownFitsScratch(blocks_ * blockStep_ + least * pointFloats_)) return false;
         // Of a full table the second plan may have pushed out the first.
         if (!ownFindFftPlan(width_)) return false;
         alongColumn_ = ownFindFftPlan(height_);

@@ -105,13 +105,14 @@ class Transform {
         : job_(job), width_(job.width), height_(job.height), unit_(unitOf(job.src.depth)) {}
 
     bool prepare() {
+        const int64_t longest = width_ > height_ ? width_ : height_;
+        const int64_t count = int64_t{width_} * height_, floats = (count + 3 * longest) * 4;
+        if (!ownFitsScratch(floats)) return false;
         if (!findTwiddles(width_)) return false;
         column_ = {height_, findTwiddles(height_), nullptr};
         row_ = {width_, findTwiddles(width_), nullptr};
         if (!column_.twiddles || !row_.twiddles) return false;
-        const int64_t longest = width_ > height_ ? width_ : height_;
-        const int64_t count = int64_t{width_} * height_;
-        float *memory = ownFftScratch((count + 3 * longest) * 4);
+        float *memory = ownFftScratch(floats);
         if (!memory) return false;
         points_ = static_cast<Complex *>(static_cast<void *>(memory));
         line_ = points_ + count;

@@ -238,10 +238,20 @@ const OwnFftPlan *ownFindDctPlan(int length) {
 
 namespace {
 
+constexpr int64_t TO_LINE = 8;  // floats: a block of the heap is aligned to 32 bytes, scratch to 64
+
+}  // namespace
+
+bool ownFitsScratch(int64_t floats) {
+    return floats + TO_LINE <= INT_MAX / static_cast<int64_t>(sizeof(float));
+}
+
+namespace {
+
 // A thread's block of at least so many floats: the one at hand, or a larger one in its place.
 float *findScratch(void **block, int *capacity, int64_t floats) {
-    const int64_t size = floats + 8;  // a block of the heap is aligned to 32 bytes
-    if (size > INT_MAX) return nullptr;
+    if (!ownFitsScratch(floats)) return nullptr;
+    const int64_t size = floats + TO_LINE;
     if (*capacity < size) {
         moxFree(*block);
         *capacity = 0;

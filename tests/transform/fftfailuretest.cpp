@@ -273,6 +273,17 @@ TEST_P(FftFailure, impossibleSizesAreRefused) {
     expect(-17, "Incorrect Image");
 }
 
+// A row of as many samples as an int counts is one that memory can have, and too long to be transformed.
+TEST_P(FftFailure, theLongestRowFindsNoMemory) {
+    for (int width : {0x7FFFFFFF, 0x7FFFFFFE, 0x7FFFFFF0}) {
+        s->nChannels = d->nChannels = 1;
+        s->width = d->width = s->widthStep = d->widthStep = s->imageSize = d->imageSize = width;
+        s->height = d->height = 1;
+        for (int engine : {0, static_cast<int>(MOX_FFT_USE_INTEGER)})
+            expect(s, d, MOX_FFT_FORWARD | engine, -4, "No working memory");
+    }
+}
+
 // The report function's answer is not the status of the call.
 TEST_P(FftFailure, returnsTheStatusWhateverIsAnswered) {
     reports.answersZero = true;

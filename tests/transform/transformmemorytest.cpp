@@ -1,5 +1,6 @@
 // What the transforms keep for a thread, give back when told, and do where memory is refused.
 #include <climits>
+#include <cstdlib>
 #include <thread>
 
 #include "transform/transformcheck.h"
@@ -239,6 +240,39 @@ TEST_F(Kept, noMemoryAtAllIsReported) {
     EXPECT_EQ(work.ccs(MOX_FFT_FORWARD), -4);
     window.close();
     EXPECT_TRUE(reports.are({{-4, "moxCcsFft2D", "No working memory"}}));
+}
+
+// A line so long that no block holds its work: no table is made for it first, and no pixel touched.
+TEST_F(Kept, sizesBeyondABlockTakeNothing) {
+    constexpr int width = 100000000;
+    void *pixels = calloc(width, 1);
+    if (!pixels) GTEST_SKIP() << "no memory for the line";
+    for (int turned = 0; turned < 2; ++turned) {
+        MoxImage src = *Work(MOX_DEPTH_8U, MOX_DEPTH_8U, 1, 1).src.header();
+        src.width = turned ? 1 : width;
+        src.height = turned ? width : 1;
+        src.align = 4;
+        src.widthStep = src.width;
+        src.imageSize = width;
+        src.imageData = static_cast<char *>(pixels);
+        MoxImage dst = src;
+        for (int engine : {static_cast<int>(MOX_FFT_USE_FLOAT), static_cast<int>(MOX_FFT_USE_INTEGER)}) {
+            AllocationWindow window;
+            EXPECT_EQ(moxRealFft2D(&src, &dst, MOX_FFT_FORWARD | engine), -4);
+            EXPECT_EQ(moxCcsFft2D(&src, &dst, MOX_FFT_INVERSE | engine), -4);
+            window.close();
+            EXPECT_EQ(window.count(), 0) << "engine " << engine;
+            EXPECT_TRUE(
+                reports.are({{-4, "moxRealFft2D", "No working memory"}, {-4, "moxCcsFft2D", "No working memory"}}));
+            reports.clear();
+        }
+        AllocationWindow window;
+        moxDCT2D(&src, &dst, MOX_DCT_FORWARD);
+        window.close();
+        EXPECT_EQ(window.count(), 0);
+        EXPECT_TRUE(reports.none());
+    }
+    free(pixels);
 }
 
 // The cosine transform goes without a word: a channel is right or as it was.
