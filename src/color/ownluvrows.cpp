@@ -20,7 +20,7 @@ constexpr float BRIGHT = static_cast<double>(8.7f) > 8.7 ? 8.7f : 8.700001f;
     const auto guess = static_cast<int32_t>(1419899392.0f - static_cast<float>(bits) * 0.33333334f);
     float r;
     __builtin_memcpy(&r, &guess, 4);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 2; ++i)
         r = r * (1.3333334f - 0.33333334f * (x * r * r * r));
 
     // x = m 2^exponent with m from sqrt(1 / 2) to sqrt(2).

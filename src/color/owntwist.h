@@ -8,8 +8,13 @@ struct OwnTwist {
     int shift;
 };
 
+// A matrix of reals, and the same in fixed point where that has room for all bits of it: an entry is
+// (fixed + rest / 32768) / 2^point.
 struct OwnTwistFP {
     double data[3][4];
+    int fixed[3][4], rest[3][4];
+    int point;      // 0 where there is no such form
+    bool hasRests;  // not all are 0
 };
 
 // The rows are the first three channels of the source, then those of the destination.

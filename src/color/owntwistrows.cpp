@@ -140,14 +140,109 @@ void real(void *const *rows, size_t n, const void *operation) {
     }
 }
 
+#if defined(OWN_HAS_VECTORS)
+
+// Sums of bytes times a matrix in fixed point, which are exact; so are those of the doubles, with fewer than 53 bits.
+template <bool hasRests>
+struct FixedRows {
+    OwnVector factors[3][3], plus[3], rests[3][2];
+    __m128i point, fraction;
+
+    explicit FixedRows(const OwnTwistFP &twist) {
+        point = _mm_cvtsi32_si128(twist.point);
+        fraction = _mm_cvtsi32_si128(32 - twist.point);
+        const int half = 1 << (twist.point - 1);
+        for (int k = 0; k < 3; ++k) {
+            for (int i = 0; i < 3; ++i) {
+                const int low = twist.fixed[k][i] & 127;
+                factors[k][i] = ownFactors((twist.fixed[k][i] - low) / 128, low);
+            }
+            plus[k] = ownSplat<Own32S>(static_cast<uint32_t>(twist.fixed[k][3] + half));
+            rests[k][0] = ownFactors(twist.rest[k][0], twist.rest[k][1]);
+            rests[k][1] = ownFactors(twist.rest[k][2], twist.rest[k][3]);
+        }
+    }
+
+    // From words, each beside 128 times itself, and from pairs of them: the nearest number, ties to even.
+    [[gnu::always_inline]] OwnVector sum(int k, const OwnVector *of, const OwnVector *pairs) const {
+        const auto part = [&](int i) { return OWN_VECTOR(madd, epi16)(of[i], factors[k][i]); };
+        OwnVector all =
+            OWN_VECTOR(add, epi32)(OWN_VECTOR(add, epi32)(part(0), part(1)), OWN_VECTOR(add, epi32)(part(2), plus[k]));
+        OwnVector below = ownZero();
+        if (hasRests) {
+            const OwnVector rest = OWN_VECTOR(add, epi32)(OWN_VECTOR(madd, epi16)(pairs[0], rests[k][0]),
+                                                          OWN_VECTOR(madd, epi16)(pairs[1], rests[k][1]));
+            all = OWN_VECTOR(add, epi32)(all, OWN_VECTOR(srai, epi32)(rest, 15));
+            below = OWN_VECTOR(slli, epi32)(rest, 17);
+        }
+        const OwnVector whole = OWN_VECTOR(sra, epi32)(all, point);
+        below = ownOr(below, OWN_VECTOR(sll, epi32)(all, fraction));
+        const OwnVector tie = OWN_VECTOR(cmpeq, epi32)(below, ownZero());
+        const OwnVector odd = ownAnd(whole, OWN_VECTOR(srli, epi32)(tie, 31));
+        return OWN_VECTOR(sub, epi32)(whole, odd);
+    }
+
+    [[gnu::always_inline]] void words(OwnVector a, OwnVector b, OwnVector c, OwnVector *result) const {
+        const OwnPairs pairs = ownPair(a, b, c);
+        const OwnVector words[] = {a, b, c};
+        OwnVector low[3], high[3];
+        for (int i = 0; i < 3; ++i) {
+            const OwnVector times = OWN_VECTOR(slli, epi16)(words[i], 7);
+            low[i] = OWN_VECTOR(unpacklo, epi16)(times, words[i]);
+            high[i] = OWN_VECTOR(unpackhi, epi16)(times, words[i]);
+        }
+        for (int k = 0; k < 3; ++k)
+            result[k] = OWN_VECTOR(packs, epi32)(sum(k, low, pairs.low), sum(k, high, pairs.high));
+    }
+};
+
+template <bool hasRests>
+size_t realWords(void *const *rows, size_t n, const OwnTwistFP &twist) {
+    constexpr size_t width = sizeof(OwnVector);
+    const FixedRows<hasRests> fixed(twist);
+    size_t i = 0;
+    for (; i + width <= n; i += width) {
+        const OwnVector a = ownLoad(static_cast<const char *>(rows[0]) + i),
+                        b = ownLoad(static_cast<const char *>(rows[1]) + i),
+                        c = ownLoad(static_cast<const char *>(rows[2]) + i);
+        OwnVector low[3], high[3];
+        fixed.words(ownWords<0>(a), ownWords<0>(b), ownWords<0>(c), low);
+        fixed.words(ownWords<1>(a), ownWords<1>(b), ownWords<1>(c), high);
+        for (int k = 0; k < 3; ++k)
+            ownStore(static_cast<char *>(rows[3 + k]) + i, OWN_VECTOR(packus, epi16)(low[k], high[k]));
+    }
+    return i;
+}
+
+#endif
+
+void realBytes(void *const *rows, size_t n, const void *operation) {
+    size_t i = 0;
+#if defined(OWN_HAS_VECTORS)
+    const OwnTwistFP &twist = *static_cast<const OwnTwistFP *>(operation);
+    if (twist.point) i = twist.hasRests ? realWords<true>(rows, n, twist) : realWords<false>(rows, n, twist);
+#endif
+    void *rest[6];
+    for (int k = 0; k < 6; ++k)
+        rest[k] = static_cast<char *>(rows[k]) + i;
+    if (i < n) real<Own8U, Own8U>(rest, n - i, operation);
+}
+
 }  // namespace
 
-#define TO_ALL(S) \
-    { nullptr, real<S, Own8U>, real<S, Own8S>, real<S, Own16U>, real<S, Own16S>, real<S, Own32S>, real<S, Own32F> }
+#define TO_ALL(S) TO_ALL_BESIDE(S, (real<S, Own8U>))
+#define TO_ALL_BESIDE(S, toBytes) \
+    { nullptr, toBytes, real<S, Own8S>, real<S, Own16U>, real<S, Own16S>, real<S, Own32S>, real<S, Own32F> }
 extern const OwnTwistRows twistRows;
 const OwnTwistRows twistRows = {
     {applyBytes, apply<Own16U>},
-    {{}, TO_ALL(Own8U), TO_ALL(Own8S), TO_ALL(Own16U), TO_ALL(Own16S), TO_ALL(Own32S), TO_ALL(Own32F)},
+    {{},
+     TO_ALL_BESIDE(Own8U, realBytes),
+     TO_ALL(Own8S),
+     TO_ALL(Own16U),
+     TO_ALL(Own16S),
+     TO_ALL(Own32S),
+     TO_ALL(Own32F)},
 };
 
 }  // namespace OWN_LEVEL
