@@ -3,12 +3,13 @@
 
 #include <algorithm>
 
-extern const Family filterFamily, bitmapFamily, geometryFamily, transformFamily, measuresFamily;
+extern const Family filterFamily, rankFamily, bitmapFamily, geometryFamily, transformFamily, measuresFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&filterFamily, &bitmapFamily, &geometryFamily, &transformFamily, &measuresFamily};
+const Family *const allFamilies[] = {&filterFamily,   &rankFamily,      &bitmapFamily,
+                                     &geometryFamily, &transformFamily, &measuresFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {
     for (const EntryGoal &goal : entry.goals) {

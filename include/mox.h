@@ -801,6 +801,120 @@ MOX_EXPORT MoxStatus MOX_CALL moxConvolveSep2DFP(MoxImage *srcImage, MoxImage *d
  */
 MOX_EXPORT MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxImage *dstImage);
 
+/**
+ * dst(x, y) = the largest sample of each channel in the nCols x nRows window whose top left is at (x - anchorX,
+ * y - anchorY). Every depth but 32F; at depth 1 a bit is set where one of the window is. The cost of a sample hardly
+ * grows with the window.
+ *
+ * The images must be two. Returns 0 or the fault, and does nothing while the status word is negative from an earlier
+ * fault, which it does not return. Failures, in this order:
+ *
+ *         "Incorrect Image" with the fault of the source or the destination
+ *    -5   "(anchorX>=nCols)||(anchorX<0)", "(anchorY>=nRows)||(anchorY<0)"
+ *    -5   "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth", "srcImage->depth==32"
+ *    -5   "srcImage->nChannels!=dstImage->nChannels", "srcImage->alphaChannel!=dstImage->alphaChannel"
+ *    -5   "srcImage->dataOrder!=dstImage->dataOrder", but at depth 1
+ *   -24   "Number of interset channel input and output Image is not equal."
+ *    -4   "Allocation failure", also for a source tile that is not delivered
+ *    -5   "(dstImage->tileInfo->tileData == 0)"
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxMaxFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
+                                           int anchorY);
+
+/** moxMaxFilter for the smallest sample; at depth 1 a bit is set where all of the window are. */
+MOX_EXPORT MoxStatus MOX_CALL moxMinFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
+                                           int anchorY);
+
+/**
+ * moxMaxFilter for the median: of N samples in their order the one in the middle, of an even number the lower one of
+ * both in the middle. At depth 1 a bit is set where half of the window is: at least N / 2 of its bits.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxMedianFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
+                                              int anchorY);
+
+/** The kernels of moxFixedFilter, row by row. */
+enum {
+    MOX_FILTER_PREWITT_3X3_V = 0, /**< 1 0 -1, 1 0 -1, 1 0 -1 */
+    MOX_FILTER_PREWITT_3X3_H = 1, /**< -1 -1 -1, 0 0 0, 1 1 1 */
+    MOX_FILTER_SOBEL_3X3_V = 2,   /**< 1 0 -1, 2 0 -2, 1 0 -1 */
+    MOX_FILTER_SOBEL_3X3_H = 3,   /**< -1 -2 -1, 0 0 0, 1 2 1 */
+    MOX_FILTER_LAPLACIAN_3X3 = 4, /**< all -1, in the middle 8 */
+    MOX_FILTER_LAPLACIAN_5X5 = 5, /**< -1 -3 -4 -3 -1, -3 0 6 0 -3, -4 6 20 6 -4, and the second and first row again */
+    MOX_FILTER_GAUSSIAN_3X3 = 6,  /**< 1 2 1, 2 4 2, 1 2 1; a 16th */
+    MOX_FILTER_GAUSSIAN_5X5 = 7,  /**< 2 7 12 7 2, 7 31 52 31 7, 12 52 127 52 12, and the second and first row again;
+                                       the product with the float 1 / 571 */
+    MOX_FILTER_HIPASS_3X3 = 8,    /**< that of MOX_FILTER_LAPLACIAN_3X3 */
+    MOX_FILTER_HIPASS_5X5 = 9,    /**< all -1, in the middle 24 */
+    MOX_FILTER_SHARPEN_3X3 = 10   /**< all -1, in the middle 16; an 8th */
+};
+
+/**
+ * dst(x, y) = the sum of kernel[r][c] x src(x - 1 + c, y - 1 + r), or x - 2 and y - 2 for a kernel of 5 x 5; the kernel
+ * is not mirrored. Integers are summed in 32 bits, which wrap; what is a part of the sum is rounded to the nearest
+ * integer, halves to the even one; and the result is saturated. At 32F the products, those with 0 as well, are added to
+ * 0 in the order of the kernel, each step in single precision, and nothing is rounded to integers.
+ * MOX_FILTER_SHARPEN_3X3 at depth 1 is moxCopy.
+ *
+ * Returns the status word. The images must be two; nothing happens while the status word is negative from an earlier
+ * fault. Failures are those of moxMaxFilter, without anchors and at every depth, but
+ * "srcImage->nChannels!=dstImage->nChannels" and "srcImage->alphaChannel!=dstImage->alphaChannel" are -24. Behind these
+ * is -5 "Unknow filter."
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxFixedFilter(MoxImage *srcImage, MoxImage *dstImage, int filter);
+
+/**
+ * dst(x, y) = the pixel of the nCols x nRows window, whose top left is at (x - anchorX, y - anchorY), that is nearest
+ * to all others of it: the sum of its distances to them is the smallest, and of several such pixels it is the first
+ * one, rows first. The distance of two pixels is the sum of the differences of their first three channels; at 32F it is
+ * taken in double precision. Alpha stays as it is. Every depth but 1U and 32S, three channels, or four with alpha. What
+ * a pixel costs grows with the square of the window's size.
+ *
+ * The images must be two. Returns 0 or the fault. Failures, in this order:
+ *
+ *         "Incorrect Image" with the fault of the source or the destination
+ *    -5   "(anchorX>=nCols)||(anchorX<0)", "(anchorY>=nRows)||(anchorY<0)"
+ *    -5   "(srcImage==dstImage)", "srcImage->depth!=dstImage->depth", "srcImage->depth==1",
+ *         "srcImage->depth==(0x80000000|32)"
+ *    -5   "srcImage->nChannels!=dstImage->nChannels", "srcImage->nChannels<3", "srcImage->nChannels>4"
+ *    -5   "(srcImage->nChannels==3)&&(srcImage->alphaChannel!=0)",
+ *         "(srcImage->nChannels==4)&&(srcImage->alphaChannel==0)"
+ *    -5   "srcImage->roi->coi!=0", "dstImage->roi->coi!=0"
+ *    -4   "Allocation failure", also for a source tile that is not delivered
+ *    -5   "(dstImage->tileInfo->tileData == 0)"
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxColorMedianFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows,
+                                                   int anchorX, int anchorY);
+
+/**
+ * dst(x, y) = the smallest sample of each channel in the square of 2 x nIterations + 1 pixels around (x, y): what as
+ * many steps of 3 x 3 come to. Depths 1U (a bit is set where all of the square are), 8U and 16U. Around the region one
+ * ring of pixels is read, from the image or by its border rules, and what is farther out repeats the ring. The source
+ * may be the destination. A destination with a region takes the source's coi. Each call sets the status word to 0
+ * first.
+ *
+ * Failures, in this order:
+ *
+ *         "Incorrect Image" with the fault of the source or the destination
+ *    -5   "Illegal number of iterations" (below 1), "Illegal image depth"
+ *    -5   "SRC and DST depth are different", "SRC and DST order are different", "SRC and DST orign are different",
+ *         "SRC and DST number of channels are different"
+ *    -4   "Allocation failure", also for a square whose side is no int, and for a source tile that is not delivered
+ *    -5   "(dstImage->tileInfo->tileData == 0)"
+ */
+MOX_EXPORT void MOX_CALL moxErode(MoxImage *srcImage, MoxImage *dstImage, int nIterations);
+
+/** moxErode for the largest sample; at depth 1 a bit is set where one of the square is. */
+MOX_EXPORT void MOX_CALL moxDilate(MoxImage *srcImage, MoxImage *dstImage, int nIterations);
+
+/**
+ * moxErode, and moxDilate of the result: as if the first one's region were wider by nIterations on each side, with its
+ * ring around that. Bright details that the square does not fit into are gone.
+ */
+MOX_EXPORT void MOX_CALL moxOpen(MoxImage *srcImage, MoxImage *dstImage, int nIterations);
+
+/** moxOpen the other way round: moxDilate, and moxErode of the result. Dark details are gone. */
+MOX_EXPORT void MOX_CALL moxClose(MoxImage *srcImage, MoxImage *dstImage, int nIterations);
+
 /* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * ---------------------------------------------------------------------------------------------------------------- */

@@ -22,6 +22,7 @@ struct Area {
     int64_t x, y;
     MoxImage *dst;
     MoxImage *mask;
+    int64_t regionX, regionY;  // where it begins in the common region
 };
 
 // Bytes 0 and 1 into bits, the first on top. The product brings bit 0 of eight bytes side by side without a carry.
@@ -47,6 +48,7 @@ class WindowRunner {
         inPlace_ = window.src == window.dst && !window.src->tileInfo;
         channels_ = ownWindowChannels(window);
         passes_ = ownChannels(window.src) / channels_;
+        gathers_ = window.together && window.src->dataOrder == MOX_DATA_ORDER_PLANE;
     }
     ~WindowRunner() { moxFree(memory_); }
     WindowRunner(const WindowRunner &) = delete;
@@ -68,8 +70,9 @@ class WindowRunner {
 
     void runArea(const Area &area);
     void runPass(const Area &area, int pass);
-    void runRows(OwnRows *rows, int pass, int64_t y0, int64_t height);
+    void runRows(const Area &area, OwnRows *rows, int pass, int64_t y0, int64_t height);
     void loadRow(int64_t index, int64_t y);
+    void gatherRow(int64_t y, uint8_t *row);
     const uint8_t *keptRow(int64_t y) const;
     void store(OwnRows *rows, int height);
 
@@ -77,13 +80,14 @@ class WindowRunner {
     OwnImageRect srcRect_;
     bool inPlace_;
     int passes_, channels_;
+    bool gathers_;  // the rows of several planes become one
 
     // Scratch, for the widest area.
     uint8_t *memory_ = nullptr;
     int64_t atOnce_;  // output rows
     int64_t ringRows_, rowBytes_, bitBytes_;
     const uint8_t **pointers_;  // of the ring's rows, twice over: any row of it begins a run of ringRows_
-    uint8_t *ring_, *tail_, *out_, *bits_;
+    uint8_t *ring_, *tail_, *out_, *plane_, *bits_;
 
     // The pass at work.
     OwnRowSource source_;
@@ -106,7 +110,7 @@ bool WindowRunner::allocate() {
     const int64_t tailRows = inPlace_ ? window_.bottom : 0;
     const int64_t pointerBytes = lines(2 * ringRows_ * static_cast<int64_t>(sizeof(*pointers_)));
     bitBytes_ = lines(window_.width / 8 + 1);
-    const int64_t rows = ringRows_ + tailRows + atOnce_;
+    const int64_t rows = ringRows_ + tailRows + atOnce_ + (gathers_ ? 1 : 0);
     if (rows > INT_MAX / rowBytes_) return false;
     const int64_t size = rows * rowBytes_ + pointerBytes + atOnce_ * bitBytes_;
     if (size > INT_MAX) return false;
@@ -116,7 +120,8 @@ bool WindowRunner::allocate() {
     ring_ = memory_ + pointerBytes;
     tail_ = ring_ + ringRows_ * rowBytes_;
     out_ = tail_ + tailRows * rowBytes_;
-    bits_ = out_ + atOnce_ * rowBytes_;
+    plane_ = out_ + atOnce_ * rowBytes_;
+    bits_ = plane_ + (gathers_ ? rowBytes_ : 0);
     return true;
 }
 
@@ -127,7 +132,7 @@ OwnWindowResult WindowRunner::runPlain() {
     OwnScratchImage to, mask, padded;
     ownShareOfPlain(window_.dst, share, &to);
     if (window_.mask) ownShareOfPlain(window_.mask, share, &mask);
-    Area area = {window_.src, srcRect_.x, srcRect_.y, &to.header, window_.mask ? &mask.header : nullptr};
+    Area area = {window_.src, srcRect_.x, srcRect_.y, &to.header, window_.mask ? &mask.header : nullptr, 0, 0};
     char *rect = nullptr;
     if (window_.src->tileInfo) {
         rect = readPadded(share, &padded);
@@ -156,7 +161,8 @@ void WindowRunner::runTile(const OwnTileGrid &grid, char *tile, const MoxImage *
     OwnScratchImage to, mask;
     ownShareOfTile(window_.dst, grid.share(), tile, &to);
     if (window_.mask) ownShareOfPlain(window_.mask, grid.share(), &mask);
-    runArea({src, x, y, &to.header, window_.mask ? &mask.header : nullptr});
+    const OwnShare &share = grid.share();
+    runArea({src, x, y, &to.header, window_.mask ? &mask.header : nullptr, share.x, share.y});
 }
 
 OwnWindowResult WindowRunner::runTiles() {
@@ -308,13 +314,28 @@ void WindowRunner::runArea(const Area &area) {
 
 void WindowRunner::loadRow(int64_t index, int64_t y) {
     const int64_t slot = index % ringRows_;
-    const uint8_t *row = inPlace_ ? keptRow(y) : ownRowInPlace(source_, x_, y, width_);
+    const uint8_t *row = inPlace_ ? keptRow(y) : gathers_ ? nullptr : ownRowInPlace(source_, x_, y, width_);
     if (!row) {
         uint8_t *buffer = ring_ + slot * rowBytes_;
-        ownBorderRow(source_, x_, y, width_, buffer);
+        if (gathers_) {
+            gatherRow(y, buffer);
+        } else {
+            ownBorderRow(source_, x_, y, width_, buffer);
+        }
         row = buffer;
     }
     pointers_[slot] = pointers_[slot + ringRows_] = row;
+}
+
+// The source is the first of the planes.
+void WindowRunner::gatherRow(int64_t y, uint8_t *row) {
+    const int bytes = ownRowSampleBytes(source_);
+    OwnRowSource plane = source_;
+    for (int k = 0; k < channels_; ++k) {
+        ownBorderRow(plane, x_, y, width_, plane_);
+        ownMoveRows().scatter[ownSampleSize(bytes)](plane_, row + k * bytes, channels_, 1, static_cast<size_t>(width_));
+        plane.start += static_cast<int64_t>(plane.height) * plane.rowStep;
+    }
 }
 
 const uint8_t *WindowRunner::keptRow(int64_t y) const {
@@ -322,15 +343,17 @@ const uint8_t *WindowRunner::keptRow(int64_t y) const {
 }
 
 void WindowRunner::runPass(const Area &area, int pass) {
-    ownSetRowSource(&source_, area.src, ownFirstChannel(area.src) + pass, channels_);
+    ownSetRowSource(&source_, area.src, ownFirstChannel(area.src) + pass, gathers_ ? 1 : channels_);
     OwnRows rows;
     MoxImage *const images[] = {area.dst, area.dst};
-    const int first = ownFirstChannel(area.dst) + pass;
+    const int first = (window_.dstCoi > 0 ? window_.dstCoi - 1 : ownFirstChannel(area.dst)) + pass;
     const int firsts[] = {first, first};
     ownSetRows(&rows, images, firsts, 2, channels_, area.mask);
     const int height = rows.height;
-    rows.channels = channels_;
-    rows.planes = 1;
+    if (!window_.together) {
+        rows.channels = channels_;
+        rows.planes = 1;
+    }
 
     x_ = area.x - window_.left;
     width_ = rows.width + window_.left + window_.right;
@@ -346,13 +369,13 @@ void WindowRunner::runPass(const Area &area, int pass) {
     // Conversions of constants are done: from here on there is but the filter's arithmetic.
     if (window_.chop) {
         const OwnChopRounding rounding;
-        runRows(&rows, pass, y0, height);
+        runRows(area, &rows, pass, y0, height);
     } else {
-        runRows(&rows, pass, y0, height);
+        runRows(area, &rows, pass, y0, height);
     }
 }
 
-void WindowRunner::runRows(OwnRows *rows, int pass, int64_t y0, int64_t height) {
+void WindowRunner::runRows(const Area &area, OwnRows *rows, int pass, int64_t y0, int64_t height) {
     OwnSpan &dst = rows->spans[1];
     const bool direct = !rows->masked && dst.bytes > 0 && dst.step == channels_;
     const int64_t reach = window_.top + window_.bottom;
@@ -360,6 +383,8 @@ void WindowRunner::runRows(OwnRows *rows, int pass, int64_t y0, int64_t height) 
     at.width = static_cast<size_t>(rows->width);
     at.channels = channels_;
     at.pass = pass;
+    at.areaX = area.regionX;
+    at.areaY = area.regionY;
     at.outStep = direct ? dst.rowStep : rowBytes_;
     int64_t loaded = 0;
     for (int64_t y = 0; y < height; y += at.height) {
@@ -384,6 +409,7 @@ void WindowRunner::store(OwnRows *rows, int height) {
     from.rowStep = rowBytes_;
     from.step = channels_;
     from.bytes = rows->spans[1].bytes;
+    from.planeStep = from.bytes;  // of rows that come together
     if (from.bytes == 0) {
         for (int k = 0; k < height; ++k)
             packBits(out_ + k * rowBytes_, rows->width, bits_ + k * bitBytes_);
@@ -409,7 +435,7 @@ void ownWindowSize(OwnWindow *window) {
 
 int ownWindowChannels(const OwnWindow &window) {
     const bool pixels = window.src->dataOrder == MOX_DATA_ORDER_PIXEL && window.dst->dataOrder == MOX_DATA_ORDER_PIXEL;
-    return pixels ? ownChannels(window.src) : 1;
+    return pixels || window.together ? ownChannels(window.src) : 1;
 }
 
 OwnWindowResult ownRunWindow(const OwnWindow &window) {

@@ -10,13 +10,14 @@ struct OwnWindowRows {
     // The window of output row k is rows[k] to rows[k + top + bottom], each of left + width + right pixels. rows[k - 1]
     // is the row that it has just left; of an area's first row there is none.
     const uint8_t *const *rows;
-    uint8_t *out;     // the first output row: width pixels, and nothing behind them is written
-    int64_t outStep;  // bytes from an output row to the next
-    int64_t height;   // output rows
-    size_t width;     // pixels
-    int channels;     // processed in each pixel, one after the other
-    int pass;         // of the processed channels, the first one in these rows
-    int64_t y;        // of the first output row; an area's rows come in order, and 0 begins a new one
+    uint8_t *out;          // the first output row: width pixels, and nothing behind them is written
+    int64_t outStep;       // bytes from an output row to the next
+    int64_t height;        // output rows
+    size_t width;          // pixels
+    int channels;          // processed in each pixel, one after the other
+    int pass;              // of the processed channels, the first one in these rows
+    int64_t y;             // of the first output row; an area's rows come in order, and 0 begins a new one
+    int64_t areaX, areaY;  // where the area begins in the common region
 };
 using OwnWindowFunction = void (*)(void *filter, const OwnWindowRows &rows);
 
@@ -29,6 +30,8 @@ struct OwnWindow {
     void *filter;
     int64_t rowsAtOnce;  // output rows that a call of the function takes at most
     bool chop;           // the filter computes with rounding towards zero
+    int dstCoi;          // the destination's channel of interest in place of its own; 0 for its own
+    bool together;       // all channels of a pixel side by side in plane order, too; not for a filter in place
 };
 
 enum OwnWindowResult { OWN_WINDOW_DONE, OWN_WINDOW_NO_ROWS, OWN_WINDOW_NO_TILE };
@@ -40,6 +43,7 @@ void ownWindowSize(OwnWindow *window);
 int ownWindowChannels(const OwnWindow &window);
 
 // Runs the filter over a common region of at least one pixel. At depth 1 it sees and leaves bytes 0 and 1. In plane
-// order each channel is an area of its own, and so is each tile of a tiled destination. NO_ROWS: no memory for source
-// rows, or a source tile was not delivered; NO_TILE: a tile of the destination was not delivered.
+// order each channel is an area of its own, unless they come together, and so is each tile of a tiled destination.
+// NO_ROWS: no memory for source rows, or a source tile was not delivered; NO_TILE: a tile of the destination was not
+// delivered.
 OwnWindowResult ownRunWindow(const OwnWindow &window);

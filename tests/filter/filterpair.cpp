@@ -35,6 +35,12 @@ void FilterPair::drawChannels(Random &random, TestLayout &layout, const FilterPa
         layout.roi.coi = coi_ || (!options.strict && random.oneIn(4)) ? 1 : 0;
         return;
     }
+    if (options.alike) {
+        layout.channels = channels_;
+        layout.alpha = alpha_;
+        layout.roi.coi = coi_ ? random.between(1, channels_) : 0;
+        return;
+    }
     // One processed channel may be a coi, in an image with as many channels as it likes.
     const bool coi = options.strict ? coi_ : processed_ == 1 && random.oneIn(2);
     if (coi) {
@@ -50,7 +56,7 @@ void FilterPair::drawChannels(Random &random, TestLayout &layout, const FilterPa
 TestLayout FilterPair::drawLayout(Random &random, int which, const FilterPairOptions &options) {
     TestLayout layout;
     layout.depth = options.depth;
-    layout.order = options.strict ? order_ : random.below(2);
+    layout.order = options.strict || options.alike ? order_ : random.below(2);
     layout.origin = options.sameOrigin ? origin_ : random.below(2);
     layout.align = drawAlign(random);
     drawChannels(random, layout, options);
@@ -66,7 +72,9 @@ FilterPair::FilterPair(Random &random, const FilterPairOptions &options)
     : processed_(options.depth == MOX_DEPTH_1U || random.oneIn(3) ? 1 : random.between(1, 4)),
       order_(random.below(2)),
       origin_(random.below(2)),
-      coi_(random.oneIn(3)) {
+      channels_(random.between(options.channels[0], options.channels[1])),
+      alpha_(random.oneIn(3) ? ++channels_ : 0),
+      coi_(!options.pixelsOnly && random.oneIn(3)) {
     if (options.strict && coi_) processed_ = 1;
     const bool inPlace = options.inPlace < 0 ? random.oneIn(4) : options.inPlace == 1;
     const bool moderate = options.depth == MOX_DEPTH_32F && options.moderate && !random.oneIn(4);

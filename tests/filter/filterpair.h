@@ -9,9 +9,12 @@
 
 struct FilterPairOptions {
     unsigned depth = MOX_DEPTH_8U;
-    bool strict = false;      // one order, and a coi in both images or in neither; regions begin within the images
-    int inPlace = -1;         // 0 two images, 1 one, -1 draws
-    int tiled[2] = {-1, -1};  // 0 plain, 1 tiled, -1 draws
+    bool strict = false;       // one order, and a coi in both images or in neither; regions begin within the images
+    bool alike = false;        // one order, the same channels, and a coi in both images or in neither
+    bool pixelsOnly = false;   // without a coi
+    int channels[2] = {1, 5};  // of images that are alike: the least and the most, alpha aside
+    int inPlace = -1;          // 0 two images, 1 one, -1 draws
+    int tiled[2] = {-1, -1};   // 0 plain, 1 tiled, -1 draws
     bool masks = true;
     bool handMadeBorders = false;  // border constants beyond the range of the depth
     bool sameOrigin = false;
@@ -27,7 +30,7 @@ class FilterPair : public ImagePair {
   private:
     TestLayout drawLayout(Random &random, int which, const FilterPairOptions &options);
     void drawChannels(Random &random, TestLayout &layout, const FilterPairOptions &options);
-    int processed_, order_, origin_;
+    int processed_, order_, origin_, channels_, alpha_;
     bool coi_;
 };
 

@@ -124,4 +124,48 @@ TEST(FilterGolden, floatConvolution) {
     checkGolden("moxConvolve2DFP", MOX_DEPTH_32F, steps);
 }
 
+TEST(FilterGolden, rank) {
+    const std::pair<RefRank, MoxStatus(MOX_CALL *)(MoxImage *, MoxImage *, int, int, int, int)> functions[] = {
+        {RefRank::MAX, moxMaxFilter}, {RefRank::MIN, moxMinFilter}, {RefRank::MEDIAN, moxMedianFilter}};
+    std::vector<std::pair<Step, Call>> steps;
+    for (const auto &[rank, function] : functions) {
+        for (const RefWindow &window :
+             {RefWindow{3, 3, 1, 1}, RefWindow{5, 5, 2, 2}, RefWindow{4, 6, 0, 5}, RefWindow{17, 19, 8, 3}}) {
+            steps.push_back(
+                {[=, kind = rank](TestImage &src, TestImage &dst) { return refRank(src, dst, kind, window); },
+                 [=, call = function](MoxImage *src, MoxImage *dst) {
+                     call(src, dst, window.nCols, window.nRows, window.anchorX, window.anchorY);
+                 }});
+        }
+    }
+    for (unsigned depth : allDepths) {
+        if (depth != MOX_DEPTH_32F) checkGolden("rank", depth, steps);
+    }
+}
+
+TEST(FilterGolden, fixedFilters) {
+    std::vector<std::pair<Step, Call>> steps;
+    for (int filter = 0; filter < 11; ++filter) {
+        steps.push_back({[=](TestImage &src, TestImage &dst) { return refFixed(src, dst, filter); },
+                         [=](MoxImage *src, MoxImage *dst) { moxFixedFilter(src, dst, filter); }});
+    }
+    for (unsigned depth : allDepths)
+        checkGolden("moxFixedFilter", depth, steps);
+}
+
+TEST(FilterGolden, morphology) {
+    constexpr void(MOX_CALL * functions[])(MoxImage *, MoxImage *, int) = {moxErode, moxDilate, moxOpen, moxClose};
+    std::vector<std::pair<Step, Call>> steps;
+    for (int which = 0; which < 4; ++which) {
+        for (const int n : {1, 2, 5}) {
+            steps.push_back({[=](TestImage &src, TestImage &dst) {
+                                 return refMorphology(src, dst, static_cast<RefMorph>(which), n);
+                             },
+                             [=](MoxImage *src, MoxImage *dst) { functions[which](src, dst, n); }});
+        }
+    }
+    for (unsigned depth : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16U})
+        checkGolden("morphology", depth, steps);
+}
+
 }  // namespace

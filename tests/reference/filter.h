@@ -46,5 +46,13 @@ RefResult refConvolve2D(TestImage &source, TestImage &destination, const std::ve
 RefResult refConvolve2DFP(TestImage &source, TestImage &destination, const std::vector<RefKernelFP> &kernels,
                           int method);
 
+enum class RefRank { MAX, MIN, MEDIAN };
+RefResult refRank(TestImage &source, TestImage &destination, RefRank rank, const RefWindow &window);
+RefResult refFixed(TestImage &source, TestImage &destination, int filter);
+RefResult refColorMedian(TestImage &source, TestImage &destination, const RefWindow &window);
+
+enum class RefMorph { ERODE, DILATE, OPEN, CLOSE };
+RefResult refMorphology(TestImage &source, TestImage &destination, RefMorph morph, int n);
+
 // Where both hold a NaN, the one that stands in the image is expected: payloads are nobody's to rely on.
 void refAcceptNaNs(const TestImage &destination, RefResult *wanted);

@@ -131,6 +131,25 @@ void blur(Call &call) {
     moxBlur(call.src(), call.dst(), nCols, nRows, anchorX, anchorY);
 }
 
+using RankFilter = MoxStatus(MOX_CALL *)(MoxImage *, MoxImage *, int, int, int, int);
+
+template <RankFilter filter>
+void rank(Call &call) {
+    const int nCols = call.size(3), nRows = call.size(5), anchorX = call.choice(1, 3), anchorY = call.choice(2, 3);
+    filter(call.src(), call.dst(), nCols, nRows, anchorX, anchorY);
+}
+
+void fixedFilter(Call &call) {
+    moxFixedFilter(call.src(), call.dst(), call.choice(MOX_FILTER_LAPLACIAN_5X5, 12));
+}
+
+using Morphology = void(MOX_CALL *)(MoxImage *, MoxImage *, int);
+
+template <Morphology operation>
+void morph(Call &call) {
+    operation(call.src(), call.dst(), call.size(2));
+}
+
 }  // namespace
 
 std::vector<Example> filterExamples() {
@@ -152,6 +171,15 @@ std::vector<Example> filterExamples() {
          0,
          [](Call &c) { freeKernel(createKernelFP(c)); },
          {.reportsAs = "moxCreateConvKernelFP", .leaks = 1}},
+        {"moxMaxFilter", PIXELS, 2, rank<moxMaxFilter>, {.neighbours = true}},
+        {"moxMinFilter", PIXELS, 2, rank<moxMinFilter>, {.neighbours = true}},
+        {"moxMedianFilter", PIXELS, 2, rank<moxMedianFilter>, {.neighbours = true}},
+        {"moxColorMedianFilter", PIXELS, 2, rank<moxColorMedianFilter>, {.neighbours = true}},
+        {"moxFixedFilter", PIXELS, 2, fixedFilter, {.neighbours = true, .tool = "fixed-laplacian-5"}},
+        {"moxErode", PIXELS, 2, morph<moxErode>, {.neighbours = true}},
+        {"moxDilate", PIXELS, 2, morph<moxDilate>, {.neighbours = true}},
+        {"moxOpen", PIXELS, 2, morph<moxOpen>, {.neighbours = true}},
+        {"moxClose", PIXELS, 2, morph<moxClose>, {.neighbours = true}},
         {"moxConvolve2D", PIXELS, 2, convolve, {.neighbours = true, .tool = "convolve"}},
         {"moxConvolve2DFP", PIXELS, 2, convolveFP, {.depth = MOX_DEPTH_32F, .neighbours = true, .tool = "convolve"}},
         {"moxNormCrossCorr", PIXELS, 2, correlate, {.tiledDiffers = true, .neighbours = true, .tool = "find"}},

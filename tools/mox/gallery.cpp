@@ -53,6 +53,7 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
               drawPiece(picture, width * 5 / 12, height / 16, std::max(width / 8, 1), std::max(height / 4, 1)));
     addSource(gallery, "negative.png", "The picture's negative.", drawNegative(picture));
     addSource(gallery, "hazy.png", "The picture in gray, through haze.", drawHazy(picture));
+    addSource(gallery, "specks.png", "The picture with specks.", drawSpecks(picture));
     addSource(gallery, "stripes.png", "All bits or none.", drawStripes(width, height));
     addSource(gallery, "vignette.png", "Light in the middle.", drawVignette(width, height));
     addSource(gallery, "mask.png", "A mask, of one bit a pixel.", drawMask(width, height));

@@ -7,6 +7,7 @@ const std::vector<const Family *> &families() {
         &arithmeticPair(),    //
         &arithmeticOne(),     //
         &filterFamily(),      //
+        &rankFamily(),        //
         &findingFamily(),     //
         &geometryFamily(),    //
         &transformFamily(),   //

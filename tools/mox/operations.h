@@ -77,6 +77,7 @@ const Family &arithmeticOne();     // opsarith.cpp
 const Family &filterFamily();      // opsfilter.cpp
 const Family &geometryFamily();    // opsgeometry.cpp
 const Family &findingFamily();     // opsfind.cpp
+const Family &rankFamily();        // opsfilterrank.cpp
 const Family &transformFamily();   // opstransform.cpp
 const Family &comparisonFamily();  // opsmeasure.cpp
 const Family &measureFamily();     // opsmeasure.cpp

@@ -375,6 +375,21 @@ Picture drawTiny() {
     return picture;
 }
 
+Picture drawSpecks(const Picture &picture) {
+    Picture result = picture;
+    const std::uint32_t full = fullValue(picture.bits);
+    for (int y = 0; y < picture.height; y++) {
+        for (int x = 0; x < picture.width; x++) {
+            const double chance = lattice(x, y + 7919);
+            if (chance > 0.04) continue;
+            const auto at = (static_cast<std::size_t>(y) * picture.width + x) * picture.channels;
+            std::fill_n(result.samples.begin() + static_cast<std::ptrdiff_t>(at), picture.channels,
+                        static_cast<std::uint16_t>(chance < 0.02 ? 0 : full));
+        }
+    }
+    return result;
+}
+
 Picture drawHazy(const Picture &picture) {
     Picture result = withChannels(picture, 1);
     for (std::uint16_t &sample : result.samples)

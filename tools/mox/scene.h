@@ -15,5 +15,6 @@ Picture drawDisc(int width, int height, double x);          // 1 bit: a disc abo
 Picture drawShifted(const Picture &picture, int by);        // the picture moved right and down, its edge repeated
 Picture drawPiece(const Picture &picture, int x, int y, int width, int height);  // cut out of it
 Picture drawNegative(const Picture &picture);
-Picture drawHazy(const Picture &picture);  // gray, its levels in the middle of the scale
-Picture drawTiny();                        // a few pixels to be seen one by one
+Picture drawHazy(const Picture &picture);    // gray, its levels in the middle of the scale
+Picture drawSpecks(const Picture &picture);  // the picture with black and white specks
+Picture drawTiny();                          // a few pixels to be seen one by one
