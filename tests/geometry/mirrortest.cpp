@@ -126,9 +126,10 @@ TEST(MirrorImage, alphaStaysAndAChannelOfInterestMovesAlone) {
     // The channel of interest may be alpha.
     layout.setRoi(4, 0, 0, 17, 3);
     TestImage one(layout, 1);
+    const TestBytes kept = one.bytes();
     moxMirror(one.header(), one.header(), 1);
     for (int c = 0; c < 4; ++c)
-        EXPECT_EQ(one.get(c, 2, 1), one.getIn(before, c, c == 3 ? 14 : 2, 1)) << c;
+        EXPECT_EQ(one.get(c, 2, 1), one.getIn(kept, c, c == 3 ? 14 : 2, 1)) << c;
 }
 
 TEST(MirrorImage, orderDoesNotMatterWithOneChannel) {

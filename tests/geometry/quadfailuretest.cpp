@@ -46,7 +46,12 @@ class QuadFailure : public testing::TestWithParam<RefMap> {
         EXPECT_EQ(quad, before);
         reports.clear();
         callBound(GetParam(), place, &coeffs, &bound);
-        EXPECT_TRUE(reports.are({{status, function.c_str(), message}, {-1, caller.c_str(), ""}}));
+        // A bound tests the image by itself, and the region by the function of the corners.
+        if (std::string(message) == "Incorrect Image") {
+            EXPECT_TRUE(reports.are({{status, caller.c_str(), message}}));
+        } else {
+            EXPECT_TRUE(reports.are({{status, function.c_str(), message}, {-1, caller.c_str(), ""}}));
+        }
         EXPECT_EQ(moxGetErrStatus(), status);
         EXPECT_EQ(bound, (RefBound{77, 77, 77, 77}));
     }

@@ -292,8 +292,15 @@ TEST(RotateShift, agreesWithTheFormulas) {
         refRotateShift(x, y, angle, &wanted[0], &wanted[1]);
         ReportRecorder reports;
         moxGetRotateShift(x, y, angle, &found[0], &found[1]);
-        EXPECT_TRUE(sameNumber(found[0], wanted[0])) << found[0] << " " << wanted[0];
-        EXPECT_TRUE(sameNumber(found[1], wanted[1])) << found[1] << " " << wanted[1];
+        // To the bit where the angle is right; else sine and cosine are as good as they get.
+        const bool right = std::fmod(angle, 90.0) == 0;
+        for (size_t k = 0; k < 2; ++k) {
+            if (right || !std::isfinite(wanted[k])) {
+                EXPECT_TRUE(sameNumber(found[k], wanted[k])) << found[k] << " " << wanted[k];
+            } else {
+                EXPECT_NEAR(found[k], wanted[k], 1e-15 * (std::fabs(x) + std::fabs(y) + std::fabs(wanted[k])));
+            }
+        }
         EXPECT_TRUE(reports.none());
     });
 }
