@@ -1,5 +1,6 @@
 // Correlation over random layouts, depths, templates and borders, against the model; plain and tiled images to the bit.
 #include <bit>
+#include <cmath>
 
 #include "filter/correlationcheck.h"
 
@@ -136,8 +137,13 @@ TEST_P(Correlation, tilesGiveTheBitsOfPlainImages) {
         EXPECT_EQ(moxNormCrossCorr(pattern.header(), src.header(), dst.header()), 0);
         EXPECT_EQ(moxNormCrossCorr(pattern.header(), tiledSrc.header(), tiledDst.header()), 0);
         EXPECT_EQ(moxNormCrossCorr(pattern.header(), tiledSrc.header(), other.header()), 0);
+        // Payloads of NaNs are nobody's to rely on.
+        const auto isNaN = [&](uint32_t sample) {
+            return layout.depth == MOX_DEPTH_32F && std::isnan(std::bit_cast<float>(sample));
+        };
         for (int y = 0; y < layout.height; ++y) {
             for (int x = 0; x < layout.width; ++x) {
+                if (isNaN(dst.get(0, x, y)) && isNaN(tiledDst.get(0, x, y)) && isNaN(other.get(0, x, y))) continue;
                 ASSERT_EQ(tiledDst.get(0, x, y), dst.get(0, x, y)) << x << "," << y;
                 ASSERT_EQ(other.get(0, x, y), dst.get(0, x, y)) << x << "," << y;
             }

@@ -147,7 +147,12 @@ TEST_P(Separable, refusedTilesAndMemoryAreReported) {
                      : moxConvolveSep2D(pair.src().header(), pair.dst().header(), set.records()[0], set.records()[1]);
         };
         const JudgeReports judge = [&](const ReportRecorder &reports, int mode) {
-            EXPECT_TRUE(reports.are({{-1, function, "Not enough memory"}}));
+            // A combined mask is an image that is allocated, which reports by itself before.
+            ASSERT_FALSE(reports.seen.empty());
+            ASSERT_LE(reports.seen.size(), 2u);
+            EXPECT_EQ(reports.seen.back().status, -1);
+            EXPECT_EQ(reports.seen.back().function, function);
+            EXPECT_EQ(reports.seen.back().message, "Not enough memory");
             EXPECT_EQ(returned, -1);
             EXPECT_EQ(moxGetErrStatus(), mode == MOX_TileWrite ? -2 : -4);
         };
