@@ -38,7 +38,8 @@ RefWindow drawWindow(Random &random, int maxCols, int maxRows) {
     return window;
 }
 
-void checkCall(FilterPair &pair, const RefResult &wanted, const std::function<void()> &call) {
+void checkCall(ImagePair &pair, const RefResult &wanted, const std::function<void()> &call,
+               const AcceptResult &accept) {
     pair.keep();
     TestBytes first;
     forEachCpuLevel([&] {
@@ -54,7 +55,7 @@ void checkCall(FilterPair &pair, const RefResult &wanted, const std::function<vo
         EXPECT_TRUE(log.paired());
         EXPECT_EQ(window.live(), 0) << "leaked blocks";
         RefResult expected = wanted;
-        refAcceptNaNs(pair.dst(), &expected);
+        accept(pair.dst(), &expected);
         EXPECT_TRUE(pair.dst().holds(expected.expected, expected.unspecified));
         EXPECT_TRUE(pair.restIsUntouched());
         if (first.empty()) first = pair.dst().bytes();
@@ -78,7 +79,7 @@ static testing::AssertionResult isBeforeOrAfter(TestImage &destination, const Te
 }
 
 // One refusal of either kind; true where there was something to refuse.
-static bool refuseOne(FilterPair &pair, const RefResult &wanted, const std::function<void()> &call,
+static bool refuseOne(ImagePair &pair, const RefResult &wanted, const std::function<void()> &call,
                       const JudgeReports &judge, int failingBlock, int failingTile) {
     const TestBytes before = pair.dst().bytes();
     ReportRecorder reports;
@@ -105,7 +106,7 @@ static bool refuseOne(FilterPair &pair, const RefResult &wanted, const std::func
     return true;
 }
 
-void checkRefusedMemory(FilterPair &pair, const RefResult &wanted, const std::function<void()> &call,
+void checkRefusedMemory(ImagePair &pair, const RefResult &wanted, const std::function<void()> &call,
                         const JudgeReports &judge) {
     pair.keep();
     for (int failAt = 1;; ++failAt) {
@@ -115,7 +116,7 @@ void checkRefusedMemory(FilterPair &pair, const RefResult &wanted, const std::fu
     }
 }
 
-void checkRefusedTiles(FilterPair &pair, const RefResult &wanted, const std::function<void()> &call,
+void checkRefusedTiles(ImagePair &pair, const RefResult &wanted, const std::function<void()> &call,
                        const JudgeReports &judge) {
     pair.keep();
     for (int refuseAt = 1;; ++refuseAt) {

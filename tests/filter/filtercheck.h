@@ -29,12 +29,15 @@ RefWindow drawWindow(Random &random, int maxCols, int maxRows);
 // Runs the call at every CPU level and compares the destination with the model, byte for byte, and the levels with each
 // other; no report, nothing else touched, tiles paired, nothing leaked, the rounding mode as before. The pair is as
 // before afterwards.
-void checkCall(FilterPair &pair, const RefResult &wanted, const std::function<void()> &call);
+// accept is what may differ from the model, though not between levels.
+using AcceptResult = std::function<void(const TestImage &destination, RefResult *wanted)>;
+void checkCall(ImagePair &pair, const RefResult &wanted, const std::function<void()> &call,
+               const AcceptResult &accept = refAcceptNaNs);
 
 // Every allocation of the call is refused in turn, or every tile: nothing leaks, headers stay, nothing but covered
 // samples is written, and the rounding mode is as before. The reports are for judge to test; mode is that of the
 // refused tile's request, 0 for memory.
 using JudgeReports = std::function<void(const ReportRecorder &reports, int mode)>;
-using RefusalCheck = void(FilterPair &pair, const RefResult &wanted, const std::function<void()> &call,
+using RefusalCheck = void(ImagePair &pair, const RefResult &wanted, const std::function<void()> &call,
                           const JudgeReports &judge);
 RefusalCheck checkRefusedMemory, checkRefusedTiles;

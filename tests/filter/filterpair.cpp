@@ -55,7 +55,7 @@ void FilterPair::drawChannels(Random &random, TestLayout &layout, const FilterPa
 
 TestLayout FilterPair::drawLayout(Random &random, int which, const FilterPairOptions &options) {
     TestLayout layout;
-    layout.depth = options.depth;
+    layout.depth = which == 1 && options.dstDepth != 0 ? options.dstDepth : options.depth;
     layout.order = options.strict || options.alike ? order_ : random.below(2);
     layout.origin = options.sameOrigin ? origin_ : random.below(2);
     layout.align = drawAlign(random);

@@ -9,6 +9,7 @@
 
 struct FilterPairOptions {
     unsigned depth = MOX_DEPTH_8U;
+    unsigned dstDepth = 0;     // 0 for the same
     bool strict = false;       // one order, and a coi in both images or in neither; regions begin within the images
     bool alike = false;        // one order, the same channels, and a coi in both images or in neither
     bool pixelsOnly = false;   // without a coi

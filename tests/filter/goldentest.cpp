@@ -168,4 +168,68 @@ TEST(FilterGolden, morphology) {
         checkGolden("morphology", depth, steps);
 }
 
+TEST(FilterGolden, separableConvolution) {
+    const RefKernel smooth = {{3, 1, 1, 0}, {1, 2, 1}, 2}, wide = {{6, 1, 4, 0}, {-3, 70, 0, 900, 12, -5}, 5},
+                    down = {{1, 3, 0, 1}, {-1, 0, 1}, 0}, high = {{1, 5, 0, 0}, {1, 40000, -6, 4, 100}, 9};
+    std::vector<std::pair<Step, Call>> steps;
+    for (const auto &[x, y] : {std::pair(&smooth, &down), std::pair(&wide, &high), std::pair(&smooth, &high)}) {
+        for (int which = 0; which < 3; ++which) {
+            steps.push_back({[=, row = *x, column = *y](TestImage &src, TestImage &dst) {
+                                 return refConvolveSep2D(src, dst, which == 1 ? nullptr : &row,
+                                                         which == 2 ? nullptr : &column);
+                             },
+                             [=, row = *x, column = *y](MoxImage *src, MoxImage *dst) {
+                                 KernelSet set({row, column});
+                                 moxConvolveSep2D(src, dst, which == 1 ? nullptr : set.records()[0],
+                                                  which == 2 ? nullptr : set.records()[1]);
+                             }});
+        }
+    }
+    for (unsigned depth : allDepths) {
+        if (depth != MOX_DEPTH_32F) checkGolden("moxConvolveSep2D", depth, steps);
+    }
+}
+
+TEST(FilterGolden, separableFloatConvolution) {
+    const RefKernelFP row = {{5, 1, 1, 0}, {0.1f, 0.25f, -3, 0.7f, 1e3f}}, column = {{1, 3, 0, 2}, {0.3f, -0.1f, 2}};
+    std::vector<std::pair<Step, Call>> steps;
+    for (int which = 0; which < 3; ++which) {
+        steps.push_back({[=](TestImage &src, TestImage &dst) {
+                             return refConvolveSep2DFP(src, dst, which == 1 ? nullptr : &row,
+                                                       which == 2 ? nullptr : &column);
+                         },
+                         [=](MoxImage *src, MoxImage *dst) {
+                             KernelSetFP set({row, column});
+                             moxConvolveSep2DFP(src, dst, which == 1 ? nullptr : set.records()[0],
+                                                which == 2 ? nullptr : set.records()[1]);
+                         }});
+    }
+    checkGolden("moxConvolveSep2DFP", MOX_DEPTH_32F, steps);
+}
+
+// Of bytes: what is an integer has no last place.
+TEST(FilterGolden, correlation) {
+    TestImage one(TestLayout::of(MOX_DEPTH_8U, 7, 4), 21), three(TestLayout::of(MOX_DEPTH_8U, 7, 4, 3), 22);
+    const auto patternOf = [&](MoxImage *src) { return src->nChannels == 3 ? &three : &one; };
+    const auto setCoi = [](TestImage *pattern, const MoxImage *src) {
+        *pattern->roi() = {src->roi->coi, 0, 0, 7, 4};
+        pattern->header()->roi = pattern->roi();
+    };
+    std::vector<std::pair<Step, Call>> steps;
+    steps.push_back({[=](TestImage &src, TestImage &dst) {
+                         TestLayout layout = patternOf(src.header())->layout();
+                         if (src.layout().hasRoi) layout.setRoi(src.layout().roi.coi, 0, 0, 7, 4);
+                         TestImage pattern(layout, layout.channels == 3 ? 22 : 21);
+                         const RefCorrelation wanted = refNormCrossCorr(pattern, src, dst);
+                         return wanted.result;
+                     },
+                     [=](MoxImage *src, MoxImage *dst) {
+                         TestImage *pattern = patternOf(src);
+                         pattern->header()->roi = nullptr;
+                         if (src->roi) setCoi(pattern, src);
+                         moxNormCrossCorr(pattern->header(), src, dst);
+                     }});
+    checkGolden("moxNormCrossCorr", MOX_DEPTH_8U, steps);
+}
+
 }  // namespace

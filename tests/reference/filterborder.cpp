@@ -1,4 +1,4 @@
-// What a filter reads outside an image.
+// What a filter reads outside an image, and where it writes.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -75,6 +75,29 @@ int refInteger(unsigned depth, uint32_t sample) {
         default:
             return static_cast<int>(sample);
     }
+}
+
+RefResult refOverArea(TestImage &source, TestImage &destination, const RefPixel &pixel) {
+    const std::vector<TestImage *> images = {&source, &destination};
+    const TestLayout &layout = destination.layout();
+    RefResult result = {destination.bytes(), {}};
+    int width, height;
+    refCommonSize(images, &width, &height);
+    for (int j = 0; j < height; ++j) {
+        for (int i = 0; i < width; ++i) {
+            if (!refMaskedIn(images, i, j)) continue;
+            for (int channel = 0; channel < layout.channelCount(); ++channel) {
+                destination.setIn(result.expected, layout.firstChannel() + channel, layout.regionX() + i,
+                                  layout.regionY() + j, pixel(channel, i, j));
+            }
+        }
+    }
+    return result;
+}
+
+uint32_t refSourceSample(const TestImage &source, int channel, int64_t i, int64_t j) {
+    const TestLayout &layout = source.layout();
+    return refBorderSample(source, layout.firstChannel() + channel, layout.regionX() + i, layout.regionY() + j, false);
 }
 
 void refAcceptNaNs(const TestImage &destination, RefResult *wanted) {

@@ -3,50 +3,22 @@
 #include <array>
 #include <bit>
 #include <cmath>
-#include <functional>
 
 #include "reference/filter.h"
-
-// What the destination gets for pixel (i, j) of a channel of the covered area.
-using RefPixel = std::function<uint32_t(int channel, int i, int j)>;
-
-static RefResult overArea(TestImage &source, TestImage &destination, const RefPixel &pixel) {
-    const std::vector<TestImage *> images = {&source, &destination};
-    const TestLayout &layout = destination.layout();
-    RefResult result = {destination.bytes(), {}};
-    int width, height;
-    refCommonSize(images, &width, &height);
-    for (int j = 0; j < height; ++j) {
-        for (int i = 0; i < width; ++i) {
-            if (!refMaskedIn(images, i, j)) continue;
-            for (int channel = 0; channel < layout.channelCount(); ++channel) {
-                destination.setIn(result.expected, layout.firstChannel() + channel, layout.regionX() + i,
-                                  layout.regionY() + j, pixel(channel, i, j));
-            }
-        }
-    }
-    return result;
-}
-
-// The source's sample at pixel (i, j) counted from its region's corner, inside the image or not.
-static uint32_t sourceSample(const TestImage &source, int channel, int64_t i, int64_t j) {
-    const TestLayout &layout = source.layout();
-    return refBorderSample(source, layout.firstChannel() + channel, layout.regionX() + i, layout.regionY() + j, false);
-}
 
 // The samples of a window, rows first.
 static std::vector<uint32_t> windowOf(const TestImage &source, int channel, int i, int j, const RefWindow &window) {
     std::vector<uint32_t> samples;
     for (int r = 0; r < window.nRows; ++r) {
         for (int c = 0; c < window.nCols; ++c)
-            samples.push_back(sourceSample(source, channel, i - window.anchorX + c, j - window.anchorY + r));
+            samples.push_back(refSourceSample(source, channel, i - window.anchorX + c, j - window.anchorY + r));
     }
     return samples;
 }
 
 RefResult refRank(TestImage &source, TestImage &destination, RefRank rank, const RefWindow &window) {
     const unsigned depth = source.layout().depth;
-    return overArea(source, destination, [&](int channel, int i, int j) {
+    return refOverArea(source, destination, [&](int channel, int i, int j) {
         std::vector<uint32_t> samples = windowOf(source, channel, i, j, window);
         std::sort(samples.begin(), samples.end(),
                   [&](uint32_t a, uint32_t b) { return refInteger(depth, a) < refInteger(depth, b); });
@@ -145,7 +117,7 @@ RefResult refFixed(TestImage &source, TestImage &destination, int filter) {
     if (depth == MOX_DEPTH_1U && filter == MOX_FILTER_SHARPEN_3X3) return refPoint(refCopy, {&source, &destination});
     const int side = fixedKernel(filter).side;
     const RefWindow window = {side, side, side / 2, side / 2};
-    return overArea(source, destination, [&](int channel, int i, int j) {
+    return refOverArea(source, destination, [&](int channel, int i, int j) {
         const std::vector<uint32_t> samples = windowOf(source, channel, i, j, window);
         return depth == MOX_DEPTH_32F ? fixedFloat(filter, samples) : fixedInteger(depth, filter, samples);
     });
@@ -179,7 +151,7 @@ static size_t innermost(unsigned depth, const std::array<std::vector<uint32_t>, 
 
 RefResult refColorMedian(TestImage &source, TestImage &destination, const RefWindow &window) {
     const unsigned depth = source.layout().depth;
-    return overArea(source, destination, [&](int channel, int i, int j) {
+    return refOverArea(source, destination, [&](int channel, int i, int j) {
         const std::array<std::vector<uint32_t>, 3> channels = {
             windowOf(source, 0, i, j, window), windowOf(source, 1, i, j, window), windowOf(source, 2, i, j, window)};
         return channels[static_cast<size_t>(channel)][innermost(depth, channels)];
@@ -232,12 +204,12 @@ RefResult refMorphology(TestImage &source, TestImage &destination, RefMorph morp
         Plane ring = {-wider - 1, -wider - 1, width + 2 * wider + 2, height + 2 * wider + 2, {}};
         for (int j = ring.y; j < ring.y + ring.height; ++j) {
             for (int i = ring.x; i < ring.x + ring.width; ++i)
-                ring.samples.push_back(sourceSample(source, channel, i, j));
+                ring.samples.push_back(refSourceSample(source, channel, i, j));
         }
         Plane plane = extremes(ring, -wider, -wider, width + 2 * wider, height + 2 * wider, n, dilatesFirst);
         if (twice) plane = extremes(plane, 0, 0, width, height, n, !dilatesFirst);
         planes.push_back(plane);
     }
-    return overArea(source, destination,
-                    [&](int channel, int i, int j) { return planes[static_cast<size_t>(channel)].at(i, j); });
+    return refOverArea(source, destination,
+                       [&](int channel, int i, int j) { return planes[static_cast<size_t>(channel)].at(i, j); });
 }
