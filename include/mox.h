@@ -1235,12 +1235,13 @@ MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, i
  * F the largest value of a depth, >> rounds down.
  *
  * RGB. In pixel order R comes first where channelSeq begins with 'R', and B where it begins with 'B'; G is second. In
- * plane
- * order R, G and B are the planes at the places of their letters. Further channels are skipped. The other model has
- * its three channels in the order of its name, YCrCb as Y, Cb, Cr.
+ * plane order R, G and B are the planes at the places of their letters. Further channels are skipped. The other model
+ * has its three channels in the order of its name, YCrCb as Y, Cb, Cr.
  *
  * A function from RGB writes the name of the new model into colorModel and channelSeq of the destination ("YCr" for
  * YCrCb), before it looks at depths. The source may be the destination: it is then read by the sequence that it had.
+ * A function to RGB leaves both fields alone: its destination must be named before the call, colorModel "RGB" and
+ * channelSeq "RGB" or "BGR", and one that has held another model must be named again.
  *
  * Tiles of the destination are requested one by one for writing, the rectangle of the source that each one needs is
  * copied first. A refused tile is -5 "(srcImage->tileInfo->tileData == 0)" or "(dstImage->tileInfo->tileData == 0)",
@@ -1250,17 +1251,14 @@ MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, i
  *
  *   "Incorrect Image" with the fault of the source or the destination
  *   "colorModel must be RGB instead of ? ", "channelSeq must be RGB or BGR instead of ? " for the image that is RGB, by
- *   the
- *       first three characters; ? is the field, up to four characters, and a blank follows
+ *       the first three characters; ? is the field, up to four characters, and a blank follows
  *   "src-> colorModel must be HSV instead of ?", "src-> channelSeq must be HSV instead of ?" in a function to RGB, with
- *   the
- *       name of the source's model
+ *       the name of the source's model
  *   "src & dst roi must be NULL"
  *   "(src->nChannels < 3 ) || (dst->nChannels != 3 ) || (src->depth != dst->depth) || (src->dataOrder !=
  *       dst->dataOrder) || (src->origin != dst->origin)" (in one line)
  *   "Error input depth. ? are valid now" on behalf of ownRGB2HSV and its like, where ? is "32F, 32S ,16U,8U" for XYZ,
- *   YUV and
- *       YCrCb, "32S,16U,8U" for HSV and HLS; "32F is valid now" for LUV, "8U is valid now" for YCC
+ *       YUV and YCrCb, "32S,16U,8U" for HSV and HLS; "32F is valid now" for LUV, "8U is valid now" for YCC
  *   "Incorrect Image" for images that cannot be in memory
  * ---------------------------------------------------------------------------------------------------------------- */
 
@@ -1470,9 +1468,9 @@ MOX_EXPORT void MOX_CALL moxDeleteColorTwist(MoxColorTwist *cTwist);
 /**
  * Turns the first three channels c1, c2, c3 of each pixel by the first three rows of the matrix: channel i becomes
  * (m[i][0] c1 + m[i][1] c2 +
- * m[i][2] c3 + m[i][3]) >> scalingValue, rounded down from an exact sum and limited to the depth, which is 8U or 16U. A
- * fourth channel, alpha or
- * not, stays as it is. Regions and masks count, a channel of interest does not. extra is for future use.
+ * m[i][2] c3 + m[i][3]) >> scalingValue, rounded down from an exact sum and limited to the depth, which is 8U or 16U.
+ * m[i][3] is added before the shift: to raise a channel by v it is v << scalingValue. Channels behind the third, alpha
+ * or not, stay as they are. Regions and masks count, a channel of interest does not. extra is for future use.
  *
  * Failures, in this order, "Incorrect Image" with the fault of the source or the destination, all others -5:
  * "cTwist==0"; "(srcImage->nChannels <
