@@ -1379,10 +1379,8 @@ MOX_EXPORT void MOX_CALL moxYCC2RGB(MoxImage *src, MoxImage *dst);
 
 /**
  * L, U, V of CIE L*u*v*, at 32F only, in single precision. With X, Y, Z of moxRGB2XYZ and Y > 0.01: L = 116 p - 16,
- * where p is Y to
- * the power of 0.3333333432674408 in double precision (accurate to two units of its last place), as a float; d = 1 / (X
- * + 15Y +
- * 3Z); U = 13L (4X d - 0.1978394091129303), V = 13L (9Y d - 0.47076964378356934). L = U = V = 0 else.
+ * where p is Y to the power of 0.3333333432674408 in double precision (accurate to some units of its last place), as a
+ * float; d = 1 / (X + 15Y + 3Z); U = 13L (4X d - 0.1978394091129303), V = 13L (9Y d - 0.47076964378356934). L = U = V = 0 else.
  */
 MOX_EXPORT void MOX_CALL moxRGB2LUV(MoxImage *src, MoxImage *dst);
 
