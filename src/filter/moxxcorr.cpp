@@ -346,9 +346,8 @@ MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxI
     ownWindowSize(&window);
     if (mask.endsCall()) return exceeds ? bad : MOX_StatusNoError;
     const bool empty = window.width < 1 || window.height < 1 || rect.width < 1 || rect.height < 1;
-    if (empty || ownChannels(window.src) == 0) return MOX_StatusNoError;
-
     bool done = !mask.lacksMemory();
+    if (done && (empty || ownChannels(window.src) == 0)) return MOX_StatusNoError;
     if (done) {
         const Silence silence;
         Correlation c = makeCorrelation(tplImage, srcImage, dstImage, rect);
