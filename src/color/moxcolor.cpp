@@ -103,22 +103,22 @@ bool testDepths(const OwnCaller &caller, const MoxImage *src, const MoxImage *ds
 
 // ------------------------------------------------------------------------------------------------------- conversions
 
-OwnConversion conversionOf(const OwnCaller &caller, MoxImage *src, MoxImage *dst) {
+OwnModelConversion conversionOf(const OwnCaller &caller, MoxImage *src, MoxImage *dst) {
     return {caller, src, dst, 3, 3, {0, 1, 2}, {0, 1, 2}, nullptr, nullptr};
 }
 
 // The kernel frames report a depth that they do not know under their own name.
-void run(OwnConversion *conversion, OwnPlaneKernel kernel, const char *function, const char *depths) {
+void run(OwnModelConversion *conversion, OwnPlaneKernel kernel, const char *function, const char *depths) {
     if (!kernel) {
         refuse({function, conversion->caller.file, conversion->caller.line}, depths);
         return;
     }
     conversion->kernel = kernel;
-    ownRunConversion(*conversion);
+    ownRunModelConversion(*conversion);
 }
 
 void runFromRgb(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const Model &model, const OwnModelRows &rows) {
-    OwnConversion conversion = conversionOf(caller, src, dst);
+    OwnModelConversion conversion = conversionOf(caller, src, dst);
     // The source may be the destination: its sequence is read before it changes.
     ownFindChannelPlanes(src, conversion.srcChannels);
     std::memcpy(dst->colorModel, model.name, 4);
@@ -127,7 +127,7 @@ void runFromRgb(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const Mod
 }
 
 void runToRgb(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const Model &model, const OwnModelRows &rows) {
-    OwnConversion conversion = conversionOf(caller, src, dst);
+    OwnModelConversion conversion = conversionOf(caller, src, dst);
     ownFindChannelPlanes(dst, conversion.dstChannels);
     run(&conversion, rows.to[ownDepthIndex(src->depth)], model.to, model.depths);
 }
@@ -253,7 +253,7 @@ void MOX_CALL moxColorToGray(MoxImage *src, MoxImage *dst) {
     }
     const OwnPlaneKernel kernel = ownGrayRows().fromRgb[ownDepthIndex(src->depth)][ownDepthIndex(dst->depth)];
     if (kernel && !hasThreeChannels(caller, src)) return;
-    OwnConversion conversion = conversionOf(caller, src, dst);
+    OwnModelConversion conversion = conversionOf(caller, src, dst);
     conversion.dstCount = 1;
     ownFindChannelPlanes(src, conversion.srcChannels);
     run(&conversion, kernel, "ownColorToGray", "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now");
@@ -287,7 +287,7 @@ void MOX_CALL moxGrayToColor(MoxImage *src, MoxImage *dst, float weightR, float 
     const auto &kernels = areSmall(weights) ? rows.toRgbSmall : rows.toRgb;
     const OwnPlaneKernel kernel = kernels[ownDepthIndex(src->depth)][ownDepthIndex(dst->depth)];
     if (kernel && !hasThreeChannels(caller, dst)) return;
-    OwnConversion conversion = conversionOf(caller, src, dst);
+    OwnModelConversion conversion = conversionOf(caller, src, dst);
     conversion.srcCount = 1;
     conversion.operation = &weights;
     ownFindChannelPlanes(dst, conversion.dstChannels);

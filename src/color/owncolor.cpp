@@ -43,7 +43,7 @@ void ownFindChannelPlanes(const MoxImage *image, int *channels) {
 
 namespace {
 
-void runPlain(const OwnConversion &conversion, MoxImage *src, MoxImage *dst, int64_t width, int64_t height) {
+void runPlain(const OwnModelConversion &conversion, MoxImage *src, MoxImage *dst, int64_t width, int64_t height) {
     OwnPlanes planes;
     planes.count = 2;
     planes.mask = nullptr;
@@ -71,7 +71,7 @@ MoxImage plainHeader(const MoxImage *image, char *data, int64_t width, int64_t h
 
 // The pixels of the source below a tile of the destination. Null where a tile is refused, or without memory, which has
 // been reported.
-char *readSource(const OwnConversion &conversion, const OwnImageRect &part, int *rowBytes) {
+char *readSource(const OwnModelConversion &conversion, const OwnImageRect &part, int *rowBytes) {
     MoxTileInfo *tiles = conversion.src->tileInfo;
     // Memory is taken before the first request. Something that is no tile and still stands there afterwards tells that
     // there was none; what stands there after a refusal may be the next tile of the row.
@@ -91,7 +91,7 @@ char *readSource(const OwnConversion &conversion, const OwnImageRect &part, int 
     return nullptr;
 }
 
-bool convertTile(const OwnConversion &conversion, const OwnImageRect &part, MoxImage *tile) {
+bool convertTile(const OwnModelConversion &conversion, const OwnImageRect &part, MoxImage *tile) {
     int rowBytes = 0;
     char *data = readSource(conversion, part, &rowBytes);
     if (!data) return false;
@@ -102,7 +102,7 @@ bool convertTile(const OwnConversion &conversion, const OwnImageRect &part, MoxI
 }
 
 // A plain destination has all of its pixels in one tile.
-void runTiles(const OwnConversion &conversion, int64_t width, int64_t height) {
+void runTiles(const OwnModelConversion &conversion, int64_t width, int64_t height) {
     MoxImage *dst = conversion.dst;
     const MoxTileInfo *tiles = dst->tileInfo;
     if (!tiles) {
@@ -133,7 +133,7 @@ void runTiles(const OwnConversion &conversion, int64_t width, int64_t height) {
 
 }  // namespace
 
-void ownRunConversion(const OwnConversion &conversion) {
+void ownRunModelConversion(const OwnModelConversion &conversion) {
     MoxImage *src = conversion.src, *dst = conversion.dst;
     if (!ownAcceptPixels(conversion.caller, src) || !ownAcceptPixels(conversion.caller, dst)) return;
     const int64_t width = std::min(src->width, dst->width), height = std::min(src->height, dst->height);

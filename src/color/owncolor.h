@@ -38,7 +38,7 @@ struct OwnToColorRows {
 const OwnToColorRows &ownToColorRows();
 
 // A conversion on its way: the images, and the channels of both that take part, in the kernel's order.
-struct OwnConversion {
+struct OwnModelConversion {
     OwnCaller caller;
     MoxImage *src, *dst;
     int srcCount, dstCount;
@@ -51,4 +51,4 @@ struct OwnConversion {
 void ownFindChannelPlanes(const MoxImage *image, int *channels);
 
 // Runs a conversion over the common width and height of its images, plain or tiled.
-void ownRunConversion(const OwnConversion &conversion);
+void ownRunModelConversion(const OwnModelConversion &conversion);
