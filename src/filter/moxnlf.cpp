@@ -13,8 +13,7 @@
 
 namespace {
 
-// --------------------------------------------------------------------------------------------------------------
-// scratch
+// ------------------------------------------------------------------------------------------------------------ scratch
 
 // Memory for the life of a call; null where there is none.
 class Scratch {
@@ -33,11 +32,11 @@ class Scratch {
 };
 
 // Bytes of a row of samples of so many bytes that is as long as windows of nCols reach, a line between two such rows
-// included. Beyond an int where no memory can have it.
+// included. Beyond an int where no memory can have it, and small enough that so many rows as an int counts fit 64 bits.
 int64_t rowBytesOf(const OwnWindow &window, int64_t nCols, int64_t bytes) {
     constexpr int64_t line = 64;
     const int64_t columns = window.width + nCols - 1, pixel = ownWindowChannels(window) * bytes;
-    if (columns > INT_MAX / pixel) return INT64_C(1) << 32;
+    if (columns > INT_MAX / pixel) return INT64_C(1) << 31;
     return (columns * pixel + line - 1) / line * line + line;
 }
 
