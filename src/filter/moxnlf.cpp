@@ -306,12 +306,13 @@ MoxStatus runFilter(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const
     OwnWindow window = reach;
     window.src = src;
     window.dst = dst;
+    // The status word tells images that are refused here from those in which there is nothing to do.
     const MoxStatus before = moxGetErrStatus();
+    moxSetErrStatus(MOX_StatusNoError);
     const OwnCommonMask mask(caller, src, dst);
-    if (mask.endsCall()) {
-        const MoxStatus now = moxGetErrStatus();
-        return now < 0 && now != before ? now : MOX_StatusNoError;
-    }
+    const MoxStatus fault = moxGetErrStatus();
+    if (fault == MOX_StatusNoError) moxSetErrStatus(before);
+    if (mask.endsCall()) return fault;
     OwnWindowResult result = OWN_WINDOW_NO_ROWS;
     if (!mask.lacksMemory()) {
         window.mask = mask.image();

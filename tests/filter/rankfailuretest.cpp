@@ -242,6 +242,20 @@ TEST(MorphologyFailure, squaresBeyondAllMemoryAreRefused) {
     }
 }
 
+// The status word may hold the very fault already.
+TEST(ColorMedianFailure, aFaultIsReturnedAgain) {
+    TestImage src(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), 1), dst(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), 2);
+    src.header()->width = INT_MAX;
+    ReportRecorder reports;
+    moxSetErrStatus(0);
+    const MoxStatus fault = moxColorMedianFilter(src.header(), dst.header(), 3, 3, 1, 1);
+    EXPECT_LT(fault, 0);
+    EXPECT_EQ(moxGetErrStatus(), fault);
+    EXPECT_EQ(moxColorMedianFilter(src.header(), dst.header(), 3, 3, 1, 1), fault);
+    EXPECT_TRUE(reports.are(
+        {{fault, "moxColorMedianFilter", "Incorrect Image"}, {fault, "moxColorMedianFilter", "Incorrect Image"}}));
+}
+
 // Windows that no memory holds, along either axis and both.
 TEST(RankFailure, windowsBeyondAllMemoryAreRefused) {
     constexpr int most = INT_MAX;
