@@ -283,10 +283,11 @@ struct MoxImage;
  *   element by element   arithmetic and logic, moxSet, moxReduceBits, single pixels: one, released before the next is
  *                        requested. An image that is both sources of a call is served for each of them, which makes
  *                        two, and these may be the same tile.
- *   rectangles           a source of moxBlur, moxConvolve2D or moxConvertToDIB, the source of moxCopy between two tiled
- *                        images, and the first image of moxExchange between two: a row of tiles, as far as the
- *                        rectangle reaches, at most all columns of the image. They are requested one after the other,
- *                        in either direction, and released together, the last one first. A destination: one.
+ *   rectangles           a source of moxConvertToDIB or of a neighbourhood filter (moxBlur to moxClose), that of moxCopy
+ *                        or moxMirror between two tiled images, an image that moxMirror mirrors in place, and the first
+ *                        image of moxExchange between two: a row of tiles, as far as the rectangle reaches, at most all
+ *                        columns of the image. They are requested one after the other, in either direction, and released
+ *                        together, the last one first. A destination: one.
  *
  * A tile may be requested several times in an operation. A release does not say what for the tile was requested: what
  * has been requested by MOX_TileWrite since it was last kept may have changed. After a request has been refused, the
@@ -731,8 +732,8 @@ MOX_EXPORT void MOX_CALL moxMultiplySScale(MoxImage *srcImage, MoxImage *dstImag
  * Neighbourhood filters.
  *
  * What a window reads beyond the image follows the source's border rules (moxSetBorderMode); pixels of the image beyond
- * its region are real input. A source that is the destination gives the same result as a copy of it, tiled or not; that
- * is noticed by the header only, so another header over the same memory gives no defined result.
+ * its region are real input. Where a filter takes a source that is the destination, the result is that of a copy of it,
+ * tiled or not; that is noticed by the header only, so another header over the same memory gives no defined result.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
@@ -864,10 +865,10 @@ MOX_EXPORT void MOX_CALL moxConvolve2DFP(MoxImage *srcImage, MoxImage *dstImage,
 
 /**
  * Separable convolution: t(x, y) = sum over r of yKernel[r] x src(x, y + anchorY - r), then dst(x, y) = sum over c of
- * xKernel[c] x t(x + anchorX - c, y), shifted right by both kernels' nShiftR together, once, and saturated; a bit is set
- * where the shifted sum is above 0. xKernel is one row, yKernel one column, of two coefficients at least; one of them may
- * be null. Sums are 32-bit integers that wrap. Every depth but 32F. Not in place. Beyond the image is what its border
- * modes say. A cost of nCols + nRows a sample.
+ * xKernel[c] x t(x + anchorX - c, y), coefficients and anchors being those that the kernels were created from; shifted
+ * right by both kernels' nShiftR together, once, and saturated; a bit is set where the shifted sum is above 0. xKernel is
+ * one row, yKernel one column, of two coefficients at least; one of them may be null. Sums are 32-bit integers that wrap.
+ * Every depth but 32F. Not in place. Beyond the image is what its border modes say. A cost of nCols + nRows a sample.
  *
  * Unlike most of the library these two clear the status word first, and return a status: 0, -5 for every test below
  * (reported as -5, or with the header's fault), -1 where memory is missing.

@@ -13,8 +13,7 @@
 
 namespace {
 
-// --------------------------------------------------------------------------------------------------------------
-// scratch
+// ------------------------------------------------------------------------------------------------------------ scratch
 
 // Memory for the life of a call; null where there is none.
 class Scratch {
@@ -33,11 +32,11 @@ class Scratch {
 };
 
 // Bytes of a row of samples of so many bytes that is as long as windows of nCols reach, a line between two such rows
-// included. Beyond an int where no memory can have it.
+// included. Beyond an int where no memory can have it, and small enough that so many rows as an int counts fit 64 bits.
 int64_t rowBytesOf(const OwnWindow &window, int64_t nCols, int64_t bytes) {
     constexpr int64_t line = 64;
     const int64_t columns = window.width + nCols - 1, pixel = ownWindowChannels(window) * bytes;
-    if (columns > INT_MAX / pixel) return INT64_C(1) << 32;
+    if (columns > INT_MAX / pixel) return INT64_C(1) << 31;
     return (columns * pixel + line - 1) / line * line + line;
 }
 
@@ -307,12 +306,13 @@ MoxStatus runFilter(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const
     OwnWindow window = reach;
     window.src = src;
     window.dst = dst;
+    // The status word tells images that are refused here from those in which there is nothing to do.
     const MoxStatus before = moxGetErrStatus();
+    moxSetErrStatus(MOX_StatusNoError);
     const OwnCommonMask mask(caller, src, dst);
-    if (mask.endsCall()) {
-        const MoxStatus now = moxGetErrStatus();
-        return now < 0 && now != before ? now : MOX_StatusNoError;
-    }
+    const MoxStatus fault = moxGetErrStatus();
+    if (fault == MOX_StatusNoError) moxSetErrStatus(before);
+    if (mask.endsCall()) return fault;
     OwnWindowResult result = OWN_WINDOW_NO_ROWS;
     if (!mask.lacksMemory()) {
         window.mask = mask.image();

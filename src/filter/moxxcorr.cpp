@@ -334,8 +334,12 @@ MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxI
     }
     if (ownFindExcess(tplImage) != MOX_StatusNoError && !ownAcceptMemory(caller, {tplImage})) return bad;
 
-    const bool exceeds = ownFindExcess(srcImage) != MOX_StatusNoError || ownFindExcess(dstImage) != MOX_StatusNoError;
+    // The status word tells images that are refused here from those in which there is nothing to do.
+    const MoxStatus before = moxGetErrStatus();
+    moxSetErrStatus(MOX_StatusNoError);
     const OwnCommonMask mask(caller, srcImage, dstImage);
+    const bool refused = mask.endsCall() && moxGetErrStatus() != MOX_StatusNoError;
+    if (moxGetErrStatus() == MOX_StatusNoError) moxSetErrStatus(before);
     OwnImageRect rect;
     ownImageRect(tplImage, &rect);
     MoxImage header;
@@ -344,7 +348,7 @@ MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxI
     window.dst = dstImage;
     window.mask = mask.image();
     ownWindowSize(&window);
-    if (mask.endsCall()) return exceeds ? bad : MOX_StatusNoError;
+    if (mask.endsCall()) return refused ? bad : MOX_StatusNoError;
     const bool empty = window.width < 1 || window.height < 1 || rect.width < 1 || rect.height < 1;
     bool done = !mask.lacksMemory();
     if (done && (empty || ownChannels(window.src) == 0)) return MOX_StatusNoError;

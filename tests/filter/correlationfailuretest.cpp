@@ -139,4 +139,19 @@ TEST(CorrelationFailure, onlySourceAndDestinationMustBeTwo) {
     refusal.expect(-5, "Unsupported in-place mode");
 }
 
+// Where a region is empty nothing is done and nothing is wrong, whatever rows the header claims.
+TEST(CorrelationFailure, emptyRegionsAreNoFault) {
+    TestImage src(withRoi(20, 10), 1), dst(withRoi(20, 10), 2), pattern(withRoi(3, 3), 3);
+    src.roi()->xOffset = 20;
+    src.header()->widthStep = 1;
+    const TestBytes before = dst.bytes();
+    ReportRecorder reports;
+    moxSetErrStatus(-7);
+    EXPECT_EQ(moxNormCrossCorr(pattern.header(), src.header(), dst.header()), 0);
+    EXPECT_EQ(moxGetErrStatus(), -7);
+    EXPECT_TRUE(reports.none());
+    EXPECT_TRUE(dst.holds(before));
+    moxSetErrStatus(0);
+}
+
 }  // namespace

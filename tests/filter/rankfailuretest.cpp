@@ -242,6 +242,37 @@ TEST(MorphologyFailure, squaresBeyondAllMemoryAreRefused) {
     }
 }
 
+// The status word may hold the very fault already.
+TEST(ColorMedianFailure, aFaultIsReturnedAgain) {
+    TestImage src(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), 1), dst(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), 2);
+    src.header()->width = INT_MAX;
+    ReportRecorder reports;
+    moxSetErrStatus(0);
+    const MoxStatus fault = moxColorMedianFilter(src.header(), dst.header(), 3, 3, 1, 1);
+    EXPECT_LT(fault, 0);
+    EXPECT_EQ(moxGetErrStatus(), fault);
+    EXPECT_EQ(moxColorMedianFilter(src.header(), dst.header(), 3, 3, 1, 1), fault);
+    EXPECT_TRUE(reports.are(
+        {{fault, "moxColorMedianFilter", "Incorrect Image"}, {fault, "moxColorMedianFilter", "Incorrect Image"}}));
+}
+
+// Windows that no memory holds, along either axis and both.
+TEST(RankFailure, windowsBeyondAllMemoryAreRefused) {
+    constexpr int most = INT_MAX;
+    for (const unsigned depth : {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16S, MOX_DEPTH_32S}) {
+        TestImage src(TestLayout::of(depth, 20, 10), 1), dst(TestLayout::of(depth, 20, 10), 2);
+        for (const RankFunction &function : RANKS) {
+            Refusal refusal = {function.name, {}, dst};
+            for (const auto &[nCols, nRows] : {std::pair{most, most}, {most, 1}, {1, most}, {1 << 30, most}}) {
+                refusal.call = [&, w = nCols, h = nRows] {
+                    return function.call(src.header(), dst.header(), w, h, w - 1, h / 2);
+                };
+                refusal.expect(-4, "Allocation failure");
+            }
+        }
+    }
+}
+
 // What an earlier fault means: nothing for morphology, which begins anew, an end without a word for the others.
 TEST(RankFailure, anEarlierFaultIsHeeded) {
     TestImage src(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), 1), dst(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), 2);
