@@ -225,7 +225,11 @@ std::vector<Example> arithExamples() {
                   preMultiplyAlpha,
                   {.releasesTiles = true, .tool = "premultiply"}},
           Example{"moxMultiplyScale", Touches::PIXELS, 3, multiplyScale, releases},
-          Example{"moxMultiplySScale", Touches::PIXELS, 2, multiplySScale, releases}})
+          Example{"moxMultiplySScale",
+                  Touches::PIXELS,
+                  2,
+                  multiplySScale,
+                  {.releasesTiles = true, .tool = "multiply-s-scale"}}})
         examples.push_back(example);
     return examples;
 }

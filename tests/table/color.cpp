@@ -26,13 +26,16 @@ void nameField(char (&field)[4], const char *name) {
 // other names and their regions now and then.
 class NamedImage {
   public:
-    NamedImage(Call &call, MoxImage *image, const char *model, const char *sequence) : image_(image), kept_(*image) {
+    NamedImage(Call &call, MoxImage *image, const char *model, const char *sequence) : image_(image) {
+        if (!image) return;
+        kept_ = *image;
         if (call.random && call.random->oneIn(12)) return;
         nameField(image->colorModel, model);
         nameField(image->channelSeq, sequence);
         image->roi = nullptr;
     }
     ~NamedImage() {
+        if (!image_) return;
         memcpy(image_->colorModel, kept_.colorModel, sizeof kept_.colorModel);
         memcpy(image_->channelSeq, kept_.channelSeq, sizeof kept_.channelSeq);
         image_->roi = kept_.roi;
@@ -42,7 +45,7 @@ class NamedImage {
 
   private:
     MoxImage *image_;
-    MoxImage kept_;
+    MoxImage kept_ = {};
 };
 
 const char *drawSequence(Call &call) {

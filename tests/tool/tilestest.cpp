@@ -63,8 +63,10 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += word == "ZERO" ? " 40" : " 220";
         } else if (word == "[bits]") {
             words += " bits";
-        } else if (word == "[flip]") {
-            words += " flip";
+        } else if (word == "[flip]" || word == "[premultiplied]") {
+            words += word == "[flip]" ? " flip" : " premultiplied";
+        } else if (word == "OPACITY" || word == "ALPHA") {
+            words += " 100";
         } else if (word == "DEPTH") {
             words += " 8u";
         } else if (word == "DITHER") {
