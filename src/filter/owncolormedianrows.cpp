@@ -33,14 +33,15 @@ template <class D>
 
 template <class D>
 const typename D::Sample *pixelAt(const OwnColorMedianRow &row, size_t x, size_t i) {
-    const auto *samples = static_cast<const typename D::Sample *>(static_cast<const void *>(row.rows[i / row.nCols]));
+    const typename D::Sample *samples =
+        static_cast<const typename D::Sample *>(static_cast<const void *>(row.rows[i / row.nCols]));
     return samples + (x + i % row.nCols) * CHANNELS;
 }
 
 // The distances of three pixels to each other decide by themselves.
 template <class D>
 size_t nearestOfThree(const OwnColorMedianRow &row, size_t x) {
-    const auto *a = pixelAt<D>(row, x, 0), *b = pixelAt<D>(row, x, 1), *c = pixelAt<D>(row, x, 2);
+    const typename D::Sample *a = pixelAt<D>(row, x, 0), *b = pixelAt<D>(row, x, 1), *c = pixelAt<D>(row, x, 2);
     const Distance<D> toSecond = distanceOf<D>(a, b), toThird = distanceOf<D>(a, c), between = distanceOf<D>(b, c);
     const bool thirdIsFarther = toThird >= toSecond;
     if ((thirdIsFarther ? toThird : toSecond) > between) return thirdIsFarther ? 1 : 2;
@@ -53,10 +54,10 @@ size_t nearestOfAll(const OwnColorMedianRow &row, size_t x) {
     size_t nearest = 0;
     Distance<D> smallest = 0;
     for (size_t i = 0; i < size; ++i) {
-        const auto *pixel = pixelAt<D>(row, x, i);
+        const typename D::Sample *pixel = pixelAt<D>(row, x, i);
         Distance<D> sum = 0;
         for (size_t r = 0, k = 0; r < row.nRows; ++r) {
-            const auto *other = pixelAt<D>(row, x, k);
+            const typename D::Sample *other = pixelAt<D>(row, x, k);
             for (size_t c = 0; c < row.nCols; ++c, ++k, other += CHANNELS) {
                 if (k != i) sum += distanceOf<D>(pixel, other);
             }
@@ -120,7 +121,7 @@ struct Stretch {
 
     void load(const OwnColorMedianRow &row, size_t x, size_t count) {
         for (size_t r = 0; r < row.nRows; ++r) {
-            const auto *pixel = pixelAt<D>(row, x, r * row.nCols);
+            const typename D::Sample *pixel = pixelAt<D>(row, x, r * row.nCols);
             Sample *a = channel(row, r, 0), *b = channel(row, r, 1), *c = channel(row, r, 2);
             for (size_t k = 0; k < count + row.nCols - 1; ++k, pixel += CHANNELS) {
                 a[k] = static_cast<Sample>(pixel[0]);

@@ -176,7 +176,7 @@ template <class D, class F>
 // The row's output: what becomes of sum(at), saturated; at(row) is a sample or a sum.
 template <class D, class Part, class F>
 [[gnu::always_inline]] inline void sumAlong(const OwnFixedRow &row, const F &sum) {
-    auto *out = outRow<D>(row);
+    typename D::Sample *out = outRow<D>(row);
 #if defined(OWN_HAS_VECTORS)
     if constexpr (isByte<D>) {
         const auto run = [&](size_t i) {
@@ -331,7 +331,7 @@ void gauss5(const OwnFixedRow &row) {
     const Sum<D> *outer = sumRow<D>(row, 0), *next = sumRow<D>(row, 1) + channels,
                  *middle = sumRow<D>(row, 2) + 2 * channels;
     const Sum<D> *outer2 = outer + 4 * channels, *next2 = next + 2 * channels;
-    auto *out = outRow<D>(row);
+    typename D::Sample *out = outRow<D>(row);
 #if defined(OWN_HAS_VECTORS)
     if constexpr (isUnsignedByte<D>) {
         const auto part = [&](Several at) { return gaussOf(at(outer) + at(outer2), at(next) + at(next2), at(middle)); };
@@ -399,7 +399,7 @@ void floats(const OwnFixedRow &row) {
     const OwnAnyF32 *rows[side];
     for (int r = 0; r < side; ++r)
         rows[r] = sourceRow<Own32F>(row, r);
-    auto *out = outRow<Own32F>(row);
+    Own32F::Sample *out = outRow<Own32F>(row);
     const size_t channels = row.channels;
 #if defined(OWN_HAS_VECTORS)
     const auto run = [&]<size_t chains>(size_t i) {

@@ -229,7 +229,7 @@ template <class D, int cls>
 void widen(const uint8_t *row, void *sums, size_t n) {
     using Value = typename Sums<cls>::Value;
     auto *const out = static_cast<Value *>(sums);
-    const auto *samples = reinterpret_cast<const typename D::Sample *>(row);
+    const typename D::Sample *samples = reinterpret_cast<const typename D::Sample *>(row);
     for (size_t i = 0; i < n; ++i)
         out[i] = static_cast<Value>(samples[i]);
 }
@@ -293,7 +293,7 @@ void storeIntegers(const void *sums, const OwnSepStore &how) {
 #if defined(OWN_HAS_VECTORS)
     if constexpr (sizeof(typename D::Value) == 2 && sizeof(Value) == 4) return storeShorts<D>(from, how);
 #endif
-    auto *const out = static_cast<typename D::Sample *>(how.out);
+    typename D::Sample *const out = static_cast<typename D::Sample *>(how.out);
     for (size_t i = 0; i < how.n; ++i)
         out[i] = saturated<D>(from[i] >> how.shift);
 }

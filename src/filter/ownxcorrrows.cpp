@@ -11,7 +11,7 @@ namespace {
 
 template <class D>
 void toPairs(const void *row, size_t step, uint32_t *pairs, size_t n) {
-    const auto *samples = static_cast<const typename D::Sample *>(row);
+    const typename D::Sample *samples = static_cast<const typename D::Sample *>(row);
     const auto low = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint16_t>(samples[i * step])); };
     for (size_t i = 0; i + 1 < n; ++i)
         pairs[i] = low(i) | low(i + 1) << 16;
@@ -20,7 +20,7 @@ void toPairs(const void *row, size_t step, uint32_t *pairs, size_t n) {
 
 template <class D>
 void toReals(const void *row, size_t step, double *reals, size_t n) {
-    const auto *samples = static_cast<const typename D::Sample *>(row);
+    const typename D::Sample *samples = static_cast<const typename D::Sample *>(row);
     for (size_t i = 0; i < n; ++i)
         reals[i] = static_cast<double>(samples[i * step]);
 }
@@ -202,7 +202,7 @@ constexpr float SMALLEST = 1.1754943508222875e-38f;
 template <class D>
 void storeCorr(const double *sums, const double *energies, const OwnCorrScale &scale, void *out, size_t step,
                size_t n) {
-    auto *const to = static_cast<typename D::Sample *>(out);
+    typename D::Sample *const to = static_cast<typename D::Sample *>(out);
     for (size_t i = 0; i < n; ++i) {
         const double value = normalised(sums[i], energies[i], scale);
         if constexpr (__is_same(D, Own32F)) {

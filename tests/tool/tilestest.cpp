@@ -47,6 +47,8 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += " 1";
             for (int c = 1; c < samples; c++)
                 words += ",1";
+        } else if (word == "N" && words.starts_with("channel")) {
+            words += " 1";
         } else if (word == "VALUE" || word == "N" || word == "X" || word == "Y") {
             words += word == "N" ? " 2" : " 33";
         } else if (word == "LOW" || word == "HIGH") {
