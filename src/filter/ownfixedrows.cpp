@@ -195,7 +195,7 @@ template <class D, class Part, class F>
 
 template <class D, int middle>
 void vertical(const OwnFixedRow &row) {
-    const auto *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2);
+    const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2);
     Sum<D> *sums = sumRow<D>(row, 0);
     const Sum<D> *right = sums + 2 * row.channels;
     sumDown<D>(sums, row.n + 2 * row.channels, [&](auto at) { return at(a) + at(b) * middle + at(c); });
@@ -204,7 +204,7 @@ void vertical(const OwnFixedRow &row) {
 
 template <class D, int middle>
 void horizontal(const OwnFixedRow &row) {
-    const auto *above = sourceRow<D>(row, 0), *below = sourceRow<D>(row, 2);
+    const typename D::Sample *above = sourceRow<D>(row, 0), *below = sourceRow<D>(row, 2);
     Sum<D> *left = sumRow<D>(row, 0);
     const Sum<D> *here = left + row.channels, *right = here + row.channels;
     sumDown<D>(left, row.n + 2 * row.channels, [&](auto at) { return at(below) - at(above); });
@@ -214,8 +214,8 @@ void horizontal(const OwnFixedRow &row) {
 // The centre so many times, less the whole box.
 template <class D, int times, class Part>
 void lessBox(const OwnFixedRow &row) {
-    const auto *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2);
-    const auto *centre = b + row.channels;
+    const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2);
+    const typename D::Sample *centre = b + row.channels;
     Sum<D> *left = sumRow<D>(row, 0);
     const Sum<D> *here = left + row.channels, *right = here + row.channels;
     sumDown<D>(left, row.n + 2 * row.channels, [&](auto at) { return at(a) + at(b) + at(c); });
@@ -224,7 +224,7 @@ void lessBox(const OwnFixedRow &row) {
 
 template <class D>
 void gauss3(const OwnFixedRow &row) {
-    const auto *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2);
+    const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2);
     Sum<D> *left = sumRow<D>(row, 0);
     const Sum<D> *here = left + row.channels, *right = here + row.channels;
     sumDown<D>(left, row.n + 2 * row.channels, [&](auto at) { return at(a) + at(b) * 2 + at(c); });
@@ -235,10 +235,10 @@ void gauss3(const OwnFixedRow &row) {
 
 template <class D>
 void highPass5(const OwnFixedRow &row) {
-    const auto *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2),
+    const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2),
                *d = sourceRow<D>(row, 3), *e = sourceRow<D>(row, 4);
     const size_t channels = row.channels;
-    const auto *centre = c + 2 * channels;
+    const typename D::Sample *centre = c + 2 * channels;
     Sum<D> *sums = sumRow<D>(row, 0);
     sumDown<D>(sums, row.n + 4 * channels, [&](auto at) { return at(a) + at(b) + at(c) + at(d) + at(e); });
     sumAlong<D, Whole>(row, [&](auto at) {
@@ -253,7 +253,7 @@ void highPass5(const OwnFixedRow &row) {
 template <class D, class Outer, class Next, class Middle>
 [[gnu::always_inline]] inline void sumKinds(const OwnFixedRow &row, const Outer &outer, const Next &next,
                                             const Middle &middle) {
-    const auto *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2),
+    const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2),
                *d = sourceRow<D>(row, 3), *e = sourceRow<D>(row, 4);
     const size_t n = row.n + 4 * row.channels;
     Sum<D> *outers = sumRow<D>(row, 0), *nexts = sumRow<D>(row, 1), *middles = sumRow<D>(row, 2);
