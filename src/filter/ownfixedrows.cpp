@@ -236,7 +236,7 @@ void gauss3(const OwnFixedRow &row) {
 template <class D>
 void highPass5(const OwnFixedRow &row) {
     const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2),
-               *d = sourceRow<D>(row, 3), *e = sourceRow<D>(row, 4);
+                             *d = sourceRow<D>(row, 3), *e = sourceRow<D>(row, 4);
     const size_t channels = row.channels;
     const typename D::Sample *centre = c + 2 * channels;
     Sum<D> *sums = sumRow<D>(row, 0);
@@ -254,7 +254,7 @@ template <class D, class Outer, class Next, class Middle>
 [[gnu::always_inline]] inline void sumKinds(const OwnFixedRow &row, const Outer &outer, const Next &next,
                                             const Middle &middle) {
     const typename D::Sample *a = sourceRow<D>(row, 0), *b = sourceRow<D>(row, 1), *c = sourceRow<D>(row, 2),
-               *d = sourceRow<D>(row, 3), *e = sourceRow<D>(row, 4);
+                             *d = sourceRow<D>(row, 3), *e = sourceRow<D>(row, 4);
     const size_t n = row.n + 4 * row.channels;
     Sum<D> *outers = sumRow<D>(row, 0), *nexts = sumRow<D>(row, 1), *middles = sumRow<D>(row, 2);
     const auto run = [&]<class At>(At at) __attribute__((always_inline)) {
