@@ -55,6 +55,16 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += word == "LOW" ? " 50" : " 200";
         } else if (word == "L,V,L,V,...") {
             words += " 0,255,100,0,255,255";
+        } else if (word == "AXIS" || word == "DEGREES") {
+            words += word == "AXIS" ? " -1" : " 120";
+        } else if (word == "R,G,B") {
+            words += " 1,0.5,0.25";
+        } else if (word == "M,M,...") {
+            words += " 0.5,0.25,0,0,0,1,0,0,0,0.5,0.5,0.1";
+        } else if (word == "W,W,...") {
+            words += " 1,2,1";
+        } else if (word == "[mark]") {
+            words += " mark";
         } else if (word == "NAME") {
             words += " db2";  // a wavelet
         } else if (word == "EPS") {
