@@ -49,8 +49,10 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
                 words += ",1";
         } else if (word == "N" && words.starts_with("channel")) {
             words += " 1";
-        } else if (word == "VALUE" || word == "N" || word == "X" || word == "Y") {
+        } else if (word == "VALUE" || word == "N") {
             words += word == "N" ? " 2" : " 33";
+        } else if (word == "X" || word == "Y") {
+            words += word == "X" ? " 5" : " 4";
         } else if (word == "LOW" || word == "HIGH") {
             words += word == "LOW" ? " 50" : " 200";
         } else if (word == "L,V,L,V,...") {

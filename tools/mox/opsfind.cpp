@@ -73,9 +73,9 @@ void frame(MoxImage *image, const Place &at, const MoxImage *tpl) {
 void find(Call *call) {
     MoxImage *image = call->image, *tpl = call->other;
     if (image->depth != MOX_DEPTH_8U && image->depth != MOX_DEPTH_32F)
-        fail(exitUsage, "find: pictures of depth 8u or 32f (--depth 8u)");
+        fail(exitOperation, "find: pictures of depth 8u or 32f (--depth 8u)");
     if (tpl->width > image->width || tpl->height > image->height)
-        fail(exitUsage, "find: the template is larger than the picture");
+        fail(exitOperation, "find: the template is larger than the picture");
     // The template as it lies in its file, and in memory.
     MoxImage whole = *tpl;
     whole.roi = nullptr;
