@@ -48,9 +48,8 @@ struct OwnDepthForms {
 #if defined(OWN_HAS_VECTORS)
 
 // The vector k vectors on from a sample.
-template <class Sample>
-[[gnu::always_inline]] inline OwnVector ownLoadAt(const Sample *a, size_t k) {
-    return ownLoad(reinterpret_cast<const char *>(a) + k * sizeof(OwnVector));
+[[gnu::always_inline]] inline OwnVector ownLoadAt(const void *a, size_t k) {
+    return ownLoad(static_cast<const char *>(a) + k * sizeof(OwnVector));
 }
 
 // Wide vectors have the halves of two packed vectors in turn: in order again, by words of 64 bits, and of four by words

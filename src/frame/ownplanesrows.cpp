@@ -59,22 +59,22 @@ struct Triples {
         alignas(WHOLE) uint8_t second[3][WHOLE], third[3][WHOLE];  // the places of a channel in these vectors
     };
     static constexpr Order make() {
-        Order order = {};
+        Order result = {};
         constexpr int samples = 16 / bytes;
         for (int at = 0; at < 32; ++at) {
             const int place = at % 16 / bytes, byte = at % bytes;
             for (int c = 0; c < 3; ++c) {
-                order.split[c][at] = static_cast<uint8_t>((3 * place + c) % samples * bytes + byte);
+                result.split[c][at] = static_cast<uint8_t>((3 * place + c) % samples * bytes + byte);
                 for (int k = 0; k < 3; ++k) {
                     const int sample = samples * k + place;
                     if (sample % 3 != c) continue;
-                    order.join[c][at] = static_cast<uint8_t>(sample / 3 * bytes + byte);
-                    if (k == 1) order.second[c][at] = 255;
-                    if (k == 2) order.third[c][at] = 255;
+                    result.join[c][at] = static_cast<uint8_t>(sample / 3 * bytes + byte);
+                    if (k == 1) result.second[c][at] = 255;
+                    if (k == 2) result.third[c][at] = 255;
                 }
             }
         }
-        return order;
+        return result;
     }
     static constexpr Order order = make();
 

@@ -20,7 +20,8 @@ TEST(NormCrossCorrelation, aPerfectMatchIsTheFullScale) {
                        {MOX_DEPTH_16S, MOX_DEPTH_16S, 32767}, {MOX_DEPTH_32S, MOX_DEPTH_32S, 0x7FFFFFFF},
                        {MOX_DEPTH_1U, MOX_DEPTH_1U, 1}};
     for (const auto &each : cases) {
-        for (const auto &[width, height] : {std::pair(5, 4), std::pair(1, 1), std::pair(16, 3), std::pair(2, 7)}) {
+        for (const auto &size : {std::pair(5, 4), std::pair(1, 1), std::pair(16, 3), std::pair(2, 7)}) {
+            const int width = size.first, height = size.second;
             TestImage src(TestLayout::of(each.from, 40, 20), 1), dst(TestLayout::of(each.to, 40, 20), 2);
             TestImage pattern(TestLayout::of(each.from, width, height), 3);
             src.set(0, 9, 6, 1);  // no window of zeros

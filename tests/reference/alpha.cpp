@@ -6,7 +6,7 @@
 #include <cmath>
 #include <map>
 
-static constexpr int OVER = 0, IN = 1, OUT = 2, ATOP = 3, XOR = 4, PLUS = 5;
+static constexpr int OVER = 0, IN = 1, OUT = 2, ATOP = 3, XOR = 4;
 
 static uint32_t fullScale(unsigned depth) {
     return depth == MOX_DEPTH_8U ? 255 : 65535;

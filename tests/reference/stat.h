@@ -6,11 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include "reference/number.h"
 #include "reference/reference.h"
-
-// Samples as numbers.
-int64_t refWhole(unsigned depth, uint32_t bits);
-long double refNumber(unsigned depth, uint32_t bits);
 
 // Every sample that counts of the images' common area, all processed channels: its pixel, counted from the corner of
 // the regions, and its place among the processed channels.

@@ -4,24 +4,6 @@
 
 #include "reference/stat.h"
 
-int64_t refWhole(unsigned depth, uint32_t bits) {
-    switch (depth) {
-        case MOX_DEPTH_8S:
-            return static_cast<int8_t>(bits);
-        case MOX_DEPTH_16S:
-            return static_cast<int16_t>(bits);
-        case MOX_DEPTH_32S:
-            return static_cast<int32_t>(bits);
-        default:
-            return bits;
-    }
-}
-
-long double refNumber(unsigned depth, uint32_t bits) {
-    if (depth == MOX_DEPTH_32F) return static_cast<long double>(std::bit_cast<float>(bits));
-    return static_cast<long double>(refWhole(depth, bits));
-}
-
 void refEachSample(const std::vector<TestImage *> &images, const RefVisit &visit) {
     int width, height;
     refCommonSize(images, &width, &height);

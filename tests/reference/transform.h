@@ -13,6 +13,7 @@
 
 #include <vector>
 
+#include "reference/number.h"
 #include "reference/reference.h"
 
 // Samples of one channel as numbers, rows one after the other.
@@ -22,15 +23,15 @@ struct RefPlane {
 
     RefPlane() = default;
     RefPlane(int planeWidth, int planeHeight)
-        : width(planeWidth), height(planeHeight), samples(static_cast<size_t>(planeWidth) * planeHeight) {}
-    long double &at(int x, int y) { return samples[static_cast<size_t>(y) * width + x]; }
-    long double at(int x, int y) const { return samples[static_cast<size_t>(y) * width + x]; }
+        : width(planeWidth), height(planeHeight), samples(static_cast<size_t>(int64_t{planeWidth} * planeHeight)) {}
+    long double &at(int x, int y) { return samples[place(x, y)]; }
+    long double at(int x, int y) const { return samples[place(x, y)]; }
+    size_t place(int x, int y) const { return static_cast<size_t>(int64_t{y} * width + x); }
     long double norm() const;     // the root of the sum of squares
     long double largest() const;  // the largest magnitude
 };
 
-// A sample's bits as a number, and the bits of a number that a depth stores: nearest, ties to even, saturated.
-long double refNumber(unsigned depth, uint32_t sample);
+// The bits of a number that a depth stores: nearest, ties to even, saturated.
 uint32_t refStored(unsigned depth, long double value);
 
 // The region's samples from its corner, channel from 0; at 32S as the floats that they are converted to.

@@ -19,21 +19,6 @@ long double RefPlane::largest() const {
     return most;
 }
 
-long double refNumber(unsigned depth, uint32_t sample) {
-    switch (depth) {
-        case MOX_DEPTH_8S:
-            return static_cast<int8_t>(sample);
-        case MOX_DEPTH_16S:
-            return static_cast<int16_t>(sample);
-        case MOX_DEPTH_32S:
-            return static_cast<int32_t>(sample);
-        case MOX_DEPTH_32F:
-            return std::bit_cast<float>(sample);
-        default:
-            return sample;
-    }
-}
-
 uint32_t refStored(unsigned depth, long double value) {
     if (depth == MOX_DEPTH_32F) return std::bit_cast<uint32_t>(static_cast<float>(value));
     const int bits = static_cast<int>(depth & ~MOX_DEPTH_SIGN);
