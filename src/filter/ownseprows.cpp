@@ -1,5 +1,6 @@
 // Row kernels of separable convolution, compiled once for each CPU level. A few vectors of sums stay in registers while
 // all taps pass; sums of floats are added in the order of the taps, others in any that the processor likes.
+#include "filter/ownblocks.h"
 #include "filter/ownsep.h"
 #include "frame/ownsample.h"
 #include "frame/ownvector.h"
@@ -107,23 +108,6 @@ template <class Value>
     return static_cast<Value>(a * b);
 }
 
-// Runs all of n by blocks of `most` vectors, then by single ones, the last of which overlaps the one before; rows
-// shorter than a vector by one(i).
-template <size_t lanes, size_t most, class Block, class One>
-[[gnu::always_inline]] inline void inBlocks(size_t n, const Block &block, const One &one) {
-    if (n < lanes) {
-        for (size_t i = 0; i < n; ++i)
-            one(i);
-        return;
-    }
-    size_t i = 0;
-    for (; i + lanes * most <= n; i += lanes * most)
-        block.template operator()<most>(i);
-    for (; i + lanes <= n; i += lanes)
-        block.template operator()<1>(i);
-    if (i < n) block.template operator()<1>(n - lanes);
-}
-
 #if defined(OWN_HAS_VECTORS)
 // Lanes of two vectors of 16 bits by turns, in the order that packing undoes.
 [[gnu::always_inline]] inline OwnVector interleaveLow(OwnVector a, OwnVector b) {
@@ -171,7 +155,7 @@ void columns(const uint8_t *const *rows, const OwnSepTaps &taps, void *sums, siz
         }
         out[i] = sum;
     };
-    inBlocks<lanes, 4>(n, block, one);
+    ownInBlocks<lanes, 4>(n, block, one);
 }
 
 #if defined(OWN_HAS_VECTORS)
@@ -216,7 +200,7 @@ void columnsOfWords(const uint8_t *const *rows, const OwnSepTaps &taps, void *su
 #endif
         }
     };
-    inBlocks<lanes, 2>(n, block, [](size_t) {});
+    ownInBlocks<lanes, 2>(n, block, [](size_t) {});
 }
 #else
 template <class D>
@@ -337,7 +321,7 @@ void across(const void *sums, size_t step, const OwnSepTaps &taps, const OwnSepS
             sum += product<Value>(from[i + static_cast<size_t>(j) * step], tapOf<cls>(taps, j));
         put(i, &sum, 1);
     };
-    inBlocks<lanes, 4>(how.n, block, one);
+    ownInBlocks<lanes, 4>(how.n, block, one);
 }
 
 #if defined(OWN_HAS_VECTORS)
@@ -409,7 +393,7 @@ void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const Ow
                 static_cast<uint32_t>(from[i + static_cast<size_t>(j) * step]) * static_cast<uint32_t>(taps.values[j]);
         out[i] = static_cast<uint8_t>(saturated<D>(static_cast<int32_t>(sum) >> how.shift));
     };
-    inBlocks<lanes, 2>(how.n, block, one);
+    ownInBlocks<lanes, 2>(how.n, block, one);
 }
 
 #else

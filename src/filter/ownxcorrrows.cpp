@@ -1,5 +1,6 @@
 // Row kernels of normalised cross-correlation, compiled once for each CPU level. Some vectors of sums stay in registers
 // while the whole template passes.
+#include "filter/ownblocks.h"
 #include "filter/ownxcorr.h"
 #include "frame/ownsample.h"
 #include "frame/ownvector.h"
@@ -26,23 +27,6 @@ void toReals(const void *row, size_t step, double *reals, size_t n) {
 }
 
 // ------------------------------------------------------------------------------------------------------------ products
-
-// Runs n by blocks of `most` vectors, then by single ones, the last of which overlaps the one before; less than a
-// vector by one(i).
-template <size_t lanes, size_t most, class Block, class One>
-[[gnu::always_inline]] inline void inBlocks(size_t n, const Block &block, const One &one) {
-    if (n < lanes) {
-        for (size_t i = 0; i < n; ++i)
-            one(i);
-        return;
-    }
-    size_t i = 0;
-    for (; i + lanes * most <= n; i += lanes * most)
-        block.template operator()<most>(i);
-    for (; i + lanes <= n; i += lanes)
-        block.template operator()<1>(i);
-    if (i < n) block.template operator()<1>(n - lanes);
-}
 
 int32_t onePair(const OwnCorrField &field, size_t i) {
     const auto *taps = static_cast<const uint32_t *>(field.taps);
@@ -84,7 +68,7 @@ void sumPairs(const OwnCorrField &field, int32_t *sums, size_t n) {
         for (size_t k = 0; k < vectors; ++k)
             ownStore(reinterpret_cast<char *>(sums + i + k * lanes), sum[k]);
     };
-    inBlocks<lanes, 8>(n, block, one);
+    ownInBlocks<lanes, 8>(n, block, one);
 #else
     for (size_t i = 0; i < n; ++i)
         one(i);
@@ -124,7 +108,7 @@ void sumReals(const OwnCorrField &field, double *sums, size_t n) {
         }
         sums[i] = sum;
     };
-    inBlocks<DOUBLES, 8>(n, block, one);
+    ownInBlocks<DOUBLES, 8>(n, block, one);
 }
 
 // ------------------------------------------------------------------------------------------------------------ energies
