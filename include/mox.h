@@ -1231,9 +1231,9 @@ MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, i
 /* ------------------------------------------------------------------------------------------------------------------
  * Colour models
  *
- * Each function converts the common width and height of two whole images, 3 channels of the destination from the first
- * 3 of the source. Regions are refused; masks and channels of interest mean nothing. T(x) is x truncated towards zero,
- * F the largest value of a depth, >> rounds down.
+ * Each function converts the common width and height of two whole images, 3 channels of the destination from the
+ * first 3 of the source. Regions are refused; masks and channels of interest mean nothing. T(x) is x truncated
+ * towards zero, F the largest value of a depth, >> rounds down.
  *
  * RGB. In pixel order R comes first where channelSeq begins with 'R', and B where it begins with 'B'; G is second. In
  * plane order R, G and B are the planes at the places of their letters. Further channels are skipped. The other model
@@ -1264,8 +1264,8 @@ MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, i
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /**
- * Hue, saturation, value, at 8U, 16U and 32S (of which -2147483648 counts as 0). In double precision, with max and min
- * of R, G, B and delta = max - min:
+ * Hue, saturation, value, at 8U, 16U and 32S (of which -2147483648 counts as 0). In double precision, with max and
+ * min of R, G, B and delta = max - min:
  *
  *   V = max, S = delta / max, and S = H = 0 where max is 0 or delta is 0
  *   H = ((G - B) x 60) / delta             where R is max,
@@ -1277,64 +1277,57 @@ MOX_EXPORT void MOX_CALL moxReduceBits(MoxImage *srcImage, MoxImage *dstImage, i
 MOX_EXPORT void MOX_CALL moxRGB2HSV(MoxImage *src, MoxImage *dst);
 
 /**
- * The way back: with k = 1 / F, S x k = s and V for all three where S is 0. h = H x 360 x k / 60, and 0 from 6 on; the
- * sector is I = T(h - 0.5), and f = h - I, which goes up to 1.5. p = T((1 - s) V), q = T((1 - f s) V), t = T((1 - (1 -
- * f) s) V)
- * give R, G, B as V t p, q V p, p V t, p q V, t p V for I from 0 to 4, and V p q for 5. At 8U and 16U results keep
- * their low bits: a value of 306 is stored as 50. At 32S, 2147483648.5 are taken off before T.
+ * The way back: with k = 1 / F, S x k = s and V for all three where S is 0. h = H x 360 x k / 60, and 0 from 6 on;
+ * the sector is I = T(h - 0.5), and f = h - I, which goes up to 1.5. p = T((1 - s) V), q = T((1 - f s) V), t = T((1 -
+ * (1 - f) s) V) give R, G, B as V t p, q V p, p V t, p q V, t p V for I from 0 to 4, and V p q for 5. At 8U and 16U
+ * results keep their low bits: a value of 306 is stored as 50. At 32S, 2147483648.5 are taken off before T.
+ *
+ * So a colour of moxRGB2HSV does not come back where its hue lies in the first half of any sixth but the first. Where
+ * colours are to come back, turn them in HLS.
  */
 MOX_EXPORT void MOX_CALL moxHSV2RGB(MoxImage *src, MoxImage *dst);
 
 /**
- * Hue, lightness, saturation, at 8U, 16U and 32S. The hue is that of moxRGB2HSV; L = (max + min) / 2; S = delta / (max
- * + min)
- * where L is at most F / 2, else delta / (2 F - (max + min)). Stored as T(H x F x 0.002777777777777778), T(L), T(S x
- * F);
- * at 32S with -2147483648.0 added before T.
+ * Hue, lightness, saturation, at 8U, 16U and 32S. The hue is that of moxRGB2HSV; L = (max + min) / 2; S = delta /
+ * (max + min) where L is at most F / 2, else delta / (2 F - (max + min)). Stored as T(H x F x 0.002777777777777778),
+ * T(L), T(S x F); at 32S with -2147483648.0 added before T.
  */
 MOX_EXPORT void MOX_CALL moxRGB2HLS(MoxImage *src, MoxImage *dst);
 
 /**
  * The way back, with h = H x 360 / F, l = L / F, s = S / F; the L sample for all three where s is 0. m2 = (s + 1) l
- * where l
- * is at most 0.5, else s + l - s l; m1 = 2 l - m2. A channel is T(F x value) with x = h + 120 for R, h for G, h - 120
- * for
- * B, within 0 to 360: (m2 - m1) x / 60 + m1 below 60, m2 below 180, (m2 - m1) (240 - x) / 60 + m1 below 240, else m1.
+ * where l is at most 0.5, else s + l - s l; m1 = 2 l - m2. A channel is T(F x value) with x = h + 120 for R, h for G,
+ * h - 120 for B, within 0 to 360: (m2 - m1) x / 60 + m1 below 60, m2 below 180, (m2 - m1) (240 - x) / 60 + m1 below
+ * 240, else m1.
  */
 MOX_EXPORT void MOX_CALL moxHLS2RGB(MoxImage *src, MoxImage *dst);
 
 /**
- * CIE XYZ, at 8U, 16U, 32S and 32F, by the rows 0.412453 0.35758 0.180423, 0.212671 0.71516 0.072169, 0.019334 0.119193
- * 0.950227. 32F in single precision. 8U and 16U: (6758R + 5859G + 2956B + 8192) >> 14, (3484R + 11717G + 1182B + 8192)
- * >> 14,
- * (317R + 1953G + 15569B + 8192) >> 14, of which Z is limited to F. 32S: T in double precision, X - 106394929.85651207
- * and Z
- * + 190597763.694592, which is limited.
+ * CIE XYZ, at 8U, 16U, 32S and 32F, by the rows 0.412453 0.35758 0.180423, 0.212671 0.71516 0.072169, 0.019334
+ * 0.119193 0.950227. 32F in single precision. 8U and 16U: (6758R + 5859G + 2956B + 8192) >> 14, (3484R + 11717G +
+ * 1182B + 8192) >> 14, (317R + 1953G + 15569B + 8192) >> 14, of which Z is limited to F. 32S: T in double precision,
+ * X - 106394929.85651207 and Z + 190597763.694592, which is limited.
  */
 MOX_EXPORT void MOX_CALL moxRGB2XYZ(MoxImage *src, MoxImage *dst);
 
 /**
- * The way back by 3.240479 -1.53715 -0.498535, -0.969256 1.875992 0.041556, 0.055648 -0.204043 1.057311; 32F in single
- * precision. 8U: (53092X
- * - 25185Y - 8168Z + 8192) >> 14, (-15880X + 30736Y + 681Z + 8192) >> 14, (912X - 3343Y + 17323Z + 8192) >> 14,
- * limited. 16U drops the low byte of
- * X, Y and Z and shifts by 6. 32S: T in double precision, limited, of 3.2404813432005X - 1.5371515162713Y -
- * 0.49853632616889Z +
- * 439790694.0994415, -0.96925494999657X + 1.8759900014899Y + 0.041555926558293Z - 111044279.08821273,
- * 0.055646639135177X - 0.20404133836651Y +
+ * The way back by 3.240479 -1.53715 -0.498535, -0.969256 1.875992 0.041556, 0.055648 -0.204043 1.057311; 32F in
+ * single precision. 8U: (53092X - 25185Y - 8168Z + 8192) >> 14, (-15880X + 30736Y + 681Z + 8192) >> 14, (912X - 3343Y
+ * + 17323Z + 8192) >> 14, limited. 16U drops the low byte of X, Y and Z and shifts by 6. 32S: T in double precision,
+ * limited, of 3.2404813432005X - 1.5371515162713Y - 0.49853632616889Z + 439790694.0994415, -0.96925494999657X +
+ * 1.8759900014899Y + 0.041555926558293Z - 111044279.08821273, 0.055646639135177X - 0.20404133836651Y +
  * 1.0573110696453Z - 195600605.13649487.
  */
 MOX_EXPORT void MOX_CALL moxXYZ2RGB(MoxImage *src, MoxImage *dst);
 
 /**
  * Y = 0.299R + 0.587G + 0.114B and its differences U = -0.146R - 0.288G + 0.434B, V = 0.617R - 0.517G - 0.1B, at 8U,
- * 16U, 32S and 32F. 32F:
- * Y in single, U and V in double precision. 32S: T in double precision, limited. 8U and 16U, limited, with o = F / 2
- * rounded down: (9798R + 19235G + 3736B) >> 15, ((-4784R - 9437G + 14221B) >> 15) + o, ((20218R - 16941G - 3277B) >>
- * 15) + o.
+ * 16U, 32S and 32F. 32F: Y in single, U and V in double precision. 32S: T in double precision, limited. 8U and 16U,
+ * limited, with o = F / 2 rounded down: (9798R + 19235G + 3736B) >> 15, ((-4784R - 9437G + 14221B) >> 15) + o,
+ * ((20218R - 16941G - 3277B) >> 15) + o.
  *
- * A source of 8U in pixel order with 3 channels may have a destination in plane order. Then U = ((16121 (B - Y)) >> 15)
- * + 128 and V = ((28737 (R - Y)) >> 15) + 128, limited.
+ * A source of 8U in pixel order with 3 channels may have a destination in plane order. Then U = ((16121 (B - Y)) >>
+ * 15) + 128 and V = ((28737 (R - Y)) >> 15) + 128, limited.
  *
  * "src1->depth != src2->depth" comes right behind the tests of the headers.
  */
@@ -1342,55 +1335,48 @@ MOX_EXPORT void MOX_CALL moxRGB2YUV(MoxImage *src, MoxImage *dst);
 
 /**
  * The way back: R = Y + 1.135920183V, G = Y - 0.3959190767U - 0.5782887929V, B = Y + 2.041101518U, at 32S limited and
- * truncated. 8U and 16U, limited, with u = U - o and v = V - o: Y + ((-31u + 37222v) >> 15), Y + ((-12974u - 18949v) >>
- * 15),
- * Y + ((66883u - 53v) >> 15). A source of 8U in plane order may have a destination in pixel order; o is 128 then. The
- * depths are tested first, as in moxRGB2YUV.
+ * truncated. 8U and 16U, limited, with u = U - o and v = V - o: Y + ((-31u + 37222v) >> 15), Y + ((-12974u - 18949v)
+ * >> 15), Y + ((66883u - 53v) >> 15). A source of 8U in plane order may have a destination in pixel order; o is 128
+ * then. The depths are tested first, as in moxRGB2YUV.
  */
 MOX_EXPORT void MOX_CALL moxYUV2RGB(MoxImage *src, MoxImage *dst);
 
 /**
- * Y, Cb, Cr, at 8U, 16U, 32S and 32F. 32F in single precision: 0.299R + 0.587G + 0.114B, -0.1687359R - 0.331264G + 0.5B
- * + 0.5, 0.5R -
- * 0.41868759G - 0.08131241B + 0.5. 32S: T in double precision, without the two 0.5. 16U: (4899R + 9617G + 1868B + 8192)
- * >> 14, (-2765R - 5427G +
- * 8192B + 0x20000000) >> 14, (8192R - 6860G - 1332B + 0x20000000) >> 14. 8U: Y = (4898R + 9617G + 1867B + 8192) >> 14,
- * ((B - Y) 9246 + 0x200000) >> 14, ((R - Y) 11686 + 0x200000) >> 14. At 8U and 16U results keep their low bits.
+ * Y, Cb, Cr, at 8U, 16U, 32S and 32F. 32F in single precision: 0.299R + 0.587G + 0.114B, -0.1687359R - 0.331264G +
+ * 0.5B + 0.5, 0.5R - 0.41868759G - 0.08131241B + 0.5. 32S: T in double precision, without the two 0.5. 16U: (4899R +
+ * 9617G + 1868B + 8192) >> 14, (-2765R - 5427G + 8192B + 0x20000000) >> 14, (8192R - 6860G - 1332B + 0x20000000) >>
+ * 14. 8U: Y = (4898R + 9617G + 1867B + 8192) >> 14, ((B - Y) 9246 + 0x200000) >> 14, ((R - Y) 11686 + 0x200000) >>
+ * 14. At 8U and 16U results keep their low bits.
  */
 MOX_EXPORT void MOX_CALL moxRGB2YCrCb(MoxImage *src, MoxImage *dst);
 
 /**
- * The way back. 32F in single precision: Y + 1.402Cr - 0.701, Y - 0.3441363Cb - 0.7141363Cr + 0.5291363, Y + 1.772Cb -
- * 0.886, at least 0. 32S: T
- * in double precision, limited, of Y + 1.4019999991573Cr, Y - 0.34413629776123Cb - 0.71413631643017Cr, Y +
- * 1.7720000660742Cb. 16U: Y + ((22970Cr -
- * 752669475) >> 14), Y - ((5638Cb + 11700Cr - 568122915) >> 14), Y + ((29032Cb - 951306060) >> 14), limited. 8U: the
- * same with 2928675,
- * 2210595 and 3701580.
+ * The way back. 32F in single precision: Y + 1.402Cr - 0.701, Y - 0.3441363Cb - 0.7141363Cr + 0.5291363, Y + 1.772Cb
+ * - 0.886, at least 0. 32S: T in double precision, limited, of Y + 1.4019999991573Cr, Y - 0.34413629776123Cb -
+ * 0.71413631643017Cr, Y + 1.7720000660742Cb. 16U: Y + ((22970Cr - 752669475) >> 14), Y - ((5638Cb + 11700Cr -
+ * 568122915) >> 14), Y + ((29032Cb - 951306060) >> 14), limited. 8U: the same with 2928675, 2210595 and 3701580.
  */
 MOX_EXPORT void MOX_CALL moxYCrCb2RGB(MoxImage *src, MoxImage *dst);
 
 /**
- * Y, C1, C2 of Photo YCC, at 8U only. Results are bytes of a curve with the indices (22256Y + 29844C2 - 4088627) >> 14,
- * (22256Y - 7050C1 - 15190C2 + 3180809) >> 14, (22256Y + 36338C1 - 5668739) >> 14, which become 0 below 0 and 360 above
- * 361. The curve rises
- * from 0 to 255, which it reaches at 353, and has 0 at 361.
+ * Y, C1, C2 of Photo YCC, at 8U only. Results are bytes of a curve with the indices (22256Y + 29844C2 - 4088627) >>
+ * 14, (22256Y - 7050C1 - 15190C2 + 3180809) >> 14, (22256Y + 36338C1 - 5668739) >> 14, which become 0 below 0 and 360
+ * above 361. The curve rises from 0 to 255, which it reaches at 353, and has 0 at 361.
  */
 MOX_EXPORT void MOX_CALL moxYCC2RGB(MoxImage *src, MoxImage *dst);
 
 /**
  * L, U, V of CIE L*u*v*, at 32F only, in single precision. With X, Y, Z of moxRGB2XYZ and Y > 0.01: L = 116 p - 16,
- * where p is Y to the power of 0.3333333432674408 in double precision (accurate to some units of its last place), as a
- * float; d = 1 / (X + 15Y + 3Z); U = 13L (4X d - 0.1978394091129303), V = 13L (9Y d - 0.47076964378356934). L = U = V = 0 else.
+ * where p is Y to the power of 0.3333333432674408 in double precision (accurate to some units of its last place), as
+ * a float; d = 1 / (X + 15Y + 3Z); U = 13L (4X d - 0.1978394091129303), V = 13L (9Y d - 0.47076964378356934). L = U =
+ * V = 0 else.
  */
 MOX_EXPORT void MOX_CALL moxRGB2LUV(MoxImage *src, MoxImage *dst);
 
 /**
- * The way back, in double precision. Where L > 8.7: t = 1 / (13L), q = (L + 16) 0.008620689655172414, Y = q q q, u = U
- * t +
- * 0.19783940212891, v = V t + 0.46834220078579, w = Y / v, X = 2.25 w u, Z = 3w - 5Y - X / 3, then the rows of
- * moxXYZ2RGB. R = G = B = 0
- * else. Thresholds and white points differ from those of moxRGB2LUV.
+ * The way back, in double precision. Where L > 8.7: t = 1 / (13L), q = (L + 16) 0.008620689655172414, Y = q q q, u =
+ * U t + 0.19783940212891, v = V t + 0.46834220078579, w = Y / v, X = 2.25 w u, Z = 3w - 5Y - X / 3, then the rows of
+ * moxXYZ2RGB. R = G = B = 0 else. Thresholds and white points differ from those of moxRGB2LUV.
  */
 MOX_EXPORT void MOX_CALL moxLUV2RGB(MoxImage *src, MoxImage *dst);
 
@@ -1403,41 +1389,34 @@ MOX_EXPORT void MOX_CALL moxLUV2RGB(MoxImage *src, MoxImage *dst);
  *   32S       W >> 13    W >> 21    W, with shifts by 10, is at least 0x20000000
  *
  * W = 109 (R >> 11) + 366 (G >> 11) + 37 (B >> 11), of which 0 is the least that 8U and 16U store. The destination in
- * plane order may
- * have several channels: the first is written. Bits beyond the width stay as they are.
+ * plane order may have several channels: the first is written. Bits beyond the width stay as they are.
  *
  * Failures, all -5 but the first, in this order: "Incorrect Image"; those of moxRGB2HSV of the source's model;
- * "colorModel must be GRAY
- * instead of ? ", "channelSeq must be G instead of ? " of the destination, which is named "GRAY" or "Gray" (three
- * characters
- * count) and "G" (one counts); "src & dst roi must be NULL"; "(dst-> dataOrder == MOX_DATA_ORDER_PIXEL) &&
- * (dst-> nChannels != 1)" (in one line); "src->origin != dst->origin"; "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are
- * valid now" on
- * behalf of ownColorToGray; "Incorrect Image" with -15 for a source of less than 3 channels.
+ * "colorModel must be GRAY instead of ? ", "channelSeq must be G instead of ? " of the destination, which is named
+ * "GRAY" or "Gray" (three characters count) and "G" (one counts); "src & dst roi must be NULL"; "(dst-> dataOrder ==
+ * MOX_DATA_ORDER_PIXEL) && (dst-> nChannels != 1)" (in one line); "src->origin != dst->origin"; "Error in-out depth.
+ * 32S,16U,8U=> 16U,8U,1U are valid now" on behalf of ownColorToGray; "Incorrect Image" with -15 for a source of less
+ * than 3 channels.
  */
 MOX_EXPORT void MOX_CALL moxColorToGray(MoxImage *src, MoxImage *dst);
 
 /**
- * RGB from gray at 8U, 16U, 32S, and at 8U from bits: each channel is (gray x w) >> shift, the weights w being T(256 x
- * weight) with a shift
- * of 8 at 8U, else T(32768 x weight) with 15. A set bit counts as 255. Where all three w are 0 they are 54, 183, 18
- * with 8 at 8U, 109,
- * 366, 37 with 9 at 16U, 6968, 23434, 2364 with 15 at 32S. At 8U and 16U results keep their low bits; at 32S the result
- * is 2 w (gray >> 16) + ((w
- * (gray & 0xFFFF)) >> 15), limited. Weights beyond 32 bits are limited. A source in plane order may have several
- * channels: the first is read.
+ * RGB from gray at 8U, 16U, 32S, and at 8U from bits: each channel is (gray x w) >> shift, the weights w being T(256
+ * x weight) with a shift of 8 at 8U, else T(32768 x weight) with 15. A set bit counts as 255. Where all three w are 0
+ * they are 54, 183, 18 with 8 at 8U, 109, 366, 37 with 9 at 16U, 6968, 23434, 2364 with 15 at 32S. At 8U and 16U
+ * results keep their low bits; at 32S the result is 2 w (gray >> 16) + ((w (gray & 0xFFFF)) >> 15), limited. Weights
+ * beyond 32 bits are limited. A source in plane order may have several channels: the first is read.
  *
- * Failures, all -5 but the first, in this order: "Incorrect Image"; the tests of moxRGB2HSV of the destination's model;
- * those of moxColorToGray
- * of the source's; "src & dst roi must be NULL"; "src-> depth != dst-> depth && src-> depth != 1U"; "src-> depth ==
- * dst-> depth && dst-> depth
- * != 8U" where the source has bits and the destination is not 8U; "(src->dataOrder==MOX_DATA_ORDER_PIXEL) &&
- * (dst->dataOrder ==
- * MOX_DATA_ORDER_PLANE) is not supported"; "(src-> dataOrder == MOX_DATA_ORDER_PIXEL) && (src-> nChannels != 1)";
- * "(src->origin !=
- * dst->origin)"; "Error input depth. 32S,16U,8U are valid now" on behalf of ownGrayToColor; "Incorrect Image" with -15
- * for a destination of
- * less than 3 channels.
+ * The weights of zeros are the shares of moxColorToGray, so that the result is a dark green; a gray picture of three
+ * equal channels is weights of 1.
+ *
+ * Failures, all -5 but the first, in this order: "Incorrect Image"; the tests of moxRGB2HSV of the destination's
+ * model; those of moxColorToGray of the source's; "src & dst roi must be NULL"; "src-> depth != dst-> depth && src->
+ * depth != 1U"; "src-> depth == dst-> depth && dst-> depth != 8U" where the source has bits and the destination is
+ * not 8U; "(src->dataOrder==MOX_DATA_ORDER_PIXEL) && (dst->dataOrder == MOX_DATA_ORDER_PLANE) is not supported";
+ * "(src-> dataOrder == MOX_DATA_ORDER_PIXEL) && (src-> nChannels != 1)"; "(src->origin != dst->origin)"; "Error input
+ * depth. 32S,16U,8U are valid now" on behalf of ownGrayToColor; "Incorrect Image" with -15 for a destination of less
+ * than 3 channels.
  */
 MOX_EXPORT void MOX_CALL moxGrayToColor(MoxImage *src, MoxImage *dst, float weightR, float weightG, float weightB);
 
@@ -1452,9 +1431,8 @@ typedef struct MoxColorTwist {
 } MoxColorTwist;
 
 /**
- * A new matrix, to be given back by moxDeleteColorTwist. -5 "bad_argument" for a null data or a scalingValue outside of
- * 0 to 31, -4
- * "matrix_is_not_allocated"; the result is null then.
+ * A new matrix, to be given back by moxDeleteColorTwist. -5 "bad_argument" for a null data or a scalingValue outside
+ * of 0 to 31, -4 "matrix_is_not_allocated"; the result is null then.
  */
 MOX_EXPORT MoxColorTwist *MOX_CALL moxCreateColorTwist(const int *data, int scalingValue);
 
@@ -1466,20 +1444,17 @@ MOX_EXPORT void MOX_CALL moxDeleteColorTwist(MoxColorTwist *cTwist);
 
 /**
  * Turns the first three channels c1, c2, c3 of each pixel by the first three rows of the matrix: channel i becomes
- * (m[i][0] c1 + m[i][1] c2 +
- * m[i][2] c3 + m[i][3]) >> scalingValue, rounded down from an exact sum and limited to the depth, which is 8U or 16U.
- * m[i][3] is added before the shift: to raise a channel by v it is v << scalingValue. Channels behind the third, alpha
- * or not, stay as they are. Regions and masks count, a channel of interest does not. extra is for future use.
+ * (m[i][0] c1 + m[i][1] c2 + m[i][2] c3 + m[i][3]) >> scalingValue, rounded down from an exact sum and limited to the
+ * depth, which is 8U or 16U. m[i][3] is added before the shift: to raise a channel by v it is v << scalingValue.
+ * Channels behind the third, alpha or not, stay as they are. Regions and masks count, a channel of interest does not.
+ * extra is for future use.
  *
  * Failures, in this order, "Incorrect Image" with the fault of the source or the destination, all others -5:
- * "cTwist==0"; "(srcImage->nChannels <
- * 3)"; "((srcImage->alphaChannel != 0) && (srcImage->nChannels < 4))"; "(dstImage->nChannels < 3)";
- * "((dstImage->alphaChannel != 0) &&
- * (dstImage->nChannels < 4))"; "(srcImage->depth != dstImage->depth)"; "((srcImage->depth != 8) && (srcImage->depth !=
- * 16))";
- * "(srcImage->dataOrder != dstImage->dataOrder)"; "(srcImage->origin != dstImage->origin)"; "(srcImage->origin !=
- * srcImage->maskROI->origin)"; "(srcImage->tileInfo->tileData == 0)"; "(dstImage->tileInfo->tileData == 0)". -4 "Out of
- * memory" for combined
+ * "cTwist==0"; "(srcImage->nChannels < 3)"; "((srcImage->alphaChannel != 0) && (srcImage->nChannels < 4))";
+ * "(dstImage->nChannels < 3)"; "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))"; "(srcImage->depth !=
+ * dstImage->depth)"; "((srcImage->depth != 8) && (srcImage->depth != 16))"; "(srcImage->dataOrder !=
+ * dstImage->dataOrder)"; "(srcImage->origin != dstImage->origin)"; "(srcImage->origin != srcImage->maskROI->origin)";
+ * "(srcImage->tileInfo->tileData == 0)"; "(dstImage->tileInfo->tileData == 0)". -4 "Out of memory" for combined
  * masks.
  */
 MOX_EXPORT void MOX_CALL moxApplyColorTwist(MoxImage *srcImage, MoxImage *dstImage, const MoxColorTwist *cTwist,
@@ -1487,13 +1462,11 @@ MOX_EXPORT void MOX_CALL moxApplyColorTwist(MoxImage *srcImage, MoxImage *dstIma
 
 /**
  * The same with a matrix of 4 x 4 floats, row by row, at every depth but 1U, also to another one. Products and sums
- * from left to right in double
- * precision; integers are rounded to nearest, ties to even, and limited to the depth, and what is no number gives its
- * least value.
+ * from left to right in double precision; integers are rounded to nearest, ties to even, and limited to the depth,
+ * and what is no number gives its least value.
  *
- * Failures as in moxApplyColorTwist, in this order: "(TwistFP == 0)", the tests of order and origin, those of channels,
- * tiles. There is no
- * test of the mask's origin.
+ * Failures as in moxApplyColorTwist, in this order: "(TwistFP == 0)", the tests of order and origin, those of
+ * channels, tiles. There is no test of the mask's origin.
  */
 MOX_EXPORT void MOX_CALL moxColorTwistFP(MoxImage *srcImage, MoxImage *dstImage, const float *TwistFP);
 
@@ -1529,17 +1502,17 @@ enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
 #endif
 
 /*
- * A bitmap in memory is the header, then for BI_BITFIELDS at 16 and 32 bits three masks of 32 bits (red, green, blue),
- * then the palette, then the pixels. A packed bitmap has all of them one behind the other; the Sep functions take the
- * pixels from a pointer of their own. The palette has biClrUsed entries of 4 bytes (blue, green, red, 0); a biClrUsed
- * of 0 stands for 1 << biBitCount of them at 1, 4 and 8 bits, and for none above. Rows are padded to 4 bytes. Pixels
- * are palette indices, the first one in the high bits of a byte; 5 bits a colour at 16 bits, blue lowest; bytes blue,
- * green, red at 24 bits; blue, green, red, alpha at 32 bits.
+ * A bitmap in memory is the header, then for BI_BITFIELDS at 16 and 32 bits three masks of 32 bits (red, green,
+ * blue), then the palette, then the pixels. A packed bitmap has all of them one behind the other; the Sep functions
+ * take the pixels from a pointer of their own. The palette has biClrUsed entries of 4 bytes (blue, green, red, 0); a
+ * biClrUsed of 0 stands for 1 << biBitCount of them at 1, 4 and 8 bits, and for none above. Rows are padded to 4
+ * bytes. Pixels are palette indices, the first one in the high bits of a byte; 5 bits a colour at 16 bits, blue
+ * lowest; bytes blue, green, red at 24 bits; blue, green, red, alpha at 32 bits.
  *
  * What the caller guarantees, since no function is told how long a bitmap is: that memory holds the header, masks and
- * palette as above, and behind them (or at dibData) |biHeight| rows of ((|biWidth| x biBitCount + 31) / 32) x 4 bytes.
- * Instead of these, a run-length coded bitmap that is read has biSizeImage bytes; where biSizeImage is 0, it has a
- * stream that ends or fails within the memory. Nothing else is read or written, whatever stands in it.
+ * palette as above, and behind them (or at dibData) |biHeight| rows of ((|biWidth| x biBitCount + 31) / 32) x 4
+ * bytes. Instead of these, a run-length coded bitmap that is read has biSizeImage bytes; where biSizeImage is 0, it
+ * has a stream that ends or fails within the memory. Nothing else is read or written, whatever stands in it.
  *
  * Rows of a bitmap begin with the bottom one where biHeight is positive. They are taken in memory order where that is
  * the image's order as well (MOX_ORIGIN_BL), and reversed otherwise.
@@ -1547,9 +1520,9 @@ enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
  * Where the format leaves something open: an index beyond the palette is black. Colours of fewer than 8 bits are
  * widened by repeating their bits, so that white stays white. Masks that do not name three separate runs of bits are
  * taken for the usual ones (5 bits a colour; 8 bits a colour with red highest); a run of bits that no mask names is
- * alpha at 32 bits. Alpha that a bitmap does not have is opaque in the image; alpha that an image does not have is 0 in
- * the bitmap. A colour becomes gray as (54 R + 183 G + 19 B) >> 8. Samples of 16 bits are 257 times those of 8 bits,
- * and give their high byte to a bitmap; samples of 1 bit are the high bit of those of 8.
+ * alpha at 32 bits. Alpha that a bitmap does not have is opaque in the image; alpha that an image does not have is 0
+ * in the bitmap. A colour becomes gray as (54 R + 183 G + 19 B) >> 8. Samples of 16 bits are 257 times those of 8
+ * bits, and give their high byte to a bitmap; samples of 1 bit are the high bit of those of 8.
  *
  * Regions, channels of interest and masks of the image play no part: whole images are converted.
  *
@@ -1567,26 +1540,28 @@ enum { BI_RGB = 0, BI_RLE8 = 1, BI_RLE4 = 2, BI_BITFIELDS = 3 };
  *   "( dib->biBitCount==4 && dib->biClrUsed>16 )"
  *   "dib->biBitCount is bad", where bitmaps are read
  *
- * A run-length stream that cannot be decoded gives two reports: -4 "Not enough memory to decompress BI_RLE8 DIB at DIB"
- * or -5 "Incorrect format of BI_RLE8 DIB" with "(mismatch biHeight or biWidth)", "(mismatch biWidth)", "(bad Delta
- * command)" or "(mismatch biHeight)", each also with BI_RLE4, and then -3 "Impossible to decompress RLE DIB". Rows must
- * be complete before they end; the bitmap may end before its last row does. Pixels that a stream skips have index 0.
+ * A run-length stream that cannot be decoded gives two reports: -4 "Not enough memory to decompress BI_RLE8 DIB at
+ * DIB" or -5 "Incorrect format of BI_RLE8 DIB" with "(mismatch biHeight or biWidth)", "(mismatch biWidth)", "(bad
+ * Delta command)" or "(mismatch biHeight)", each also with BI_RLE4, and then -3 "Impossible to decompress RLE DIB".
+ * Rows must be complete before they end; the bitmap may end before its last row does. Pixels that a stream skips have
+ * index 0.
  */
 
 /**
- * A new image with the pixels of a packed bitmap: of depth 1 or one channel of 8 bits where the palette is gray, three
- * channels "BGR" where it is not and at 16 and 24 bits, four channels "BGRA" with alpha at 32 bits. A palette is gray
- * if entry i has i x 255 / (count - 1) for blue, green and red; one of a single entry is not.
+ * A new image with the pixels of a packed bitmap: of depth 1 or one channel of 8 bits where the palette is gray,
+ * three channels "BGR" where it is not and at 16 and 24 bits, four channels "BGRA" with alpha at 32 bits. A palette
+ * is gray if entry i has i x 255 / (count - 1) for blue, green and red; one of a single entry is not.
  *
- * With *cloneData 0 the image shares the bitmap's pixels where their layouts are the same: 1 bit with a gray palette, 8
- * bits with a gray palette of any length, uncompressed (the samples are the indices); 24 bits; 32 bits without masks.
- * Then *cloneData stays 0, align is 4, and the image lives no longer than the bitmap: free it by moxDeallocateHeader.
- * In all other cases, and whenever *cloneData is not 0, *cloneData becomes 1, align is 32, and the image owns a copy:
- * free it by moxDeallocate(image, MOX_FreeHeader | MOX_FreeData). *cloneData changes on success only.
+ * With *cloneData 0 the image shares the bitmap's pixels where their layouts are the same: 1 bit with a gray palette,
+ * 8 bits with a gray palette of any length, uncompressed (the samples are the indices); 24 bits; 32 bits without
+ * masks. Then *cloneData stays 0, align is 4, and the image lives no longer than the bitmap: free it by
+ * moxDeallocateHeader. In all other cases, and whenever *cloneData is not 0, *cloneData becomes 1, align is 32, and
+ * the image owns a copy: free it by moxDeallocate(image, MOX_FreeHeader | MOX_FreeData). *cloneData changes on
+ * success only.
  *
  * Null and a report: -5 "( dib == 0 )", "( cloneData == 0 )", "( dib->biSize != sizeof(BITMAPINFOHEADER) )" and the
- * further tests of a bitmap's header; -4 "Not enough memory to allocate header for destination image", also behind the
- * report of moxCreateImageHeader on a size that no image can have; -4 "Not enough memory to allocate data for
+ * further tests of a bitmap's header; -4 "Not enough memory to allocate header for destination image", also behind
+ * the report of moxCreateImageHeader on a size that no image can have; -4 "Not enough memory to allocate data for
  * destination image"; those of a stream.
  */
 MOX_EXPORT MoxImage *MOX_CALL moxTranslateDIB(struct tagBITMAPINFOHEADER *dib, int *cloneData);
@@ -1622,22 +1597,22 @@ MOX_EXPORT void MOX_CALL moxConvertFromDIBSep(const struct tagBITMAPINFOHEADER *
                                               MoxImage *image);
 
 /**
- * Fills a packed bitmap from an image of depth 1, 8U or 16U with one channel, three named "BGR" or "RGB" by channelSeq,
- * or four with alpha named "BGRA" or "RGBA", in either order, plain or tiled. The caller has set biSize, biWidth,
- * biHeight, biPlanes, biBitCount and biCompression, and biClrUsed (0 for the usual count).
+ * Fills a packed bitmap from an image of depth 1, 8U or 16U with one channel, three named "BGR" or "RGB" by
+ * channelSeq, or four with alpha named "BGRA" or "RGBA", in either order, plain or tiled. The caller has set biSize,
+ * biWidth, biHeight, biPlanes, biBitCount and biCompression, and biClrUsed (0 for the usual count).
  *
  * Up to 8 bits each pixel becomes the palette entry of least squared distance, the first one of several; at 1 and 4
- * bits only entries that an index reaches count. paletteConversion says where the palette comes from: MOX_PALCONV_NONE
- * takes the bitmap's own; MOX_PALCONV_POPULATE writes the fixed one of 2, 16 or 256 entries (biClrUsed);
- * MOX_PALCONV_MEDCUT writes one of up to 1 << biBitCount entries, with memory for all of them guaranteed by the caller,
- * and the pixels of a packed bitmap stand behind those that biClrUsed names in the end. An image of more bits a sample
- * than biBitCount is first dithered to 1 << biBitCount levels by moxReduceBits, unless dither is MOX_DITHER_NONE; one
- * channel for a 1-bit bitmap is dithered to bits.
+ * bits only entries that an index reaches count. paletteConversion says where the palette comes from:
+ * MOX_PALCONV_NONE takes the bitmap's own; MOX_PALCONV_POPULATE writes the fixed one of 2, 16 or 256 entries
+ * (biClrUsed); MOX_PALCONV_MEDCUT writes one of up to 1 << biBitCount entries, with memory for all of them guaranteed
+ * by the caller, and the pixels of a packed bitmap stand behind those that biClrUsed names in the end. An image of
+ * more bits a sample than biBitCount is first dithered to 1 << biBitCount levels by moxReduceBits, unless dither is
+ * MOX_DITHER_NONE; one channel for a 1-bit bitmap is dithered to bits.
  *
- * With BI_BITFIELDS masks that do not name three separate runs of bits are replaced by the usual ones. With BI_RLE8 and
- * BI_RLE4 the pixels are then compressed, if that makes them smaller; if not, biCompression becomes 0, which is no
- * fault. Memory for the uncompressed pixels is needed in any case. biSizeImage is set, and up to 8 bits biClrUsed; row
- * padding and unused bits become 0.
+ * With BI_BITFIELDS masks that do not name three separate runs of bits are replaced by the usual ones. With BI_RLE8
+ * and BI_RLE4 the pixels are then compressed, if that makes them smaller; if not, biCompression becomes 0, which is
+ * no fault. Memory for the uncompressed pixels is needed in any case. biSizeImage is set, and up to 8 bits biClrUsed;
+ * row padding and unused bits become 0.
  *
  * Failures, in this order:
  *
@@ -1666,8 +1641,8 @@ MOX_EXPORT void MOX_CALL moxConvertToDIB(MoxImage *image, struct tagBITMAPINFOHE
                                          int paletteConversion);
 
 /**
- * moxConvertToDIB with the pixels at dibData; masks and palette are behind the header. -5 "( 0 == dibHeader )", "( 0 ==
- * dibData )", "( 0 == image )" come first.
+ * moxConvertToDIB with the pixels at dibData; masks and palette are behind the header. -5 "( 0 == dibHeader )", "( 0
+ * == dibData )", "( 0 == image )" come first.
  */
 MOX_EXPORT void MOX_CALL moxConvertToDIBSep(MoxImage *image, struct tagBITMAPINFOHEADER *dibHeader, void *dibData,
                                             int dither, int paletteConversion);
