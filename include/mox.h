@@ -2228,6 +2228,99 @@ MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, doubl
                                    int interpolate);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Zoom, decimation, resizing
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Enlarges or shrinks the source's region, W x H pixels, by xDst / xSrc and yDst / ySrc, which are taken as they are,
+ * unreduced. Depths 1U, 8U, 16U, 32F; both orders, which must be equal; not in place. Both regions count from their
+ * corners: pixel 0 of one comes from pixel 0 of the other. The zoomed size is Zx = W xDst / xSrc, Zy = H yDst / ySrc;
+ * written are the whole pixels of it, at most the destination's region, and nothing where that is empty. Pixels of
+ * several channels: those of interest, or all but alpha.
+ *
+ * moxZoom makes no axis smaller. moxResize takes any ratio: with MOX_INTER_SUPER it is moxDecimate, with the other kinds
+ * it computes as moxZoom does. What moxZoom and moxDecimate make of one ratio differs: they have different positions and
+ * different arithmetic.
+ *
+ * Kinds. MOX_INTER_NN: pixel i takes pixel [p], p the sum of i steps of W / Zx (in double). Tiled images, and linear and
+ * cubic samples, have steps of (W - 1) / (Zx - 1), 0 where Zx is at most 1: the first and last pixels of the source and of
+ * the zoomed image lie on one another. [p] is p rounded down, but up to 0.00001 below a whole number is that number.
+ * Bits, and sources of a width or height of 1, take the nearest neighbour whatever the kind.
+ *
+ * MOX_INTER_LINEAR, with a = 16384 (1 - f) and b = 16384 f as whole numbers, a + b = 16384, f = p - [p]:
+ *
+ *   8U    (p0 a + p1 b) >> 8 along the row, then (r0 a + r1 b) >> 20 down the columns
+ *   16U   >> 15, then >> 13
+ *   32F   p0 (1 - f) + p1 f, twice
+ *
+ * Nothing is rounded up: a ratio of 1 gives bytes and floats as they are, and 16-bit samples without their lowest bit.
+ *
+ * MOX_INTER_CUBIC, from 4 samples a, b, c, d (4 x 4 pixels; sources less than 4 wide or high take linear samples), in
+ * float, along the row and then down:
+ *
+ *   a + t (b - a) + u d2 + v d3,   d2 = c - b - (b - a),   d3 = b - 2 c + d - d2
+ *   t = 1 + f,   u = 0.5 t f,   v = 0.33333334 (f - 1) u
+ *
+ * where b is pixel [p] and windows that would leave the source's region are moved into it, f with them; integers are
+ * rounded to the nearest, halves to even, and clamped.
+ *
+ * Masks: the source's is resized to the result by the nearest neighbour, the destination's is taken as it is, and pixels
+ * that have a bit of 0 in either, or lie beyond it, are not written.
+ *
+ * Failures of moxZoom: -5 "xDst < xSrc || yDst < ySrc"; then, the first of: "Incorrect Image"; -5 "interpolate !=
+ * MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage->depth != dstImage->depth";
+ * "srcImage->depth != MOX_DEPTH_1U && srcImage->depth != MOX_DEPTH_8U && srcImage->depth != MOX_DEPTH_16U && srcImage->depth
+ * != MOX_DEPTH_32F"; "srcImage->dataOrder != dstImage->dataOrder"; "xDst <= 0 || xSrc <= 0"; "yDst <= 0 || ySrc <= 0"; "This
+ * function isn`t in-plase function"; -2 "Error get tile to write"; -5 "srcImage COI != dstImage COI" where one has another
+ * than the other (0 for none), or where none has one and the numbers of channels differ; each with -1 and an empty
+ * message behind it, which stands alone where memory runs out or a tile of the source is not delivered. Origins are not
+ * compared.
+ *
+ * moxResize reports what moxZoom does under that name, and -1 under its own. With MOX_INTER_SUPER: -5 "(xDst > xSrc || yDst
+ * > ySrc)", then the reports of moxDecimate and -1 with an empty message.
+ */
+MOX_EXPORT void MOX_CALL moxZoom(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                 int interpolate);
+MOX_EXPORT void MOX_CALL moxResize(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                   int interpolate);
+
+/**
+ * Shrinks the source's region by xDst / xSrc and yDst / ySrc. Depths, regions and the number of pixels that are written
+ * are those of moxZoom.
+ *
+ * Positions are floats: they begin at 0 and grow by (float) xSrc / (float) xDst from each pixel to the next, and so down
+ * the rows; their rounding shows. One that rounding carries past the source's last pixel stays on it. An axis whose xSrc
+ * is a multiple of xDst has whole steps.
+ *
+ *   MOX_INTER_NN      the pixel at the whole part of the position, which begins at 0.5 on an axis without whole steps
+ *   MOX_INTER_LINEAR  p0 (1 - f) + p1 f in float, on axes without whole steps, along the row first; integers are cut off
+ *   MOX_INTER_CUBIC   on the same axes (6 b + f (-2 a - 3 b + 6 c - d) + f f (3 a - 6 b + 3 c) + f f f (-a + 3 b - 3 c + d))
+ *                     0.16666667 of the 4 pixels around, in float; a window that would pass the last pixel moves back by
+ *                     one, and f becomes f + 1; integers are rounded to the nearest and clamped
+ *   MOX_INTER_SUPER   the mean of the area that the pixel covers, in float: pixels on its sides count by the part that is
+ *                     inside (a side up to 0.0001 before a whole number is on it), rows first; integers and bits are
+ *                     rounded half up
+ *
+ * The nearest neighbour is taken for any kind where the source is less than 4 pixels wide or high, for linear and cubic
+ * samples where both axes have whole steps, and for both of bits.
+ *
+ * Of the masks the destination's counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written.
+ * Tiled images give the results of plain ones.
+ *
+ * Failures are reported under the name "Decimate", one after the other: "Incorrect Image", which ends the call; -5 "srcImage
+ * == dstImage"; -17 "srcImage->depth != dstImage->depth"; "depth != 1U, 8U, 16U or 32F"; -20 "srcImage->origin !=
+ * dstImage->origin"; -19 "srcImage->dataOrder != dstImage->dataOrder"; -24 "srcImage->roi->coi > 0 && dstImage->roi->coi == 0"
+ * and "dstImage->roi->coi > 0 && srcImage->roi->coi == 0", where the image without has more channels than one (alpha not
+ * counted); -15 "srcImage->nChannels != dstImage->nChannels" where none has a coi; -5 "interpolate != MOX_INTER_NN,
+ * MOX_INTER_LINEAR, MOX_INTER_CUBIC or MOX_INTER_SUPER"; "xDst <= 0"; "xSrc <= 0"; "yDst <= 0"; "ySrc <= 0"; "xDst > xSrc";
+ * "yDst > ySrc". Then -3 "srcImage->tileInfo->callBack crash" and "dstImage->tileInfo->callBack crash" for a tile that is not
+ * delivered, the first also where memory for a part of the source is missing; -4 "Out of memory", for the means of areas
+ * "Can't create temporary buffer for interpolate = MOX_INTER_SUPER" under the name moxDecimate.
+ */
+MOX_EXPORT void MOX_CALL moxDecimate(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                     int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Geometry
  * ---------------------------------------------------------------------------------------------------------------- */
 
