@@ -2128,6 +2128,199 @@ MOX_EXPORT void MOX_CALL moxGetPerspectiveTransformROI(MoxROI *roi, double coeff
 MOX_EXPORT void MOX_CALL moxGetRotateShift(double xCenter, double yCenter, double angle, double *xShift, double *yShift);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Warps
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** How samples between pixels are found: the argument `interpolate`. */
+enum {
+    MOX_INTER_NN = 0,     /**< the nearest neighbour */
+    MOX_INTER_LINEAR = 1, /**< between 2 x 2 pixels */
+    MOX_INTER_CUBIC = 2,  /**< between 4 x 4 pixels: third-order Lagrange, which passes through the pixels */
+    MOX_INTER_SUPER = 3,  /**< the mean of the area that a pixel comes from; only where images get smaller */
+    MOX_SMOOTH_EDGE = 16  /**< or-ed to a kind: the edges of a warped image are smoothed */
+};
+
+/**
+ * Warps: every pixel of the destination that a map takes from within the source's region gets one interpolated sample of
+ * the source there; all others keep their values. Coordinates, coefficients and quadrangles are those of "Quadrangles and
+ * maps": pixels of the whole images, whatever their regions, and a region's corners are its outermost pixels' centres.
+ *
+ * moxWarpAffine takes a pixel of the source at (x, y) to
+ *
+ *   x' = c00 x + c01 y + c02,   y' = c10 x + c11 y + c12
+ *
+ * moxWarpBilinearQ and moxWarpPerspectiveQ take a quadrangle. With warpFlag 0 it lies in the destination, and the source's
+ * region is warped onto it; edges are part of it. With warpFlag 1 it lies in the source, and what is in it is warped onto
+ * the destination's region; pixels that come from beyond the source's region (a position counts as within up to its
+ * outermost pixels' centres) keep their values. moxWarpBilinear and moxWarpPerspective make the quadrangle from
+ * coefficients: with warpFlag 0 it is where they take the source's region, with 1 where they take the destination's.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders; the channels of interest, or all but alpha. Of the masks only the destination's
+ * counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written. Origins must be equal, and mean
+ * nothing else. Tiled images give the same results.
+ *
+ * Kinds. Images of bits, and sources one pixel wide or high (their regions, as everywhere here), take the nearest
+ * neighbour; for cubic samples a source less than 4 pixels wide or high takes linear ones. With the fractions f, g of a
+ * position and weights of 14 bits in 8-bit images:
+ *
+ *                     affine                                        bilinear, perspective
+ *   positions         16.16 fixed point for all of nearest          float; a perspective row in steps of four pixels
+ *                     neighbour and for 8U linear; double for 16U   from its first one, bilinear rows in double and
+ *                     linear and all cubic; float for 32F linear    then stored
+ *   nearest           half up                                       half to even
+ *   linear 8U         halves up, after rows kept to 6 bits          the same with 33 in place of half the unit
+ *   linear 16U        in double, then to nearest                    the same
+ *   linear 32F        in float                                      in double, then stored
+ *   cubic 8U          positions to 1/512; rows kept to 6 bits, halves up
+ *   cubic 16U, 32F    exact weights, in double and in float
+ *
+ * What lies between p and q by a fraction f is p + (q - p) f, first along x. Windows that would leave the source's region
+ * are moved into it. Positions that rounding takes beyond the region's edge count as on it.
+ *
+ * MOX_SMOOTH_EDGE (warpFlag 0, not for bits): along edges that are neither vertical nor horizontal the pixel just outside
+ * is mixed with its neighbour inside, by how much of it the quadrangle covers. Whatever surrounds the quadrangle must be
+ * there before.
+ *
+ * Failures. Of the first group all are reported, in this order, but a null image at once ends the call: "Incorrect Image"
+ * of the source, of the destination; -5 "srcImage->depth != dstImage->depth"; "srcImage->origin != dstImage->origin";
+ * "srcImage->dataOrder != dstImage->dataOrder" (not for bits or one channel each); "srcImage->depth & MOX_DEPTH_SIGN";
+ * bilinear and perspective "warpFlag != 0 && warpFlag != 1"; "This function is not in-place function" for one header
+ * twice. Then, the first of: -27 "coeffs == 0", "quad == 0"; affine -5 "Determinant of transform matrix == 0.0" (1e-07 or
+ * less, or no number), a region outside the image as reported by moxGetAffineQuad, then as -1 with an empty message;
+ * bilinear and perspective "Quadrangle is degenerate to triangle or length or point", "Quadrangle is concave";
+ * "interpolate != MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage Rectangle
+ * ROI is degenerate to length or point", for warpFlag 1 "dstImage Rectangle ROI is degenerate to length or point", where
+ * that region is not at least 2 x 2; "Number of processed channels of srcImage != Number of processed channels of
+ * dstImage"; -1 with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to write". A
+ * region outside the image of which nothing is asked leaves nothing to do.
+ *
+ * moxWarpBilinear and moxWarpPerspective report as the functions in Q do, but for the quadrangle: what fails there is
+ * reported by moxGetBilinearQuad or moxGetPerspectiveQuad, then as -1 with an empty message by the function itself.
+ */
+MOX_EXPORT void MOX_CALL moxWarpAffine(MoxImage *srcImage, MoxImage *dstImage, double coeffs[2][3], int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpBilinear(MoxImage *srcImage, MoxImage *dstImage, double coeffs[2][4], int warpFlag,
+                                         int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpBilinearQ(MoxImage *srcImage, MoxImage *dstImage, double quad[4][2], int warpFlag,
+                                          int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpPerspective(MoxImage *srcImage, MoxImage *dstImage, double coeffs[3][3], int warpFlag,
+                                            int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpPerspectiveQ(MoxImage *srcImage, MoxImage *dstImage, double quad[4][2], int warpFlag,
+                                             int interpolate);
+
+/**
+ * Shears: moxWarpAffine with x' = x + xShear y + xShift, y' = yShear x + y + yShift, under whose name it reports.
+ */
+MOX_EXPORT void MOX_CALL moxShear(MoxImage *srcImage, MoxImage *dstImage, double xShear, double yShear, double xShift,
+                                  double yShift, int interpolate);
+
+/**
+ * Rotates by an angle in degrees, counter-clockwise on a screen, about the pixel (0, 0), and shifts; moxGetRotateShift
+ * gives the shifts that make it turn about another point. It is moxWarpAffine with x' = c x + s y + xShift and
+ * y' = -s x + c y + yShift for the angle's cosine c and sine s, under whose name it reports.
+ *
+ * A turn by 90, 180 or 270 degrees (or whole turns beside them) with shifts of whole numbers, between images without
+ * tiles, copies pixels: (x, y) comes to (y + xShift, yShift - x) by 90 degrees, to (xShift - x,
+ * yShift - y) by 180, to (xShift - y, x + yShift) by 270. `interpolate` means nothing then, regions may be of any size,
+ * and those that lie outside leave nothing to do; depths and failures of the first group are those of the warps, and the
+ * numbers of channels must agree, but reports name moxRotate.
+ */
+MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, double angle, double xShift, double yShift,
+                                   int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Zoom, decimation, resizing
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Enlarges or shrinks the source's region, W x H pixels, by xDst / xSrc and yDst / ySrc, which are taken as they are,
+ * unreduced. Depths 1U, 8U, 16U, 32F; both orders, which must be equal; not in place. Both regions count from their
+ * corners: pixel 0 of one comes from pixel 0 of the other. The zoomed size is Zx = W xDst / xSrc, Zy = H yDst / ySrc;
+ * written are the whole pixels of it, at most the destination's region, and nothing where that is empty. Pixels of
+ * several channels: those of interest, or all but alpha.
+ *
+ * moxZoom makes no axis smaller. moxResize takes any ratio: with MOX_INTER_SUPER it is moxDecimate, with the other kinds
+ * it computes as moxZoom does. What moxZoom and moxDecimate make of one ratio differs: they have different positions and
+ * different arithmetic.
+ *
+ * Kinds. MOX_INTER_NN: pixel i takes pixel [p], p the sum of i steps of W / Zx (in double). Tiled images, and linear and
+ * cubic samples, have steps of (W - 1) / (Zx - 1), 0 where Zx is at most 1: the first and last pixels of the source and of
+ * the zoomed image lie on one another. [p] is p rounded down, but up to 0.00001 below a whole number is that number.
+ * Bits, and sources of a width or height of 1, take the nearest neighbour whatever the kind.
+ *
+ * MOX_INTER_LINEAR, with a = 16384 (1 - f) and b = 16384 f as whole numbers, a + b = 16384, f = p - [p]:
+ *
+ *   8U    (p0 a + p1 b) >> 8 along the row, then (r0 a + r1 b) >> 20 down the columns
+ *   16U   >> 15, then >> 13
+ *   32F   p0 (1 - f) + p1 f, twice
+ *
+ * Nothing is rounded up: a ratio of 1 gives bytes and floats as they are, and 16-bit samples without their lowest bit.
+ *
+ * MOX_INTER_CUBIC, from 4 samples a, b, c, d (4 x 4 pixels; sources less than 4 wide or high take linear samples), in
+ * float, along the row and then down:
+ *
+ *   a + t (b - a) + u d2 + v d3,   d2 = c - b - (b - a),   d3 = b - 2 c + d - d2
+ *   t = 1 + f,   u = 0.5 t f,   v = 0.33333334 (f - 1) u
+ *
+ * where b is pixel [p] and windows that would leave the source's region are moved into it, f with them; integers are
+ * rounded to the nearest, halves to even, and clamped.
+ *
+ * Masks: the source's is resized to the result by the nearest neighbour, the destination's is taken as it is, and pixels
+ * that have a bit of 0 in either, or lie beyond it, are not written.
+ *
+ * Failures of moxZoom: -5 "xDst < xSrc || yDst < ySrc"; then, the first of: "Incorrect Image"; -5 "interpolate !=
+ * MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage->depth != dstImage->depth";
+ * "srcImage->depth != MOX_DEPTH_1U && srcImage->depth != MOX_DEPTH_8U && srcImage->depth != MOX_DEPTH_16U && srcImage->depth
+ * != MOX_DEPTH_32F"; "srcImage->dataOrder != dstImage->dataOrder"; "xDst <= 0 || xSrc <= 0"; "yDst <= 0 || ySrc <= 0"; "This
+ * function isn`t in-plase function"; -2 "Error get tile to write"; -5 "srcImage COI != dstImage COI" where one has another
+ * than the other (0 for none), or where none has one and the numbers of channels differ; each with -1 and an empty
+ * message behind it, which stands alone where memory runs out or a tile of the source is not delivered. Origins are not
+ * compared.
+ *
+ * moxResize reports what moxZoom does under that name, and -1 under its own. With MOX_INTER_SUPER: -5 "(xDst > xSrc || yDst
+ * > ySrc)", then the reports of moxDecimate and -1 with an empty message.
+ */
+MOX_EXPORT void MOX_CALL moxZoom(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                 int interpolate);
+MOX_EXPORT void MOX_CALL moxResize(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                   int interpolate);
+
+/**
+ * Shrinks the source's region by xDst / xSrc and yDst / ySrc. Depths, regions and the number of pixels that are written
+ * are those of moxZoom.
+ *
+ * Positions are floats: they begin at 0 and grow by (float) xSrc / (float) xDst from each pixel to the next, and so down
+ * the rows; their rounding shows. One that rounding carries past the source's last pixel stays on it. An axis whose xSrc
+ * is a multiple of xDst has whole steps.
+ *
+ *   MOX_INTER_NN      the pixel at the whole part of the position, which begins at 0.5 on an axis without whole steps
+ *   MOX_INTER_LINEAR  p0 (1 - f) + p1 f in float, on axes without whole steps, along the row first; integers are cut off
+ *   MOX_INTER_CUBIC   on the same axes (6 b + f (-2 a - 3 b + 6 c - d) + f f (3 a - 6 b + 3 c) + f f f (-a + 3 b - 3 c + d))
+ *                     0.16666667 of the 4 pixels around, in float; a window that would pass the last pixel moves back by
+ *                     one, and f becomes f + 1; integers are rounded to the nearest and clamped
+ *   MOX_INTER_SUPER   the mean of the area that the pixel covers, in float: pixels on its sides count by the part that is
+ *                     inside (a side up to 0.0001 before a whole number is on it), rows first; integers and bits are
+ *                     rounded half up
+ *
+ * The nearest neighbour is taken for any kind where the source is less than 4 pixels wide or high, for linear and cubic
+ * samples where both axes have whole steps, and for both of bits.
+ *
+ * Of the masks the destination's counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written.
+ * Tiled images give the results of plain ones.
+ *
+ * Failures are reported under the name "Decimate", one after the other: "Incorrect Image", which ends the call; -5 "srcImage
+ * == dstImage"; -17 "srcImage->depth != dstImage->depth"; "depth != 1U, 8U, 16U or 32F"; -20 "srcImage->origin !=
+ * dstImage->origin"; -19 "srcImage->dataOrder != dstImage->dataOrder"; -24 "srcImage->roi->coi > 0 && dstImage->roi->coi == 0"
+ * and "dstImage->roi->coi > 0 && srcImage->roi->coi == 0", where the image without has more channels than one (alpha not
+ * counted); -15 "srcImage->nChannels != dstImage->nChannels" where none has a coi; -5 "interpolate != MOX_INTER_NN,
+ * MOX_INTER_LINEAR, MOX_INTER_CUBIC or MOX_INTER_SUPER"; "xDst <= 0"; "xSrc <= 0"; "yDst <= 0"; "ySrc <= 0"; "xDst > xSrc";
+ * "yDst > ySrc". Then -3 "srcImage->tileInfo->callBack crash" and "dstImage->tileInfo->callBack crash" for a tile that is not
+ * delivered, the first also where memory for a part of the source is missing; -4 "Out of memory", for the means of areas
+ * "Can't create temporary buffer for interpolate = MOX_INTER_SUPER" under the name moxDecimate.
+ */
+MOX_EXPORT void MOX_CALL moxDecimate(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                     int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Geometry
  * ---------------------------------------------------------------------------------------------------------------- */
 
