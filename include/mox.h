@@ -2128,6 +2128,106 @@ MOX_EXPORT void MOX_CALL moxGetPerspectiveTransformROI(MoxROI *roi, double coeff
 MOX_EXPORT void MOX_CALL moxGetRotateShift(double xCenter, double yCenter, double angle, double *xShift, double *yShift);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Warps
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** How samples between pixels are found: the argument `interpolate`. */
+enum {
+    MOX_INTER_NN = 0,     /**< the nearest neighbour */
+    MOX_INTER_LINEAR = 1, /**< between 2 x 2 pixels */
+    MOX_INTER_CUBIC = 2,  /**< between 4 x 4 pixels: third-order Lagrange, which passes through the pixels */
+    MOX_INTER_SUPER = 3,  /**< the mean of the area that a pixel comes from; only where images get smaller */
+    MOX_SMOOTH_EDGE = 16  /**< or-ed to a kind: the edges of a warped image are smoothed */
+};
+
+/**
+ * Warps: every pixel of the destination that a map takes from within the source's region gets one interpolated sample of
+ * the source there; all others keep their values. Coordinates, coefficients and quadrangles are those of "Quadrangles and
+ * maps": pixels of the whole images, whatever their regions, and a region's corners are its outermost pixels' centres.
+ *
+ * moxWarpAffine takes a pixel of the source at (x, y) to
+ *
+ *   x' = c00 x + c01 y + c02,   y' = c10 x + c11 y + c12
+ *
+ * moxWarpBilinearQ and moxWarpPerspectiveQ take a quadrangle. With warpFlag 0 it lies in the destination, and the source's
+ * region is warped onto it; edges are part of it. With warpFlag 1 it lies in the source, and what is in it is warped onto
+ * the destination's region; pixels that come from beyond the source's region (a position counts as within up to its
+ * outermost pixels' centres) keep their values. moxWarpBilinear and moxWarpPerspective make the quadrangle from
+ * coefficients: with warpFlag 0 it is where they take the source's region, with 1 where they take the destination's.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders; the channels of interest, or all but alpha. Of the masks only the destination's
+ * counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written. Origins must be equal, and mean
+ * nothing else. Tiled images give the same results.
+ *
+ * Kinds. Images of bits, and sources one pixel wide or high (their regions, as everywhere here), take the nearest
+ * neighbour; for cubic samples a source less than 4 pixels wide or high takes linear ones. With the fractions f, g of a
+ * position and weights of 14 bits in 8-bit images:
+ *
+ *                     affine                                        bilinear, perspective
+ *   positions         16.16 fixed point for all of nearest          float; a perspective row in steps of four pixels
+ *                     neighbour and for 8U linear; double for 16U   from its first one, bilinear rows in double and
+ *                     linear and all cubic; float for 32F linear    then stored
+ *   nearest           half up                                       half to even
+ *   linear 8U         halves up, after rows kept to 6 bits          the same with 33 in place of half the unit
+ *   linear 16U        in double, then to nearest                    the same
+ *   linear 32F        in float                                      in double, then stored
+ *   cubic 8U          positions to 1/512; rows kept to 6 bits, halves up
+ *   cubic 16U, 32F    exact weights, in double and in float
+ *
+ * What lies between p and q by a fraction f is p + (q - p) f, first along x. Windows that would leave the source's region
+ * are moved into it. Positions that rounding takes beyond the region's edge count as on it.
+ *
+ * MOX_SMOOTH_EDGE (warpFlag 0, not for bits): along edges that are neither vertical nor horizontal the pixel just outside
+ * is mixed with its neighbour inside, by how much of it the quadrangle covers. Whatever surrounds the quadrangle must be
+ * there before.
+ *
+ * Failures. Of the first group all are reported, in this order, but a null image at once ends the call: "Incorrect Image"
+ * of the source, of the destination; -5 "srcImage->depth != dstImage->depth"; "srcImage->origin != dstImage->origin";
+ * "srcImage->dataOrder != dstImage->dataOrder" (not for bits or one channel each); "srcImage->depth & MOX_DEPTH_SIGN";
+ * bilinear and perspective "warpFlag != 0 && warpFlag != 1"; "This function is not in-place function" for one header
+ * twice. Then, the first of: -27 "coeffs == 0", "quad == 0"; affine -5 "Determinant of transform matrix == 0.0" (1e-07 or
+ * less, or no number), a region outside the image as reported by moxGetAffineQuad, then as -1 with an empty message;
+ * bilinear and perspective "Quadrangle is degenerate to triangle or length or point", "Quadrangle is concave";
+ * "interpolate != MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage Rectangle
+ * ROI is degenerate to length or point", for warpFlag 1 "dstImage Rectangle ROI is degenerate to length or point", where
+ * that region is not at least 2 x 2; "Number of processed channels of srcImage != Number of processed channels of
+ * dstImage"; -1 with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to write". A
+ * region outside the image of which nothing is asked leaves nothing to do.
+ *
+ * moxWarpBilinear and moxWarpPerspective report as the functions in Q do, but for the quadrangle: what fails there is
+ * reported by moxGetBilinearQuad or moxGetPerspectiveQuad, then as -1 with an empty message by the function itself.
+ */
+MOX_EXPORT void MOX_CALL moxWarpAffine(MoxImage *srcImage, MoxImage *dstImage, double coeffs[2][3], int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpBilinear(MoxImage *srcImage, MoxImage *dstImage, double coeffs[2][4], int warpFlag,
+                                         int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpBilinearQ(MoxImage *srcImage, MoxImage *dstImage, double quad[4][2], int warpFlag,
+                                          int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpPerspective(MoxImage *srcImage, MoxImage *dstImage, double coeffs[3][3], int warpFlag,
+                                            int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpPerspectiveQ(MoxImage *srcImage, MoxImage *dstImage, double quad[4][2], int warpFlag,
+                                             int interpolate);
+
+/**
+ * Shears: moxWarpAffine with x' = x + xShear y + xShift, y' = yShear x + y + yShift, under whose name it reports.
+ */
+MOX_EXPORT void MOX_CALL moxShear(MoxImage *srcImage, MoxImage *dstImage, double xShear, double yShear, double xShift,
+                                  double yShift, int interpolate);
+
+/**
+ * Rotates by an angle in degrees, counter-clockwise on a screen, about the pixel (0, 0), and shifts; moxGetRotateShift
+ * gives the shifts that make it turn about another point. It is moxWarpAffine with x' = c x + s y + xShift and
+ * y' = -s x + c y + yShift for the angle's cosine c and sine s, under whose name it reports.
+ *
+ * A turn by 90, 180 or 270 degrees (or whole turns beside them) with shifts of whole numbers, between images without
+ * tiles, copies pixels: (x, y) comes to (y + xShift, yShift - x) by 90 degrees, to (xShift - x,
+ * yShift - y) by 180, to (xShift - y, x + yShift) by 270. `interpolate` means nothing then, regions may be of any size,
+ * and those that lie outside leave nothing to do; depths and failures of the first group are those of the warps, and the
+ * numbers of channels must agree, but reports name moxRotate.
+ */
+MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, double angle, double xShift, double yShift,
+                                   int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Geometry
  * ---------------------------------------------------------------------------------------------------------------- */
 
