@@ -31,7 +31,7 @@ uint32_t sampleAt(const MoxImage &image, int x, int y) {
 
 TEST(Jaehne, ringsAreThoseOfTheFormula) {
     for (const unsigned depth : allDepths) {
-        for (const auto [width, height] :
+        for (const auto &[width, height] :
              {std::pair{1, 1}, {1, 9}, {13, 1}, {64, 64}, {100, 37}, {37, 100}, {251, 130}}) {
             SCOPED_TRACE(std::string(depthName(depth)) + " " + std::to_string(width) + " x " + std::to_string(height));
             const std::vector<RefJaehneSample> wanted = refJaehne(depth, width, height);
@@ -43,7 +43,7 @@ TEST(Jaehne, ringsAreThoseOfTheFormula) {
                 for (int k = 0; k < width * height; ++k) {
                     const RefJaehneSample &sample = wanted[static_cast<size_t>(k)];
                     const uint32_t found = sampleAt(*owned.image, k % width, k / width);
-                    if (found != sample.other) ASSERT_EQ(found, sample.expected) << k % width << " " << k / width;
+                    ASSERT_TRUE(found == sample.expected || found == sample.other) << k % width << " " << k / width;
                 }
             });
             if (HasFailure()) return;
