@@ -4,6 +4,7 @@
 
 #include "scaling/scalingpair.h"
 #include "support/allocations.h"
+#include "support/golden.h"
 #include "support/reports.h"
 #include "support/tilelog.h"
 
@@ -65,7 +66,7 @@ TEST(DecimateBlurImage, aSizeOfZeroIsTheRoundedRatio) {
         other(dst.layout(), 2);
     blur(src, dst, {2, 5, 2, 5}, MOX_INTER_NN, 0, 0);
     blur(src, other, {2, 5, 2, 5}, MOX_INTER_NN, 3, 3);
-    EXPECT_TRUE(other.holds(dst.bytes()));
+    EXPECT_EQ(digestOfSamples(other, 0), digestOfSamples(dst, 0));
     uint32_t sum = 0;
     for (int y = 2; y < 5; ++y) {
         for (int x = 5; x < 8; ++x)

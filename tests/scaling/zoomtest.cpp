@@ -2,6 +2,7 @@
 #include <bit>
 
 #include "scaling/scalingpair.h"
+#include "support/golden.h"
 #include "support/reports.h"
 
 namespace {
@@ -200,7 +201,7 @@ TEST(ZoomImage, resizeIsZoomInBothDirections) {
         ReportRecorder reports;
         moxResize(src.header(), other.header(), 5, 3, 2, 1, interpolate);
         EXPECT_TRUE(reports.none());
-        EXPECT_TRUE(other.holds(dst.bytes()));
+        EXPECT_EQ(digestOfSamples(other, 0), digestOfSamples(dst, 0));
         const RefResult wanted = refZoom(src, dst, {3, 5, 1, 2}, interpolate);
         moxResize(src.header(), dst.header(), 3, 5, 1, 2, interpolate);
         EXPECT_TRUE(reports.none());
