@@ -80,7 +80,8 @@ std::vector<Cell> cellsOf(const Axis &axis) {
     for (int i = 0; i < axis.count; ++i) {
         position += axis.step;
         const int end = static_cast<int>(position + 0.0001f);
-        const float f = position - static_cast<float>(end);
+        // A boundary just before a sample's side is on it.
+        const float f = std::max(0.0f, position - static_cast<float>(end));
         cells.push_back({first, end, share, end < axis.size ? f : 0.0f});
         first = end;
         share = 1.0f - f;
