@@ -53,8 +53,10 @@ struct OwnTurned {
     turned.quarters = (angle * TWO_OVER_PI + SHIFTER) - SHIFTER;
     const double near = angle - turned.quarters * HALF_PI_1;
     const double second = turned.quarters * HALF_PI_2;
-    turned.x = near - second;
-    turned.rest = ((near - turned.x) - second) - turned.quarters * HALF_PI_3;
+    const double head = near - second;
+    const double tail = ((near - head) - second) - turned.quarters * HALF_PI_3;
+    turned.x = head + tail;
+    turned.rest = (head - turned.x) + tail;
     return turned;
 }
 
