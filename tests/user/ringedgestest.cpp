@@ -54,31 +54,20 @@ TEST(RingEdges, theLargestAngles) {
         double angle, sine;
     };
     // By arithmetic of 200 digits.
-    const Known known[] = {{0x1.0000000000000p+20, 0x1.526ccb2fc8656p-2},
-                           {0x1.ffffffffffffdp+51, 0x1.17a20eef8766ap-1},
-                           {0x1.0000000000000p+53, -0x1.b2a66c8f35586p-1},
-                           {0x1.0000000000008p+61, 0x1.f073b7364dcdap-1},
-                           {0x1.fffffffffffffp+62, 0x1.fa7299b17573dp-1},
-                           {0x1.17e2800000000p+20, -0x1.3b8fdd45b058fp-21},
-                           {0x1.04ccbc0000000p+22, -0x1.270da18b197e3p-21},
-                           {0x1.4ac55c0000000p+22, -0x1.4823bba96de72p-25},
-                           {0x1.31b97c4000000p+26, -0x1.fb9755b6590d9p-27},
-                           {0x1.3c0fa72000000p+27, -0x1.2960433905818p-27},
-                           {0x1.d4ec654000000p+27, 0x1.a46e24faa7183p-28},
-                           {0x1.887e063000000p+28, 0x1.5ca4c2eec7d5cp-29},
-                           {0x1.fdb91f8000000p+29, 0x1.1f25882f7d09cp-30},
-                           {0x1.2fec508600000p+31, 0x1.ebf9d5fa565fcp-32},
-                           {0x1.6fa3747600000p+32, 0x1.4944e9928ecf3p-33},
-                           {0x1.bb9e889780000p+33, 0x1.4569d8cf8f212p-33},
-                           {0x1.39b8216940000p+34, 0x1.ed88617fd708bp-40},
-                           {0x1.9f38e8eb53000p+40, 0x1.8858d3aa03666p-41},
-                           {0x1.a1ac592e25800p+41, 0x1.94be37574e895p-42},
-                           {0x1.38a466d1e7800p+42, -0x1.7bf36ffcb8437p-42},
-                           {0x1.04bd49b47d200p+43, -0x1.8cac75a9645ecp-46},
-                           {0x1.fc6d309f89140p+46, -0x1.023835bd45536p-47},
-                           {0x1.8577cec54ab80p+48, 0x1.2b04a1af8c362p-51},
-                           {0x1.44630cc2cad9dp+52, 0x1.e88e4bd46cec1p-52},
-                           {0x1.5cba89af1f855p+52, 0x1.b5ebde2aae00bp-54}};
+    const Known known[] = {
+        {0x1.0000000000000p+20, 0x1.526ccb2fc8656p-2},   {0x1.ffffffffffffdp+51, 0x1.17a20eef8766ap-1},
+        {0x1.0000000000000p+53, -0x1.b2a66c8f35586p-1},  {0x1.0000000000008p+61, 0x1.f073b7364dcdap-1},
+        {0x1.fffffffffffffp+62, 0x1.fa7299b17573dp-1},   {0x1.17e2800000000p+20, -0x1.3b8fdd45b058fp-21},
+        {0x1.04ccbc0000000p+22, -0x1.270da18b197e3p-21}, {0x1.4ac55c0000000p+22, -0x1.4823bba96de72p-25},
+        {0x1.31b97c4000000p+26, -0x1.fb9755b6590d9p-27}, {0x1.3c0fa72000000p+27, -0x1.2960433905818p-27},
+        {0x1.d4ec654000000p+27, 0x1.a46e24faa7183p-28},  {0x1.887e063000000p+28, 0x1.5ca4c2eec7d5cp-29},
+        {0x1.fdb91f8000000p+29, 0x1.1f25882f7d09cp-30},  {0x1.2fec508600000p+31, 0x1.ebf9d5fa565fcp-32},
+        {0x1.6fa3747600000p+32, 0x1.4944e9928ecf3p-33},  {0x1.bb9e889780000p+33, 0x1.4569d8cf8f212p-33},
+        {0x1.39b8216940000p+34, 0x1.ed88617fd708bp-40},  {0x1.9f38e8eb53000p+40, 0x1.8858d3aa03666p-41},
+        {0x1.a1ac592e25800p+41, 0x1.94be37574e895p-42},  {0x1.38a466d1e7800p+42, -0x1.7bf36ffcb8437p-42},
+        {0x1.04bd49b47d200p+43, -0x1.8cac75a9645ecp-46}, {0x1.fc6d309f89140p+46, -0x1.023835bd45536p-47},
+        {0x1.8577cec54ab80p+48, 0x1.2b04a1af8c362p-51},  {0x1.44630cc2cad9dp+52, 0x1.e88e4bd46cec1p-52},
+        {0x1.5cba89af1f855p+52, 0x1.b5ebde2aae00bp-54}};
     for (const Known &each : known)
         EXPECT_LT(distance(ownSine(each.angle), static_cast<long double>(each.sine)), 1.01) << each.angle;
 }
@@ -189,15 +178,14 @@ TEST(RingEdges, digests) {
     for (const unsigned depth : allDepths) {
         forEachCpuLevel([&] {
             for (const bool wide : {false, true}) {
-                MoxImage *image =
-                    moxCreateImageJaehne(static_cast<int>(depth), wide ? 9000 : 210, wide ? 1 : 160);
+                MoxImage *image = moxCreateImageJaehne(static_cast<int>(depth), wide ? 9000 : 210, wide ? 1 : 160);
                 ASSERT_NE(image, nullptr);
                 // Padding is 0.
                 const auto *bytes = reinterpret_cast<const uint8_t *>(image->imageData);
                 const uint64_t digest = digestOf(std::vector<uint8_t>(bytes, bytes + image->imageSize));
-                EXPECT_TRUE(digestIsGolden(std::string("synth/moxCreateImageJaehne/") + depthName(depth) +
-                                               (wide ? "/wide" : "/plain"),
-                                           digest));
+                EXPECT_TRUE(digestIsGolden(
+                    std::string("synth/moxCreateImageJaehne/") + depthName(depth) + (wide ? "/wide" : "/plain"),
+                    digest));
                 moxDeallocate(image, MOX_FreeHeader | MOX_FreeData);
             }
         });

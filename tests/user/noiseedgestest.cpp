@@ -51,8 +51,10 @@ class NoiseModel {
         int64_t sample = pattern;
         if (isSigned && pattern >> (bits - 1) != 0) sample -= int64_t{1} << bits;
         const int64_t low = isSigned ? -(int64_t{1} << (bits - 1)) : 0, high = low + (int64_t{1} << bits) - 1;
-        const int64_t sum = param_.noise == MOX_NOISE_UNIFORM ? addUniform(sample, bits, low, high) : addGaussian(sample);
-        return static_cast<uint32_t>(std::min(std::max(sum, low), high)) & static_cast<uint32_t>((int64_t{1} << bits) - 1);
+        const int64_t sum =
+            param_.noise == MOX_NOISE_UNIFORM ? addUniform(sample, bits, low, high) : addGaussian(sample);
+        return static_cast<uint32_t>(std::min(std::max(sum, low), high)) &
+               static_cast<uint32_t>((int64_t{1} << bits) - 1);
     }
 
   private:
@@ -166,9 +168,9 @@ void expectNoise(TestImage &image, MoxNoiseParam param) {
         EXPECT_EQ(moxNoiseImage(image.header(), &param), 0);
         EXPECT_TRUE(reports.none());
         EXPECT_TRUE(log.paired());
-        EXPECT_TRUE(image.holds(expected)) << image.layout().describe() << " kind " << param.noise << " seed "
-                                           << param.seed << " " << param.lowInt << " " << param.highInt << " "
-                                           << param.lowFlt << " " << param.highFlt;
+        EXPECT_TRUE(image.holds(expected))
+            << image.layout().describe() << " kind " << param.noise << " seed " << param.seed << " " << param.lowInt
+            << " " << param.highInt << " " << param.lowFlt << " " << param.highFlt;
         EXPECT_TRUE(image.headerIsUntouched());
     });
 }
@@ -247,8 +249,8 @@ TEST(NoiseEdges, theCarryIsASign) {
         expectNoise(image, {MOX_NOISE_UNIFORM, seed, -1000, 1000, 0, 0});
     }
     EXPECT_EQ(found, 3);
-    // Differences of exactly 0 and 2^31 with a carry. The seed whose s2 - s3 is d: s2 = s1 69069 + c, s3 = s2 69069 + c,
-    // so that s2 (1 - 69069) = d + c; 69068 is 4 x 17267, and d + c must be a multiple of 4.
+    // Differences of exactly 0 and 2^31 with a carry. The seed whose s2 - s3 is d: s2 = s1 69069 + c, s3 = s2 69069 +
+    // c, so that s2 (1 - 69069) = d + c; 69068 is 4 x 17267, and d + c must be a multiple of 4.
     const auto inverse = [](uint32_t a) {  // of an odd number, modulo 2^32
         uint32_t b = a;
         for (int i = 0; i < 5; ++i)
@@ -387,8 +389,7 @@ TEST(NoiseEdges, failuresInTheirOrder) {
         EXPECT_EQ(moxGetErrStatus(), status);
         EXPECT_TRUE(image.holds(before));
     };
-    const char *const KIND =
-        "((noiseParam->noise != MOX_NOISE_UNIFORM) && (noiseParam->noise != MOX_NOISE_GAUSSIAN))";
+    const char *const KIND = "((noiseParam->noise != MOX_NOISE_UNIFORM) && (noiseParam->noise != MOX_NOISE_GAUSSIAN))";
     expect(nullptr, nullptr, -9, "Incorrect Image");
     expect(image.header(), nullptr, -5, "(noiseParam == 0)");
     expect(image.header(), &param, -5, "(image->depth == 1)");

@@ -125,7 +125,8 @@ Model modelOf(ImagePair &pair, Form form) {
     TestImage &src = pair.src(), &dst = pair.dst();
     const TestLayout &from = src.layout(), &to = dst.layout();
     Model model = {dst.bytes(), {}};
-    int width = std::min(from.regionWidth(), to.regionWidth()), height = std::min(from.regionHeight(), to.regionHeight());
+    int width = std::min(from.regionWidth(), to.regionWidth()),
+        height = std::min(from.regionHeight(), to.regionHeight());
     for (TestImage *mask : {src.mask(), dst.mask()}) {
         if (!mask) continue;
         width = std::min(width, mask->layout().regionWidth());
@@ -139,13 +140,13 @@ Model modelOf(ImagePair &pair, Form form) {
             for (int x = 0; x < width; ++x) {
                 bool kept = false;
                 for (TestImage *mask : {src.mask(), dst.mask()}) {
-                    if (mask && mask->get(0, mask->layout().regionX() + x, mask->layout().regionY() + y) == 0) kept = true;
+                    if (mask && mask->get(0, mask->layout().regionX() + x, mask->layout().regionY() + y) == 0)
+                        kept = true;
                 }
                 if (kept) continue;
                 std::vector<uint8_t> pixel, before;
                 for (int c = byPlanes ? plane : 0; c < (byPlanes ? plane + 1 : channels); ++c) {
-                    const uint32_t sample =
-                        src.get(from.firstChannel() + c, from.regionX() + x, from.regionY() + y);
+                    const uint32_t sample = src.get(from.firstChannel() + c, from.regionX() + x, from.regionY() + y);
                     const int toC = to.firstChannel() + c, toX = to.regionX() + x, toY = to.regionY() + y;
                     uint32_t result = 0;
                     if (form == Form::SAMPLES) {
@@ -154,9 +155,8 @@ Model modelOf(ImagePair &pair, Form form) {
                         const int64_t low = lowOf(to.depth), high = highOf(to.depth);
                         result = patternOf(std::min(std::max<int64_t>(mixed(value), low), high), to.depth);
                     } else if (form == Form::FLOATS) {
-                        const float value = to.depth == MOX_DEPTH_32F
-                                                ? floatOf(sample)
-                                                : static_cast<float>(numberOf(sample, to.depth));
+                        const float value = to.depth == MOX_DEPTH_32F ? floatOf(sample)
+                                                                      : static_cast<float>(numberOf(sample, to.depth));
                         model.seen.samples.push_back(bitsOf(value));
                         result = floatStored(mixed(value), to.depth);
                     } else {
@@ -242,8 +242,8 @@ float MOX_CALL giveFloat(float) {
 TEST(UserEdges, resultsSaturate) {
     for (const unsigned depth : {MOX_DEPTH_8U, MOX_DEPTH_8S, MOX_DEPTH_16U, MOX_DEPTH_16S, MOX_DEPTH_32S}) {
         TestImage image(TestLayout::of(depth, 1, 1), 1);
-        for (const int64_t value : {int64_t{300}, int64_t{-1}, int64_t{-129}, int64_t{128}, int64_t{70000}, int64_t{-70000},
-                                    int64_t{INT_MAX}, int64_t{INT_MIN}, lowOf(depth), highOf(depth)}) {
+        for (const int64_t value : {int64_t{300}, int64_t{-1}, int64_t{-129}, int64_t{128}, int64_t{70000},
+                                    int64_t{-70000}, int64_t{INT_MAX}, int64_t{INT_MIN}, lowOf(depth), highOf(depth)}) {
             nextInt = static_cast<int>(value);
             moxUserProcess(image.header(), image.header(), giveInt);
             EXPECT_EQ(image.get(0, 0, 0), patternOf(std::min(std::max(value, lowOf(depth)), highOf(depth)), depth));
@@ -256,8 +256,9 @@ TEST(UserEdges, floatsAreCutTowardZeroAndSaturate) {
     for (const unsigned depth : allDepths) {
         if (depth == MOX_DEPTH_1U) continue;
         TestImage image(TestLayout::of(depth, 1, 1), 1);
-        for (const float value : {0.999f, -0.999f, 1.5f, -1.5f, 254.99f, 255.5f, 1e9f, -1e9f, 2147483520.0f, 2147483648.0f,
-                                  -2147483648.0f, 1e20f, -1e20f, HUGE_VALF, -HUGE_VALF, none, -none, 1e-40f}) {
+        for (const float value :
+             {0.999f, -0.999f, 1.5f, -1.5f, 254.99f, 255.5f, 1e9f, -1e9f, 2147483520.0f, 2147483648.0f, -2147483648.0f,
+              1e20f, -1e20f, HUGE_VALF, -HUGE_VALF, none, -none, 1e-40f}) {
             nextFloat = value;
             moxUserProcessFP(image.header(), image.header(), giveFloat);
             EXPECT_EQ(image.get(0, 0, 0), floatStored(value, depth)) << depthName(depth) << " " << value;
@@ -313,10 +314,18 @@ TEST(UserEdges, channelsOfInterestMeetTheirLike) {
     const char *const DST = "dstImage->roi->coi > 0 && srcImage->roi->coi == 0";
     const char *const COUNT = "srcImage->nChannels != dstImage->nChannels";
     const Case cases[] = {
-        {{3, 0, 2}, {3, 0, 0}, -24, SRC},    {{3, 0, 0}, {3, 0, 2}, -24, DST},  {{3, 0, 2}, {1, 0, 0}, 0, nullptr},
-        {{1, 0, 0}, {3, 0, 3}, 0, nullptr},  {{4, 0, 2}, {3, 0, 3}, 0, nullptr}, {{4, 4, 4}, {3, 3, 3}, 0, nullptr},
-        {{1, 0, 1}, {3, 0, 0}, -24, SRC},    {{3, 0, 0}, {1, 0, 1}, -24, DST},  {{1, 0, 1}, {1, 0, 0}, 0, nullptr},
-        {{3, 0, 0}, {4, 0, 0}, -15, COUNT},  {{4, 4, 0}, {3, 0, 0}, -15, COUNT}, {{4, 4, 0}, {4, 0, 0}, 0, nullptr},
+        {{3, 0, 2}, {3, 0, 0}, -24, SRC},
+        {{3, 0, 0}, {3, 0, 2}, -24, DST},
+        {{3, 0, 2}, {1, 0, 0}, 0, nullptr},
+        {{1, 0, 0}, {3, 0, 3}, 0, nullptr},
+        {{4, 0, 2}, {3, 0, 3}, 0, nullptr},
+        {{4, 4, 4}, {3, 3, 3}, 0, nullptr},
+        {{1, 0, 1}, {3, 0, 0}, -24, SRC},
+        {{3, 0, 0}, {1, 0, 1}, -24, DST},
+        {{1, 0, 1}, {1, 0, 0}, 0, nullptr},
+        {{3, 0, 0}, {4, 0, 0}, -15, COUNT},
+        {{4, 4, 0}, {3, 0, 0}, -15, COUNT},
+        {{4, 4, 0}, {4, 0, 0}, 0, nullptr},
         {{1, 1, 0}, {1, 1, 0}, -15, "nChannels == 0"},
         {{3, 0, 2}, {1, 1, 0}, -15, "nChannels == 0"},
         {{1, 1, 0}, {3, 0, 1}, -15, "nChannels == 0"},

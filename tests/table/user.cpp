@@ -83,7 +83,7 @@ void rings(Call &call) {
 
 }  // namespace
 
-std::vector<Example> synthExamples() {
+std::vector<Example> userExamples() {
     return {
         {"moxUserProcess",
          PIXELS,
