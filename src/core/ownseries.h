@@ -53,8 +53,10 @@ struct OwnTurned {
     turned.quarters = (angle * TWO_OVER_PI + SHIFTER) - SHIFTER;
     const double near = angle - turned.quarters * HALF_PI_1;
     const double second = turned.quarters * HALF_PI_2;
-    turned.x = near - second;
-    turned.rest = ((near - turned.x) - second) - turned.quarters * HALF_PI_3;
+    const double head = near - second;
+    const double tail = ((near - head) - second) - turned.quarters * HALF_PI_3;
+    turned.x = head + tail;
+    turned.rest = (head - turned.x) + tail;
     return turned;
 }
 
@@ -81,16 +83,11 @@ struct OwnTurned {
     const double k = ownOfBits(exponent | 0x4330000000000000) - (0x1p52 + 1023);
     const double f = ownOfBits(bits - (exponent << 52) + ONE) - 1;
     const double s = f / (2 + f), z = s * s;
-    double sum = 2.0 / 21;
-    sum = sum * z + 2.0 / 19;
-    sum = sum * z + 2.0 / 17;
-    sum = sum * z + 2.0 / 15;
-    sum = sum * z + 2.0 / 13;
-    sum = sum * z + 2.0 / 11;
-    sum = sum * z + 2.0 / 9;
-    sum = sum * z + 2.0 / 7;
-    sum = sum * z + 2.0 / 5;
-    sum = sum * z + 2.0 / 3;
+    // Even and odd terms side by side, so that one chain need not wait for the other.
+    const double z2 = z * z;
+    const double even = 2.0 / 3 + z2 * (2.0 / 7 + z2 * (2.0 / 11 + z2 * (2.0 / 15 + z2 * (2.0 / 19))));
+    const double odd = 2.0 / 5 + z2 * (2.0 / 9 + z2 * (2.0 / 13 + z2 * (2.0 / 17 + z2 * (2.0 / 21))));
+    const double sum = even + z * odd;
     const double half = 0.5 * f * f;
     // ln 2 in two parts, of 33 bits the first: its multiples are exact.
     constexpr double LN_2_1 = 0x1.62e42fefp-1, LN_2_2 = 0x1.473de6af278edp-34;

@@ -201,6 +201,7 @@ MoxStatus MOX_CALL moxNoiseImage(MoxImage *image, MoxNoiseParam *noiseParam) {
     noise.low = 0;
     noise.span = 0;
     noise.bias = noise.scale = 0;
+    noise.hasWords = false;
     noise.next = noise.count = 0;
     const bool floats = image->depth == MOX_DEPTH_32F;
     const bool uniform = noiseParam->noise == MOX_NOISE_UNIFORM;

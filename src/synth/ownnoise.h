@@ -24,8 +24,11 @@ struct OwnNoise {
     // span over 2^32 and the lower bound.
     double scale, bias;
 
-    int next, count;  // of the numbers
-    union {           // by the depth
+    bool hasWords;  // those of the next batch, where they are drawn beforehand
+    alignas(64) uint32_t words[OWN_NOISE_WORDS];
+
+    int next, count;     // of the numbers
+    alignas(64) union {  // by the depth
         int16_t shorts[OWN_NOISE_WORDS];
         int32_t ints[OWN_NOISE_WORDS];
         double reals[OWN_NOISE_WORDS];

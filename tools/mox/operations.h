@@ -86,6 +86,7 @@ const Family &depthFamily();       // opsdepth.cpp
 const Family &comparisonFamily();  // opsmeasure.cpp
 const Family &measureFamily();     // opsmeasure.cpp
 const Family &bitmapFamily();      // opsbitmap.cpp
+const Family &synthFamily();       // opssynth.cpp
 
 // All of them, in the order of the list.
 const std::vector<const Family *> &families();
