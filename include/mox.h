@@ -2177,7 +2177,7 @@ enum {
  * Positions are affine maps' inverses evaluated at each pixel, but for cubic samples (in double) and linear ones at 32F (in
  * float), which step from the row's first pixel that is written; perspective positions are quotients of floats, bilinear
  * ones are evaluated at each pixel. Those rows are counted from that first pixel also where a mask or tiles divide them.
- * What lies between p and q by a fraction f is p + (q - p) f, first along x. Windows that would leave the source's region
+ * What lies between p and q by a fraction f is p (1 - f) + q f, first along x. Windows that would leave the source's region
  * are moved into it. Positions that rounding takes beyond the region's edge count as on it.
  *
  * MOX_SMOOTH_EDGE (warpFlag 0, not for bits): along edges that are neither vertical nor horizontal the pixel just outside
