@@ -2174,8 +2174,12 @@ enum {
  *   cubic 8U          positions to 1/512; rows kept to 6 bits, halves up
  *   cubic 16U, 32F    exact weights, in double and in float
  *
- * What lies between p and q by a fraction f is p + (q - p) f, first along x. Windows that would leave the source's region
- * are moved into it. Positions that rounding takes beyond the region's edge count as on it.
+ * Positions are affine maps' inverses evaluated at each pixel, but for cubic samples (in double) and linear ones at 32F (in
+ * float), which step from the row's first pixel that is written; perspective positions are quotients of floats, bilinear
+ * ones are evaluated at each pixel. Those rows are counted from that first pixel also where a mask or tiles divide them.
+ * What lies between p and q by a fraction f is p (1 - f) + q f, first along x. Windows that would leave the source's region
+ * are moved into it. Positions that rounding takes a little beyond the region's edge are computed as they are, and what
+ * leaves the depth's range is saturated.
  *
  * MOX_SMOOTH_EDGE (warpFlag 0, not for bits): along edges that are neither vertical nor horizontal the pixel just outside
  * is mixed with its neighbour inside, by how much of it the quadrangle covers. Whatever surrounds the quadrangle must be
