@@ -2249,6 +2249,74 @@ MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, doubl
  */
 MOX_EXPORT void MOX_CALL moxMirror(MoxImage *srcImage, MoxImage *dstImage, int flipAxis);
 
+/**
+ * Takes every pixel from where two maps say: the pixel (i, j) of the destination's region gets the sample of the source at
+ * (x, y), where x and y are the values of xMap and yMap at (i, j) of their regions, in pixels of the whole source image. The
+ * area is what the regions of the destination, its mask and both maps have in common. A position counts if, as bit patterns
+ * taken for signed integers, left <= x <= right and top <= y <= bottom for the outermost pixels of the source's region as
+ * floats; for others, such as anything with a sign (-0.0 too) or not a number, the pixel keeps its value.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders; the channels of interest, or all but alpha. Of the masks only the destination's
+ * counts. MOX_SMOOTH_EDGE means nothing here. Kinds are those of the bilinear and perspective warps, and so is what small
+ * sources and bits take instead, but for the nearest neighbour: that is rint(x - 0.4999999) in double, the pixel at or
+ * before the position. Windows that would leave the source's region are moved into it; linear samples on the last column or
+ * row take the one before it along.
+ *
+ * On tiles the destination's are gone through one by one. A tiled source is read as a whole before, as the rectangle of its
+ * region, and of tiled maps the rectangle of each tile. The result is that of plain images.
+ *
+ * Failures. Of these all are reported, in this order, but a null image at once ends the call: "Incorrect Image" of the
+ * source, xMap, yMap, the destination; -5 "srcImage->depth != dstImage->depth"; "srcImage->origin != dstImage->origin";
+ * "srcImage->dataOrder != dstImage->dataOrder" (not for bits or one channel each); "(srcImage->depth & MOX_DEPTH_SIGN)";
+ * "xMap->depth != MOX_DEPTH_32F || xMap->nChannels != 1 || xMap->alphaChannel != 0", the same of yMap; "This function is not
+ * in-place function" for one header as source and destination; "interpolate != MOX_INTER_NN && interpolate !=
+ * MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC". Then "Number of processed channels of srcImage != Number of processed
+ * channels of dstImage"; -1 with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to
+ * write".
+ */
+MOX_EXPORT void MOX_CALL moxRemap(MoxImage *srcImage, MoxImage *xMap, MoxImage *yMap, MoxImage *dstImage, int interpolate);
+
+/**
+ * Makes an image smaller by xDst / xSrc and yDst / ySrc, and smooth at the same time: every pixel is the mean of an area of
+ * xMaskSize x yMaskSize pixels about its place in the source, or lies between such means. A size of 0 stands for
+ * rint(xSrc / xDst + 1e-05), and so in y.
+ *
+ * With W for the width of the source's region and Z = xDst W / xSrc, in double, the first columns of the destination's
+ * region are written, as many as the whole part of Z. Their places p begin at 0 and go on by k, added up in double: k is 1
+ * where xSrc is xDst, else (W - 1) / (Z - 1); with Z not above 1 nothing is done. ix = rint(p - 0.49999), at most W - 1, and
+ * f = p - ix as float. Rows likewise.
+ *
+ *   mean(ix, iy)   of the source's columns ix - xMaskSize / 2 (rounded down) and the following, xMaskSize in all, and the
+ *                  same rows, as far as they are in the region: in float, every column's sum from its top row on, then the
+ *                  sum of these from the left on, divided by the number of pixels
+ *   nearest        mean(ix, iy); so are all kinds for bits, where both ratios are 1, and for regions narrower or lower than
+ *                  2 pixels
+ *   linear         p (1 - f) + q f of the means at ix and ix + 1, then of these values at iy and iy + 1, in float; at the
+ *                  last column ix is one less and f is 1
+ *   cubic          of the means at c - 1, c, c + 1, c + 2, called a, b, q, d: a + t (b - a) + u d2 + v d3 with d2 = q - b -
+ *                  (b - a), d3 = b - 2 q + d - d2, t = 1 + f, u = 0.5 t f, v = 0.33333334 (f - 1) u, in float from the
+ *                  left on; then the same of these values in y. c = ix and f = p - c, but c = W - 3 and f = 2 at the last
+ *                  column, c = W - 3 at the one before it, and c = 1 at the first. Regions narrower or lower than 4 pixels
+ *                  take linear
+ *
+ * Integers are stored as floor(value + 0.5), clamped; a bit is set from a mean of 0.5 on; floats as they are.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders. Channels are the channels of interest, which both images must name or neither, or
+ * all but alpha, as many as both images have. Of the masks only the destination's counts. Origins mean nothing. Tiled
+ * images give the same results; of a tiled source rectangles are read.
+ *
+ * Failures: -5 "interpolate != MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "Incorrect
+ * Image"; of these all: "(srcImage->depth!=dstImage->depth)", "(srcImage->dataOrder!=dstImage->dataOrder)",
+ * "(srcImage->alphaChannel!=dstImage->alphaChannel)", "(srcImage->depth & MOX_DEPTH_SIGN)"; then the first of: "This function
+ * isn`t in-plase function" for one header twice; "(xDst>xSrc||yDst>ySrc)"; "((xDst <= 0)||(yDst<=0))"; "((xSrc <=
+ * 0)||(ySrc<=0))"; "(xMaskSize<0||yMaskSize<0)"; "srcImage->roi->coi > 0 && dstImage->roi == NULL"; "srcImage->roi->coi > 0
+ * && dstImage->roi->coi == 0"; "dstImage->roi->coi > 0 && srcImage->roi == NULL"; "dstImage->roi->coi > 0 &&
+ * srcImage->roi->coi == 0"; "srcImage->roi->xOffset >= srcImage->width", the same of yOffset and height; both of dstImage; -1
+ * with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to write".
+ */
+MOX_EXPORT void MOX_CALL moxDecimateBlur(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                         int interpolate, int xMaskSize, int yMaskSize);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,9 +1,8 @@
 // The sampler: rows of destination pixels from positions in a source. Whoever calls it brings the positions; it knows
 // depths, orders, channels, masks and what is done with the samples around a position.
 //
-// Positions are those of the source image, not of its region. Whatever they are, no sample outside the source's region
-// is read: those that lie more than half a pixel beyond it, and what is not a number, are taken as half a pixel beyond
-// it (indices: as its edge). No other rule is made of that: whether such a pixel is written is for the caller to say.
+// Positions are those of the source image, not of its region. Those beyond the region count as on its edge, and what is
+// not a number as on its left or upper one: whether such a pixel is written at all is for the caller to say.
 #pragma once
 
 #include "frame/ownrows.h"
@@ -11,14 +10,14 @@
 
 // How samples are made, and of what type the rows of positions are.
 //
-// In linear kinds ix is the pixel before the position, at most right - 1, f = x - ix, and the lerp of a and b is
-// a (1 - f) + b f, first along both rows and then between them. In cubic ones ix = rint(x - 0.4999999), the window
+// In linear kinds ix is the pixel before the position, at most right - 1, f = x - ix, and what lies between p and q is
+// p + (q - p) f, first along both rows and then between them. In cubic ones ix = rint(x - 0.4999999), the window
 // begins at the pixel before ix, moved into the region, and f in [0, 3] is counted from there.
 enum OwnSampling {
     // int32_t: the pixel's column and row. Every depth, bits as well.
     OWN_SAMPLE_NEAREST,
 
-    // int32_t, 16.16, kept within the region; 8U: fractions of 14 bits, rows >> 8, the result + 0x80000 >> 20.
+    // int32_t, 16.16; 8U: fractions of 14 bits, rows >> 8, the result + 0x80000 >> 20.
     OWN_SAMPLE_LINEAR_FIXED,
 
     // float, ix = trunc(x). 8U: fractions rounded to 14 bits, rows >> 8, the result + 33 >> 20. 16U and 32F: in double,
