@@ -76,7 +76,7 @@ uint32_t refLinearFixed(const RefSource &source, int64_t x, int64_t y) {
 }
 
 static double between(double p, double q, double f) {
-    return p + (q - p) * f;
+    return p * (1 - f) + q * f;
 }
 
 uint32_t refLinearExact(const RefSource &source, double x, double y) {
@@ -101,7 +101,7 @@ uint32_t refLinearSingle(const RefSource &source, float x, float y) {
     if (iy > rect.bottom - 1) iy = iy - 1;
     const float fx = x - static_cast<float>(ix), fy = y - static_cast<float>(iy);
     const auto p = [&](int dx, int dy) { return static_cast<float>(source.number(ix + dx, iy + dy)); };
-    const auto betweenSingle = [](float a, float b, float f) { return a + (b - a) * f; };
+    const auto betweenSingle = [](float a, float b, float f) { return a * (1 - f) + b * f; };
     return std::bit_cast<uint32_t>(
         betweenSingle(betweenSingle(p(0, 0), p(1, 0), fx), betweenSingle(p(0, 1), p(1, 1), fx), fy));
 }

@@ -190,7 +190,8 @@ void affineRow(Canvas &canvas, const RefCoeffs &c, int kind, int firstRow, const
             if (kind == MOX_INTER_NN) return refNearestFixed(from, fixedX, fixedY);
             if (kind == MOX_INTER_CUBIC) return refCubic(from, x, v);
             if (depth == MOX_DEPTH_8U) return refLinearFixed(from, fixedX, fixedY);
-            return depth == MOX_DEPTH_16U ? refLinearExact(from, x, v) : refLinearSingle(from, singleX, singleY);
+            if (depth == MOX_DEPTH_32F) return refLinearSingle(from, singleX, singleY);
+            return refLinearExact(from, c[0] * i + c[1] * y + c[2], c[3] * i + c[4] * y + c[5]);
         });
         x += c[0];
         v += c[3];
