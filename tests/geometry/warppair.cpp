@@ -70,6 +70,61 @@ WarpPair::WarpPair(Random &random, const WarpPairOptions &options) {
     if (masks_[0] && random.oneIn(5)) images_[1]->setMask(masks_[0].get());
 }
 
+// A position: mostly within the region, also on its edge, on a pixel, a little or far beside it, or not a number.
+static float drawPosition(Random &random, int low, int high) {
+    static const float special[] = {-0.0f, 0.0f, 1e-30f, 1e30f, -1e30f, HUGE_VALF, -HUGE_VALF, NAN, 65536.0f};
+    switch (random.below(12)) {
+        case 0:
+            return special[random.below(9)];
+        case 1:
+            return static_cast<float>(random.oneIn(2) ? low : high);
+        case 2:
+            return std::nextafter(static_cast<float>(random.oneIn(2) ? low : high), random.oneIn(2) ? 1e9f : -1e9f);
+        case 3:
+            return static_cast<float>(random.between(low - 2, high + 2));
+        case 4:
+            return std::nextafter(static_cast<float>(random.between(low, high)), random.oneIn(2) ? 1e9f : -1e9f);
+        case 5:
+            return static_cast<float>(random.between(16 * low - 16, 16 * high + 16)) / 16;
+        case 6:
+            return std::bit_cast<float>(drawSample(random, MOX_DEPTH_32F));
+        default:
+            return static_cast<float>(low) +
+                   static_cast<float>(high - low) * static_cast<float>(random.below(1 << 20)) / 1048576.0f;
+    }
+}
+
+void RemapSet::addMap(Random &random, const WarpPairOptions &options, int tiled, int low, int high) {
+    TestLayout layout =
+        TestLayout::of(MOX_DEPTH_32F, random.between((options.maxWidth + 1) / 2, options.maxWidth),
+                       random.between((options.maxHeight + 1) / 2, options.maxHeight), 1, random.below(2));
+    layout.origin = random.below(2);
+    layout.align = drawAlign(random);
+    if (random.oneIn(2)) drawRegion(random, layout, random.below(2), false);
+    drawPlacement(random, layout, tiled);
+    others_.push_back(std::make_unique<TestImage>(layout, random.next()));
+    // Most maps mean pixels within, so that the other one decides.
+    const bool tame = random.oneIn(3);
+    for (int y = 0; y < layout.height; ++y) {
+        for (int x = 0; x < layout.width; ++x) {
+            const float smooth = static_cast<float>(low) + static_cast<float>((high - low) * x) / 41.0f;
+            const float value = tame ? std::min(smooth, static_cast<float>(high)) : drawPosition(random, low, high);
+            others_.back()->set(0, x, y, std::bit_cast<uint32_t>(value));
+        }
+    }
+}
+
+RemapSet::RemapSet(Random &random, const WarpPairOptions &options, int tiledMaps) : WarpPair(random, options) {
+    const RefRect rect = rectOf(src());
+    addMap(random, options, tiledMaps, rect.left, rect.right);
+    addMap(random, options, tiledMaps, rect.top, rect.bottom);
+}
+
+std::string RemapSet::describe() const {
+    return WarpPair::describe() + "x map " + others_[0]->layout().describe() + "\ny map " +
+           others_[1]->layout().describe() + "\n";
+}
+
 RefRect rectOf(const TestImage &image) {
     const TestLayout &layout = image.layout();
     return {layout.regionX(), layout.regionY(), layout.regionX() + layout.regionWidth() - 1,

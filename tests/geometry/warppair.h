@@ -18,7 +18,19 @@ class WarpPair : public ImagePair {
     WarpPair(Random &random, const WarpPairOptions &options);
 };
 
-// The depths that warps take.
+// A source, a destination and two maps of positions around the source's region.
+class RemapSet : public WarpPair {
+  public:
+    RemapSet(Random &random, const WarpPairOptions &options, int tiledMaps);
+    TestImage &xMap() { return *others_[0]; }
+    TestImage &yMap() { return *others_[1]; }
+    std::string describe() const;
+
+  private:
+    void addMap(Random &random, const WarpPairOptions &options, int tiled, int low, int high);
+};
+
+// The depths that warps and remapping take.
 extern const unsigned warpDepths[4];
 
 // Floats that let sums round without overflowing.
