@@ -6,7 +6,7 @@
 #pragma once
 
 #include "frame/ownrows.h"
-#include "geometry/ownquad.h"
+#include "geometry/ownsamplerrows.h"
 
 // How samples are made, and of what type the rows of positions are.
 //
@@ -37,37 +37,6 @@ enum OwnSampling {
     OWN_SAMPLINGS
 };
 
-// A source as kernels see it. Its region is left to right and top to bottom, both included: at least two pixels in each
-// direction for linear kinds and four for cubic ones.
-struct OwnSampled {
-    const uint8_t *origin;  // the first processed channel of the pixel (originX, originY)
-    int64_t rowStep;        // bytes
-    int pixelStep;          // bytes; of bits 0
-    int bit;                // of the pixel (originX, originY) in its byte, at depth 1
-    int originX, originY;   // no pixel before it is in the region
-    int left, top, right, bottom;
-};
-
-// A kernel: n pixels, one after the other in out without a gap; of bits the first on top of a byte, and those behind
-// the last 0.
-using OwnSampleRow = void (*)(const OwnSampled &src, const void *x, const void *y, uint8_t *out, size_t n);
-
-// Pixels of so many samples that stand together have kernels; others go sample by sample.
-enum OwnTogether { OWN_ALONE, OWN_THREE, OWN_FOUR, OWN_TOGETHER };
-
-struct OwnSamplerRows {
-    OwnSampleRow nearest[3][OWN_TOGETHER];  // by OwnSampleSize
-    OwnSampleRow nearestBits;
-    OwnSampleRow linearFixed8U[OWN_TOGETHER];
-    OwnSampleRow linear[3][OWN_TOGETHER];  // 8U, 16U, 32F, as in those that follow
-    OwnSampleRow linearSingle32F[OWN_TOGETHER];
-    OwnSampleRow linearDouble16U[OWN_TOGETHER];
-    OwnSampleRow cubic[3][OWN_TOGETHER];
-    OwnSampleRow cubicDouble[3][OWN_TOGETHER];
-};
-
-const OwnSamplerRows &ownSamplerRows();
-
 // Sampling from one plain image into another. Fields may be changed before it is used: a source that is a part of an
 // image, read into a buffer, has positions of its image still if origin is its first pixel, originX and originY that
 // pixel's place in the image, and left to bottom the region in the image.
@@ -76,9 +45,10 @@ struct OwnSampler {
     int64_t sourcePlaneStep;    // bytes
     OwnSpan destination, mask;  // of the region's corners
     bool masked;
-    int channels;               // of each pixel, processed together or one after the other
+    int channels;  // of each pixel
     int planes;
-    int together;               // samples that a kernel takes, 1 to 4: all of a pixel's, also beside the processed ones
+    int positionBytes;  // of a position's x
+    int together;       // samples of a pixel that the kernel takes: 1, or all, also those beside the processed ones
     OwnSampleRow kernel;
 };
 
