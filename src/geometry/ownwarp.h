@@ -56,16 +56,16 @@ struct OwnWarp {
     OwnSampling sampling;
     OwnCorners source, destination;
     int64_t originX, originY;
-    bool tests;     // only pixels that come from within the source are written
-    OwnScan scan;   // which pixels of the destination are
+    bool tests;    // only pixels that come from within the source are written
+    OwnScan scan;  // which pixels of the destination are
 };
 
 // A row of pixels that are written, as far as it has been gone through.
 struct OwnWarpRow {
-    int64_t x, y;         // the next pixel
-    double at[2];         // where positions step: that pixel's
-    float fours[3];       // where they step by four: the forms at the first pixel of these four,
-    int taken;            // of which so many have been taken
+    int64_t x, y;    // the next pixel
+    double at[2];    // where positions step: that pixel's
+    float fours[3];  // where they step by four: the forms at the first pixel of these four,
+    int taken;       // of which so many have been taken
 };
 
 // Positions for so many pixels at a time.

@@ -223,7 +223,6 @@ void extendDouble(const double *at, size_t n, double *range) {
 
 namespace OWN_LEVEL {
 extern const OwnWarpRows warpRows;
-const OwnWarpRows warpRows = {
-    fixed,   fixedPixels, affine, stepSingle,  stepDouble,   quotients,   bilinear,
-    inverse, nearest,     within, extendFixed, extendSingle, extendDouble};
+const OwnWarpRows warpRows = {fixed,   fixedPixels, affine, stepSingle,  stepDouble,   quotients,   bilinear,
+                              inverse, nearest,     within, extendFixed, extendSingle, extendDouble};
 }  // namespace OWN_LEVEL
