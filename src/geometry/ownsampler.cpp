@@ -7,20 +7,20 @@
 #include "core/owncpu.h"
 #include "frame/ownmove.h"
 
-OWN_DECLARE_LEVELS(OwnNearestRows, nearestRows)
-OWN_DECLARE_LEVELS(OwnLinearRows, linearRows)
-OWN_DECLARE_LEVELS(OwnCubicRows, cubicRows)
+OWN_DECLARE_LEVELS(OwnSampleNearestRows, sampleNearestRows)
+OWN_DECLARE_LEVELS(OwnSampleLinearRows, sampleLinearRows)
+OWN_DECLARE_LEVELS(OwnSampleCubicRows, sampleCubicRows)
 
-const OwnNearestRows &ownNearestRows() {
-    static constexpr const OwnNearestRows *tables[] = OWN_LEVEL_TABLES(nearestRows);
+const OwnSampleNearestRows &ownSampleNearestRows() {
+    static constexpr const OwnSampleNearestRows *tables[] = OWN_LEVEL_TABLES(sampleNearestRows);
     return *tables[ownCpuLevel()];
 }
-const OwnLinearRows &ownLinearRows() {
-    static constexpr const OwnLinearRows *tables[] = OWN_LEVEL_TABLES(linearRows);
+const OwnSampleLinearRows &ownSampleLinearRows() {
+    static constexpr const OwnSampleLinearRows *tables[] = OWN_LEVEL_TABLES(sampleLinearRows);
     return *tables[ownCpuLevel()];
 }
-const OwnCubicRows &ownCubicRows() {
-    static constexpr const OwnCubicRows *tables[] = OWN_LEVEL_TABLES(cubicRows);
+const OwnSampleCubicRows &ownSampleCubicRows() {
+    static constexpr const OwnSampleCubicRows *tables[] = OWN_LEVEL_TABLES(sampleCubicRows);
     return *tables[ownCpuLevel()];
 }
 
@@ -34,19 +34,19 @@ OwnSampleRow kernelOf(OwnSampling sampling, int bytes, OwnTogether together) {
     const OwnSampleSize depth = ownSampleSize(bytes);
     switch (sampling) {
         case OWN_SAMPLE_NEAREST:
-            return bytes == 0 ? ownNearestRows().bits : ownNearestRows().pixels[depth][together];
+            return bytes == 0 ? ownSampleNearestRows().bits : ownSampleNearestRows().pixels[depth][together];
         case OWN_SAMPLE_LINEAR_FIXED:
-            return ownLinearRows().fixed8U[together];
+            return ownSampleLinearRows().fixed8U[together];
         case OWN_SAMPLE_LINEAR_SINGLE:
-            return ownLinearRows().single32F[together];
+            return ownSampleLinearRows().single32F[together];
         case OWN_SAMPLE_LINEAR_DOUBLE:
-            return ownLinearRows().double16U[together];
+            return ownSampleLinearRows().double16U[together];
         case OWN_SAMPLE_CUBIC:
-            return ownCubicRows().cubic[depth][together];
+            return ownSampleCubicRows().cubic[depth][together];
         case OWN_SAMPLE_CUBIC_DOUBLE:
-            return ownCubicRows().cubicDouble[depth][together];
+            return ownSampleCubicRows().cubicDouble[depth][together];
         default:
-            return ownLinearRows().linear[depth][together];
+            return ownSampleLinearRows().linear[depth][together];
     }
 }
 

@@ -148,10 +148,10 @@ void cubicNumbers(const OwnSampled &src, const void *x, const void *y, uint8_t *
 }  // namespace
 
 namespace OWN_LEVEL {
-extern const OwnCubicRows cubicRows;
+extern const OwnSampleCubicRows sampleCubicRows;
 #define FORMS(...) \
     { __VA_ARGS__, 1 >, __VA_ARGS__, 3 >, __VA_ARGS__, 4 > }
-const OwnCubicRows cubicRows = {
+const OwnSampleCubicRows sampleCubicRows = {
     {FORMS(cubicBytes < Single), FORMS(cubicNumbers < Own16U, Single, double),
      FORMS(cubicNumbers < Own32F, Single, float)},
     {FORMS(cubicBytes < Double), FORMS(cubicNumbers < Own16U, Double, double),

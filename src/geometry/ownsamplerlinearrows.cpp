@@ -131,10 +131,10 @@ void linearNumbers(const OwnSampled &src, const void *x, const void *y, uint8_t 
 }  // namespace
 
 namespace OWN_LEVEL {
-extern const OwnLinearRows linearRows;
+extern const OwnSampleLinearRows sampleLinearRows;
 #define FORMS(...) \
     { __VA_ARGS__, 1 >, __VA_ARGS__, 3 >, __VA_ARGS__, 4 > }
-const OwnLinearRows linearRows = {
+const OwnSampleLinearRows sampleLinearRows = {
     {FORMS(linearBytes < OwnAnyF32, 33), FORMS(linearNumbers < Own16U, OwnAnyF32, double),
      FORMS(linearNumbers < Own32F, OwnAnyF32, double)},
     FORMS(linearBytes < OwnAnyS32, 0x80000),

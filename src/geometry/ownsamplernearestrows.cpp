@@ -44,8 +44,8 @@ void copyBits(const OwnSampled &src, const void *x, const void *y, uint8_t *out,
 }  // namespace
 
 namespace OWN_LEVEL {
-extern const OwnNearestRows nearestRows;
-const OwnNearestRows nearestRows = {
+extern const OwnSampleNearestRows sampleNearestRows;
+const OwnSampleNearestRows sampleNearestRows = {
     {{copyPixels<1>, copyPixels<3>, copyPixels<4>},
      {copyPixels<2>, copyPixels<6>, copyPixels<8>},
      {copyPixels<4>, copyPixels<12>, copyPixels<16>}},

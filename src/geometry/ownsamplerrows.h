@@ -26,21 +26,21 @@ enum OwnTogether { OWN_ALONE, OWN_THREE, OWN_FOUR, OWN_TOGETHER };
 // By OwnSampleSize: 8U, 16U, 32F.
 constexpr int OWN_SAMPLED_DEPTHS = 3;
 
-struct OwnNearestRows {
+struct OwnSampleNearestRows {
     OwnSampleRow pixels[OWN_SAMPLED_DEPTHS][OWN_TOGETHER];
     OwnSampleRow bits;
 };
-struct OwnLinearRows {
+struct OwnSampleLinearRows {
     OwnSampleRow linear[OWN_SAMPLED_DEPTHS][OWN_TOGETHER];
     OwnSampleRow fixed8U[OWN_TOGETHER];
     OwnSampleRow single32F[OWN_TOGETHER];
     OwnSampleRow double16U[OWN_TOGETHER];
 };
-struct OwnCubicRows {
+struct OwnSampleCubicRows {
     OwnSampleRow cubic[OWN_SAMPLED_DEPTHS][OWN_TOGETHER];
     OwnSampleRow cubicDouble[OWN_SAMPLED_DEPTHS][OWN_TOGETHER];
 };
 
-const OwnNearestRows &ownNearestRows();
-const OwnLinearRows &ownLinearRows();
-const OwnCubicRows &ownCubicRows();
+const OwnSampleNearestRows &ownSampleNearestRows();
+const OwnSampleLinearRows &ownSampleLinearRows();
+const OwnSampleCubicRows &ownSampleCubicRows();

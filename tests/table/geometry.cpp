@@ -83,6 +83,49 @@ void rotateShift(Call &call) {
     answer(call, yShift);
 }
 
+// Two maps by hand, so that nothing but the function itself takes memory: a little turn, or wherever numbers lead.
+class Maps {
+  public:
+    explicit Maps(Call &call) {
+        const float steps[] = {call.real(0.95f), call.real(0.125f), call.real(0.25f)};
+        for (int map = 0; map < 2; ++map) {
+            for (int i = 0; i < WIDTH * HEIGHT; ++i) {
+                const auto along = static_cast<float>(map == 0 ? i % WIDTH : i / WIDTH);
+                const auto across = static_cast<float>(map == 0 ? i / WIDTH : i % WIDTH);
+                values_[map][i] = along * steps[0] + across * steps[1] + steps[2];
+            }
+            MoxImage &image = images_[map];
+            image.headerSize = sizeof(MoxImage);
+            image.nChannels = 1;
+            image.depth = MOX_DEPTH_32F;
+            image.align = 4;
+            image.width = WIDTH;
+            image.height = HEIGHT;
+            image.widthStep = WIDTH * 4;
+            image.imageSize = image.widthStep * HEIGHT;
+            image.imageData = reinterpret_cast<char *>(values_[map]);
+        }
+    }
+    MoxImage *x() { return &images_[0]; }
+    MoxImage *y() { return &images_[1]; }
+
+  private:
+    static constexpr int WIDTH = 48, HEIGHT = 40;
+    float values_[2][WIDTH * HEIGHT];
+    MoxImage images_[2] = {};
+};
+
+void remap(Call &call) {
+    Maps maps(call);
+    moxRemap(call.src(), maps.x(), maps.y(), call.dst(), call.choice(MOX_INTER_LINEAR, 3));
+}
+
+void decimateBlur(Call &call) {
+    const int xDst = call.size(2), xSrc = call.size(3), yDst = call.size(1), ySrc = call.size(2);
+    const int interpolate = call.choice(MOX_INTER_LINEAR, 3), xMaskSize = call.size(3), yMaskSize = call.size(0);
+    moxDecimateBlur(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, interpolate, xMaskSize, yMaskSize);
+}
+
 }  // namespace
 
 std::vector<Example> geometryExamples() {
@@ -115,5 +158,7 @@ std::vector<Example> geometryExamples() {
          2,
          [](Call &c) { moxMirror(c.src(), c.dst(), c.choice(1, 3) - 1); },
          {.neighbours = true}},
+        {"moxRemap", PIXELS, 2, remap, {.neighbours = true}},
+        {"moxDecimateBlur", PIXELS, 2, decimateBlur, {.neighbours = true}},
     };
 }
