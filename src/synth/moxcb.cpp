@@ -105,37 +105,57 @@ struct PixelWork {
     }
 };
 
-void gatherPixel(const uint8_t *from, const OwnSpan &span, int planes, uint8_t *to) {
-    for (int64_t c = 0; c < planes; ++c)
-        std::memcpy(to + c * span.bytes, from + c * span.planeStep, static_cast<size_t>(span.bytes));
-}
-
-void scatterPixel(const uint8_t *from, const OwnSpan &span, int planes, uint8_t *to) {
-    for (int64_t c = 0; c < planes; ++c)
-        std::memcpy(to + c * span.planeStep, from + c * span.bytes, static_cast<size_t>(span.bytes));
-}
-
-bool runPixels(const OwnRows &rows, void *work_) {
-    auto &work = *static_cast<PixelWork *>(work_);
+// Goes over the pixels that the mask lets through, row by row, until visit(source, destination) gives false.
+template <class Visit>
+bool forEachPixel(const OwnRows &rows, const Visit &visit) {
     const OwnSpan &src = rows.spans[0], &dst = rows.spans[1];
+    const int64_t srcStep = int64_t{src.step} * src.bytes, dstStep = int64_t{dst.step} * dst.bytes;
     for (int64_t y = 0; y < rows.height; ++y) {
         uint8_t *from = src.start + y * src.rowStep, *to = dst.start + y * dst.rowStep;
         const uint8_t *mask = rows.masked ? rows.mask.start + y * rows.mask.rowStep : nullptr;
-        for (int64_t x = 0; x < rows.width; ++x) {
-            const bool kept = mask && !maskBit(mask, rows.mask.bit, x);
-            if (!kept && !work.copies[0] && !work.call(from, to)) return false;
-            if (!kept && work.copies[0]) {
-                gatherPixel(from, src, rows.planes, work.copies[0]);
-                gatherPixel(to, dst, rows.planes, work.copies[1]);
-                const bool goesOn = work.call(work.copies[0], work.copies[1]);
-                scatterPixel(work.copies[1], dst, rows.planes, to);
-                if (!goesOn) return false;
-            }
-            from += int64_t{src.step} * src.bytes;
-            to += int64_t{dst.step} * dst.bytes;
+        for (int64_t x = 0; x < rows.width; ++x, from += srcStep, to += dstStep) {
+            if (mask && !maskBit(mask, rows.mask.bit, x)) continue;
+            if (!visit(from, to)) return false;
         }
     }
     return true;
+}
+
+// Pixels whose samples stand side by side.
+bool runPixels(const OwnRows &rows, void *work_) {
+    auto *work = static_cast<PixelWork *>(work_);
+    return forEachPixel(rows, [work](uint8_t *from, uint8_t *to) { return work->call(from, to); });
+}
+
+// Pixels whose samples stand in planes: copies are handed over, and those of the destination stored back.
+template <size_t bytes>
+bool runPlanes(const OwnRows &rows, void *work_) {
+    auto *work = static_cast<PixelWork *>(work_);
+    const int64_t srcStep = rows.spans[0].planeStep, dstStep = rows.spans[1].planeStep;
+    const auto planes = static_cast<size_t>(rows.planes);
+    return forEachPixel(rows, [=](const uint8_t *from, uint8_t *to) {
+        uint8_t *const given = work->copies[0], *const taken = work->copies[1];
+        for (size_t c = 0; c < planes; ++c) {
+            std::memcpy(given + c * bytes, from + static_cast<int64_t>(c) * srcStep, bytes);
+            std::memcpy(taken + c * bytes, to + static_cast<int64_t>(c) * dstStep, bytes);
+        }
+        const bool goesOn = work->call(given, taken);
+        for (size_t c = 0; c < planes; ++c)
+            std::memcpy(to + static_cast<int64_t>(c) * dstStep, taken + c * bytes, bytes);
+        return goesOn;
+    });
+}
+
+UserRun pixelsOf(const MoxImage *image) {
+    if (image->dataOrder == MOX_DATA_ORDER_PIXEL) return runPixels;
+    switch (ownDepthBytes(image->depth)) {
+        case 1:
+            return runPlanes<1>;
+        case 2:
+            return runPlanes<2>;
+        default:
+            return runPlanes<4>;
+    }
 }
 
 // ------------------------------------------------------------------------------------------------------------- walks
@@ -343,5 +363,5 @@ void MOX_CALL moxUserProcessPixel(MoxImage *srcImage, MoxImage *dstImage, MoxUse
     MoxThreadContext *context = ownGetContext();
     const StatusAside aside(context);
     PixelWork work = {cbFunc, srcImage, dstImage, {copies.at(0), copies.at(1)}, &context->status, false};
-    if (!process.walk(runPixels, &work) && work.failed) process.refuse(MOX_StatusBacktrace, "in cbFunc call");
+    if (!process.walk(pixelsOf(dstImage), &work) && work.failed) process.refuse(MOX_StatusBacktrace, "in cbFunc call");
 }

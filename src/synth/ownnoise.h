@@ -28,7 +28,7 @@ struct OwnNoise {
     alignas(64) uint32_t words[OWN_NOISE_WORDS];
 
     int next, count;     // of the numbers
-    alignas(64) union {  // by the depth
+    union alignas(64) {  // by the depth
         int16_t shorts[OWN_NOISE_WORDS];
         int32_t ints[OWN_NOISE_WORDS];
         double reals[OWN_NOISE_WORDS];
