@@ -112,7 +112,9 @@ uint32_t linearInteger(const TestImage &source, int channel, const LinearPlace &
         const int after = static_cast<int>(refScaledSample(source, channel, x.first + 1, y.first + row));
         rows[row] = (before * (16384 - x.weight) + after * x.weight) >> (bytes ? 8 : 15);
     }
-    return static_cast<uint32_t>((rows[0] * (16384 - y.weight) + rows[1] * y.weight) >> (bytes ? 20 : 13));
+    // A weight a little below 0 belongs to a place that counts as the sample behind it.
+    const int value = (rows[0] * (16384 - y.weight) + rows[1] * y.weight) >> (bytes ? 20 : 13);
+    return static_cast<uint32_t>(std::clamp(value, 0, bytes ? 255 : 65535));
 }
 
 float mix(float before, float after, float beyond) {

@@ -156,6 +156,28 @@ TEST(ZoomImage, theLastPlacesOfALongRowAreTheLastSamples) {
     }
 }
 
+// A place that lies less than 0.00001 before a sample is taken for that sample's, and its fraction is a little below 0:
+// what comes of it is still near the sample, and no number runs over.
+TEST(ZoomImage, placesJustBeforeASampleAreIts) {
+    const int width = 400000;
+    for (const unsigned depth : scalingDepths) {
+        TestImage src(TestLayout::of(depth, width, 4), 1), dst(TestLayout::of(depth, 8, 5), 2);
+        const bool isFloat = depth == MOX_DEPTH_32F;
+        const uint32_t most = isFloat ? 0x3F800000u : (1u << (depth & 31)) - 1;
+        for (int k = 0; k < 40; ++k)
+            src.set(0, k % 10, k / 10, (k + k / 10) % 2 ? most : 0);
+        const TestBytes before = dst.bytes();
+        for (const int interpolate : {MOX_INTER_LINEAR, MOX_INTER_CUBIC}) {
+            forEachCpuLevel([&] {
+                dst.setBytes(before);
+                const RefResult wanted = refZoom(src, dst, {width + 1, width, 5, 4}, interpolate);
+                zoom(src, dst, {width + 1, width, 5, 4}, interpolate);
+                EXPECT_TRUE(dst.holds(wanted.expected)) << depthName(depth) << " " << interpolate;
+            });
+        }
+    }
+}
+
 // Only whole pixels of the zoomed size are written, counted from the regions' corners.
 TEST(ZoomImage, whatIsBeyondTheZoomedSizeStays) {
     TestLayout from = TestLayout::of(MOX_DEPTH_8U, 20, 10), to = TestLayout::of(MOX_DEPTH_8U, 30, 12);
