@@ -20,6 +20,11 @@ namespace {
 constexpr int64_t MOST_SAMPLES = 65536, MOST_PIXELS = 65536;
 // Rows of a tiled source that are read at a time.
 constexpr int64_t MOST_ROWS = 64;
+// Source rows that are asked for ahead have so many bytes.
+constexpr int64_t SHORTEST_AHEAD = 512;
+// Rows of the destination from so many bytes on are made aside and copied: a long copy need not read the lines that it
+// overwrites.
+constexpr size_t SHORTEST_COPY = 2048;
 
 // Rows of the source's region, contiguous samples each, between two columns: as they stand, or copied.
 class SourceRows {
@@ -28,6 +33,10 @@ class SourceRows {
         ownImageRect(image, &rect_);
         const bool pixels = image->dataOrder == MOX_DATA_ORDER_PIXEL;
         inPlace_ = !image->tileInfo && image->depth != MOX_DEPTH_1U && (!pixels || channels == image->nChannels);
+        if (inPlace_) {
+            int width, height;
+            span_ = ownSpan(image, ownFirstChannel(image), &width, &height);
+        }
     }
     ~SourceRows() { ownFreeRect(band_); }
     SourceRows(const SourceRows &) = delete;
@@ -45,6 +54,7 @@ class SourceRows {
 
     // Null where a tile was not delivered, or memory for a part of the image is missing.
     const uint8_t *row(int plane, int64_t y) {
+        if (inPlace_) return rowInPlace(plane, y);
         const MoxImage *image = image_;
         int64_t x = rect_.x + x_;
         if (image->tileInfo) {
@@ -62,7 +72,20 @@ class SourceRows {
         return row_;
     }
 
+    // A processor reads ahead within a memory page: rows that are wanted next are asked for earlier.
+    void askFor(int plane, int64_t y) const {
+        const int64_t bytes = width_ * channels_ * span_.bytes;
+        if (!inPlace_ || bytes < SHORTEST_AHEAD) return;
+        const uint8_t *row = rowInPlace(plane, y);
+        for (int64_t at = 0; at < bytes; at += 64)
+            __builtin_prefetch(row + at);
+    }
+
   private:
+    const uint8_t *rowInPlace(int plane, int64_t y) const {
+        return span_.start + plane * span_.planeStep + y * span_.rowStep + x_ * span_.step * span_.bytes;
+    }
+
     // Rows from y on that lie in one row of tiles.
     bool readBand(int64_t y) {
         ownFreeRect(band_);
@@ -81,6 +104,7 @@ class SourceRows {
     OwnImageRect rect_;
     int channels_;
     bool inPlace_;
+    OwnSpan span_ = {};  // where rows stand
     int64_t x_ = 0, width_ = 0;
     uint8_t *row_ = nullptr;
     char *band_ = nullptr;
@@ -177,6 +201,7 @@ class Scaler {
     bool makeRow(int plane, const OwnScalePlace &place, uint8_t *out);
     bool makeMeans(int plane, const OwnScalePlace &place, uint8_t *out);
     bool makeBoxes(int plane, const OwnScalePlace &place, uint8_t *out);
+    void askForNext(OwnScaleAxis rows, const OwnScalePlace &place) const;
     const uint8_t *ringRow(int plane, int64_t y);
     void store(int plane, int64_t x, int64_t y, int64_t width);
 
@@ -339,6 +364,9 @@ bool Scaler::allocate(int64_t width) {
 OwnScaleResult Scaler::runArea(const OwnShare &area, int64_t x, const Axes &rows, Axes *rowsEnd) {
     const OwnSpan dst = rows_.spans[1];
     const bool direct = !rows_.masked && dst.bytes > 0 && dst.step == channels_;
+    const size_t bytes = samples_ * static_cast<size_t>(bytes_);
+    const bool copies = direct && bytes >= SHORTEST_COPY && method_.rows > 1;
+    const bool asksAhead = scale_.rows.step > 1;
     Axes axes = rows;
     for (int64_t y = 0; y < area.height; ++y) {
         const OwnScalePlace place = axes.pixels.next(&axes.pixels);
@@ -348,14 +376,29 @@ OwnScaleResult Scaler::runArea(const OwnShare &area, int64_t x, const Axes &rows
             const int64_t maskY = inMask ? axes.mask.next(&axes.mask).first : 0;
             if (!maskRows_.row(area.y + y, maskY)) continue;
         }
+        if (asksAhead && y + 1 < area.height) askForNext(axes.pixels, place);
         for (int plane = 0; plane < planes_; ++plane) {
             uint8_t *there = dst.start + plane * dst.planeStep + y * dst.rowStep + x * dst.step * dst.bytes;
-            if (!makeRow(plane, place, direct ? there : out_)) return OWN_SCALE_NO_SOURCE;
-            if (!direct) store(plane, x, y, area.width);
+            if (!makeRow(plane, place, direct && !copies ? there : out_)) return OWN_SCALE_NO_SOURCE;
+            if (!direct) {
+                store(plane, x, y, area.width);
+            } else if (copies) {
+                std::memcpy(there, out_, bytes);
+            }
         }
     }
     *rowsEnd = axes;
     return OWN_SCALE_DONE;
+}
+
+// The rows of the next window that this one does not have.
+void Scaler::askForNext(OwnScaleAxis rows, const OwnScalePlace &place) const {
+    const OwnScalePlace next = rows.next(&rows);
+    for (int64_t y = std::max<int64_t>(next.first, int64_t{place.first} + place.count);
+         y < int64_t{next.first} + std::min(next.count, 4); ++y) {
+        for (int plane = 0; plane < planes_; ++plane)
+            source_.askFor(plane, y);
+    }
 }
 
 // A source row, resampled along.
