@@ -110,6 +110,29 @@ TEST(DecimateBlurImage, anEarlierFaultDoesNotStopAGoodCall) {
     EXPECT_TRUE(reports.none());
 }
 
+// Numbers of channels are not compared.
+TEST(DecimateBlurImage, channelsThatBothImagesHaveAreTaken) {
+    for (const int order : {MOX_DATA_ORDER_PIXEL, MOX_DATA_ORDER_PLANE}) {
+        const TestLayout three = TestLayout::of(MOX_DEPTH_8U, 20, 10, 3, order),
+                         five = TestLayout::of(MOX_DEPTH_8U, 20, 10, 5, order);
+        for (int interpolate = 0; interpolate < 3; ++interpolate) {
+            for (const bool more : {false, true}) {
+                TestImage src(more ? five : three, 1), dst(more ? three : five, 2), alike(more ? five : three, 2);
+                blur(src, alike, {3, 4, 2, 3}, interpolate, 3, 2);
+                TestBytes wanted = dst.bytes();
+                for (int y = 0; y < 6; ++y) {
+                    for (int x = 0; x < 15; ++x) {
+                        for (int c = 0; c < 3; ++c)
+                            dst.setIn(wanted, c, x, y, alike.get(c, x, y));
+                    }
+                }
+                blur(src, dst, {3, 4, 2, 3}, interpolate, 3, 2);
+                EXPECT_TRUE(dst.holds(wanted)) << order << " " << interpolate << " " << more;
+            }
+        }
+    }
+}
+
 struct Refusal {
     TestImage &src, &dst;
     MoxImage *from = src.header(), *to = dst.header();

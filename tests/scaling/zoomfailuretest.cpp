@@ -154,6 +154,39 @@ TEST(ZoomFailure, resizeSuperSamplesNothingLarger) {
     EXPECT_TRUE(reports.are({{-5, "Decimate", "xDst > xSrc"}}));
 }
 
+// One channel of interest in both images, or none in either and as many channels, alpha aside.
+TEST(ZoomFailure, channelsOfInterestMustBeTheSame) {
+    TestLayout three = TestLayout::of(MOX_DEPTH_8U, 20, 10, 3), second = three, third = three, region = three,
+               four = TestLayout::of(MOX_DEPTH_8U, 20, 10, 4), alpha = four, fourSecond = four,
+               one = TestLayout::of(MOX_DEPTH_8U, 20, 10);
+    second.setRoi(2, 0, 0, 20, 10);
+    fourSecond.setRoi(2, 0, 0, 20, 10);
+    third.setRoi(3, 0, 0, 20, 10);
+    region.setRoi(0, 0, 0, 20, 10);
+    alpha.alpha = 4;
+    const struct {
+        TestLayout src, dst;
+        bool accepted;
+    } cases[] = {{second, second, true}, {second, fourSecond, true}, {second, third, false}, {third, second, false},
+                 {second, three, false}, {region, second, false},    {second, one, false},   {one, second, false},
+                 {three, region, true},  {three, alpha, true},       {alpha, three, true},   {three, four, false},
+                 {four, alpha, false},   {one, three, false}};
+    for (const auto &each : cases) {
+        for (int interpolate = 0; interpolate < 3; ++interpolate) {
+            TestImage src(each.src, 1), dst(each.dst, 2);
+            SCOPED_TRACE(each.src.describe() + " to " + each.dst.describe());
+            const RefResult wanted =
+                each.accepted ? refZoom(src, dst, {3, 2, 5, 4}, interpolate) : RefResult{dst.bytes(), {}};
+            ReportRecorder reports;
+            moxZoom(src.header(), dst.header(), 3, 2, 5, 4, interpolate);
+            EXPECT_TRUE(each.accepted
+                            ? reports.none()
+                            : reports.are({{-5, "moxZoom", "srcImage COI != dstImage COI"}, {-1, "moxZoom", ""}}));
+            EXPECT_TRUE(dst.holds(wanted.expected));
+        }
+    }
+}
+
 // A tile that is not there to be written, and one that is not there to be read.
 TEST(ZoomFailure, refusedTilesAreReported) {
     for (const bool resizes : {false, true}) {
