@@ -8,7 +8,7 @@ namespace {
 
 // Sine and cosine of x + rest by Taylor's series, for |x + rest| <= pi / 4 or very little more, rest being below the
 // last place of x. What the series leave out is below 1e-19.
-[[gnu::always_inline]] inline double ownSineSeries(double x, double rest) {
+[[gnu::always_inline]] constexpr inline double ownSineSeries(double x, double rest) {
     const double y = x * x;
     double sum = 1.0 / 355687428096000;
     sum = sum * y - 1.0 / 1307674368000;
@@ -20,7 +20,7 @@ namespace {
     sum = sum * y - 1.0 / 6;
     return x + (sum * y * x + rest * (1 - y / 2));
 }
-[[gnu::always_inline]] inline double ownCosineSeries(double x, double rest) {
+[[gnu::always_inline]] constexpr inline double ownCosineSeries(double x, double rest) {
     const double y = x * x;
     double sum = 1.0 / 6402373705728000;
     sum = 1.0 / 20922789888000 - sum * y;
