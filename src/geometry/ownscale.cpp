@@ -18,6 +18,8 @@ namespace {
 // Samples of a destination row that tables are made for at a time, and pixels of a source row that are copied for them
 // where rows do not come as they stand.
 constexpr int64_t MOST_SAMPLES = 65536, MOST_PIXELS = 65536;
+// So many pixels that nothing comes from are not copied between others.
+constexpr int64_t WIDEST_GAP = 256;
 // Rows of a tiled source that are read at a time.
 constexpr int64_t MOST_ROWS = 64;
 // Source rows that are asked for ahead have so many bytes.
@@ -303,7 +305,8 @@ int64_t Scaler::takeColumns(OwnScaleAxis *axis, int64_t most) {
         const OwnScalePlace place = axis->next(axis);
         if (n == 0) firstPixel_ = std::max(place.first, 0);
         const int64_t placeEnd = std::max<int64_t>(end, int64_t{place.first} + place.count);
-        if (n > 0 && !source_.inPlace() && placeEnd - firstPixel_ > MOST_PIXELS) {
+        const bool far = placeEnd - firstPixel_ > MOST_PIXELS || place.first - end > WIDEST_GAP;
+        if (n > 0 && far && !source_.inPlace()) {
             *axis = before;
             break;
         }
