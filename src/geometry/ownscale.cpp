@@ -18,13 +18,12 @@ namespace {
 // Samples of a destination row that tables are made for at a time, and pixels of a source row that are copied for them
 // where rows do not come as they stand.
 constexpr int64_t MOST_SAMPLES = 65536, MOST_PIXELS = 65536;
+// So many pixels that nothing comes from are not copied between others.
+constexpr int64_t WIDEST_GAP = 256;
 // Rows of a tiled source that are read at a time.
 constexpr int64_t MOST_ROWS = 64;
 // Source rows that are asked for ahead have so many bytes.
 constexpr int64_t SHORTEST_AHEAD = 512;
-// Rows of the destination from so many bytes on are made aside and copied: a long copy need not read the lines that it
-// overwrites.
-constexpr size_t SHORTEST_COPY = 2048;
 
 // Rows of the source's region, contiguous samples each, between two columns: as they stand, or copied.
 class SourceRows {
@@ -303,7 +302,8 @@ int64_t Scaler::takeColumns(OwnScaleAxis *axis, int64_t most) {
         const OwnScalePlace place = axis->next(axis);
         if (n == 0) firstPixel_ = std::max(place.first, 0);
         const int64_t placeEnd = std::max<int64_t>(end, int64_t{place.first} + place.count);
-        if (n > 0 && !source_.inPlace() && placeEnd - firstPixel_ > MOST_PIXELS) {
+        const bool far = placeEnd - firstPixel_ > MOST_PIXELS || place.first - end > WIDEST_GAP;
+        if (n > 0 && far && !source_.inPlace()) {
             *axis = before;
             break;
         }
@@ -364,8 +364,6 @@ bool Scaler::allocate(int64_t width) {
 OwnScaleResult Scaler::runArea(const OwnShare &area, int64_t x, const Axes &rows, Axes *rowsEnd) {
     const OwnSpan dst = rows_.spans[1];
     const bool direct = !rows_.masked && dst.bytes > 0 && dst.step == channels_;
-    const size_t bytes = samples_ * static_cast<size_t>(bytes_);
-    const bool copies = direct && bytes >= SHORTEST_COPY && method_.rows > 1;
     const bool asksAhead = scale_.rows.step > 1;
     Axes axes = rows;
     for (int64_t y = 0; y < area.height; ++y) {
@@ -379,12 +377,8 @@ OwnScaleResult Scaler::runArea(const OwnShare &area, int64_t x, const Axes &rows
         if (asksAhead && y + 1 < area.height) askForNext(axes.pixels, place);
         for (int plane = 0; plane < planes_; ++plane) {
             uint8_t *there = dst.start + plane * dst.planeStep + y * dst.rowStep + x * dst.step * dst.bytes;
-            if (!makeRow(plane, place, direct && !copies ? there : out_)) return OWN_SCALE_NO_SOURCE;
-            if (!direct) {
-                store(plane, x, y, area.width);
-            } else if (copies) {
-                std::memcpy(there, out_, bytes);
-            }
+            if (!makeRow(plane, place, direct ? there : out_)) return OWN_SCALE_NO_SOURCE;
+            if (!direct) store(plane, x, y, area.width);
         }
     }
     *rowsEnd = axes;

@@ -3,7 +3,6 @@
 #include "geometry/ownzoom.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "core/owncpu.h"
 #include "frame/owntile.h"
@@ -20,9 +19,15 @@ namespace {
 
 // ---------------------------------------------------------------------------------------------------------- positions
 
+// To the nearest, halves to even: in sums of this size the last place of a double is a whole. For what is below 2^51.
+double nearest(double value) {
+    constexpr double whole = 6755399441055744.0;  // 1.5 x 2^52
+    return (value + whole) - whole;
+}
+
 // Rounded down, but what is a trifle below a whole number is that number.
 int64_t wholeOf(const OwnScaleAxis &axis) {
-    const double whole = std::rint(axis.position - 0.49999);
+    const double whole = nearest(axis.position - 0.49999);
     return whole < static_cast<double>(axis.last) ? std::max<int64_t>(static_cast<int64_t>(whole), 0) : axis.last;
 }
 
@@ -41,7 +46,7 @@ OwnScalePlace nextLinear(OwnScaleAxis *axis) {
     OwnScalePlace place = placeAt(whole, 2);
     if (whole < axis->last) {
         const double fraction = axis->position - static_cast<double>(whole);
-        place.weight = static_cast<int32_t>(std::rint(fraction * 16384 - 0.49999));
+        place.weight = static_cast<int32_t>(nearest(fraction * 16384 - 0.49999));
         place.f = static_cast<float>(fraction);
     } else {
         place.first = static_cast<int32_t>(whole - 1);
