@@ -40,7 +40,7 @@ void check(ScalingPair &pair, const BlurCall &call) {
 }
 
 TEST_P(DecimateBlur, agreesWithTheModelOverRandomLayouts) {
-    forEachCase(400, [&](Random &random) {
+    forEachCase(250, [&](Random &random) {
         ScalingPairOptions layouts = options();
         layouts.moderate = !random.oneIn(4);
         ScalingPair pair(random, layouts);
@@ -49,7 +49,7 @@ TEST_P(DecimateBlur, agreesWithTheModelOverRandomLayouts) {
 }
 
 TEST_P(DecimateBlur, agreesWithTheModelOnPlainImages) {
-    forEachCase(200, [&](Random &random) {
+    forEachCase(80, [&](Random &random) {
         ScalingPairOptions plain = options();
         plain.tiled[0] = plain.tiled[1] = 0;
         plain.srcWidth = random.oneIn(4) ? 500 : 100;
@@ -60,7 +60,7 @@ TEST_P(DecimateBlur, agreesWithTheModelOnPlainImages) {
 }
 
 TEST_P(DecimateBlur, agreesWithTheModelOnTiles) {
-    forEachCase(150, [&](Random &random) {
+    forEachCase(80, [&](Random &random) {
         ScalingPairOptions tiled = options();
         tiled.tiled[0] = random.below(2);
         tiled.tiled[1] = tiled.tiled[0] ? random.below(2) : 1;

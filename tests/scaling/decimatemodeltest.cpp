@@ -29,14 +29,14 @@ void check(ScalingPair &pair, const RefRatio &ratio, int interpolate, bool resiz
 }
 
 TEST_P(Decimate, agreesWithTheModelOverRandomLayouts) {
-    forEachCase(600, [&](Random &random) {
+    forEachCase(350, [&](Random &random) {
         ScalingPair pair(random, options());
         check(pair, drawRatio(random, Change::SMALLER), random.below(4), random.oneIn(3));
     });
 }
 
 TEST_P(Decimate, agreesWithTheModelOnPlainImages) {
-    forEachCase(400, [&](Random &random) {
+    forEachCase(150, [&](Random &random) {
         ScalingPairOptions plain = options();
         plain.tiled[0] = plain.tiled[1] = 0;
         plain.srcWidth = random.oneIn(4) ? 900 : 200;
@@ -47,7 +47,7 @@ TEST_P(Decimate, agreesWithTheModelOnPlainImages) {
 }
 
 TEST_P(Decimate, agreesWithTheModelOnTiles) {
-    forEachCase(250, [&](Random &random) {
+    forEachCase(150, [&](Random &random) {
         ScalingPairOptions tiled = options();
         tiled.tiled[0] = random.below(2);
         tiled.tiled[1] = tiled.tiled[0] ? random.below(2) : 1;
@@ -59,7 +59,7 @@ TEST_P(Decimate, agreesWithTheModelOnTiles) {
 
 // Sums of many samples, which are rounded on the way.
 TEST_P(Decimate, meansOfLargeAreasAreRight) {
-    forEachCase(30, [&](Random &random) {
+    forEachCase(8, [&](Random &random) {
         ScalingPairOptions large = options();
         large.srcWidth = 700;
         large.srcHeight = 60;

@@ -36,7 +36,7 @@ void checkAny(Random &random, ScalingPair &pair) {
 }
 
 TEST_P(Zoom, agreesWithTheModelOverRandomLayouts) {
-    forEachCase(500, [&](Random &random) {
+    forEachCase(350, [&](Random &random) {
         ScalingPairOptions layouts = options();
         layouts.moderate = !random.oneIn(4);
         ScalingPair pair(random, layouts);
@@ -45,7 +45,7 @@ TEST_P(Zoom, agreesWithTheModelOverRandomLayouts) {
 }
 
 TEST_P(Zoom, agreesWithTheModelOnPlainImages) {
-    forEachCase(300, [&](Random &random) {
+    forEachCase(150, [&](Random &random) {
         ScalingPairOptions plain = options();
         plain.tiled[0] = plain.tiled[1] = 0;
         plain.srcWidth = random.between(1, 120);
