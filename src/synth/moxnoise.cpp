@@ -92,8 +92,8 @@ bool setUniform(const MoxNoiseParam &param, unsigned depth, OwnNoise *noise, int
 }
 
 void setUniformFloats(const MoxNoiseParam &param, OwnNoise *noise) {
-    const bool ordered = param.lowFlt < param.highFlt;
-    const float low = ordered ? param.lowFlt : param.highFlt, high = ordered ? param.highFlt : param.lowFlt;
+    // A second bound that is no number counts as the first one.
+    const float low = std::min(param.lowFlt, param.highFlt), high = std::max(param.lowFlt, param.highFlt);
     const float scale = (high - low) * 0x1p-32f;
     noise->bias = static_cast<double>(low);
     noise->scale = static_cast<double>(scale);

@@ -35,7 +35,7 @@ struct OwnNoise {
     };
 };
 
-// Samples are added to in place: the source is the destination. What lanes leave out takes no number.
+// A sample of the destination is that of the source and the next number. What lanes leave out takes none.
 struct OwnNoiseRows {
     OwnRowForms uniform[OWN_DEPTHS];
     OwnRowForms gaussian[OWN_DEPTHS];

@@ -413,18 +413,19 @@ struct Noise {
     }
 
     // Memory that is added to next comes while words are drawn.
-    static void ask(const typename D::Sample *d, size_t n) {
-        const size_t bytes = (n < OWN_NOISE_WORDS ? n : OWN_NOISE_WORDS) * sizeof *d;
+    static void ask(const typename D::Sample *a, size_t n) {
+        const size_t bytes = (n < OWN_NOISE_WORDS ? n : OWN_NOISE_WORDS) * sizeof *a;
         for (size_t at = 0; at < bytes; at += 64)
-            __builtin_prefetch(reinterpret_cast<const char *>(d) + at, 1);
+            __builtin_prefetch(reinterpret_cast<const char *>(a) + at, 1);
     }
 
-    static void plain(const void *, const void *, void *d_, size_t n, const OwnConstant &constant) {
+    static void plain(const void *a_, const void *, void *d_, size_t n, const OwnConstant &constant) {
+        const typename D::Sample *a = static_cast<const typename D::Sample *>(a_);
         typename D::Sample *d = static_cast<typename D::Sample *>(d_);
         OwnNoise *noise = of(constant);
         const double bias = noise->bias;
         for (size_t i = 0; i < n;) {
-            if (noise->next == noise->count) ask(d + i, n - i);
+            if (noise->next == noise->count) ask(a + i, n - i);
             refill(noise);
             const Number *numbers = numbersOf(noise, Number{}) + noise->next;
             const size_t left = static_cast<size_t>(noise->count - noise->next);
@@ -433,11 +434,11 @@ struct Noise {
                 // One operand of each sum at most is no number.
                 OWN_ELEMENTWISE
                 for (size_t k = 0; k < count; ++k)
-                    d[i + k] = static_cast<Value>(static_cast<double>(d[i + k]) + bias + numbers[k]);
+                    d[i + k] = static_cast<Value>(static_cast<double>(a[i + k]) + bias + numbers[k]);
             } else {
                 OWN_ELEMENTWISE
                 for (size_t k = 0; k < count; ++k)
-                    d[i + k] = Kind::add(d[i + k], numbers[k], bias);
+                    d[i + k] = Kind::add(a[i + k], numbers[k], bias);
             }
             i += count;
             noise->next += static_cast<int>(count);
@@ -445,9 +446,10 @@ struct Noise {
     }
 
     // By blocks, for each of which the numbers are laid out under its lanes first.
-    static void masked(const void *, const void *, void *d_, size_t n, const OwnConstant &constant,
+    static void masked(const void *a_, const void *, void *d_, size_t n, const OwnConstant &constant,
                        const void *lanes_) {
         constexpr size_t BLOCK = 64;
+        const typename D::Sample *a = static_cast<const typename D::Sample *>(a_);
         const typename D::Lane *lanes = static_cast<const typename D::Lane *>(lanes_);
         typename D::Sample *d = static_cast<typename D::Sample *>(d_);
         OwnNoise *noise = of(constant);
@@ -462,7 +464,7 @@ struct Noise {
             }
             OWN_ELEMENTWISE
             for (size_t k = 0; k < count; ++k)
-                d[i + k] = ownSelect<D>(lanes[i + k], Kind::add(d[i + k], spread[k], bias), d[i + k]);
+                d[i + k] = ownSelect<D>(lanes[i + k], Kind::add(a[i + k], spread[k], bias), d[i + k]);
         }
     }
 

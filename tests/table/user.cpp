@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "support/scene.h"
 #include "table/examples.h"
 
 namespace {
