@@ -410,6 +410,12 @@ const uint8_t *Scaler::ringRow(int plane, int64_t y) {
 bool Scaler::makeRow(int plane, const OwnScalePlace &place, uint8_t *out) {
     if (scale_.box > 0) return makeBoxes(plane, place, out);
     if (!method_.down) return makeMeans(plane, place, out);
+    // Windows that have no row in common need no ring.
+    if (method_.both && columns_.base && source_.inPlace() && scale_.rows.step >= 2) {
+        method_.both(source_.row(plane, place.first), source_.row(plane, int64_t{place.first} + 1), place, columns_,
+                     out, samples_);
+        return true;
+    }
     const void *rows[4];
     for (int k = 0; k < method_.rows; ++k) {
         // A row before the first has no weight, and one behind a window of one row is not looked at.

@@ -50,6 +50,10 @@ using OwnScaleAcross = void (*)(const uint8_t *src, void *row, const OwnScaleCol
 // Rows of the ring into n samples of the destination.
 using OwnScaleDown = void (*)(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n);
 
+// Both at once, for two source rows that no other row of the destination needs.
+using OwnScaleBoth = void (*)(const uint8_t *upper, const uint8_t *lower, const OwnScalePlace &place,
+                              const OwnScaleColumns &columns, uint8_t *out, size_t n);
+
 // What the weights of a column are made of.
 enum OwnScaleWeights {
     OWN_WEIGHTS_NONE,
@@ -68,6 +72,7 @@ struct OwnScaleMethod {
     int taps;           // pixels of a row that across takes; 0 for means, which take as many as there are
     OwnScaleWeights weights;
     OwnScalePick pick;
+    OwnScaleBoth both = nullptr;  // by shuffles, or null
 };
 
 // Depths that are scaled. Bits come as bytes 0 and 1.
