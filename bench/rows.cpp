@@ -4,13 +4,13 @@
 #include <algorithm>
 
 extern const Family alphaFamily, colorFamily, depthFamily, filterFamily, rankFamily, bitmapFamily, geometryFamily,
-    transformFamily, measuresFamily;
+    transformFamily, measuresFamily, synthFamily;
 
 namespace {
 
 // The families that have tables, in the order of the page.
-const Family *const allFamilies[] = {&alphaFamily,  &colorFamily,    &depthFamily,     &filterFamily,  &rankFamily,
-                                     &bitmapFamily, &geometryFamily, &transformFamily, &measuresFamily};
+const Family *const allFamilies[] = {&alphaFamily,  &colorFamily,    &depthFamily,     &filterFamily,   &rankFamily,
+                                     &bitmapFamily, &geometryFamily, &transformFamily, &measuresFamily, &synthFamily};
 
 Goal entryGoal(const Entry &entry, int depth, int size) {
     for (const EntryGoal &goal : entry.goals) {

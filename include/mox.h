@@ -280,14 +280,14 @@ struct MoxImage;
  * A tile is in hand from its request until its release, and must stay where it is, whatever else is requested
  * meanwhile. How many tiles of an image are in hand at once:
  *
- *   element by element   arithmetic and logic, moxSet, moxReduceBits, single pixels: one, released before the next is
- *                        requested. An image that is both sources of a call is served for each of them, which makes
- *                        two, and these may be the same tile.
- *   rectangles           a source of moxConvertToDIB or of a neighbourhood filter (moxBlur to moxClose), that of moxCopy
- *                        or moxMirror between two tiled images, an image that moxMirror mirrors in place, and the first
- *                        image of moxExchange between two: a row of tiles, as far as the rectangle reaches, at most all
- *                        columns of the image. They are requested one after the other, in either direction, and released
- *                        together, the last one first. A destination: one.
+ *   element by element   arithmetic and logic, moxSet, moxReduceBits, moxNoiseImage, single pixels: one, released before
+ *                        the next is requested. An image that is both sources of a call is served for each of them,
+ *                        which makes two, and these may be the same tile.
+ *   rectangles           a source of moxConvertToDIB, of moxUserProcess and its like, or of a neighbourhood filter
+ *                        (moxBlur to moxClose), that of moxCopy or moxMirror between two tiled images, an image that
+ *                        moxMirror mirrors in place, and the first image of moxExchange between two: a row of tiles, as
+ *                        far as the rectangle reaches, at most all columns of the image. They are requested one after
+ *                        the other, in either direction, and released together, the last one first. A destination: one.
  *
  * A tile may be requested several times in an operation. A release does not say what for the tile was requested: what
  * has been requested by MOX_TileWrite since it was last kept may have changed. After a request has been refused, the
@@ -2103,6 +2103,203 @@ MOX_EXPORT void MOX_CALL moxGetPerspectiveTransformROI(MoxROI *roi, double coeff
 MOX_EXPORT void MOX_CALL moxGetRotateShift(double xCenter, double yCenter, double angle, double *xShift, double *yShift);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Warps
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** How samples between pixels are found: the argument `interpolate`. */
+enum {
+    MOX_INTER_NN = 0,     /**< the nearest neighbour */
+    MOX_INTER_LINEAR = 1, /**< between 2 x 2 pixels */
+    MOX_INTER_CUBIC = 2,  /**< between 4 x 4 pixels: third-order Lagrange, which passes through the pixels */
+    MOX_INTER_SUPER = 3,  /**< the mean of the area that a pixel comes from; only where images get smaller */
+    MOX_SMOOTH_EDGE = 16  /**< or-ed to a kind: the edges of a warped image are smoothed */
+};
+
+/**
+ * Warps: every pixel of the destination that a map takes from within the source's region gets one interpolated sample of
+ * the source there; all others keep their values. Coordinates, coefficients and quadrangles are those of "Quadrangles and
+ * maps": pixels of the whole images, whatever their regions, and a region's corners are its outermost pixels' centres.
+ *
+ * moxWarpAffine takes a pixel of the source at (x, y) to
+ *
+ *   x' = c00 x + c01 y + c02,   y' = c10 x + c11 y + c12
+ *
+ * moxWarpBilinearQ and moxWarpPerspectiveQ take a quadrangle. With warpFlag 0 it lies in the destination, and the source's
+ * region is warped onto it; edges are part of it. With warpFlag 1 it lies in the source, and what is in it is warped onto
+ * the destination's region; pixels that come from beyond the source's region (a position counts as within up to its
+ * outermost pixels' centres) keep their values. moxWarpBilinear and moxWarpPerspective make the quadrangle from
+ * coefficients: with warpFlag 0 it is where they take the source's region, with 1 where they take the destination's.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders; the channels of interest, or all but alpha. Of the masks only the destination's
+ * counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written. Origins must be equal, and mean
+ * nothing else. Tiled images give the same results.
+ *
+ * Kinds. Images of bits, and sources one pixel wide or high (their regions, as everywhere here), take the nearest
+ * neighbour; for cubic samples a source less than 4 pixels wide or high takes linear ones. With the fractions f, g of a
+ * position and weights of 14 bits in 8-bit images:
+ *
+ *                     affine                                        bilinear, perspective
+ *   positions         16.16 fixed point for all of nearest          float; a perspective row in steps of four pixels
+ *                     neighbour and for 8U linear; double for 16U   from its first one, bilinear rows in double and
+ *                     linear and all cubic; float for 32F linear    then stored
+ *   nearest           half up                                       half to even
+ *   linear 8U         halves up, after rows kept to 6 bits          the same with 33 in place of half the unit
+ *   linear 16U        in double, then to nearest                    the same
+ *   linear 32F        in float                                      in double, then stored
+ *   cubic 8U          positions to 1/512; rows kept to 6 bits, halves up
+ *   cubic 16U, 32F    exact weights, in double and in float
+ *
+ * Positions are affine maps' inverses evaluated at each pixel, but for cubic samples (in double) and linear ones at 32F (in
+ * float), which step from the row's first pixel that is written; perspective positions are quotients of floats, bilinear
+ * ones are evaluated at each pixel. Those rows are counted from that first pixel also where a mask or tiles divide them.
+ * What lies between p and q by a fraction f is p (1 - f) + q f, first along x. Windows that would leave the source's region
+ * are moved into it. Positions that rounding takes a little beyond the region's edge are computed as they are, and what
+ * leaves the depth's range is saturated.
+ *
+ * MOX_SMOOTH_EDGE (warpFlag 0, not for bits): along edges that are neither vertical nor horizontal the pixel just outside
+ * is mixed with its neighbour inside, by how much of it the quadrangle covers. Whatever surrounds the quadrangle must be
+ * there before.
+ *
+ * Failures. Of the first group all are reported, in this order, but a null image at once ends the call: "Incorrect Image"
+ * of the source, of the destination; -5 "srcImage->depth != dstImage->depth"; "srcImage->origin != dstImage->origin";
+ * "srcImage->dataOrder != dstImage->dataOrder" (not for bits or one channel each); "srcImage->depth & MOX_DEPTH_SIGN";
+ * bilinear and perspective "warpFlag != 0 && warpFlag != 1"; "This function is not in-place function" for one header
+ * twice. Then, the first of: -27 "coeffs == 0", "quad == 0"; affine -5 "Determinant of transform matrix == 0.0" (1e-07 or
+ * less, or no number), a region outside the image as reported by moxGetAffineQuad, then as -1 with an empty message;
+ * bilinear and perspective "Quadrangle is degenerate to triangle or length or point", "Quadrangle is concave";
+ * "interpolate != MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage Rectangle
+ * ROI is degenerate to length or point", for warpFlag 1 "dstImage Rectangle ROI is degenerate to length or point", where
+ * that region is not at least 2 x 2; "Number of processed channels of srcImage != Number of processed channels of
+ * dstImage"; -1 with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to write". A
+ * region outside the image of which nothing is asked leaves nothing to do.
+ *
+ * moxWarpBilinear and moxWarpPerspective report as the functions in Q do, but for the quadrangle: what fails there is
+ * reported by moxGetBilinearQuad or moxGetPerspectiveQuad, then as -1 with an empty message by the function itself.
+ */
+MOX_EXPORT void MOX_CALL moxWarpAffine(MoxImage *srcImage, MoxImage *dstImage, double coeffs[2][3], int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpBilinear(MoxImage *srcImage, MoxImage *dstImage, double coeffs[2][4], int warpFlag,
+                                         int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpBilinearQ(MoxImage *srcImage, MoxImage *dstImage, double quad[4][2], int warpFlag,
+                                          int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpPerspective(MoxImage *srcImage, MoxImage *dstImage, double coeffs[3][3], int warpFlag,
+                                            int interpolate);
+MOX_EXPORT void MOX_CALL moxWarpPerspectiveQ(MoxImage *srcImage, MoxImage *dstImage, double quad[4][2], int warpFlag,
+                                             int interpolate);
+
+/**
+ * Shears: moxWarpAffine with x' = x + xShear y + xShift, y' = yShear x + y + yShift, under whose name it reports.
+ */
+MOX_EXPORT void MOX_CALL moxShear(MoxImage *srcImage, MoxImage *dstImage, double xShear, double yShear, double xShift,
+                                  double yShift, int interpolate);
+
+/**
+ * Rotates by an angle in degrees, counter-clockwise on a screen, about the pixel (0, 0), and shifts; moxGetRotateShift
+ * gives the shifts that make it turn about another point. It is moxWarpAffine with x' = c x + s y + xShift and
+ * y' = -s x + c y + yShift for the angle's cosine c and sine s, under whose name it reports.
+ *
+ * A turn by 90, 180 or 270 degrees (or whole turns beside them) with shifts of whole numbers, between images without
+ * tiles, copies pixels: (x, y) comes to (y + xShift, yShift - x) by 90 degrees, to (xShift - x,
+ * yShift - y) by 180, to (xShift - y, x + yShift) by 270. `interpolate` means nothing then, regions may be of any size,
+ * and those that lie outside leave nothing to do; depths and failures of the first group are those of the warps, and the
+ * numbers of channels must agree, but reports name moxRotate.
+ */
+MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, double angle, double xShift, double yShift,
+                                   int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Zoom, decimation, resizing
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Enlarges or shrinks the source's region, W x H pixels, by xDst / xSrc and yDst / ySrc, which are taken as they are,
+ * unreduced. Depths 1U, 8U, 16U, 32F; both orders, which must be equal; not in place. Both regions count from their
+ * corners: pixel 0 of one comes from pixel 0 of the other. The zoomed size is Zx = W xDst / xSrc, Zy = H yDst / ySrc;
+ * written are the whole pixels of it, at most the destination's region, and nothing where that is empty. Pixels of
+ * several channels: those of interest, or all but alpha.
+ *
+ * moxZoom makes no axis smaller. moxResize takes any ratio: with MOX_INTER_SUPER it is moxDecimate, with the other kinds
+ * it computes as moxZoom does. What moxZoom and moxDecimate make of one ratio differs: they have different positions and
+ * different arithmetic.
+ *
+ * Kinds. MOX_INTER_NN: pixel i takes pixel [p], p the sum of i steps of W / Zx (in double). Tiled images, and linear and
+ * cubic samples, have steps of (W - 1) / (Zx - 1), 0 where Zx is at most 1: the first and last pixels of the source and of
+ * the zoomed image lie on one another. [p] is p rounded down, but up to 0.00001 below a whole number is that number.
+ * Bits, and sources of a width or height of 1, take the nearest neighbour whatever the kind.
+ *
+ * MOX_INTER_LINEAR, with a = 16384 (1 - f) and b = 16384 f as whole numbers, a + b = 16384, f = p - [p]:
+ *
+ *   8U    (p0 a + p1 b) >> 8 along the row, then (r0 a + r1 b) >> 20 down the columns
+ *   16U   >> 15, then >> 13
+ *   32F   p0 (1 - f) + p1 f, twice
+ *
+ * Nothing is rounded up: a ratio of 1 gives bytes and floats as they are, and 16-bit samples without their lowest bit.
+ *
+ * MOX_INTER_CUBIC, from 4 samples a, b, c, d (4 x 4 pixels; sources less than 4 wide or high take linear samples), in
+ * float, along the row and then down:
+ *
+ *   a + t (b - a) + u d2 + v d3,   d2 = c - b - (b - a),   d3 = b - 2 c + d - d2
+ *   t = 1 + f,   u = 0.5 t f,   v = 0.33333334 (f - 1) u
+ *
+ * where b is pixel [p] and windows that would leave the source's region are moved into it, f with them; integers are
+ * rounded to the nearest, halves to even, and clamped.
+ *
+ * Masks: the source's is resized to the result by the nearest neighbour, the destination's is taken as it is, and pixels
+ * that have a bit of 0 in either, or lie beyond it, are not written.
+ *
+ * Failures of moxZoom: -5 "xDst < xSrc || yDst < ySrc"; then, the first of: "Incorrect Image"; -5 "interpolate !=
+ * MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage->depth != dstImage->depth";
+ * "srcImage->depth != MOX_DEPTH_1U && srcImage->depth != MOX_DEPTH_8U && srcImage->depth != MOX_DEPTH_16U && srcImage->depth
+ * != MOX_DEPTH_32F"; "srcImage->dataOrder != dstImage->dataOrder"; "xDst <= 0 || xSrc <= 0"; "yDst <= 0 || ySrc <= 0"; "This
+ * function isn`t in-plase function"; -2 "Error get tile to write"; -5 "srcImage COI != dstImage COI" where one has another
+ * than the other (0 for none), or where none has one and the numbers of channels differ; each with -1 and an empty
+ * message behind it, which stands alone where memory runs out or a tile of the source is not delivered. Origins are not
+ * compared.
+ *
+ * moxResize reports what moxZoom does under that name, and -1 under its own. With MOX_INTER_SUPER: -5 "(xDst > xSrc || yDst
+ * > ySrc)", then the reports of moxDecimate and -1 with an empty message.
+ */
+MOX_EXPORT void MOX_CALL moxZoom(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                 int interpolate);
+MOX_EXPORT void MOX_CALL moxResize(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                   int interpolate);
+
+/**
+ * Shrinks the source's region by xDst / xSrc and yDst / ySrc. Depths, regions and the number of pixels that are written
+ * are those of moxZoom.
+ *
+ * Positions are floats: they begin at 0 and grow by (float) xSrc / (float) xDst from each pixel to the next, and so down
+ * the rows; their rounding shows. One that rounding carries past the source's last pixel stays on it. An axis whose xSrc
+ * is a multiple of xDst has whole steps.
+ *
+ *   MOX_INTER_NN      the pixel at the whole part of the position, which begins at 0.5 on an axis without whole steps
+ *   MOX_INTER_LINEAR  p0 (1 - f) + p1 f in float, on axes without whole steps, along the row first; integers are cut off
+ *   MOX_INTER_CUBIC   on the same axes (6 b + f (-2 a - 3 b + 6 c - d) + f f (3 a - 6 b + 3 c) + f f f (-a + 3 b - 3 c + d))
+ *                     0.16666667 of the 4 pixels around, in float; a window that would pass the last pixel moves back by
+ *                     one, and f becomes f + 1; integers are rounded to the nearest and clamped
+ *   MOX_INTER_SUPER   the mean of the area that the pixel covers, in float: pixels on its sides count by the part that is
+ *                     inside (a side up to 0.0001 before a whole number is on it), rows first; integers and bits are
+ *                     rounded half up
+ *
+ * The nearest neighbour is taken for any kind where the source is less than 4 pixels wide or high, for linear and cubic
+ * samples where both axes have whole steps, and for both of bits.
+ *
+ * Of the masks the destination's counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written.
+ * Tiled images give the results of plain ones.
+ *
+ * Failures are reported under the name "Decimate", one after the other: "Incorrect Image", which ends the call; -5 "srcImage
+ * == dstImage"; -17 "srcImage->depth != dstImage->depth"; "depth != 1U, 8U, 16U or 32F"; -20 "srcImage->origin !=
+ * dstImage->origin"; -19 "srcImage->dataOrder != dstImage->dataOrder"; -24 "srcImage->roi->coi > 0 && dstImage->roi->coi == 0"
+ * and "dstImage->roi->coi > 0 && srcImage->roi->coi == 0", where the image without has more channels than one (alpha not
+ * counted); -15 "srcImage->nChannels != dstImage->nChannels" where none has a coi; -5 "interpolate != MOX_INTER_NN,
+ * MOX_INTER_LINEAR, MOX_INTER_CUBIC or MOX_INTER_SUPER"; "xDst <= 0"; "xSrc <= 0"; "yDst <= 0"; "ySrc <= 0"; "xDst > xSrc";
+ * "yDst > ySrc". Then -3 "srcImage->tileInfo->callBack crash" and "dstImage->tileInfo->callBack crash" for a tile that is not
+ * delivered, the first also where memory for a part of the source is missing; -4 "Out of memory", for the means of areas
+ * "Can't create temporary buffer for interpolate = MOX_INTER_SUPER" under the name moxDecimate.
+ */
+MOX_EXPORT void MOX_CALL moxDecimate(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                     int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Geometry
  * ---------------------------------------------------------------------------------------------------------------- */
 
@@ -2120,6 +2317,196 @@ MOX_EXPORT void MOX_CALL moxGetRotateShift(double xCenter, double yCenter, doubl
  * "Error get tile to read", also where memory for a part of it is missing, and "Error get tile to write".
  */
 MOX_EXPORT void MOX_CALL moxMirror(MoxImage *srcImage, MoxImage *dstImage, int flipAxis);
+
+/**
+ * Takes every pixel from where two maps say: the pixel (i, j) of the destination's region gets the sample of the source at
+ * (x, y), where x and y are the values of xMap and yMap at (i, j) of their regions, in pixels of the whole source image. The
+ * area is what the regions of the destination, its mask and both maps have in common. A position counts if, as bit patterns
+ * taken for signed integers, left <= x <= right and top <= y <= bottom for the outermost pixels of the source's region as
+ * floats; for others, such as anything with a sign (-0.0 too) or not a number, the pixel keeps its value.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders; the channels of interest, or all but alpha. Of the masks only the destination's
+ * counts. MOX_SMOOTH_EDGE means nothing here. Kinds are those of the bilinear and perspective warps, and so is what small
+ * sources and bits take instead, but for the nearest neighbour: that is rint(x - 0.4999999) in double, the pixel at or
+ * before the position. Windows that would leave the source's region are moved into it; linear samples on the last column or
+ * row take the one before it along.
+ *
+ * On tiles the destination's are gone through one by one. A tiled source is read as a whole before, as the rectangle of its
+ * region, and of tiled maps the rectangle of each tile. The result is that of plain images.
+ *
+ * Failures. Of these all are reported, in this order, but a null image at once ends the call: "Incorrect Image" of the
+ * source, xMap, yMap, the destination; -5 "srcImage->depth != dstImage->depth"; "srcImage->origin != dstImage->origin";
+ * "srcImage->dataOrder != dstImage->dataOrder" (not for bits or one channel each); "(srcImage->depth & MOX_DEPTH_SIGN)";
+ * "xMap->depth != MOX_DEPTH_32F || xMap->nChannels != 1 || xMap->alphaChannel != 0", the same of yMap; "This function is not
+ * in-place function" for one header as source and destination; "interpolate != MOX_INTER_NN && interpolate !=
+ * MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC". Then "Number of processed channels of srcImage != Number of processed
+ * channels of dstImage"; -1 with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to
+ * write".
+ */
+MOX_EXPORT void MOX_CALL moxRemap(MoxImage *srcImage, MoxImage *xMap, MoxImage *yMap, MoxImage *dstImage, int interpolate);
+
+/**
+ * Makes an image smaller by xDst / xSrc and yDst / ySrc, and smooth at the same time: every pixel is the mean of an area of
+ * xMaskSize x yMaskSize pixels about its place in the source, or lies between such means. A size of 0 stands for
+ * rint(xSrc / xDst + 1e-05), and so in y.
+ *
+ * With W for the width of the source's region and Z = xDst W / xSrc, in double, the first columns of the destination's
+ * region are written, as many as the whole part of Z. Their places p begin at 0 and go on by k, added up in double: k is 1
+ * where xSrc is xDst, else (W - 1) / (Z - 1); with Z not above 1 nothing is done. ix = rint(p - 0.49999), at most W - 1, and
+ * f = p - ix as float. Rows likewise.
+ *
+ *   mean(ix, iy)   of the source's columns ix - xMaskSize / 2 (rounded down) and the following, xMaskSize in all, and the
+ *                  same rows, as far as they are in the region: in float, every column's sum from its top row on, then the
+ *                  sum of these from the left on, divided by the number of pixels
+ *   nearest        mean(ix, iy); so are all kinds for bits, where both ratios are 1, and for regions narrower or lower than
+ *                  2 pixels
+ *   linear         p (1 - f) + q f of the means at ix and ix + 1, then of these values at iy and iy + 1, in float; at the
+ *                  last column ix is one less and f is 1
+ *   cubic          of the means at c - 1, c, c + 1, c + 2, called a, b, q, d: a + t (b - a) + u d2 + v d3 with d2 = q - b -
+ *                  (b - a), d3 = b - 2 q + d - d2, t = 1 + f, u = 0.5 t f, v = 0.33333334 (f - 1) u, in float from the
+ *                  left on; then the same of these values in y. c = ix and f = p - c, but c = W - 3 and f = 2 at the last
+ *                  column, c = W - 3 at the one before it, and c = 1 at the first. Regions narrower or lower than 4 pixels
+ *                  take linear
+ *
+ * Integers are stored as floor(value + 0.5), clamped; a bit is set from a mean of 0.5 on; floats as they are.
+ *
+ * Depths 1U, 8U, 16U, 32F; both orders. Channels are the channels of interest, which both images must name or neither, or
+ * all but alpha, as many as both images have. Of the masks only the destination's counts. Origins mean nothing. Tiled
+ * images give the same results; of a tiled source rectangles are read.
+ *
+ * Failures: -5 "interpolate != MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "Incorrect
+ * Image"; of these all: "(srcImage->depth!=dstImage->depth)", "(srcImage->dataOrder!=dstImage->dataOrder)",
+ * "(srcImage->alphaChannel!=dstImage->alphaChannel)", "(srcImage->depth & MOX_DEPTH_SIGN)"; then the first of: "This function
+ * isn`t in-plase function" for one header twice; "(xDst>xSrc||yDst>ySrc)"; "((xDst <= 0)||(yDst<=0))"; "((xSrc <=
+ * 0)||(ySrc<=0))"; "(xMaskSize<0||yMaskSize<0)"; "srcImage->roi->coi > 0 && dstImage->roi == NULL"; "srcImage->roi->coi > 0
+ * && dstImage->roi->coi == 0"; "dstImage->roi->coi > 0 && srcImage->roi == NULL"; "dstImage->roi->coi > 0 &&
+ * srcImage->roi->coi == 0"; "srcImage->roi->xOffset >= srcImage->width", the same of yOffset and height; both of dstImage; -1
+ * with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to write".
+ */
+MOX_EXPORT void MOX_CALL moxDecimateBlur(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                         int interpolate, int xMaskSize, int yMaskSize);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Pixels by the caller's functions
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** The caller's function of a sample, of one as a float, and of a pixel: see moxUserProcess. */
+typedef int(MOX_CALL *MoxUserFunc)(int sample);
+typedef float(MOX_CALL *MoxUserFuncFP)(float sample);
+typedef void(MOX_CALL *MoxUserFuncPixel)(MoxImage *srcImage, void *srcPixel, MoxImage *dstImage, void *dstPixel);
+
+/**
+ * dst = cbFunc(src), sample by sample, clamped to the range of the depth. 8U, 8S, 16U, 16S, 32S; in place or not.
+ *
+ * Every sample is read once, just before its call, and stored right behind it. Rows go from the top in memory; in pixel
+ * order by pixel, and by channel within the pixel; in plane order each plane as a whole. A channel that is alpha in
+ * either image is left out. Where a mask's bit is 0 there is neither a call nor a store. Tiled images go tile by tile,
+ * those of the destination, or of the source where the destination is plain; of a source that is not the destination
+ * each tile's share is read as a rectangle, or where it stands if one tile has all of it.
+ *
+ * What the function may do: anything but change the images' headers, masks, regions and tile records, or give back their
+ * memory, before the call is over. The status word is its own to set: no fault of the function ends the work, which
+ * moxUserProcessPixel alone looks for.
+ *
+ * An image with a coi goes with one that has one, and with one of a single channel. Unlike elsewhere an empty region is a
+ * fault. Failures, in this order: "Incorrect Image" (source, destination); -20 "srcImage->origin != dstImage->origin";
+ * -19 "srcImage->dataOrder != dstImage->dataOrder"; -5 "cbFunc == NULL"; -17 "srcImage->depth != dstImage->depth"; -24
+ * "srcImage->roi->coi > 0 && dstImage->roi->coi == 0", "dstImage->roi->coi > 0 && srcImage->roi->coi == 0"; without a
+ * coi -15 "srcImage->nChannels != dstImage->nChannels"; -15 "nChannels == 0" where alpha alone is left; -17 "depth ==
+ * MOX_DEPTH_1U", "depth == MOX_DEPTH_32F"; -25 "width <= 0", "height <= 0"; -1 "while mask creating", the masks being
+ * combined in a copy; -2 "Error get tile to write", "Error get tile to read" (also where memory for a part of the source
+ * is missing), which end the walk with what was stored before; every other tile in hand is given back.
+ */
+MOX_EXPORT void MOX_CALL moxUserProcess(MoxImage *srcImage, MoxImage *dstImage, MoxUserFunc cbFunc);
+
+/**
+ * moxUserProcess in floats, also of depth 32F. Integers are converted to single precision (at 32S low bits may be lost);
+ * what the function returns is clamped to the range of the depth and cut toward zero, and what is no number gives the
+ * lowest value. At 32F it is stored as it is. Depths but 1U.
+ */
+MOX_EXPORT void MOX_CALL moxUserProcessFP(MoxImage *srcImage, MoxImage *dstImage, MoxUserFuncFP cbFunc);
+
+/**
+ * Calls cbFunc with each pixel of the source and the destination, which it may write as it likes. Depths but 1U.
+ *
+ * The function gets the caller's own headers and the addresses of the pixels' first processed samples. In pixel order
+ * these are the samples where they stand, at any address, in place the same for both. In plane order, where the channels
+ * of a pixel lie apart, it gets copies of the processed ones, one after the other: of the source, and of the destination
+ * as it is before the call, which is stored behind it. All planes of a pixel are processed together.
+ *
+ * The function ends the work by leaving a status other than 0: its pixel is still stored, -1 "in cbFunc call" is
+ * reported, and its status stays in the status word. A status from before the call is put aside meanwhile and comes back
+ * if nothing fails. Failures as those of moxUserProcess; in plane order -4 "No memory for temporal array".
+ */
+MOX_EXPORT void MOX_CALL moxUserProcessPixel(MoxImage *srcImage, MoxImage *dstImage, MoxUserFuncPixel cbFunc);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Noise and test images
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** Kinds of noise. */
+enum { MOX_NOISE_UNIFORM = 0, MOX_NOISE_GAUSSIAN = 1 };
+
+/** The noise that moxNoiseImage adds. Integer depths use the integers, 32F the floats. */
+typedef struct MoxNoiseParam {
+    int noise;     /**< a MOX_NOISE_ value */
+    unsigned seed; /**< any number: equal seeds give equal noise */
+    int lowInt;    /**< uniform: one bound; Gaussian: mean */
+    int highInt;   /**< uniform: the other bound; Gaussian: standard deviation */
+    float lowFlt;
+    float highFlt;
+} MoxNoiseParam;
+
+/** Sets noise, seed and the bounds of uniform noise for integer depths. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseUniformInit(MoxNoiseParam *noiseParam, unsigned seed, int lowInt, int highInt);
+/** Sets noise, seed and the bounds of uniform noise for depth 32F. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseUniformInitFP(MoxNoiseParam *noiseParam, unsigned seed, float lowFlt, float highFlt);
+/** Sets noise, seed, mean and deviation of Gaussian noise for integer depths. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseGaussianInit(MoxNoiseParam *noiseParam, unsigned seed, int mean, int stDev);
+/** Sets noise, seed, mean and deviation of Gaussian noise for depth 32F. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseGaussianInitFP(MoxNoiseParam *noiseParam, unsigned seed, float mean, float stDev);
+
+/**
+ * Adds noise to the processed channels of an image's region, in place. All depths but 1U. The seed alone decides the
+ * noise: sample by sample it is the same on every machine, processor and system.
+ *
+ *   uniform, integers  sample + low + trunc(r (high - low) / 2^32), r being the generator's next word, for bounds in any
+ *                      order; clamped to the range of the depth, at 32S modulo 2^32. Below 32 bits the bounds are first
+ *                      cut to -max and max, the largest number that an unsigned sample of that size has; if both lie at or
+ *                      beyond one of these ends, the region is set to that end of the depth's range instead (moxSet).
+ *   uniform, 32F       (sample + low) + r scale in double precision, rounded once; scale is (high - low) / 2^32 in single
+ *                      precision
+ *   Gaussian, integers sample + mean + trunc(deviate x stDev), clamped to the range of the depth, 32S too
+ *   Gaussian, 32F      (sample + mean) + deviate x stDev in double precision, rounded once
+ *
+ * The generator adds a congruential sequence to a subtract-with-borrow one; deviates are made in pairs by Marsaglia's
+ * polar method, and the second of a pair is used with the sample that follows, in the next row, plane or tile where
+ * there it stands. Samples are visited row by row, in pixel order by pixel and by channel within the pixel; in plane order
+ * plane by plane; in a tiled image tile by tile. What a mask leaves out draws nothing from the generator.
+ *
+ * Returns 0 or the status reported: "Incorrect Image" with the header's fault; -5 "(noiseParam == 0)", "(image->depth ==
+ * 1)", "((noiseParam->noise != MOX_NOISE_UNIFORM) && (noiseParam->noise != MOX_NOISE_GAUSSIAN))",
+ * "(image->tileInfo->tileData == 0)"; -1 with an empty message where moxSet has failed, whose status is returned.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxNoiseImage(MoxImage *image, MoxNoiseParam *noiseParam);
+
+/**
+ * A new gray image of rings that grow finer from the centre outward (B. Jaehne's test pattern), by which filters and
+ * changes of size show what they do at each frequency. With the distance d of a pixel from the centre
+ * ((width - 1) / 2, (height - 1) / 2) and s = sin(2 pi d^2 / (4 height)), in double precision, the pixel is
+ *
+ *   1U   trunc((s + 1) 0.99999)
+ *   8U   trunc((s + 1) 127.99999)     8S   trunc(s 127.99999)
+ *   16U  trunc((s + 1) 32767.99999)   16S  trunc(s 32767.99999)    32S  trunc(s 2147483647.99999)
+ *   32F  (s + 1) 0.49999
+ *
+ * The height alone sets the scale. The sine is the library's own, right to the last place or nearly so: the image is the
+ * same everywhere. It has one channel, "GRAY", origin top left, align 32, padding of 0, and goes back by
+ * moxDeallocate(image, MOX_FreeHeader | MOX_FreeData). Null after a failure: -10 where width or height is below 1, -17 for
+ * an unknown depth, each with its text from moxErrorStr; -4 "Not enough memory to allocate header for ImageJaehne", "Not
+ * enough memory to allocate imageData for ImageJaehne".
+ */
+MOX_EXPORT MoxImage *MOX_CALL moxCreateImageJaehne(int depth, int width, int height);
 
 #ifdef __cplusplus
 }

@@ -143,6 +143,102 @@ void ownFitPerspective(const OwnCorners &corners, const double quad[4][2], doubl
     c[8] = 1.0 - r.left * c[6] - r.top * c[7];
 }
 
+bool ownInvertAffine(const OwnCorners &corners, const double quad[4][2], double coeffs[6]) {
+    const Frame r(corners);
+    const double x0 = quad[0][0], y0 = quad[0][1];
+    const double dx01 = quad[1][0] - x0, dy01 = quad[1][1] - y0;
+    const double dx12 = quad[2][0] - quad[1][0], dy12 = quad[2][1] - quad[1][1];
+    const double area = dx01 * dy12 - dx12 * dy01;
+    double *c = coeffs;
+    c[0] = dy12 * r.width / area;
+    c[1] = -dx12 * r.width / area;
+    c[2] = r.left - c[1] * y0 - c[0] * x0;
+    c[3] = -dy01 * r.height / area;
+    c[4] = dx01 * r.height / area;
+    c[5] = r.top - c[3] * x0 - c[4] * y0;
+    return area > 0;
+}
+
+// The adjugate does as well as the inverse, since a common factor means nothing.
+bool ownInvertPerspective(const OwnCorners &corners, const double quad[4][2], double coeffs[9]) {
+    double forward[9];
+    ownFitPerspective(corners, quad, forward);
+    const auto [a, b, c, d, e, f, g, h, i] = forward;
+    double *out = coeffs;
+    out[0] = e * i - h * f;
+    out[1] = h * c - b * i;
+    out[2] = b * f - e * c;
+    out[3] = g * f - d * i;
+    out[4] = i * a - g * c;
+    out[5] = c * d - f * a;
+    out[6] = d * h - g * e;
+    out[7] = g * b - h * a;
+    out[8] = a * e - d * b;
+    return ownSides(quad).t0 > 0;
+}
+
+void ownInvertBilinear(const OwnCorners &corners, const double quad[4][2], MoxInverseBilinear *inverse) {
+    constexpr double PARALLEL = 1e-10;
+    const Frame r(corners);
+    const OwnSides q = ownSides(quad);
+    const double x0 = quad[0][0], y0 = quad[0][1];
+    const double sx = q.c + q.b, sy = q.g + q.f;
+    const double p = q.c * q.f - q.b * q.g, o = q.d * q.e - q.h * q.a, s = q.a * q.f - q.b * q.e;
+    const double pw = p / r.width, oh = o / r.height;
+    const bool hasP = std::fabs(p) > PARALLEL, hasO = std::fabs(o) > PARALLEL;
+    double *m = inverse->m;
+    double start8 = 0, start9 = r.top;
+    m[3] = 0;
+    if (hasP && hasO) {
+        const double k = 1 / (2 * pw);
+        inverse->form = OWN_BY_ROOT;
+        m[0] = -sy * k;
+        m[1] = sx * k;
+        m[2] = -s * k - (m[1] * y0 + m[0] * x0);
+        m[3] = -pw / oh;
+        m[4] = q.e * r.width / pw;
+        m[5] = -sy / oh;
+        m[6] = -q.a * r.width / pw;
+        m[7] = sx / oh;
+        m[10] = r.left;
+    } else if (hasO) {
+        inverse->form = OWN_BY_WIDTH;
+        m[0] = sy;
+        m[1] = -sx;
+        m[2] = s - (m[1] * y0 + m[0] * x0);
+        m[4] = -q.e * r.width;
+        m[5] = -sy / oh;
+        m[6] = q.a * r.width;
+        m[7] = sx / oh;
+        m[10] = r.left;
+    } else if (hasP) {
+        inverse->form = OWN_BY_HEIGHT;
+        m[0] = sy;
+        m[1] = -sx;
+        m[2] = -(s + m[1] * y0 + m[0] * x0);
+        m[4] = -sy / pw;
+        m[5] = q.f * r.height;
+        m[6] = sx / pw;
+        m[7] = -q.b * r.height;
+        m[10] = r.top;
+        start8 = r.left;
+        start9 = 0;
+    } else {
+        inverse->form = OWN_PARALLELOGRAM;
+        m[0] = m[1] = m[2] = 0;
+        m[4] = -q.e * r.width / s;
+        m[5] = -q.f * r.height / s;
+        m[6] = q.a * r.width / s;
+        m[7] = q.b * r.height / s;
+        m[10] = 0;
+        start8 = r.left;
+    }
+    m[8] = start8 - (m[4] * x0 + m[6] * y0);
+    m[9] = start9 - (m[5] * x0 + m[7] * y0);
+    inverse->orientation = q.t0 > 0;
+    inverse->addsRoot = inverse->orientation ? p > 0 : !(p >= 0);
+}
+
 double ownNormalAngle(double angle) {
     constexpr double PER_TURN = 1.0 / 360;
     double rest = angle - 360 * std::nearbyint(angle * PER_TURN);

@@ -41,6 +41,29 @@ void ownFitAffine(const OwnCorners &corners, const double quad[4][2], double coe
 void ownFitBilinear(const OwnCorners &corners, const double quad[4][2], double coeffs[8]);
 void ownFitPerspective(const OwnCorners &corners, const double quad[4][2], double coeffs[9]);
 
+// The maps that carry a quadrangle onto a rectangle, by which a destination finds what it is made of. The result is the
+// quadrangle's orientation: true where it turns, in the order of its corners, like the hands of a clock, y pointing
+// down.
+bool ownInvertAffine(const OwnCorners &corners, const double quad[4][2], double coeffs[6]);
+bool ownInvertPerspective(const OwnCorners &corners, const double quad[4][2], double coeffs[9]);
+
+// That of a bilinear map is no map of its kind but the solution of a quadratic equation, or of a linear one where sides
+// are parallel. At (x, y), with
+//   s = m0 x + m1 y + m2,  t = m4 x + m6 y + m8,  u = m5 x + m7 y + m9
+// it is
+//   no sides parallel                X = s + r + m10 for the root r of s s - t, or s - r + m10; Y = m3 (X - m10) + u
+//   top and bottom (OWN_BY_WIDTH)    X = t / s + m10, Y = u
+//   left and right (OWN_BY_HEIGHT)   X = t, Y = u / s + m10
+//   a parallelogram                  X = t, Y = u
+enum OwnBilinearCase { OWN_BY_ROOT, OWN_BY_WIDTH, OWN_BY_HEIGHT, OWN_PARALLELOGRAM };
+struct MoxInverseBilinear {
+    double m[11];
+    OwnBilinearCase form;
+    bool addsRoot;
+    bool orientation;
+};
+void ownInvertBilinear(const OwnCorners &corners, const double quad[4][2], MoxInverseBilinear *inverse);
+
 // An angle in degrees, brought to 0 up to 360.
 double ownNormalAngle(double angle);
 

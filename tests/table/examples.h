@@ -57,6 +57,8 @@ struct Example {
         bool quietMemory = false;         // memory that runs out is told by a null result alone
         bool releasesTiles = false;       // also after one that is not delivered; the others stay in hand
         bool tiledDiffers = false;        // results of 32F depend on the tiles
+        bool byTiles = false;             // results of every depth do: tiles take what is random in their order
+        bool tiledNearest = false;        // the nearest neighbour takes other pixels on tiles
         bool plainOnly = false;           // refuses tiled images
         bool readsOnly = false;           // its images stay as they are: it answers numbers
         bool neighbours = false;          // a sample depends on others than the one in its place
@@ -70,6 +72,11 @@ struct Example {
 
     const char *reporter() const { return more.reportsAs ? more.reportsAs : name; }
 };
+
+// Whether images of a depth may come out otherwise in tiles.
+inline bool differsInTiles(const Example &example, unsigned depth) {
+    return example.more.byTiles || (example.more.tiledDiffers && depth == MOX_DEPTH_32F);
+}
 
 // The example of an element-wise operation, which must outlive it.
 Example exampleOf(const RefOperation &operation);

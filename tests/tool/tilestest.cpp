@@ -59,6 +59,16 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += " 0,255,100,0,255,255";
         } else if (word == "AXIS" || word == "DEGREES") {
             words += word == "AXIS" ? " -1" : " 120";
+        } else if (word == "ACROSS" || word == "DOWN") {
+            words += word == "DOWN" ? " 0.125" : " 0.25";
+        } else if (word == "RATIO" || word == "KIND") {
+            words += word == "KIND" ? " cubic" : words.starts_with("zoom") ? " 3/2" : " 2/3";
+        } else if (word == "XMAP" || word == "YMAP") {
+            words += word == "XMAP" ? " lens:0.4" : " wave:5";
+        } else if (word == "CORNERS" || word == "SIZE") {
+            words += word == "SIZE" ? " 50x30" : " 3,2,30,4.5,27.25,19,6,17";
+        } else if (word == "[smooth]" || word == "[nearest]") {
+            words += word == "[smooth]" ? " smooth" : " nearest";
         } else if (word == "R,G,B") {
             words += " 1,0.5,0.25";
         } else if (word == "M,M,...") {
@@ -69,6 +79,10 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += " mark";
         } else if (word == "NAME") {
             words += " db2";  // a wavelet
+        } else if (word == "KIND" || word == "SEED") {
+            words += word == "KIND" ? " gauss" : " 5";  // of noise
+        } else if (word == "WxH" || word == "[hue]") {
+            words += word == "WxH" ? " 90x50" : "";
         } else if (word == "EPS") {
             words += " 0.5";
         } else if (word == "MIN" || word == "MAX") {
@@ -115,6 +129,8 @@ TEST_F(Tiles, EveryOperation) {
     ASSERT_EQ(all.size(), split(runWell({"list", "--names"})).size());
     for (const std::string &usage : all) {
         for (const int channels : {0, 3, 4}) {
+            // Bits are enlarged by the nearest neighbour, which takes other pixels on tiles.
+            if (channels == 0 && usage.starts_with("zoom ")) continue;
             const std::string number = std::to_string(channels);
             const std::string words = exampleOf(usage, named("b", number), std::max(channels, 1));
             // What refuses bits, or bytes, or all integers, says so with exit code 1, and takes pictures at some depth.
@@ -124,7 +140,8 @@ TEST_F(Tiles, EveryOperation) {
                 const Outcome outcome = runLine("run " + line + " plain.png");
                 ASSERT_TRUE(outcome.code == 0 || outcome.code == 1) << outcome.err;
                 taken = outcome.code == 0;
-                if (taken) expectSame(line);
+                // Noise goes to samples in their order, which tiles and planes change.
+                if (taken && !words.starts_with("noise")) expectSame(line);
                 if (taken || channels == 0) break;
             }
             EXPECT_TRUE(taken || channels == 0) << words;

@@ -17,6 +17,7 @@ const std::vector<const Family *> &families() {
         &comparisonFamily(),  //
         &measureFamily(),     //
         &bitmapFamily(),      //
+        &synthFamily(),       //
     };
     return all;
 }
