@@ -59,6 +59,20 @@ Warped draw(Random &random, double width, double height) {
     return warped;
 }
 
+// Which of two NaNs a sum keeps is no concern of warps.
+void removeNaNs(TestImage *image) {
+    const TestLayout &layout = image->layout();
+    if (layout.depth != MOX_DEPTH_32F) return;
+    for (int y = 0; y < layout.height; ++y) {
+        for (int x = 0; x < layout.width; ++x) {
+            for (int c = 0; c < layout.channels; ++c) {
+                const uint32_t bits = image->get(c, x, y);
+                if ((bits & 0x7F800000) == 0x7F800000) image->set(c, x, y, bits & 0xBFFFFFFF);
+            }
+        }
+    }
+}
+
 unsigned drawDepth(Random &random) {
     const unsigned depths[] = {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_32F};
     return depths[random.below(4)];
@@ -128,15 +142,19 @@ TEST(WarpEdges, levelsAgree) {
         const TestLayout to = drawLayout(random, depth, channels, order);
         Warped warped = draw(random, to.width, to.height);
         const uint64_t seed = random.next();
+        TestImage src(from, seed), dst(to, seed + 1);
+        removeNaNs(&src);
+        removeNaNs(&dst);
+        const TestBytes source = src.bytes(), before = dst.bytes();
         TestBytes wanted;
         forEachCpuLevel([&] {
-            TestImage src(from, seed), dst(to, seed + 1);
-            const TestBytes before = src.bytes();
+            dst.setBytes(before);
             ReportRecorder reports;
             warped.run(src.header(), dst.header());
-            EXPECT_TRUE(src.holds(before));
+            EXPECT_TRUE(src.holds(source));
             if (wanted.empty()) wanted = dst.bytes();
-            EXPECT_TRUE(dst.holds(wanted)) << warped.which << " " << from.describe() << " to " << to.describe();
+            EXPECT_TRUE(dst.holds(wanted)) << warped.which << " flag " << warped.flag << " kind " << warped.interpolate
+                                           << " " << from.describe() << " to " << to.describe();
         });
     });
 }
@@ -168,7 +186,7 @@ TEST(WarpEdges, numbersThatMeanHarmStayWithinTheImages) {
 
 // Pixels of a right angle are told by their places alone.
 TEST(RotateEdges, rightAnglesMovePixels) {
-    forEachCase(400, [](Random &random) {
+    forEachCase(100, [](Random &random) {
         const unsigned depth = drawDepth(random);
         const int channels = depth == MOX_DEPTH_1U ? 1 : random.between(1, 6), order = random.below(2);
         TestLayout from = drawLayout(random, depth, channels, order), to = drawLayout(random, depth, channels, order);
