@@ -16,6 +16,8 @@ std::vector<TestImage *> ImagePair::all() const {
     for (const auto *each : {&images_[0], &images_[1], &masks_[0], &masks_[1]}) {
         if (*each) images.push_back(each->get());
     }
+    for (const auto &each : others_)
+        images.push_back(each.get());
     return images;
 }
 

@@ -25,6 +25,7 @@ class ImagePair {
     // Every other image gets a mask.
     void drawMasks(Random &random);
     std::unique_ptr<TestImage> images_[2], masks_[2];
+    std::vector<std::unique_ptr<TestImage>> others_;  // that a call reads beside the source
 
   private:
     std::vector<TestImage *> all() const;
