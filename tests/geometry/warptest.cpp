@@ -152,7 +152,7 @@ TEST(WarpImage, cubicWithoutFourPixelsIsLinear) {
                         warpQ(map, src, *dst, quad, 0, kind);
                     }
                 }
-                EXPECT_TRUE(a.get(0, 9, 9) != TestImage(a.layout(), 2).get(0, 9, 9) || depth == MOX_DEPTH_8U);
+                EXPECT_FALSE(a.holds(TestImage(a.layout(), 2).bytes()));
                 for (int k = 0; k < 400; ++k)
                     ASSERT_EQ(a.get(0, k % 20, k / 20), b.get(0, k % 20, k / 20)) << mapName(map) << " " << k;
             }

@@ -218,8 +218,7 @@ FloatRow perspectiveRow(const RefCoeffs &c, double first, double y, int count) {
         float form[3];
         for (size_t k = 0; k < 3; ++k)
             form[k] = start[k] + step[k] * static_cast<float>(i % 4);
-        const float r = 1.0f / form[2];
-        row.push_back({r * form[0], r * form[1]});
+        row.push_back({form[0] / form[2], form[1] / form[2]});
         if (i % 4 != 3) continue;
         for (size_t k = 0; k < 3; ++k)
             start[k] += 4.0f * step[k];
