@@ -1,4 +1,6 @@
-// Geometry: mirror images.
+// Geometry: mirror images, warps, rotation.
+#include <cmath>
+
 #include "rows.h"
 
 namespace {
@@ -10,10 +12,46 @@ void mirror(Images images) {
     moxMirror(images[0], images[1], flipAxis);
 }
 
+// 17 degrees about the middle, a little smaller.
+template <int interpolate>
+void warpAffine(Images images) {
+    const double middle = images[0]->width / 2.0, s = 0.9 * std::sin(0.2967), c = 0.9 * std::cos(0.2967);
+    double coeffs[2][3] = {{c, s, middle - c * middle - s * middle}, {-s, c, middle + s * middle - c * middle}};
+    moxWarpAffine(images[0], images[1], coeffs, interpolate);
+}
+
+// Most of the picture, tilted.
+using WarpQuad = void(MOX_CALL *)(MoxImage *, MoxImage *, double (*)[2], int, int);
+template <WarpQuad warp, int interpolate>
+void warpQuad(Images images) {
+    const double w = images[0]->width, h = images[0]->height;
+    double quad[4][2] = {{0.12 * w, 0.05 * h}, {0.82 * w, 0.14 * h}, {0.98 * w, 0.9 * h}, {0.03 * w, 0.82 * h}};
+    warp(images[0], images[1], quad, 0, interpolate);
+}
+
+template <int angle>
+void rotate(Images images) {
+    const double right = images[1]->width - 1, bottom = images[1]->height - 1;
+    moxRotate(images[0], images[1], angle, angle == 90 ? 0 : right, angle == 270 ? 0 : bottom, MOX_INTER_NN);
+}
+
+const std::vector<int> WARPED = {OWN_8U, OWN_16U, OWN_32F};
+const Operation AFFINE_NEAREST = {.name = "warp-affine-nearest", .at = WARPED, .call = warpAffine<MOX_INTER_NN>};
+const Operation AFFINE_LINEAR = {.name = "warp-affine-linear", .at = WARPED, .call = warpAffine<MOX_INTER_LINEAR>};
+const Operation AFFINE_CUBIC = {.name = "warp-affine-cubic", .at = WARPED, .call = warpAffine<MOX_INTER_CUBIC>};
+const Operation PERSPECTIVE_LINEAR = {
+    .name = "warp-perspective-linear", .at = WARPED, .call = warpQuad<moxWarpPerspectiveQ, MOX_INTER_LINEAR>};
+const Operation BILINEAR_LINEAR = {
+    .name = "warp-bilinear-linear", .at = WARPED, .call = warpQuad<moxWarpBilinearQ, MOX_INTER_LINEAR>};
+
 const std::vector<int> SIZES_OF_SAMPLES = {OWN_1U, OWN_8U, OWN_16U, OWN_32F};
 const Operation COLUMNS = {.name = "mirror-columns", .at = SIZES_OF_SAMPLES, .call = mirror<1>};
 const Operation ROWS = {.name = "mirror-rows", .at = SIZES_OF_SAMPLES, .call = mirror<0>};
 const Operation BOTH = {.name = "mirror-both", .at = SIZES_OF_SAMPLES, .call = mirror<-1>};
+
+const Operation ROTATE_90 = {.name = "rotate-90", .at = SIZES_OF_SAMPLES, .call = rotate<90>};
+const Operation ROTATE_180 = {.name = "rotate-180", .at = SIZES_OF_SAMPLES, .call = rotate<180>};
+const Operation ROTATE_270 = {.name = "rotate-270", .at = SIZES_OF_SAMPLES, .call = rotate<270>};
 
 Entry rgb(const Operation &operation) {
     Entry entry = {.operation = operation, .layoutName = "rgb", .layout = {.channels = 3}, .sizes = {1024}};
@@ -31,5 +69,18 @@ const Family geometryFamily = {
         {.operation = ROWS},
         {.operation = BOTH},
         rgb(COLUMNS),
+        {.operation = AFFINE_NEAREST, .sizes = {1024}},
+        {.operation = AFFINE_LINEAR, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 1.5}}}},
+        {.operation = AFFINE_CUBIC, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 4}}}},
+        {.operation = PERSPECTIVE_LINEAR, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 2.5}}}},
+        {.operation = BILINEAR_LINEAR, .sizes = {256, 1024}},
+        {.operation = ROTATE_90, .goals = {{OWN_1U, 1024, {GOAL_NS_PER_SAMPLE, 0.1}}}},
+        {.operation = ROTATE_180, .sizes = {1024}},
+        {.operation = ROTATE_270, .sizes = {1024}},
+        rgb(AFFINE_NEAREST),
+        rgb(AFFINE_LINEAR),
+        rgb(AFFINE_CUBIC),
+        rgb(PERSPECTIVE_LINEAR),
+        rgb(ROTATE_90),
     },
 };

@@ -389,13 +389,15 @@ class TiledWarp {
         OwnSampler sampler;
         ownSetSampler(&sampler, src, dst, mask, warp_.sampling);
         if (box) {
+            // As far as the part reaches, samples lie as in the whole region. Beyond it come only positions that are not
+            // written.
             const OwnCorners &s = warp_.source;
             sampler.source.originX = static_cast<int>(box->left);
             sampler.source.originY = static_cast<int>(box->top);
-            sampler.source.left = static_cast<int>(s.left);
-            sampler.source.top = static_cast<int>(s.top);
-            sampler.source.right = static_cast<int>(s.right);
-            sampler.source.bottom = static_cast<int>(s.bottom);
+            sampler.source.left = static_cast<int>(std::max(s.left, box->left));
+            sampler.source.top = static_cast<int>(std::max(s.top, box->top));
+            sampler.source.right = static_cast<int>(std::min(s.right, box->right));
+            sampler.source.bottom = static_cast<int>(std::min(s.bottom, box->bottom));
         }
         const OwnCorners &d = warp_.destination;
         Canvas canvas(warp_, sampler, d.left + share.x, d.top + share.y);

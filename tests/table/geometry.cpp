@@ -75,6 +75,41 @@ void transformOfRegion(Call &call) {
     answer(call, coeffs);
 }
 
+// A kind of interpolation; at random times edges are smoothed as well.
+int interpolation(Call &call, int usual) {
+    const int kind = call.choice(usual, 3);
+    return call.choice(0, 4) == 1 ? kind | MOX_SMOOTH_EDGE : kind;
+}
+
+void warpAffine(Call &call) {
+    double coeffs[2][3] = {{static_cast<double>(call.real(0.9f)), 0.25, 2.5}, {-0.25, 0.75, 5}};
+    moxWarpAffine(call.src(), call.dst(), coeffs, interpolation(call, MOX_INTER_LINEAR));
+}
+void warpBilinear(Call &call) {
+    double coeffs[2][4] = {{static_cast<double>(call.real(0.01f)), 0.75, 0.125, 1}, {0.005, -0.0625, 0.75, 3}};
+    moxWarpBilinear(call.src(), call.dst(), coeffs, call.choice(0, 2), interpolation(call, MOX_INTER_LINEAR));
+}
+void warpBilinearQuad(Call &call) {
+    double quad[4][2] = {{3, 2}, {30, 4.5}, {27.25, 15}, {static_cast<double>(call.real(6.0f)), 13}};
+    moxWarpBilinearQ(call.src(), call.dst(), quad, call.choice(1, 2), interpolation(call, MOX_INTER_CUBIC));
+}
+void warpPerspective(Call &call) {
+    double coeffs[3][3] = {{static_cast<double>(call.real(0.75f)), 0.125, 2}, {0.0625, 0.75, 1}, {0.005, 0.0025, 1}};
+    moxWarpPerspective(call.src(), call.dst(), coeffs, call.choice(1, 2), interpolation(call, MOX_INTER_NN));
+}
+void warpPerspectiveQuad(Call &call) {
+    double quad[4][2] = {{3, 2}, {30, 4.5}, {27.25, 15}, {static_cast<double>(call.real(6.0f)), 13}};
+    moxWarpPerspectiveQ(call.src(), call.dst(), quad, call.choice(0, 2), interpolation(call, MOX_INTER_LINEAR));
+}
+void shear(Call &call) {
+    const double across = static_cast<double>(call.real(0.25f)), along = static_cast<double>(call.real(0.125f));
+    moxShear(call.src(), call.dst(), across, along, 0.5, -1, interpolation(call, MOX_INTER_CUBIC));
+}
+void rotate(Call &call) {
+    moxRotate(call.src(), call.dst(), static_cast<double>(call.real(90.0f)), 0, static_cast<double>(call.real(30.0f)),
+              interpolation(call, MOX_INTER_LINEAR));
+}
+
 void rotateShift(Call &call) {
     double xShift = 0, yShift = 0;
     const double x = static_cast<double>(call.real(3.0f)), y = static_cast<double>(call.real(4.0f));
@@ -153,6 +188,21 @@ std::vector<Example> geometryExamples() {
         {"moxGetPerspectiveTransform", HEADERS, 1, transformOf<3, 3, moxGetPerspectiveTransform>},
         {"moxGetPerspectiveTransformROI", NOTHING, 0, transformOfRegion<3, 3, moxGetPerspectiveTransformROI>},
         {"moxGetRotateShift", NOTHING, 0, rotateShift},
+        {"moxWarpAffine", PIXELS, 2, warpAffine, {.neighbours = true, .tool = "shear"}},
+        {"moxWarpBilinear",
+         PIXELS,
+         2,
+         warpBilinear,
+         {.reportsAs = "moxWarpBilinearQ", .within = "moxWarpBilinear", .neighbours = true, .tool = "warp-bilinear"}},
+        {"moxWarpBilinearQ", PIXELS, 2, warpBilinearQuad, {.neighbours = true, .tool = "warp-bilinear"}},
+        {"moxWarpPerspective",
+         PIXELS,
+         2,
+         warpPerspective,
+         {.reportsAs = "moxWarpPerspectiveQ", .within = "moxWarpPerspective", .neighbours = true, .tool = "warp"}},
+        {"moxWarpPerspectiveQ", PIXELS, 2, warpPerspectiveQuad, {.neighbours = true, .tool = "warp"}},
+        {"moxShear", PIXELS, 2, shear, {.reportsAs = "moxWarpAffine", .neighbours = true}},
+        {"moxRotate", PIXELS, 2, rotate, {.reportsAs = "moxWarpAffine", .within = "moxRotate", .neighbours = true}},
         {"moxMirror",
          PIXELS,
          2,

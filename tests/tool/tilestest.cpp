@@ -57,6 +57,12 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += " 0,255,100,0,255,255";
         } else if (word == "AXIS" || word == "DEGREES") {
             words += word == "AXIS" ? " -1" : " 120";
+        } else if (word == "ACROSS" || word == "DOWN") {
+            words += word == "DOWN" ? " 0.125" : " 0.25";
+        } else if (word == "CORNERS" || word == "SIZE") {
+            words += word == "SIZE" ? " 50x30" : " 3,2,30,4.5,27.25,19,6,17";
+        } else if (word == "[smooth]" || word == "[nearest]") {
+            words += word == "[smooth]" ? " smooth" : " nearest";
         } else if (word == "R,G,B") {
             words += " 1,0.5,0.25";
         } else if (word == "M,M,...") {

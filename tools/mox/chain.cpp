@@ -213,8 +213,19 @@ std::string runStep(const Step &step, Work *work, Canvas *second) {
         others.push_back(makeWorkCanvas(*work, picture, depth, fewer ? 0 : work->request.coi));
         return others.back().image();
     };
+    const auto canvas = [&](int width, int height) -> MoxImage * {
+        if (work->request.roi || work->request.coi != 0 || work->mask.image) return nullptr;
+        const MoxImage *like = work->canvas.store.get();
+        Picture picture = pictureFromImage(like, work->bits);
+        picture.width = width;
+        picture.height = height;
+        const auto side = [](int length) { return static_cast<std::size_t>(length); };
+        picture.samples.assign(side(width) * side(height) * side(picture.channels), 0);
+        others.push_back(makeWorkCanvas(*work, picture, like->depth, 0));
+        return others.back().image();
+    };
     MoxImage *const other = second->store ? second->image() : nullptr;
-    Call call{work->canvas.image(), other, step.arguments, "", another, work->form, {}};
+    Call call{work->canvas.image(), other, step.arguments, "", another, canvas, work->form, {}};
     clearReports();
     step.operation->run(&call);
     if (anyReport()) fail(exitOperation, std::string(step.operation->name) + ": " + reportsText());

@@ -64,6 +64,8 @@ void writeSources(Gallery *gallery, const Picture &picture, const char *caption)
     addSource(gallery, "ruby.png", "Red glass: a picture with alpha.", drawGlass(width, height, 0.37, {224, 17, 95}));
     addSource(gallery, "jade.png", "And green.", drawGlass(width, height, 0.63, {0, 168, 107}));
     addSource(gallery, "tiny.png", "Twelve by eight pixels.", drawTiny());
+    addSource(gallery, "page.png", "A page, photographed askew.", drawPage(width, height));
+    addSource(gallery, "tiles.png", "Light and dark squares.", drawChecks());
 }
 
 std::string joined(const std::vector<std::string> &words) {

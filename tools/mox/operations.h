@@ -47,6 +47,10 @@ struct Call {
     // its own. The last one asked for is what the operation leaves.
     std::function<MoxImage *(unsigned depth, int channels)> another;
 
+    // A black image of another size that is otherwise alike. The last one asked for is what the operation leaves. Null
+    // where the size has to stay: a region, a channel of interest or a mask says which part of the picture is worked on.
+    std::function<MoxImage *(int width, int height)> canvas;
+
     const BitmapForm &form;  // of bitmaps
     Bitmap bitmap;           // what the operation leaves, if there are bytes
 };

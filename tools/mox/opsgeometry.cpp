@@ -1,6 +1,120 @@
 // Operations that put pixels into other places.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "failure.h"
 #include "image.h"
 #include "operations.h"
+
+namespace {
+
+constexpr int longestCanvasSide = 1 << 15;
+
+using Quad = double[4][2];
+
+// An affine map on a canvas that takes all of the result, black beside it; the picture itself where its size has to
+// stay.
+void warpAffine(Call *call, double (*coeffs)[3], int interpolate) {
+    MoxImage *from = call->image;
+    double bound[2][2];
+    moxGetAffineBound(from, coeffs, bound);
+    if (moxGetErrStatus() < 0) return;
+    const double width = std::floor(bound[1][0]) - std::ceil(bound[0][0]) + 1;
+    const double height = std::floor(bound[1][1]) - std::ceil(bound[0][1]) + 1;
+    if (!(width <= longestCanvasSide && height <= longestCanvasSide))
+        fail(exitOperation, "the result would be more than " + std::to_string(longestCanvasSide) + " pixels a side");
+    MoxImage *to = call->canvas(std::max(static_cast<int>(width), 1), std::max(static_cast<int>(height), 1));
+    if (to) {
+        coeffs[0][2] -= std::ceil(bound[0][0]);
+        coeffs[1][2] -= std::ceil(bound[0][1]);
+    } else {
+        to = call->another(from->depth, from->nChannels);
+    }
+    moxWarpAffine(from, to, coeffs, interpolate);
+}
+
+int cubic(const Argument &smooth) {
+    return MOX_INTER_CUBIC | (smooth.integer != 0 ? MOX_SMOOTH_EDGE : 0);
+}
+
+// Right angles move pixels on a canvas of their own; others turn about the middle.
+void rotate(Call *call) {
+    MoxImage *from = call->image;
+    const auto degrees = static_cast<double>(call->arguments[0].real);
+    if (!std::isfinite(degrees)) fail(exitUsage, "rotate: DEGREES is a number");
+    const double turned = degrees - 360 * std::floor(degrees / 360);
+    const bool across = turned == 90 || turned == 270;
+    if (turned == 0 || across || turned == 180) {
+        MoxImage *to = call->canvas(across ? from->height : from->width, across ? from->width : from->height);
+        if (to) {
+            const double right = to->width - 1, bottom = to->height - 1;
+            if (turned == 0) {
+                moxCopy(from, to);
+            } else {
+                moxRotate(from, to, turned, turned == 90 ? 0 : right, turned == 270 ? 0 : bottom, MOX_INTER_NN);
+            }
+            return;
+        }
+    }
+    const MoxROI whole = {0, 0, 0, from->width, from->height};
+    const MoxROI &roi = from->roi ? *from->roi : whole;
+    double shift[2] = {0, 0};
+    moxGetRotateShift(roi.xOffset + (roi.width - 1) / 2.0, roi.yOffset + (roi.height - 1) / 2.0, degrees, &shift[0],
+                      &shift[1]);
+    // The map that the rotation is, to know how large its result is.
+    const double angle = turned * 3.14159265358979323846 / 180, s = std::sin(angle), c = std::cos(angle);
+    double coeffs[2][3] = {{c, s, shift[0]}, {-s, c, shift[1]}};
+    warpAffine(call, coeffs, cubic(call->arguments[1]));
+}
+
+void shear(Call *call) {
+    const auto across = static_cast<double>(call->arguments[0].real),
+               down = static_cast<double>(call->arguments[1].real);
+    double coeffs[2][3] = {{1, across, 0}, {down, 1, 0}};
+    warpAffine(call, coeffs, cubic(call->arguments[2]));
+}
+
+void readCorners(const Argument &corners, const char *operation, double (*quad)[2]) {
+    if (corners.samples.size() != 8)
+        fail(exitUsage,
+             std::string(operation) + ": CORNERS are four points X,Y,X,Y,X,Y,X,Y, from the upper left one on");
+    for (std::size_t i = 0; i < 8; i++)
+        quad[i / 2][i % 2] = corners.samples[i];
+}
+
+MoxImage *emptyLike(Call *call, int width, int height) {
+    MoxImage *to = call->canvas(width, height);
+    return to ? to : call->another(call->image->depth, call->image->nChannels);
+}
+
+void warp(Call *call) {
+    Quad quad;
+    readCorners(call->arguments[0], "warp", quad);
+    MoxImage *to = emptyLike(call, call->image->width, call->image->height);
+    moxWarpPerspectiveQ(call->image, to, quad, 0, cubic(call->arguments[1]));
+}
+void warpBilinear(Call *call) {
+    Quad quad;
+    readCorners(call->arguments[0], "warp-bilinear", quad);
+    MoxImage *to = emptyLike(call, call->image->width, call->image->height);
+    moxWarpBilinearQ(call->image, to, quad, 0, cubic(call->arguments[1]));
+}
+
+void upright(Call *call) {
+    int width = 0, height = 0, end = 0;
+    const std::string &size = call->arguments[0].text;
+    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) == 2 &&
+                            static_cast<std::size_t>(end) == size.size();
+    if (!understood || std::min(width, height) < 2 || std::max(width, height) > longestCanvasSide)
+        fail(exitUsage, "upright: SIZE must be two sides from 2 on, like 640x480, not '" + size + "'");
+    Quad quad;
+    readCorners(call->arguments[1], "upright", quad);
+    const int kind = call->arguments[2].integer != 0 ? MOX_INTER_NN : MOX_INTER_CUBIC;
+    moxWarpPerspectiveQ(call->image, emptyLike(call, width, height), quad, 1, kind);
+}
+
+}  // namespace
 
 const Family &geometryFamily() {
     using K = ArgumentKind;
@@ -13,6 +127,42 @@ const Family &geometryFamily() {
              [](Call *call) { moxMirror(call->image, call->image, call->arguments[0].integer); },
              {{"Left and right change places.", "mirror 1"},
               {"A region upside down, where it stands.", "--roi {w25},{h15},{w50},{h70} mirror 0"}}},
+            {"rotate",
+             {{K::real, "DEGREES"}, {K::keyword, "smooth"}},
+             "the picture turned counter-clockwise, on a canvas that takes all of it; smooth: with smooth edges",
+             rotate,
+             {{"Turned about its middle; no corner is cut off.", "rotate 20 smooth"},
+              {"Right angles move pixels and compute nothing.", "rotate 90"},
+              {"A region turned where it stands: what it does not cover stays.",
+               "--roi {w30},{h20},{w40},{h60} rotate 30"},
+              {"An edge by itself, enlarged: a pixel is in or out.",
+               "rotate 20 upright 320x200 60,2,99,2,99,26,60,26 nearest", "tiles.png"},
+              {"The same edge made smooth: the pixel outside is mixed.",
+               "rotate 20 smooth upright 320x200 60,2,99,2,99,26,60,26 nearest", "tiles.png"}}},
+            {"shear",
+             {{K::real, "ACROSS"}, {K::real, "DOWN"}, {K::keyword, "smooth"}},
+             "x + ACROSS y and y + DOWN x, on a canvas that takes all of it",
+             shear,
+             {{"Lines lean, rows stay rows.", "shear 0.3 0 smooth"}}},
+            {"warp",
+             {{K::samples, "CORNERS"}, {K::keyword, "smooth"}},
+             "the picture onto a quadrangle X,Y,X,Y,X,Y,X,Y, from its upper left corner on, as a lens sees it",
+             warp,
+             {{"The picture on a wall that runs away.", "warp {w8},{h5},{w90},{h25},{w90},{h75},{w8},{h95} smooth"}}},
+            {"warp-bilinear",
+             {{K::samples, "CORNERS"}, {K::keyword, "smooth"}},
+             "the same, but distances along the sides stay even",
+             warpBilinear,
+             {{"No depth, however the sides run.",
+               "warp-bilinear {w8},{h5},{w90},{h25},{w90},{h75},{w8},{h95} smooth"}}},
+            {"upright",
+             {{K::word, "SIZE"}, {K::samples, "CORNERS"}, {K::keyword, "nearest"}},
+             "what lies in a quadrangle, set upright as a picture of SIZE, like 640x480; nearest: pixel by pixel",
+             upright,
+             {{"A page that was photographed askew, read straight.",
+               "upright 300x400 {w21},{h8},{w74},{h15},{w88},{h93},{w7},{h82}", "page.png"},
+              {"A few pixels enlarged: cubic samples between them.", "upright 360x240 0,0,11,0,11,7,0,7", "tiny.png"},
+              {"The same, each the nearest pixel.", "upright 360x240 0,0,11,0,11,7,0,7 nearest", "tiny.png"}}},
         }};
     return family;
 }

@@ -380,6 +380,83 @@ Picture drawNegative(const Picture &picture) {
     return result;
 }
 
+namespace {
+
+// What is written at (u, v) of a page whose sides are 1: lines of words, the first one a heading.
+double inkAt(double u, double v) {
+    constexpr int lines = 17;
+    const double line = (v - 0.1) / 0.8 * lines;
+    const int number = static_cast<int>(std::floor(line));
+    if (number < 0 || number >= lines || number == 1) return 0;
+    const double within = line - number, top = number == 0 ? 0.1 : 0.3;
+    const double end = number % 6 == 5 ? 0.55 : 0.88;
+    if (within < top || within > 0.75 || u < 0.12 || u > (number == 0 ? 0.6 : end)) return 0;
+    const double letter = u * (number == 0 ? 40 : 90);
+    const int which = static_cast<int>(letter);
+    const bool isGap = lattice(which / 2, 31 * number) < 0.16 || letter - which > 0.72;
+    return isGap ? 0 : 0.55 + 0.4 * lattice(which, number);
+}
+
+// The page's place for a point of the picture: the inverse of the map of the unit square onto the page's corners
+// (Heckbert 1989).
+void pageAt(double x, double y, double *u, double *v) {
+    constexpr double x0 = 0.21, y0 = 0.08, x1 = 0.74, y1 = 0.15, x2 = 0.88, y2 = 0.93, x3 = 0.07, y3 = 0.82;
+    constexpr double dx1 = x1 - x2, dx2 = x3 - x2, sx = x0 - x1 + x2 - x3;
+    constexpr double dy1 = y1 - y2, dy2 = y3 - y2, sy = y0 - y1 + y2 - y3;
+    constexpr double g = (sx * dy2 - dx2 * sy) / (dx1 * dy2 - dx2 * dy1);
+    constexpr double h = (dx1 * sy - sx * dy1) / (dx1 * dy2 - dx2 * dy1);
+    constexpr double a = x1 - x0 + g * x1, b = x3 - x0 + h * x3, d = y1 - y0 + g * y1, e = y3 - y0 + h * y3;
+    const double across = (e - h * y0) * x + (h * x0 - b) * y + b * y0 - e * x0;
+    const double down = (g * y0 - d) * x + (a - g * x0) * y + d * x0 - a * y0;
+    const double depth = (d * h - e * g) * x + (b * g - a * h) * y + a * e - b * d;
+    *u = across / depth;
+    *v = down / depth;
+}
+
+Color pagePictureAt(double x, double y) {
+    constexpr Color wood = {0.36, 0.24, 0.15}, paper = {0.95, 0.93, 0.88}, ink = {0.12, 0.12, 0.2};
+    double u, v;
+    pageAt(x, y, &u, &v);
+    const double light = 1.06 - 0.35 * x - 0.1 * y;
+    if (u < 0 || u > 1 || v < 0 || v > 1) return scaled(wood, light * (0.8 + 0.4 * ruggedNoise(4 * x, 40 * y)));
+    return scaled(mix(paper, ink, inkAt(u, v)), light);
+}
+
+}  // namespace
+
+Picture drawPage(int width, int height) {
+    constexpr int finer = 4;
+    Picture picture = makePicture(width, height, 3, 8);
+    for (int y = 0; y < height; y++) {
+        for (int x = 0; x < width; x++) {
+            Color sum = {0, 0, 0};
+            for (int k = 0; k < finer * finer; k++)
+                sum = plus(sum, pagePictureAt((x + (k % finer + 0.5) / finer - 0.5) / width,
+                                              (y + (k / finer + 0.5) / finer - 0.5) / height));
+            const double values[] = {sum.r, sum.g, sum.b};
+            for (int c = 0; c < 3; c++) {
+                const double value = std::clamp(values[c] / (finer * finer), 0.0, 1.0);
+                pixelAt(&picture, x, y)[c] = static_cast<std::uint16_t>(std::lround(value * 255));
+            }
+        }
+    }
+    return picture;
+}
+
+Picture drawChecks() {
+    Picture picture = makePicture(96, 64, 3, 8);
+    for (int y = 0; y < picture.height; y++) {
+        for (int x = 0; x < picture.width; x++) {
+            const bool light = (x / 8 + y / 8) % 2 == 0;
+            std::uint16_t *pixel = pixelAt(&picture, x, y);
+            pixel[0] = light ? 250 : 200;
+            pixel[1] = light ? 240 : 120;
+            pixel[2] = light ? 220 : 40;
+        }
+    }
+    return picture;
+}
+
 Picture drawTiny() {
     Picture picture = makePicture(12, 8, 3, 8);
     for (int y = 0; y < picture.height; y++) {

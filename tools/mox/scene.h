@@ -26,3 +26,5 @@ Picture drawStriped(const Picture &picture);  // with stripes that repeat 40 tim
 Picture drawNotches(int width, int height);   // the spectrum's points that such stripes have, black on white
 Picture drawSpecks(const Picture &picture);   // the picture with black and white specks
 Picture drawTiny();                           // a few pixels to be seen one by one
+Picture drawPage(int width, int height);      // a page with lines of writing, seen askew
+Picture drawChecks();                         // black and white squares, small enough to be enlarged
