@@ -275,7 +275,7 @@ void smoothEdges(Canvas &canvas, const RefQuad &quad, bool clockwise) {
         const RefPoint &p = polygon[i], &q = polygon[(i + 1) % polygon.size()];
         const double dx = q[0] - p[0], dy = q[1] - p[1];
         if (dx == 0 || dy == 0) continue;
-        const bool alongX = std::fabs(dx) > std::fabs(dy);
+        const bool alongX = std::fabs(dx) >= std::fabs(dy);
         const size_t major = alongX ? 0 : 1, minor = 1 - major;
         const double slope = (q[minor] - p[minor]) / (q[major] - p[major]);
         // Clockwise, with y growing downward, the inside of an edge to the right is below it, of one downward to the
