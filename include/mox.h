@@ -280,14 +280,14 @@ struct MoxImage;
  * A tile is in hand from its request until its release, and must stay where it is, whatever else is requested
  * meanwhile. How many tiles of an image are in hand at once:
  *
- *   element by element   arithmetic and logic, moxSet, moxReduceBits, single pixels: one, released before the next is
- *                        requested. An image that is both sources of a call is served for each of them, which makes
- *                        two, and these may be the same tile.
- *   rectangles           a source of moxConvertToDIB or of a neighbourhood filter (moxBlur to moxClose), that of moxCopy
- *                        or moxMirror between two tiled images, an image that moxMirror mirrors in place, and the first
- *                        image of moxExchange between two: a row of tiles, as far as the rectangle reaches, at most all
- *                        columns of the image. They are requested one after the other, in either direction, and released
- *                        together, the last one first. A destination: one.
+ *   element by element   arithmetic and logic, moxSet, moxReduceBits, moxNoiseImage, single pixels: one, released before
+ *                        the next is requested. An image that is both sources of a call is served for each of them,
+ *                        which makes two, and these may be the same tile.
+ *   rectangles           a source of moxConvertToDIB, of moxUserProcess and its like, or of a neighbourhood filter
+ *                        (moxBlur to moxClose), that of moxCopy or moxMirror between two tiled images, an image that
+ *                        moxMirror mirrors in place, and the first image of moxExchange between two: a row of tiles, as
+ *                        far as the rectangle reaches, at most all columns of the image. They are requested one after
+ *                        the other, in either direction, and released together, the last one first. A destination: one.
  *
  * A tile may be requested several times in an operation. A release does not say what for the tile was requested: what
  * has been requested by MOX_TileWrite since it was last kept may have changed. After a request has been refused, the
@@ -2232,6 +2232,99 @@ MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, doubl
                                    int interpolate);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Zoom, decimation, resizing
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/**
+ * Enlarges or shrinks the source's region, W x H pixels, by xDst / xSrc and yDst / ySrc, which are taken as they are,
+ * unreduced. Depths 1U, 8U, 16U, 32F; both orders, which must be equal; not in place. Both regions count from their
+ * corners: pixel 0 of one comes from pixel 0 of the other. The zoomed size is Zx = W xDst / xSrc, Zy = H yDst / ySrc;
+ * written are the whole pixels of it, at most the destination's region, and nothing where that is empty. Pixels of
+ * several channels: those of interest, or all but alpha.
+ *
+ * moxZoom makes no axis smaller. moxResize takes any ratio: with MOX_INTER_SUPER it is moxDecimate, with the other kinds
+ * it computes as moxZoom does. What moxZoom and moxDecimate make of one ratio differs: they have different positions and
+ * different arithmetic.
+ *
+ * Kinds. MOX_INTER_NN: pixel i takes pixel [p], p the sum of i steps of W / Zx (in double). Tiled images, and linear and
+ * cubic samples, have steps of (W - 1) / (Zx - 1), 0 where Zx is at most 1: the first and last pixels of the source and of
+ * the zoomed image lie on one another. [p] is p rounded down, but up to 0.00001 below a whole number is that number.
+ * Bits, and sources of a width or height of 1, take the nearest neighbour whatever the kind.
+ *
+ * MOX_INTER_LINEAR, with a = 16384 (1 - f) and b = 16384 f as whole numbers, a + b = 16384, f = p - [p]:
+ *
+ *   8U    (p0 a + p1 b) >> 8 along the row, then (r0 a + r1 b) >> 20 down the columns
+ *   16U   >> 15, then >> 13
+ *   32F   p0 (1 - f) + p1 f, twice
+ *
+ * Nothing is rounded up: a ratio of 1 gives bytes and floats as they are, and 16-bit samples without their lowest bit.
+ *
+ * MOX_INTER_CUBIC, from 4 samples a, b, c, d (4 x 4 pixels; sources less than 4 wide or high take linear samples), in
+ * float, along the row and then down:
+ *
+ *   a + t (b - a) + u d2 + v d3,   d2 = c - b - (b - a),   d3 = b - 2 c + d - d2
+ *   t = 1 + f,   u = 0.5 t f,   v = 0.33333334 (f - 1) u
+ *
+ * where b is pixel [p] and windows that would leave the source's region are moved into it, f with them; integers are
+ * rounded to the nearest, halves to even, and clamped.
+ *
+ * Masks: the source's is resized to the result by the nearest neighbour, the destination's is taken as it is, and pixels
+ * that have a bit of 0 in either, or lie beyond it, are not written.
+ *
+ * Failures of moxZoom: -5 "xDst < xSrc || yDst < ySrc"; then, the first of: "Incorrect Image"; -5 "interpolate !=
+ * MOX_INTER_NN && interpolate != MOX_INTER_LINEAR && interpolate != MOX_INTER_CUBIC"; "srcImage->depth != dstImage->depth";
+ * "srcImage->depth != MOX_DEPTH_1U && srcImage->depth != MOX_DEPTH_8U && srcImage->depth != MOX_DEPTH_16U && srcImage->depth
+ * != MOX_DEPTH_32F"; "srcImage->dataOrder != dstImage->dataOrder"; "xDst <= 0 || xSrc <= 0"; "yDst <= 0 || ySrc <= 0"; "This
+ * function isn`t in-plase function"; -2 "Error get tile to write"; -5 "srcImage COI != dstImage COI" where one has another
+ * than the other (0 for none), or where none has one and the numbers of channels differ; each with -1 and an empty
+ * message behind it, which stands alone where memory runs out or a tile of the source is not delivered. Origins are not
+ * compared.
+ *
+ * moxResize reports what moxZoom does under that name, and -1 under its own. With MOX_INTER_SUPER: -5 "(xDst > xSrc || yDst
+ * > ySrc)", then the reports of moxDecimate and -1 with an empty message.
+ */
+MOX_EXPORT void MOX_CALL moxZoom(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                 int interpolate);
+MOX_EXPORT void MOX_CALL moxResize(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                   int interpolate);
+
+/**
+ * Shrinks the source's region by xDst / xSrc and yDst / ySrc. Depths, regions and the number of pixels that are written
+ * are those of moxZoom.
+ *
+ * Positions are floats: they begin at 0 and grow by (float) xSrc / (float) xDst from each pixel to the next, and so down
+ * the rows; their rounding shows. One that rounding carries past the source's last pixel stays on it. An axis whose xSrc
+ * is a multiple of xDst has whole steps.
+ *
+ *   MOX_INTER_NN      the pixel at the whole part of the position, which begins at 0.5 on an axis without whole steps
+ *   MOX_INTER_LINEAR  p0 (1 - f) + p1 f in float, on axes without whole steps, along the row first; integers are cut off
+ *   MOX_INTER_CUBIC   on the same axes (6 b + f (-2 a - 3 b + 6 c - d) + f f (3 a - 6 b + 3 c) + f f f (-a + 3 b - 3 c + d))
+ *                     0.16666667 of the 4 pixels around, in float; a window that would pass the last pixel moves back by
+ *                     one, and f becomes f + 1; integers are rounded to the nearest and clamped
+ *   MOX_INTER_SUPER   the mean of the area that the pixel covers, in float: pixels on its sides count by the part that is
+ *                     inside (a side up to 0.0001 before a whole number is on it), rows first; integers and bits are
+ *                     rounded half up
+ *
+ * The nearest neighbour is taken for any kind where the source is less than 4 pixels wide or high, for linear and cubic
+ * samples where both axes have whole steps, and for both of bits.
+ *
+ * Of the masks the destination's counts: a pixel whose bit is 0, or that lies beyond the mask's region, is not written.
+ * Tiled images give the results of plain ones.
+ *
+ * Failures are reported under the name "Decimate", one after the other: "Incorrect Image", which ends the call; -5 "srcImage
+ * == dstImage"; -17 "srcImage->depth != dstImage->depth"; "depth != 1U, 8U, 16U or 32F"; -20 "srcImage->origin !=
+ * dstImage->origin"; -19 "srcImage->dataOrder != dstImage->dataOrder"; -24 "srcImage->roi->coi > 0 && dstImage->roi->coi == 0"
+ * and "dstImage->roi->coi > 0 && srcImage->roi->coi == 0", where the image without has more channels than one (alpha not
+ * counted); -15 "srcImage->nChannels != dstImage->nChannels" where none has a coi; -5 "interpolate != MOX_INTER_NN,
+ * MOX_INTER_LINEAR, MOX_INTER_CUBIC or MOX_INTER_SUPER"; "xDst <= 0"; "xSrc <= 0"; "yDst <= 0"; "ySrc <= 0"; "xDst > xSrc";
+ * "yDst > ySrc". Then -3 "srcImage->tileInfo->callBack crash" and "dstImage->tileInfo->callBack crash" for a tile that is not
+ * delivered, the first also where memory for a part of the source is missing; -4 "Out of memory", for the means of areas
+ * "Can't create temporary buffer for interpolate = MOX_INTER_SUPER" under the name moxDecimate.
+ */
+MOX_EXPORT void MOX_CALL moxDecimate(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
+                                     int interpolate);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Geometry
  * ---------------------------------------------------------------------------------------------------------------- */
 
@@ -2317,6 +2410,128 @@ MOX_EXPORT void MOX_CALL moxRemap(MoxImage *srcImage, MoxImage *xMap, MoxImage *
  */
 MOX_EXPORT void MOX_CALL moxDecimateBlur(MoxImage *srcImage, MoxImage *dstImage, int xDst, int xSrc, int yDst, int ySrc,
                                          int interpolate, int xMaskSize, int yMaskSize);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Pixels by the caller's functions
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** The caller's function of a sample, of one as a float, and of a pixel: see moxUserProcess. */
+typedef int(MOX_CALL *MoxUserFunc)(int sample);
+typedef float(MOX_CALL *MoxUserFuncFP)(float sample);
+typedef void(MOX_CALL *MoxUserFuncPixel)(MoxImage *srcImage, void *srcPixel, MoxImage *dstImage, void *dstPixel);
+
+/**
+ * dst = cbFunc(src), sample by sample, clamped to the range of the depth. 8U, 8S, 16U, 16S, 32S; in place or not.
+ *
+ * Every sample is read once, just before its call, and stored right behind it. Rows go from the top in memory; in pixel
+ * order by pixel, and by channel within the pixel; in plane order each plane as a whole. A channel that is alpha in
+ * either image is left out. Where a mask's bit is 0 there is neither a call nor a store. Tiled images go tile by tile,
+ * those of the destination, or of the source where the destination is plain; of a source that is not the destination
+ * each tile's share is read as a rectangle, or where it stands if one tile has all of it.
+ *
+ * What the function may do: anything but change the images' headers, masks, regions and tile records, or give back their
+ * memory, before the call is over. The status word is its own to set: no fault of the function ends the work, which
+ * moxUserProcessPixel alone looks for.
+ *
+ * An image with a coi goes with one that has one, and with one of a single channel. Unlike elsewhere an empty region is a
+ * fault. Failures, in this order: "Incorrect Image" (source, destination); -20 "srcImage->origin != dstImage->origin";
+ * -19 "srcImage->dataOrder != dstImage->dataOrder"; -5 "cbFunc == NULL"; -17 "srcImage->depth != dstImage->depth"; -24
+ * "srcImage->roi->coi > 0 && dstImage->roi->coi == 0", "dstImage->roi->coi > 0 && srcImage->roi->coi == 0"; without a
+ * coi -15 "srcImage->nChannels != dstImage->nChannels"; -15 "nChannels == 0" where alpha alone is left; -17 "depth ==
+ * MOX_DEPTH_1U", "depth == MOX_DEPTH_32F"; -25 "width <= 0", "height <= 0"; -1 "while mask creating", the masks being
+ * combined in a copy; -2 "Error get tile to write", "Error get tile to read" (also where memory for a part of the source
+ * is missing), which end the walk with what was stored before; every other tile in hand is given back.
+ */
+MOX_EXPORT void MOX_CALL moxUserProcess(MoxImage *srcImage, MoxImage *dstImage, MoxUserFunc cbFunc);
+
+/**
+ * moxUserProcess in floats, also of depth 32F. Integers are converted to single precision (at 32S low bits may be lost);
+ * what the function returns is clamped to the range of the depth and cut toward zero, and what is no number gives the
+ * lowest value. At 32F it is stored as it is. Depths but 1U.
+ */
+MOX_EXPORT void MOX_CALL moxUserProcessFP(MoxImage *srcImage, MoxImage *dstImage, MoxUserFuncFP cbFunc);
+
+/**
+ * Calls cbFunc with each pixel of the source and the destination, which it may write as it likes. Depths but 1U.
+ *
+ * The function gets the caller's own headers and the addresses of the pixels' first processed samples. In pixel order
+ * these are the samples where they stand, at any address, in place the same for both. In plane order, where the channels
+ * of a pixel lie apart, it gets copies of the processed ones, one after the other: of the source, and of the destination
+ * as it is before the call, which is stored behind it. All planes of a pixel are processed together.
+ *
+ * The function ends the work by leaving a status other than 0: its pixel is still stored, -1 "in cbFunc call" is
+ * reported, and its status stays in the status word. A status from before the call is put aside meanwhile and comes back
+ * if nothing fails. Failures as those of moxUserProcess; in plane order -4 "No memory for temporal array".
+ */
+MOX_EXPORT void MOX_CALL moxUserProcessPixel(MoxImage *srcImage, MoxImage *dstImage, MoxUserFuncPixel cbFunc);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Noise and test images
+ * ---------------------------------------------------------------------------------------------------------------- */
+
+/** Kinds of noise. */
+enum { MOX_NOISE_UNIFORM = 0, MOX_NOISE_GAUSSIAN = 1 };
+
+/** The noise that moxNoiseImage adds. Integer depths use the integers, 32F the floats. */
+typedef struct MoxNoiseParam {
+    int noise;     /**< a MOX_NOISE_ value */
+    unsigned seed; /**< any number: equal seeds give equal noise */
+    int lowInt;    /**< uniform: one bound; Gaussian: mean */
+    int highInt;   /**< uniform: the other bound; Gaussian: standard deviation */
+    float lowFlt;
+    float highFlt;
+} MoxNoiseParam;
+
+/** Sets noise, seed and the bounds of uniform noise for integer depths. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseUniformInit(MoxNoiseParam *noiseParam, unsigned seed, int lowInt, int highInt);
+/** Sets noise, seed and the bounds of uniform noise for depth 32F. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseUniformInitFP(MoxNoiseParam *noiseParam, unsigned seed, float lowFlt, float highFlt);
+/** Sets noise, seed, mean and deviation of Gaussian noise for integer depths. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseGaussianInit(MoxNoiseParam *noiseParam, unsigned seed, int mean, int stDev);
+/** Sets noise, seed, mean and deviation of Gaussian noise for depth 32F. -5 "(noiseParam == 0)". */
+MOX_EXPORT void MOX_CALL moxNoiseGaussianInitFP(MoxNoiseParam *noiseParam, unsigned seed, float mean, float stDev);
+
+/**
+ * Adds noise to the processed channels of an image's region, in place. All depths but 1U. The seed alone decides the
+ * noise: sample by sample it is the same on every machine, processor and system.
+ *
+ *   uniform, integers  sample + low + trunc(r (high - low) / 2^32), r being the generator's next word, for bounds in any
+ *                      order; clamped to the range of the depth, at 32S modulo 2^32. Below 32 bits the bounds are first
+ *                      cut to -max and max, the largest number that an unsigned sample of that size has; if both lie at or
+ *                      beyond one of these ends, the region is set to that end of the depth's range instead (moxSet).
+ *   uniform, 32F       (sample + low) + r scale in double precision, rounded once; scale is (high - low) / 2^32 in single
+ *                      precision
+ *   Gaussian, integers sample + mean + trunc(deviate x stDev), clamped to the range of the depth, 32S too
+ *   Gaussian, 32F      (sample + mean) + deviate x stDev in double precision, rounded once
+ *
+ * The generator adds a congruential sequence to a subtract-with-borrow one; deviates are made in pairs by Marsaglia's
+ * polar method, and the second of a pair is used with the sample that follows, in the next row, plane or tile where
+ * there it stands. Samples are visited row by row, in pixel order by pixel and by channel within the pixel; in plane order
+ * plane by plane; in a tiled image tile by tile. What a mask leaves out draws nothing from the generator.
+ *
+ * Returns 0 or the status reported: "Incorrect Image" with the header's fault; -5 "(noiseParam == 0)", "(image->depth ==
+ * 1)", "((noiseParam->noise != MOX_NOISE_UNIFORM) && (noiseParam->noise != MOX_NOISE_GAUSSIAN))",
+ * "(image->tileInfo->tileData == 0)"; -1 with an empty message where moxSet has failed, whose status is returned.
+ */
+MOX_EXPORT MoxStatus MOX_CALL moxNoiseImage(MoxImage *image, MoxNoiseParam *noiseParam);
+
+/**
+ * A new gray image of rings that grow finer from the centre outward (B. Jaehne's test pattern), by which filters and
+ * changes of size show what they do at each frequency. With the distance d of a pixel from the centre
+ * ((width - 1) / 2, (height - 1) / 2) and s = sin(2 pi d^2 / (4 height)), in double precision, the pixel is
+ *
+ *   1U   trunc((s + 1) 0.99999)
+ *   8U   trunc((s + 1) 127.99999)     8S   trunc(s 127.99999)
+ *   16U  trunc((s + 1) 32767.99999)   16S  trunc(s 32767.99999)    32S  trunc(s 2147483647.99999)
+ *   32F  (s + 1) 0.49999
+ *
+ * The height alone sets the scale. The sine is the library's own, right to the last place or nearly so: the image is the
+ * same everywhere. It has one channel, "GRAY", origin top left, align 32, padding of 0, and goes back by
+ * moxDeallocate(image, MOX_FreeHeader | MOX_FreeData). Null after a failure: -10 where width or height is below 1, -17 for
+ * an unknown depth, each with its text from moxErrorStr; -4 "Not enough memory to allocate header for ImageJaehne", "Not
+ * enough memory to allocate imageData for ImageJaehne".
+ */
+MOX_EXPORT MoxImage *MOX_CALL moxCreateImageJaehne(int depth, int width, int height);
 
 #ifdef __cplusplus
 }

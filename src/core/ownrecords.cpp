@@ -76,6 +76,14 @@ OWN_AT(MoxWtKernel, filtRecLow, 48);
 OWN_AT(MoxWtKernel, filtRecHigh, 64);
 OWN_SIZE(MoxWtKernel, 80);
 
+OWN_AT(MoxNoiseParam, noise, 0);
+OWN_AT(MoxNoiseParam, seed, 4);
+OWN_AT(MoxNoiseParam, lowInt, 8);
+OWN_AT(MoxNoiseParam, highInt, 12);
+OWN_AT(MoxNoiseParam, lowFlt, 16);
+OWN_AT(MoxNoiseParam, highFlt, 20);
+OWN_SIZE(MoxNoiseParam, 24);
+
 // The bitmap's header is the platform's, where it has one. No pointers: the same everywhere.
 #if !defined(_WIN32)
 static_assert(offsetof(BITMAPINFOHEADER, biSize) == 0);

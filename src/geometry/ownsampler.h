@@ -11,7 +11,7 @@
 // How samples are made, and of what type the rows of positions are.
 //
 // In linear kinds ix is the pixel before the position, at most right - 1, f = x - ix, and what lies between p and q is
-// p + (q - p) f, first along both rows and then between them. In cubic ones ix = rint(x - 0.4999999), the window
+// p (1 - f) + q f, first along both rows and then between them. In cubic ones ix = rint(x - 0.4999999), the window
 // begins at the pixel before ix, moved into the region, and f in [0, 3] is counted from there.
 enum OwnSampling {
     // int32_t: the pixel's column and row. Every depth, bits as well.
@@ -20,14 +20,14 @@ enum OwnSampling {
     // int32_t, 16.16; 8U: fractions of 14 bits, rows >> 8, the result + 0x80000 >> 20.
     OWN_SAMPLE_LINEAR_FIXED,
 
-    // float, ix = trunc(x). 8U: fractions rounded to 14 bits, rows >> 8, the result + 33 >> 20. 16U and 32F: in double,
-    // 16U by rint.
+    // float. 8U: ix = trunc(x), fractions rounded to 14 bits, rows >> 8, the result + 33 >> 20. 16U and 32F: as
+    // OWN_SAMPLE_LINEAR_DOUBLE.
     OWN_SAMPLE_LINEAR,
 
     // float, ix = trunc(x); 32F: in float.
     OWN_SAMPLE_LINEAR_SINGLE,
 
-    // double, ix = rint(x - 0.4999999); 16U: in double, by rint.
+    // double, ix = rint(x - 0.4999999), f = 1 where that is the last pixel; 16U: in double, by rint.
     OWN_SAMPLE_LINEAR_DOUBLE,
 
     // float, or double. 8U: the table of weights at rint(512 f), rows >> 8, the result + 0x80000 >> 20. 16U: in double,

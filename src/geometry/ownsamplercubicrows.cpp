@@ -10,7 +10,7 @@ struct Single {
     using Value = float;
 };
 struct Double {
-    typedef double Stored __attribute__((aligned(1), may_alias));
+    typedef AnyDouble Stored;
     using Value = double;
 };
 

@@ -11,7 +11,19 @@ struct LinearPlaces : Places {
     Fraction fx[BLOCK], fy[BLOCK];
 };
 
-// Positions in float: the whole part is cut off, and on the last pixel the one before it is the first of the two.
+// The fraction behind a whole part, which is cut off, in float; of fixed point, rounded to its places. Both terms are
+// exact, and so is the sum. It is above 1 where the last pixel is none of the floats.
+template <class Fraction>
+[[gnu::always_inline]] inline Fraction fractionOf(float value, int32_t whole, int32_t from) {
+    const float part = value - static_cast<float>(whole) + static_cast<float>(whole - from);
+    if constexpr (static_cast<Fraction>(0.5f) == 0) {
+        return nearest(notAbove(part, 1.0f) * ONE);
+    } else {
+        return notAbove(part, 1.0f);
+    }
+}
+
+// Positions in float, for bytes and floats.
 template <class Fraction>
 [[gnu::always_inline]] inline void locate(const Extent &extent, const OwnAnyF32 *position, int32_t *place,
                                           Fraction *fraction, size_t n) {
@@ -20,14 +32,8 @@ template <class Fraction>
         const float value = notAbove(notBelow<float>(position[i], first), last);
         const int32_t whole = static_cast<int32_t>(value);
         const int32_t from = notBelow(notAbove(whole, extent.last - 1), extent.first);
-        // Both terms are exact, and so is the sum. It is above 1 where the last pixel is none of the floats.
-        const float part = value - static_cast<float>(whole) + static_cast<float>(whole - from);
         place[i] = (from - extent.origin) * extent.step;
-        if constexpr (sizeof(Fraction) == 4 && static_cast<Fraction>(0.5f) == 0) {
-            fraction[i] = nearest(notAbove(part, 1.0f) * ONE);
-        } else {
-            fraction[i] = notAbove(part, 1.0f);
-        }
+        fraction[i] = fractionOf<Fraction>(value, whole, from);
     }
 }
 
@@ -46,19 +52,26 @@ template <class Fraction>
     }
 }
 
-// Positions in double.
-[[gnu::always_inline]] inline void locate(const Extent &extent, const double *position, int32_t *place,
-                                          double *fraction, size_t n) {
-    const double first = extent.first, last = extent.last;
+// Positions for fractions in double.
+template <class Value, class Position>
+[[gnu::always_inline]] inline void locateDouble(const Extent &extent, const Position *position, int32_t *place,
+                                                double *fraction, size_t n) {
+    const auto first = static_cast<Value>(extent.first), last = static_cast<Value>(extent.last);
     for (size_t i = 0; i < n; ++i) {
-        double value;
-        __builtin_memcpy(&value, position + i, 8);
-        value = notAbove(notBelow(value, first), last);
+        const Value value = notAbove(notBelow<Value>(position[i], first), last);
         const int32_t whole = wholeOf(value);
-        const int32_t from = notAbove(whole, extent.last - 1);
+        const int32_t from = notBelow(notAbove(whole, extent.last - 1), extent.first);
         place[i] = (from - extent.origin) * extent.step;
-        fraction[i] = whole > from ? 1.0 : value - from;
+        fraction[i] = whole > from ? 1.0 : static_cast<double>(value) - from;
     }
+}
+[[gnu::always_inline]] inline void locate(const Extent &extent, const OwnAnyF32 *position, int32_t *place,
+                                          double *fraction, size_t n) {
+    locateDouble<float>(extent, position, place, fraction, n);
+}
+[[gnu::always_inline]] inline void locate(const Extent &extent, const AnyDouble *position, int32_t *place,
+                                          double *fraction, size_t n) {
+    locateDouble<double>(extent, position, place, fraction, n);
 }
 
 template <class Position, class Fraction>
@@ -116,8 +129,9 @@ void linearNumbers(const OwnSampled &src, const void *x, const void *y, uint8_t 
             typename D::Sample *at = to + done * channels + c;
             for (size_t i = 0; i < count; ++i) {
                 const Number a = p[0][i], b = p[1][i], d = p[2][i], e = p[3][i];
-                const Number upper = a + (b - a) * places.fx[i], lower = d + (e - d) * places.fx[i];
-                const Number value = upper + (lower - upper) * places.fy[i];
+                const Number fx = places.fx[i], fy = places.fy[i];
+                const Number upper = a * (1 - fx) + b * fx, lower = d * (1 - fx) + e * fx;
+                const Number value = upper * (1 - fy) + lower * fy;
                 if constexpr (sizeof(Value) == 2) {
                     at[i * channels] = static_cast<Value>(notAbove(notBelow(nearest(value), 0), 65535));
                 } else {

@@ -29,6 +29,8 @@ template <class T>
     return value < most ? value : most;
 }
 
+typedef double AnyDouble __attribute__((aligned(1), may_alias));
+
 // To the nearest integer, ties to even, by the sum with a number whose last place counts ones. Up to 2^22 and 2^31.
 [[gnu::always_inline]] inline int32_t nearest(float value) {
     const float sum = value + 12582912.0f;

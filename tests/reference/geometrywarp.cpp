@@ -218,8 +218,7 @@ FloatRow perspectiveRow(const RefCoeffs &c, double first, double y, int count) {
         float form[3];
         for (size_t k = 0; k < 3; ++k)
             form[k] = start[k] + step[k] * static_cast<float>(i % 4);
-        const float r = 1.0f / form[2];
-        row.push_back({r * form[0], r * form[1]});
+        row.push_back({form[0] / form[2], form[1] / form[2]});
         if (i % 4 != 3) continue;
         for (size_t k = 0; k < 3; ++k)
             start[k] += 4.0f * step[k];
@@ -276,7 +275,7 @@ void smoothEdges(Canvas &canvas, const RefQuad &quad, bool clockwise) {
         const RefPoint &p = polygon[i], &q = polygon[(i + 1) % polygon.size()];
         const double dx = q[0] - p[0], dy = q[1] - p[1];
         if (dx == 0 || dy == 0) continue;
-        const bool alongX = std::fabs(dx) > std::fabs(dy);
+        const bool alongX = std::fabs(dx) >= std::fabs(dy);
         const size_t major = alongX ? 0 : 1, minor = 1 - major;
         const double slope = (q[minor] - p[minor]) / (q[major] - p[major]);
         // Clockwise, with y growing downward, the inside of an edge to the right is below it, of one downward to the

@@ -1,0 +1,251 @@
+// The kernels of decimation, all in float.
+#include "geometry/ownscalelanes.h"
+
+namespace {
+
+// ------------------------------------------------------------------------------------------------------- interpolation
+
+// Along an axis with whole steps: samples as they are.
+template <class D>
+void acrossWhole(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    float *to = static_cast<float *>(row);
+    for (size_t i = 0; i < columns.n; ++i)
+        to[i] = static_cast<float>(ownSampleOf<D>(src + columns.at[i]));
+}
+
+template <class D, bool round>
+void downWhole(const void *const *rows, const OwnScalePlace &, uint8_t *out, size_t n) {
+    const float *row = static_cast<const float *>(rows[0]);
+    ownStoreSamples<D, round>(out, n, [&](size_t i) { return ownLoadFloats(row + i); });
+}
+
+#if defined(__AVX2__)
+// Byte k of four that a sample's window has, as floats.
+template <int k>
+[[gnu::always_inline]] inline __m256 picked(__m256i v) {
+    const __m256i shifted = k == 0 ? v : _mm256_srli_epi32(v, 8 * k);
+    return _mm256_cvtepi32_ps(k == 3 ? shifted : _mm256_and_si256(shifted, _mm256_set1_epi32(255)));
+}
+#endif
+
+template <class D>
+void acrossLinear(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    float *to = static_cast<float *>(row);
+    const float *a = columns.weights[0], *b = columns.weights[1];
+#if defined(__AVX2__)
+    if constexpr (sizeof(typename D::Value) == 1) {
+        for (size_t k = 0; columns.base && k < columns.n / 4; k += 2) {
+            const __m256i v = ownPickNext(src, columns, k);
+            const __m256 left = _mm256_mul_ps(picked<0>(v), _mm256_loadu_ps(a + 4 * k));
+            const __m256 right = _mm256_mul_ps(picked<1>(v), _mm256_loadu_ps(b + 4 * k));
+            _mm256_storeu_ps(to + 4 * k, _mm256_add_ps(left, right));
+        }
+        if (columns.base) return;
+    }
+#endif
+    for (size_t i = 0; i < columns.n; ++i) {
+        const uint8_t *p = src + columns.at[i];
+        to[i] =
+            static_cast<float>(ownSampleOf<D>(p)) * a[i] + static_cast<float>(ownSampleOf<D>(p + columns.pixel)) * b[i];
+    }
+    for (size_t i = 0; i < columns.lead; ++i)
+        to[i] = static_cast<float>(ownSampleOf<D>(src + columns.at[i]));
+}
+
+template <class D>
+void downLinear(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
+    const float *r0 = static_cast<const float *>(rows[0]), *r1 = static_cast<const float *>(rows[1]);
+    const float b = place.f, a = 1.0f - b;
+    if (place.alone) return downWhole<D, false>(rows, place, out, n);
+    ownStoreSamples<D, false>(out, n, [&](size_t i) { return ownLoadFloats(r0 + i) * a + ownLoadFloats(r1 + i) * b; });
+}
+
+// Lagrange's polynomial through four samples; f, ff and fff are the powers of the fraction.
+template <class Number, class Weight>
+[[gnu::always_inline]] inline Number lagrange(Number a, Number b, Number c, Number d, Weight f, Weight ff, Weight fff) {
+    const Number first = -2.0f * a - 3.0f * b + 6.0f * c - d;
+    const Number second = 3.0f * a - 6.0f * b + 3.0f * c;
+    const Number third = -a + 3.0f * b - 3.0f * c + d;
+    return 0.16666667f * (6.0f * b + f * first + ff * second + fff * third);
+}
+
+template <class D>
+void acrossCubic(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    float *to = static_cast<float *>(row);
+    const auto weight = [&](int of, size_t i) { return columns.weights[of] + i; };
+#if defined(__AVX2__)
+    if constexpr (sizeof(typename D::Value) == 1) {
+        for (size_t k = 0; columns.base && k < columns.n / 4; k += 2) {
+            const __m256i v = ownPickNext(src, columns, k);
+            ownStoreFloats(to + 4 * k,
+                           lagrange<OwnFloats>(picked<0>(v), picked<1>(v), picked<2>(v), picked<3>(v),
+                                               ownLoadFloats(weight(0, 4 * k)), ownLoadFloats(weight(1, 4 * k)),
+                                               ownLoadFloats(weight(2, 4 * k))));
+        }
+        if (columns.base) return;
+    }
+#endif
+    const int64_t pixel = columns.pixel;
+    for (size_t i = 0; i < columns.n; ++i) {
+        // What lies before the row has no weight: the first pixel stands for it.
+        const int64_t at = columns.at[i];
+        const auto sample = [&](int64_t k) { return static_cast<float>(ownSampleOf<D>(src + at + k * pixel)); };
+        to[i] = lagrange(sample(i < columns.lead ? 1 : 0), sample(1), sample(2), sample(3), *weight(0, i),
+                         *weight(1, i), *weight(2, i));
+    }
+}
+
+template <class D>
+void downCubic(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
+    const auto row = [&](int k, size_t i) { return ownLoadFloats(static_cast<const float *>(rows[k]) + i); };
+    const float f = place.f, ff = f * f, fff = ff * f;
+    ownStoreSamples<D, true>(
+        out, n, [&](size_t i) { return lagrange(row(0, i), row(1, i), row(2, i), row(3, i), f, ff, fff); });
+}
+
+// -------------------------------------------------------------------------------------------------------------- means
+
+template <class D>
+void acrossMeans(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    float *to = static_cast<float *>(row);
+    const float *head = columns.weights[0], *tail = columns.weights[1];
+#if defined(__AVX2__)
+    if constexpr (sizeof(typename D::Value) == 1) {
+        // Windows of up to four pixels, where those that are none have weights of 0.
+        for (size_t k = 0; columns.base && k < columns.n / 4; k += 2) {
+            const __m256i v = ownPickNext(src, columns, k);
+            const auto weight = [&](int of) { return _mm256_loadu_ps(columns.weights[of] + 4 * k); };
+            __m256 sum = _mm256_mul_ps(picked<0>(v), weight(0));
+            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<1>(v), weight(1)));
+            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<2>(v), weight(2)));
+            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<3>(v), weight(3)));
+            _mm256_storeu_ps(to + 4 * k, sum);
+        }
+        if (columns.base) return;
+    }
+#endif
+    for (size_t i = 0; i < columns.n; ++i) {
+        const uint8_t *p = src + columns.at[i];
+        const int32_t count = columns.count[i];
+        float sum = static_cast<float>(ownSampleOf<D>(p)) * head[i];
+        for (int32_t k = 1; k + 1 < count; ++k)
+            sum += static_cast<float>(ownSampleOf<D>(p + k * columns.pixel));
+        if (count > 1) sum += static_cast<float>(ownSampleOf<D>(p + (count - 1) * columns.pixel)) * tail[i];
+        to[i] = sum;
+    }
+}
+
+void addRow(const float *row, float weight, float *sum, size_t n) {
+    for (size_t i = 0; i < n; i += OWN_LANES)
+        ownStoreFloats(sum + i, ownLoadFloats(sum + i) + ownLoadFloats(row + i) * weight);
+}
+
+template <class D>
+void endMeans(const float *sum, float scale, uint8_t *out, size_t n) {
+    // What is below 0 by rounding is no more than a trifle below it, and sums of integers are not: cutting off is
+    // rounding down.
+    constexpr float half = sizeof(typename D::Value) == 4 ? 0.0f : 0.5f;
+    ownStoreSamples<D, false>(out, n, [&](size_t i) {
+        const OwnFloats mean = ownLoadFloats(sum + i) * scale;
+        return sizeof(typename D::Value) == 4 ? mean : mean + half;
+    });
+}
+
+// ------------------------------------------------------------------------------------------- means of whole pixels
+
+void addBytes(const uint8_t *row, uint16_t *sums, size_t n, bool first) {
+    if (first) {
+        for (size_t i = 0; i < n; ++i)
+            sums[i] = row[i];
+    } else {
+        for (size_t i = 0; i < n; ++i)
+            sums[i] = static_cast<uint16_t>(sums[i] + row[i]);
+    }
+}
+
+[[gnu::always_inline]] inline uint8_t meanOf(uint32_t sum, float scale) {
+    return static_cast<uint8_t>(static_cast<float>(static_cast<int32_t>(sum)) * scale + 0.5f);
+}
+
+// Boxes of a width that the compiler knows.
+template <int width, int channels>
+void endBoxesOf(const uint16_t *sums, float scale, uint8_t *out, size_t pixels) {
+    for (size_t i = 0; i < pixels; ++i) {
+        for (int c = 0; c < channels; ++c) {
+            uint32_t sum = 0;
+            for (int k = 0; k < width; ++k)
+                sum += sums[(i * width + static_cast<size_t>(k)) * channels + static_cast<size_t>(c)];
+            out[i * channels + static_cast<size_t>(c)] = meanOf(sum, scale);
+        }
+    }
+}
+
+void endBoxes(const uint16_t *sums, int count, int channels, float scale, uint8_t *out, size_t pixels) {
+    if (channels == 1 && count == 2) return endBoxesOf<2, 1>(sums, scale, out, pixels);
+    if (channels == 1 && count == 3) return endBoxesOf<3, 1>(sums, scale, out, pixels);
+    if (channels == 1 && count == 4) return endBoxesOf<4, 1>(sums, scale, out, pixels);
+    if (channels == 3 && count == 2) return endBoxesOf<2, 3>(sums, scale, out, pixels);
+    if (channels == 3 && count == 3) return endBoxesOf<3, 3>(sums, scale, out, pixels);
+    if (channels == 3 && count == 4) return endBoxesOf<4, 3>(sums, scale, out, pixels);
+    for (size_t i = 0; i < pixels; ++i, sums += count * channels) {
+        for (int c = 0; c < channels; ++c) {
+            uint32_t sum = 0;
+            for (int k = 0; k < count; ++k)
+                sum += sums[k * channels + c];
+            out[i * static_cast<size_t>(channels) + static_cast<size_t>(c)] = meanOf(sum, scale);
+        }
+    }
+}
+
+// ------------------------------------------------------------------------------------------------------------- tables
+
+template <class D>
+constexpr OwnScaleMethod linearOf(bool columns, bool rows) {
+    const OwnScalePick pick = columns && sizeof(typename D::Value) == 1 ? OWN_PICK_QUADS : OWN_PICK_NONE;
+    return {columns ? acrossLinear<D> : acrossWhole<D>,
+            rows ? downLinear<D> : downWhole<D, false>,
+            rows ? 2 : 1,
+            4,
+            columns ? 2 : 1,
+            columns ? OWN_WEIGHTS_LINEAR : OWN_WEIGHTS_NONE,
+            pick};
+}
+template <class D>
+constexpr OwnScaleMethod cubicOf(bool columns, bool rows) {
+    const OwnScalePick pick = columns && sizeof(typename D::Value) == 1 ? OWN_PICK_QUADS : OWN_PICK_NONE;
+    return {columns ? acrossCubic<D> : acrossWhole<D>,
+            rows ? downCubic<D> : downWhole<D, true>,
+            rows ? 4 : 1,
+            4,
+            columns ? 4 : 1,
+            columns ? OWN_WEIGHTS_POWERS : OWN_WEIGHTS_NONE,
+            pick};
+}
+template <class D>
+constexpr OwnScaleMethod meansOf() {
+    return {acrossMeans<D>,
+            nullptr,
+            1,
+            4,
+            0,
+            OWN_WEIGHTS_MEANS,
+            sizeof(typename D::Value) == 1 ? OWN_PICK_QUADS : OWN_PICK_NONE};
+}
+
+}  // namespace
+
+namespace OWN_LEVEL {
+extern const OwnDecimateRows decimateRows;
+const OwnDecimateRows decimateRows = {
+    {{linearOf<Own8U>(true, false), linearOf<Own16U>(true, false), linearOf<Own32F>(true, false)},
+     {linearOf<Own8U>(false, true), linearOf<Own16U>(false, true), linearOf<Own32F>(false, true)},
+     {linearOf<Own8U>(true, true), linearOf<Own16U>(true, true), linearOf<Own32F>(true, true)}},
+    {{cubicOf<Own8U>(true, false), cubicOf<Own16U>(true, false), cubicOf<Own32F>(true, false)},
+     {cubicOf<Own8U>(false, true), cubicOf<Own16U>(false, true), cubicOf<Own32F>(false, true)},
+     {cubicOf<Own8U>(true, true), cubicOf<Own16U>(true, true), cubicOf<Own32F>(true, true)}},
+    {meansOf<Own8U>(), meansOf<Own16U>(), meansOf<Own32F>()},
+    addRow,
+    {endMeans<Own8U>, endMeans<Own16U>, endMeans<Own32F>},
+    addBytes,
+    endBoxes};
+}  // namespace OWN_LEVEL

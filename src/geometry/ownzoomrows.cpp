@@ -1,0 +1,211 @@
+// The kernels of zoom. Bytes whose windows lie close together are taken from vectors by shuffles, four samples at a
+// time; the others one by one.
+#include "geometry/ownscalelanes.h"
+
+namespace {
+
+// ------------------------------------------------------------------------------------------------- nearest neighbour
+
+template <class Value>
+void pickEach(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    uint8_t *to = static_cast<uint8_t *>(row);
+    for (size_t i = 0; i < columns.n; ++i)
+        __builtin_memcpy(to + i * sizeof(Value), src + columns.at[i], sizeof(Value));
+}
+
+void pickBytes(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+#if defined(__AVX2__)
+    if (columns.base) {
+        uint8_t *to = static_cast<uint8_t *>(row);
+        for (size_t k = 0; k < columns.n / 4; k += 8) {
+            __m256i v = ownPickTwo(src, columns, k, 4);
+            for (size_t j = 1; j < 4; ++j)
+                v = _mm256_or_si256(v, ownPickTwo(src, columns, k + j, 4));
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + 4 * k), v);
+        }
+        return;
+    }
+#endif
+    pickEach<uint8_t>(src, row, columns);
+}
+
+template <size_t bytes>
+void copyRow(const void *const *rows, const OwnScalePlace &, uint8_t *out, size_t n) {
+    __builtin_memcpy(out, rows[0], n * bytes);
+}
+
+// ------------------------------------------------------------------------------------------------------------- linear
+
+void acrossLinear8(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    int16_t *to = static_cast<int16_t *>(row);
+#if defined(__AVX2__)
+    if (columns.base) {
+        for (size_t k = 0; k < columns.n / 4; k += 4) {
+            const auto weights = [&](size_t group) {
+                return _mm_loadu_si128(reinterpret_cast<const __m128i *>(columns.pairs + 8 * group));
+            };
+            const auto two = [&](size_t group) {
+                const __m256i w =
+                    _mm256_inserti128_si256(_mm256_castsi128_si256(weights(group)), weights(group + 2), 1);
+                return _mm256_srai_epi32(_mm256_madd_epi16(ownPickTwo(src, columns, group, 2), w), 8);
+            };
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + 4 * k), _mm256_packs_epi32(two(k), two(k + 1)));
+        }
+        return;
+    }
+#endif
+    for (size_t i = 0; i < columns.n; ++i) {
+        const uint8_t *p = src + columns.at[i];
+        to[i] = static_cast<int16_t>((p[0] * columns.pairs[2 * i] + p[columns.pixel] * columns.pairs[2 * i + 1]) >> 8);
+    }
+}
+
+void downLinear8(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
+    const int16_t *r0 = static_cast<const int16_t *>(rows[0]), *r1 = static_cast<const int16_t *>(rows[1]);
+    const int b = place.weight, a = 16384 - b;
+#if defined(__AVX2__)
+    const __m256i weights = _mm256_set1_epi32(a | b << 16);
+    const auto words = [&](size_t i) {
+        const __m256i p = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(r0 + i));
+        const __m256i q = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(r1 + i));
+        const __m256i low = _mm256_madd_epi16(_mm256_unpacklo_epi16(p, q), weights);
+        const __m256i high = _mm256_madd_epi16(_mm256_unpackhi_epi16(p, q), weights);
+        return _mm256_packs_epi32(_mm256_srai_epi32(low, 20), _mm256_srai_epi32(high, 20));
+    };
+    ownStoreAll<1>(out, n, [&](size_t i, uint8_t *to) {
+        const __m256i v = _mm256_permute4x64_epi64(_mm256_packus_epi16(words(i), words(i + 16)), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), v);
+    });
+#elif defined(__SSE2__)
+    const __m128i weights = _mm_set1_epi32(a | b << 16);
+    const auto words = [&](size_t i) {
+        const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i *>(r0 + i));
+        const __m128i q = _mm_loadu_si128(reinterpret_cast<const __m128i *>(r1 + i));
+        const __m128i low = _mm_madd_epi16(_mm_unpacklo_epi16(p, q), weights);
+        const __m128i high = _mm_madd_epi16(_mm_unpackhi_epi16(p, q), weights);
+        return _mm_packs_epi32(_mm_srai_epi32(low, 20), _mm_srai_epi32(high, 20));
+    };
+    ownStoreAll<1>(out, n, [&](size_t i, uint8_t *to) {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(to), _mm_packus_epi16(words(i), words(i + 8)));
+    });
+#else
+    for (size_t i = 0; i < n; ++i) {
+        const int v = (r0[i] * a + r1[i] * b) >> 20;
+        out[i] = static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v);
+    }
+#endif
+}
+
+void acrossLinear16(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    int32_t *to = static_cast<int32_t *>(row);
+    for (size_t i = 0; i < columns.n; ++i) {
+        const uint8_t *p = src + columns.at[i];
+        const int32_t v = ownSampleOf<Own16U>(p) * columns.pairs[2 * i];
+        to[i] = (v + ownSampleOf<Own16U>(p + columns.pixel) * columns.pairs[2 * i + 1]) >> 15;
+    }
+}
+
+void downLinear16(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
+    const int32_t *r0 = static_cast<const int32_t *>(rows[0]), *r1 = static_cast<const int32_t *>(rows[1]);
+    const int32_t b = place.weight, a = 16384 - b;
+    ownStoreInts<Own16U>(out, n, [&](size_t i) {
+        OwnInts p, q;
+        __builtin_memcpy(&p, r0 + i, sizeof p);
+        __builtin_memcpy(&q, r1 + i, sizeof q);
+        return (p * a + q * b) >> 13;
+    });
+}
+
+void acrossLinear32(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    float *to = static_cast<float *>(row);
+    const float *a = columns.weights[0], *b = columns.weights[1];
+    for (size_t i = 0; i < columns.n; ++i) {
+        const uint8_t *p = src + columns.at[i];
+        to[i] = ownSampleOf<Own32F>(p) * a[i] + ownSampleOf<Own32F>(p + columns.pixel) * b[i];
+    }
+}
+
+void downLinear32(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
+    const float *r0 = static_cast<const float *>(rows[0]), *r1 = static_cast<const float *>(rows[1]);
+    const float b = place.f, a = 1.0f - b;
+    ownStoreSamples<Own32F, false>(out, n,
+                                   [&](size_t i) { return ownLoadFloats(r0 + i) * a + ownLoadFloats(r1 + i) * b; });
+}
+
+// -------------------------------------------------------------------------------------------------------------- cubic
+
+// Newton's form of the polynomial through four samples.
+template <class Number, class Weight>
+[[gnu::always_inline]] inline Number newton(Number a, Number b, Number c, Number d, Weight t, Weight u, Weight v) {
+    const Number d1 = b - a;
+    const Number d2 = c - b - d1;
+    const Number d3 = b - 2.0f * c + d - d2;
+    return a + t * d1 + u * d2 + v * d3;
+}
+
+#if defined(__AVX2__)
+// Of bytes the differences are whole numbers, and made as such.
+void acrossCubicPicked(const uint8_t *src, float *to, const OwnScaleColumns &columns) {
+    const __m256i ones = _mm256_set1_epi16(1);
+    // Four weights of a dword's bytes, the first at the bottom: a, then d1 = b - a, d2 = a - 2 b + c, and
+    // d3 = -a + 3 b - 3 c + d.
+    const __m256i first = _mm256_set1_epi32(0x000001FF), second = _mm256_set1_epi32(0x0001FE01);
+    const __m256i third = _mm256_set1_epi32(0x01FD03FF);
+    for (size_t k = 0; k < columns.n / 4; k += 2) {
+        const __m256i v = ownPickNext(src, columns, k);
+        const auto difference = [&](__m256i weights) {
+            return _mm256_cvtepi32_ps(_mm256_madd_epi16(_mm256_maddubs_epi16(v, weights), ones));
+        };
+        const auto weight = [&](int of) { return _mm256_loadu_ps(columns.weights[of] + 4 * k); };
+        __m256 sum = _mm256_cvtepi32_ps(_mm256_and_si256(v, _mm256_set1_epi32(255)));
+        sum = _mm256_add_ps(sum, _mm256_mul_ps(weight(0), difference(first)));
+        sum = _mm256_add_ps(sum, _mm256_mul_ps(weight(1), difference(second)));
+        sum = _mm256_add_ps(sum, _mm256_mul_ps(weight(2), difference(third)));
+        _mm256_storeu_ps(to + 4 * k, sum);
+    }
+}
+#endif
+
+template <class D>
+void acrossCubic(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
+    float *to = static_cast<float *>(row);
+#if defined(__AVX2__)
+    if constexpr (sizeof(typename D::Value) == 1) {
+        if (columns.base) return acrossCubicPicked(src, to, columns);
+    }
+#endif
+    const int64_t pixel = columns.pixel;
+    for (size_t i = 0; i < columns.n; ++i) {
+        const uint8_t *p = src + columns.at[i];
+        const auto sample = [&](int64_t k) { return static_cast<float>(ownSampleOf<D>(p + k * pixel)); };
+        to[i] = newton(sample(0), sample(1), sample(2), sample(3), columns.weights[0][i], columns.weights[1][i],
+                       columns.weights[2][i]);
+    }
+}
+
+template <class D>
+void downCubic(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
+    const auto row = [&](int k, size_t i) { return ownLoadFloats(static_cast<const float *>(rows[k]) + i); };
+    const float t = 1.0f + place.f, u = 0.5f * t * place.f, v = 0.33333334f * (place.f - 1.0f) * u;
+    ownStoreSamples<D, true>(out, n,
+                             [&](size_t i) { return newton(row(0, i), row(1, i), row(2, i), row(3, i), t, u, v); });
+}
+
+template <class D>
+constexpr OwnScaleMethod cubicOf(OwnScalePick pick) {
+    return {acrossCubic<D>, downCubic<D>, 4, 4, 4, OWN_WEIGHTS_NEWTON, pick};
+}
+
+}  // namespace
+
+namespace OWN_LEVEL {
+extern const OwnZoomRows zoomRows;
+const OwnZoomRows zoomRows = {
+    {{pickBytes, copyRow<1>, 1, 1, 1, OWN_WEIGHTS_NONE, OWN_PICK_BYTES},
+     {pickEach<uint16_t>, copyRow<2>, 1, 2, 1, OWN_WEIGHTS_NONE, OWN_PICK_NONE},
+     {pickEach<uint32_t>, copyRow<4>, 1, 4, 1, OWN_WEIGHTS_NONE, OWN_PICK_NONE}},
+    {{acrossLinear8, downLinear8, 2, 2, 2, OWN_WEIGHTS_PAIRS, OWN_PICK_PAIRS},
+     {acrossLinear16, downLinear16, 2, 4, 2, OWN_WEIGHTS_PAIRS, OWN_PICK_NONE},
+     {acrossLinear32, downLinear32, 2, 4, 2, OWN_WEIGHTS_LINEAR, OWN_PICK_NONE}},
+    {cubicOf<Own8U>(OWN_PICK_QUADS), cubicOf<Own16U>(OWN_PICK_NONE), cubicOf<Own32F>(OWN_PICK_NONE)}};
+}  // namespace OWN_LEVEL
