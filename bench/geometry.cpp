@@ -1,4 +1,4 @@
-// Geometry: mirror images, warps, rotation.
+// Geometry: mirror images, warps, rotation, scaling.
 #include <cmath>
 
 #include "rows.h"
@@ -53,6 +53,72 @@ const Operation ROTATE_90 = {.name = "rotate-90", .at = SIZES_OF_SAMPLES, .call 
 const Operation ROTATE_180 = {.name = "rotate-180", .at = SIZES_OF_SAMPLES, .call = rotate<180>};
 const Operation ROTATE_270 = {.name = "rotate-270", .at = SIZES_OF_SAMPLES, .call = rotate<270>};
 
+template <int to, int from, int interpolate>
+void resize(Images images) {
+    moxResize(images[0], images[1], to, from, to, from, interpolate);
+}
+template <int to, int from, int interpolate>
+void decimate(Images images) {
+    moxDecimate(images[0], images[1], to, from, to, from, interpolate);
+}
+
+// Twice as large, and smaller: the unit is a sample of the source.
+const Form TWICE = {.scale = 2}, HALF = {.scale = 0.5}, THIRD = {.scale = 1.0 / 3}, TWO_THIRDS = {.scale = 2.0 / 3};
+const Operation TWICE_NEAREST = {
+    .name = "resize-2-nearest", .at = WARPED, .call = resize<2, 1, MOX_INTER_NN>, .destination = TWICE};
+const Operation TWICE_LINEAR = {
+    .name = "resize-2-linear", .at = WARPED, .call = resize<2, 1, MOX_INTER_LINEAR>, .destination = TWICE};
+const Operation TWICE_CUBIC = {
+    .name = "resize-2-cubic", .at = WARPED, .call = resize<2, 1, MOX_INTER_CUBIC>, .destination = TWICE};
+const Operation HALF_LINEAR = {
+    .name = "resize-half-linear", .at = WARPED, .call = resize<1, 2, MOX_INTER_LINEAR>, .destination = HALF};
+const Operation HALF_MEAN = {
+    .name = "decimate-half-super", .at = WARPED, .call = decimate<1, 2, MOX_INTER_SUPER>, .destination = HALF};
+const Operation THIRD_MEAN = {
+    .name = "decimate-third-super", .at = WARPED, .call = decimate<1, 3, MOX_INTER_SUPER>, .destination = THIRD};
+const Operation TWO_THIRDS_MEAN = {.name = "decimate-two-thirds-super",
+                                   .at = WARPED,
+                                   .call = decimate<2, 3, MOX_INTER_SUPER>,
+                                   .destination = TWO_THIRDS};
+
+// A map for images of a size: positions that wander within the image.
+MoxImage *mapOf(const MoxImage *image, bool down) {
+    static MoxImage *maps[2] = {};
+    MoxImage *&map = maps[down ? 1 : 0];
+    if (map && map->width == image->width && map->height == image->height) return map;
+    moxDeallocate(map, MOX_FreeHeader | MOX_FreeData);
+    map = moxCreateImageHeader(1, 0, static_cast<int>(MOX_DEPTH_32F), "GRAY", "G", MOX_DATA_ORDER_PIXEL, image->origin,
+                               4, image->width, image->height, nullptr, nullptr, nullptr, nullptr);
+    moxAllocateImageFP(map, 0, 0);
+    for (int y = 0; y < map->height; ++y) {
+        float *row = reinterpret_cast<float *>(map->imageData + static_cast<ptrdiff_t>(y) * map->widthStep);
+        for (int x = 0; x < map->width; ++x) {
+            const double position = down ? y + 5 * std::cos(x / 31.0) : x + 6 * std::sin(y / 23.0);
+            const double last = (down ? map->height : map->width) - 1.001;
+            row[x] = static_cast<float>(position < 0 ? 0 : position > last ? last : position);
+        }
+    }
+    return map;
+}
+template <int interpolate>
+void remap(Images images) {
+    moxRemap(images[0], mapOf(images[1], false), mapOf(images[1], true), images[1], interpolate);
+}
+const Operation REMAP_NEAREST = {.name = "remap-nearest", .at = WARPED, .call = remap<MOX_INTER_NN>};
+const Operation REMAP_LINEAR = {.name = "remap-linear", .at = WARPED, .call = remap<MOX_INTER_LINEAR>};
+const Operation REMAP_CUBIC = {.name = "remap-cubic", .at = WARPED, .call = remap<MOX_INTER_CUBIC>};
+
+template <int from, int size, int interpolate>
+void decimateBlur(Images images) {
+    moxDecimateBlur(images[0], images[1], 1, from, 1, from, interpolate, size, size);
+}
+const Operation HALF_BLUR = {
+    .name = "decimate-half-blur", .at = WARPED, .call = decimateBlur<2, 0, MOX_INTER_NN>, .destination = HALF};
+const Operation HALF_WIDE_BLUR = {.name = "decimate-half-blur-9-linear",
+                                  .at = WARPED,
+                                  .call = decimateBlur<2, 9, MOX_INTER_LINEAR>,
+                                  .destination = HALF};
+
 Entry rgb(const Operation &operation) {
     Entry entry = {.operation = operation, .layoutName = "rgb", .layout = {.channels = 3}, .sizes = {1024}};
     entry.operation.at = {OWN_8U, OWN_16U};
@@ -82,5 +148,24 @@ const Family geometryFamily = {
         rgb(AFFINE_CUBIC),
         rgb(PERSPECTIVE_LINEAR),
         rgb(ROTATE_90),
+        {.operation = TWICE_NEAREST, .sizes = {1024}},
+        {.operation = TWICE_LINEAR, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 1}}}},
+        {.operation = TWICE_CUBIC, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 3.6}}}},
+        {.operation = HALF_LINEAR, .sizes = {1024}},
+        {.operation = HALF_MEAN, .sizes = {1024}},
+        {.operation = THIRD_MEAN, .sizes = {1020}},
+        {.operation = TWO_THIRDS_MEAN, .sizes = {1020}},
+        rgb(TWICE_NEAREST),
+        rgb(TWICE_LINEAR),
+        rgb(TWICE_CUBIC),
+        rgb(THIRD_MEAN),
+        {.operation = REMAP_NEAREST, .sizes = {1024}},
+        {.operation = REMAP_LINEAR, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 2.5}}}},
+        {.operation = REMAP_CUBIC, .sizes = {256, 1024}},
+        {.operation = HALF_BLUR, .sizes = {1024}},
+        {.operation = HALF_WIDE_BLUR, .sizes = {1024}},
+        rgb(REMAP_LINEAR),
+        rgb(REMAP_CUBIC),
+        rgb(HALF_BLUR),
     },
 };

@@ -2,6 +2,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
 
 #include "failure.h"
 #include "image.h"
@@ -114,6 +117,128 @@ void upright(Call *call) {
     moxWarpPerspectiveQ(call->image, emptyLike(call, width, height), quad, 1, kind);
 }
 
+// ------------------------------------------------------------------------------------------------------------ scaling
+
+MoxImage *canvasFor(Call *call, const char *operation, double width, double height) {
+    if (!(width >= 1 && height >= 1)) fail(exitOperation, std::string(operation) + ": nothing would be left");
+    if (!(width <= longestCanvasSide && height <= longestCanvasSide))
+        fail(exitOperation, "the result would be more than " + std::to_string(longestCanvasSide) + " pixels a side");
+    return emptyLike(call, static_cast<int>(width), static_cast<int>(height));
+}
+
+// To a size, of the picture or of a region in it: the mean of areas where nothing gets larger, else cubic samples.
+void resize(Call *call) {
+    int width = 0, height = 0, end = 0;
+    const std::string &size = call->arguments[0].text;
+    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) == 2 &&
+                            static_cast<std::size_t>(end) == size.size();
+    if (!understood || std::min(width, height) < 1)
+        fail(exitUsage, "resize: SIZE must be two sides, like 640x480, not '" + size + "'");
+    const MoxImage *from = call->image;
+    const int fromWidth = from->roi ? from->roi->width : from->width;
+    const int fromHeight = from->roi ? from->roi->height : from->height;
+    MoxImage *to = canvasFor(call, "resize", width, height);
+    const bool smaller = width <= fromWidth && height <= fromHeight;
+    moxResize(call->image, to, width, fromWidth, height, fromHeight, smaller ? MOX_INTER_SUPER : MOX_INTER_CUBIC);
+}
+
+int kindOf(const std::string &word, const char *operation, bool means) {
+    if (word == "nearest") return MOX_INTER_NN;
+    if (word == "linear") return MOX_INTER_LINEAR;
+    if (word == "cubic") return MOX_INTER_CUBIC;
+    if (word == "super" && means) return MOX_INTER_SUPER;
+    fail(exitUsage, std::string(operation) + ": KIND must be nearest, linear" +
+                        (means ? ", cubic or super" : " or cubic") + ", not '" + word + "'");
+}
+
+using Scale = std::function<void(MoxImage *, MoxImage *, int, int, int, int, int)>;
+
+void scaleBy(Call *call, const char *operation, const Scale &function, int kind) {
+    int to = 0, from = 1, end = 0;
+    const std::string &ratio = call->arguments[0].text;
+    bool understood = std::sscanf(ratio.c_str(), "%d%n", &to, &end) == 1;
+    if (understood && static_cast<std::size_t>(end) < ratio.size())
+        understood = std::sscanf(ratio.c_str(), "%d/%d%n", &to, &from, &end) == 2;
+    if (!understood || static_cast<std::size_t>(end) != ratio.size() || std::min(to, from) < 1)
+        fail(exitUsage, std::string(operation) + ": RATIO must be like 8 or 3/2, not '" + ratio + "'");
+    const MoxImage *image = call->image;
+    const auto scaled = [&](int side) { return std::floor(static_cast<double>(side) * to / from); };
+    MoxImage *result = canvasFor(call, operation, scaled(image->width), scaled(image->height));
+    function(call->image, result, to, from, to, from, kind);
+}
+
+void zoom(Call *call) {
+    scaleBy(call, "zoom", moxZoom, kindOf(call->arguments[1].text, "zoom", false));
+}
+void decimate(Call *call) {
+    scaleBy(call, "decimate", moxDecimate, kindOf(call->arguments[1].text, "decimate", true));
+}
+
+void decimateBlur(Call *call) {
+    const int size = call->arguments[2].integer;
+    const auto function = [size](MoxImage *from, MoxImage *to, int xDst, int xSrc, int yDst, int ySrc, int kind) {
+        moxDecimateBlur(from, to, xDst, xSrc, yDst, ySrc, kind, size, size);
+    };
+    scaleBy(call, "decimate-blur", function, kindOf(call->arguments[1].text, "decimate-blur", false));
+}
+
+// --------------------------------------------------------------------------------------------------------------- maps
+
+// A map as it is typed: how far a position moves away from its pixel.
+struct MapWord {
+    std::string form;
+    double strength = 0;
+};
+MapWord mapOf(const Argument &argument, const char *name) {
+    const std::string &word = argument.text;
+    const std::size_t colon = word.find(':');
+    MapWord map{word.substr(0, colon), 0};
+    char *end = nullptr;
+    if (colon != std::string::npos) map.strength = std::strtod(word.c_str() + colon + 1, &end);
+    const bool number = colon == std::string::npos || (end != word.c_str() + colon + 1 && *end == '\0');
+    if (!number || (map.form != "lens" && map.form != "wave" && map.form != "shift"))
+        fail(exitUsage,
+             std::string("remap: ") + name + " must be like lens:0.3, wave:8 or shift:20, not '" + word + "'");
+    return map;
+}
+
+// A map of positions in one direction, for every pixel of a picture.
+ImagePtr makeMap(const MapWord &word, const MoxImage *image, bool down) {
+    ImagePtr map(moxCreateImageHeader(1, 0, static_cast<int>(MOX_DEPTH_32F), "GRAY", "G", MOX_DATA_ORDER_PIXEL,
+                                      image->origin, 4, image->width, image->height, nullptr, nullptr, nullptr,
+                                      nullptr));
+    if (map) moxAllocateImageFP(map.get(), 0, 0);
+    if (!map || !map->imageData) fail(exitOperation, "remap: not enough memory for a map");
+    const double middleX = (image->width - 1) / 2.0, middleY = (image->height - 1) / 2.0;
+    const double corner = middleX * middleX + middleY * middleY + 1e-9;
+    for (int y = 0; y < image->height; y++) {
+        auto *row = reinterpret_cast<float *>(map->imageData + static_cast<std::ptrdiff_t>(y) * map->widthStep);
+        for (int x = 0; x < image->width; x++) {
+            const double fromX = x - middleX, fromY = y - middleY;
+            const double away = (fromX * fromX + fromY * fromY) / corner;
+            double moved = word.strength;
+            if (word.form == "lens") moved *= (away - 0.5) * (down ? fromY : fromX);
+            if (word.form == "wave") moved *= std::sin((down ? x : y) / 16.0);
+            row[x] = static_cast<float>((down ? y : x) + moved);
+        }
+    }
+    return map;
+}
+
+void remap(Call *call) {
+    const MapWord across = mapOf(call->arguments[0], "XMAP"), down = mapOf(call->arguments[1], "YMAP");
+    const int kind = kindOf(call->arguments[2].text, "remap", false);
+    MoxImage *from = call->image;
+    const ImagePtr xMap = makeMap(across, from, false), yMap = makeMap(down, from, true);
+    MoxImage *to = emptyLike(call, from->width, from->height);
+    // The maps are of all pixels, and take part from where the destination does.
+    MoxROI region = {0, 0, 0, from->width, from->height};
+    if (to->roi) region = {0, to->roi->xOffset, to->roi->yOffset, to->roi->width, to->roi->height};
+    xMap->roi = yMap->roi = &region;
+    moxRemap(from, xMap.get(), yMap.get(), to, kind);
+    xMap->roi = yMap->roi = nullptr;
+}
+
 }  // namespace
 
 const Family &geometryFamily() {
@@ -163,6 +288,40 @@ const Family &geometryFamily() {
                "upright 300x400 {w21},{h8},{w74},{h15},{w88},{h93},{w7},{h82}", "page.png"},
               {"A few pixels enlarged: cubic samples between them.", "upright 360x240 0,0,11,0,11,7,0,7", "tiny.png"},
               {"The same, each the nearest pixel.", "upright 360x240 0,0,11,0,11,7,0,7 nearest", "tiny.png"}}},
+            {"resize",
+             {{K::word, "SIZE"}},
+             "a picture of SIZE, like 640x480: means of areas where it gets smaller, cubic samples where it gets "
+             "larger",
+             resize,
+             {{"A small picture of the whole.", "resize 160x100"},
+              {"A region grows into its own place.", "--roi {w40},{h40},{w25},{h25} resize 400x300"}}},
+            {"zoom",
+             {{K::word, "RATIO"}, {K::word, "KIND"}},
+             "RATIO times as large, like 8 or 3/2; KIND is nearest, linear or cubic",
+             zoom,
+             {{"Eight times as large: the nearest pixel.", "zoom 8 nearest", "tiny.png"},
+              {"Linear samples between pixels.", "zoom 8 linear", "tiny.png"},
+              {"Cubic ones.", "zoom 8 cubic", "tiny.png"}}},
+            {"decimate",
+             {{K::word, "RATIO"}, {K::word, "KIND"}},
+             "RATIO times as large, like 1/3 or 2/3; KIND is nearest, linear, cubic or super, the mean of areas",
+             decimate,
+             {{"A quarter of the size: the mean of what each pixel covers.", "decimate 1/4 super"},
+              {"One pixel of each sixteen; the others are lost.", "decimate 1/4 nearest"},
+              {"Two thirds, by cubic samples.", "decimate 2/3 cubic"}}},
+            {"decimate-blur",
+             {{K::word, "RATIO"}, {K::word, "KIND"}, {K::integer, "N"}},
+             "RATIO times as large, like 1/3, from means of N x N pixels; 0 for as many as a pixel covers",
+             decimateBlur,
+             {{"A quarter of the size, from means as large as its pixels.", "decimate-blur 1/4 linear 0"},
+              {"From larger ones: blurred on the way.", "decimate-blur 1/4 cubic 15"}}},
+            {"remap",
+             {{K::word, "XMAP"}, {K::word, "YMAP"}, {K::word, "KIND"}},
+             "every pixel from where two maps say: lens:K, wave:PIXELS or shift:PIXELS in each direction",
+             remap,
+             {{"A lens draws the picture together towards its edges.", "remap lens:0.5 lens:0.5 cubic"},
+              {"One that spreads them.", "remap lens:-0.5 lens:-0.5 cubic"},
+              {"Waves run down the picture.", "remap wave:8 shift:0 linear"}}},
         }};
     return family;
 }
