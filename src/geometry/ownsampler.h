@@ -1,10 +1,8 @@
 // The sampler: rows of destination pixels from positions in a source. Whoever calls it brings the positions; it knows
 // depths, orders, channels, masks and what is done with the samples around a position.
 //
-// Positions are those of the source image, not of its region. Those that lie beyond it by up to half a pixel, as
-// roundings leave them, are computed as they are, but for 8U count as on its edge; others count as half a pixel beyond
-// it, and what is not a number as beyond its left or upper edge. Whether such a pixel is written at all is for the
-// caller to say.
+// Positions are those of the source image, not of its region. Those beyond the region count as on its edge, and what is
+// not a number as on its left or upper one: whether such a pixel is written at all is for the caller to say.
 #pragma once
 
 #include "frame/ownrows.h"

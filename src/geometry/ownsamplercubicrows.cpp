@@ -19,14 +19,14 @@ template <class Position>
 [[gnu::always_inline]] inline void locate(const Extent &extent, const typename Position::Stored *position,
                                           int32_t *place, typename Position::Value *f, size_t n) {
     using Value = typename Position::Value;
-    const auto first = static_cast<Value>(extent.first) - Value{0.5};
-    const auto last = static_cast<Value>(extent.last) + Value{0.5};
+    const auto first = static_cast<Value>(extent.first), last = static_cast<Value>(extent.last);
     for (size_t i = 0; i < n; ++i) {
         const Value value = notAbove(notBelow<Value>(position[i], first), last);
         const int32_t from = notBelow(notAbove(wholeOf(value) - 1, extent.last - 3), extent.first);
         place[i] = (from - extent.origin) * extent.step;
         // The difference is exact, in float too, up to positions that leave no place for fractions.
-        f[i] = value - static_cast<Value>(from);
+        const Value part = value - static_cast<Value>(from);
+        f[i] = notAbove(notBelow(part, Value{0}), Value{3});
     }
 }
 
@@ -79,10 +79,8 @@ void cubicBytes(const OwnSampled &src, const void *x, const void *y, uint8_t *ou
         count = places.locateBlock(src, x, y, done, n);
         int32_t tx[BLOCK], ty[BLOCK];
         for (size_t i = 0; i < count; ++i) {
-            // The table ends where the window does.
-            using Value = typename Position::Value;
-            tx[i] = nearest(notAbove(notBelow(places.fx[i], Value{0}), Value{3}) * 512);
-            ty[i] = nearest(notAbove(notBelow(places.fy[i], Value{0}), Value{3}) * 512);
+            tx[i] = nearest(places.fx[i] * 512);
+            ty[i] = nearest(places.fy[i] * 512);
         }
         for (size_t i = 0; i < count; ++i) {
             const int16_t *w = weightTable.at[tx[i]], *q = weightTable.at[ty[i]];

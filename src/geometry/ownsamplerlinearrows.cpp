@@ -20,7 +20,7 @@ template <class Fraction>
     if constexpr (static_cast<Fraction>(0.5f) == 0) {
         return nearest(notAbove(part, 1.0f) * ONE);
     } else {
-        return part;
+        return notAbove(part, 1.0f);
     }
 }
 
@@ -28,9 +28,7 @@ template <class Fraction>
 template <class Fraction>
 [[gnu::always_inline]] inline void locate(const Extent &extent, const OwnAnyF32 *position, int32_t *place,
                                           Fraction *fraction, size_t n) {
-    // Fractions of bytes have no place for what lies beside the region.
-    constexpr float beside = static_cast<Fraction>(0.5f) == 0 ? 0.0f : 0.5f;
-    const auto first = static_cast<float>(extent.first) - beside, last = static_cast<float>(extent.last) + beside;
+    const auto first = static_cast<float>(extent.first), last = static_cast<float>(extent.last);
     for (size_t i = 0; i < n; ++i) {
         const float value = notAbove(notBelow<float>(position[i], first), last);
         const int32_t whole = static_cast<int32_t>(value);
@@ -59,7 +57,7 @@ template <class Fraction>
 template <class Position>
 [[gnu::always_inline]] inline void locateDouble(const Extent &extent, const Position *position, int32_t *place,
                                                 double *fraction, size_t n) {
-    const double first = extent.first - 0.5, last = extent.last;
+    const double first = extent.first, last = extent.last;
     for (size_t i = 0; i < n; ++i) {
         const double value = notAbove(notBelow<double>(position[i], first), last);
         const int32_t whole = wholeOf(value);
