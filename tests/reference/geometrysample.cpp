@@ -31,13 +31,20 @@ int refKind(unsigned depth, int width, int height, int interpolate) {
 
 // The whole part of a position that must not fall below a whole number by rounding.
 static int64_t floorNearly(double x) {
-    return static_cast<int64_t>(std::nearbyint((std::fabs(x) < 1e9 ? x : 0) - 0.4999999));
+    return static_cast<int64_t>(std::nearbyint(x - 0.4999999));
 }
 
 static uint32_t store(unsigned depth, double value) {
     if (depth == MOX_DEPTH_32F) return std::bit_cast<uint32_t>(static_cast<float>(value));
     const double most = depth == MOX_DEPTH_8U ? 255 : 65535;
     return static_cast<uint32_t>(std::clamp(std::nearbyint(value), 0.0, most));
+}
+
+// A position within the region, whatever rounding made of it.
+template <typename Number>
+static Number within(Number value, int low, int high) {
+    if (!(value > static_cast<Number>(low))) return static_cast<Number>(low);
+    return std::min(value, static_cast<Number>(high));
 }
 
 // The nearest whole number, of any position.
@@ -83,15 +90,15 @@ struct Step {
 
 // Whole numbers stay what they are by floorNearly; the last pixel is the second sample.
 Step<double> exactStep(double x, int low, int high) {
+    x = within(x, low, high);
     const int64_t whole = floorNearly(x);
     if (whole >= high) return {high - 1, 1};
-    const int64_t first = std::max<int64_t>(whole, low);
-    return {first, x - static_cast<double>(first)};
+    return {whole, x - static_cast<double>(whole)};
 }
 
 Step<float> singleStep(float x, int low, int high) {
-    const int64_t whole = std::fabs(x) < 1e9f ? static_cast<int64_t>(x) : 0;
-    const int64_t first = std::clamp<int64_t>(whole, low, high - 1);
+    x = within(x, low, high);
+    const int64_t first = std::min<int64_t>(static_cast<int64_t>(x), high - 1);
     return {first, x - static_cast<float>(first)};
 }
 
@@ -185,6 +192,8 @@ static Number cubicSum(const RefSource &source, int64_t bx, int64_t by, Number f
 
 uint32_t refCubic(const RefSource &source, double x, double y) {
     const RefRect &rect = source.rect;
+    x = within(x, rect.left, rect.right);
+    y = within(y, rect.top, rect.bottom);
     const int64_t bx = rect.left + windowStart(floorNearly(x) - rect.left, source.width());
     const int64_t by = rect.top + windowStart(floorNearly(y) - rect.top, source.height());
     const double fx = x - static_cast<double>(bx), fy = y - static_cast<double>(by);
