@@ -272,6 +272,22 @@ TEST(WarpRows, positionsAreThoseOfPlainLoops) {
                 kept[1] += step[1];
             }
 
+            float four[8][80], atFour[8];
+            float *const fours8[] = {four[0], four[1], four[2], four[3], four[4], four[5], four[6], four[7]};
+            for (int k = 0; k < 8; ++k)
+                atFour[k] = static_cast<float>(between(random, 0, 300));
+            float expected[8];
+            std::copy(atFour, atFour + 8, expected);
+            rows.stepFourSingle(atFour, step, fours8, fours * 4);
+            for (size_t i = 0; i < fours * 4; ++i) {
+                for (size_t k = 0; k < 8; ++k) {
+                    ASSERT_EQ(four[k][i], expected[k]);
+                    expected[k] += step[k / 4];
+                }
+            }
+            for (size_t k = 0; k < 8; ++k)
+                ASSERT_EQ(atFour[k], expected[k]);
+
             uint8_t bits[16];
             const float rectangle[] = {kept[0], kept[1] - 1, kept[0] + 1, kept[1] + 1};
             rows.within(singles, rectangle, bits, n);
