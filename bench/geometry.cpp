@@ -1,4 +1,4 @@
-// Geometry: mirror images, warps, rotation.
+// Geometry: mirror images, warps, rotation, scaling.
 #include <cmath>
 
 #include "rows.h"
@@ -53,6 +53,34 @@ const Operation ROTATE_90 = {.name = "rotate-90", .at = SIZES_OF_SAMPLES, .call 
 const Operation ROTATE_180 = {.name = "rotate-180", .at = SIZES_OF_SAMPLES, .call = rotate<180>};
 const Operation ROTATE_270 = {.name = "rotate-270", .at = SIZES_OF_SAMPLES, .call = rotate<270>};
 
+template <int to, int from, int interpolate>
+void resize(Images images) {
+    moxResize(images[0], images[1], to, from, to, from, interpolate);
+}
+template <int to, int from, int interpolate>
+void decimate(Images images) {
+    moxDecimate(images[0], images[1], to, from, to, from, interpolate);
+}
+
+// Twice as large, and smaller: the unit is a sample of the source.
+const Form TWICE = {.scale = 2}, HALF = {.scale = 0.5}, THIRD = {.scale = 1.0 / 3}, TWO_THIRDS = {.scale = 2.0 / 3};
+const Operation TWICE_NEAREST = {
+    .name = "resize-2-nearest", .at = WARPED, .call = resize<2, 1, MOX_INTER_NN>, .destination = TWICE};
+const Operation TWICE_LINEAR = {
+    .name = "resize-2-linear", .at = WARPED, .call = resize<2, 1, MOX_INTER_LINEAR>, .destination = TWICE};
+const Operation TWICE_CUBIC = {
+    .name = "resize-2-cubic", .at = WARPED, .call = resize<2, 1, MOX_INTER_CUBIC>, .destination = TWICE};
+const Operation HALF_LINEAR = {
+    .name = "resize-half-linear", .at = WARPED, .call = resize<1, 2, MOX_INTER_LINEAR>, .destination = HALF};
+const Operation HALF_MEAN = {
+    .name = "decimate-half-super", .at = WARPED, .call = decimate<1, 2, MOX_INTER_SUPER>, .destination = HALF};
+const Operation THIRD_MEAN = {
+    .name = "decimate-third-super", .at = WARPED, .call = decimate<1, 3, MOX_INTER_SUPER>, .destination = THIRD};
+const Operation TWO_THIRDS_MEAN = {.name = "decimate-two-thirds-super",
+                                   .at = WARPED,
+                                   .call = decimate<2, 3, MOX_INTER_SUPER>,
+                                   .destination = TWO_THIRDS};
+
 Entry rgb(const Operation &operation) {
     Entry entry = {.operation = operation, .layoutName = "rgb", .layout = {.channels = 3}, .sizes = {1024}};
     entry.operation.at = {OWN_8U, OWN_16U};
@@ -82,5 +110,16 @@ const Family geometryFamily = {
         rgb(AFFINE_CUBIC),
         rgb(PERSPECTIVE_LINEAR),
         rgb(ROTATE_90),
+        {.operation = TWICE_NEAREST, .sizes = {1024}},
+        {.operation = TWICE_LINEAR, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 1}}}},
+        {.operation = TWICE_CUBIC, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 3.6}}}},
+        {.operation = HALF_LINEAR, .sizes = {1024}},
+        {.operation = HALF_MEAN, .sizes = {1024}},
+        {.operation = THIRD_MEAN, .sizes = {1020}},
+        {.operation = TWO_THIRDS_MEAN, .sizes = {1020}},
+        rgb(TWICE_NEAREST),
+        rgb(TWICE_LINEAR),
+        rgb(TWICE_CUBIC),
+        rgb(THIRD_MEAN),
     },
 };

@@ -28,19 +28,32 @@ template <int k>
 }
 #endif
 
+#if defined(__AVX2__)
+// The sums of a sample's four bytes by its weights, of which those that are not there are 0.
+template <int taps, bool split>
+void acrossPicked(const uint8_t *src, float *to, const OwnScaleColumns &columns) {
+    for (size_t k = 0; k < columns.n / 8; ++k) {
+        const __m256i v = ownPickQuads<split>(src, columns, k);
+        const auto weight = [&](int of) { return _mm256_loadu_ps(columns.weights[of] + 8 * k); };
+        __m256 sum = _mm256_mul_ps(picked<0>(v), weight(0));
+        sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<1>(v), weight(1)));
+        if constexpr (taps == 4) {
+            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<2>(v), weight(2)));
+            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<3>(v), weight(3)));
+        }
+        _mm256_storeu_ps(to + 8 * k, sum);
+    }
+}
+#endif
+
 template <class D>
 void acrossLinear(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     float *to = static_cast<float *>(row);
     const float *a = columns.weights[0], *b = columns.weights[1];
 #if defined(__AVX2__)
     if constexpr (sizeof(typename D::Value) == 1) {
-        for (size_t k = 0; columns.base && k < columns.n / 4; k += 2) {
-            const __m256i v = ownPickNext(src, columns, k);
-            const __m256 left = _mm256_mul_ps(picked<0>(v), _mm256_loadu_ps(a + 4 * k));
-            const __m256 right = _mm256_mul_ps(picked<1>(v), _mm256_loadu_ps(b + 4 * k));
-            _mm256_storeu_ps(to + 4 * k, _mm256_add_ps(left, right));
-        }
-        if (columns.base) return;
+        if (columns.base && columns.split) return acrossPicked<2, true>(src, to, columns);
+        if (columns.base) return acrossPicked<2, false>(src, to, columns);
     }
 #endif
     for (size_t i = 0; i < columns.n; ++i) {
@@ -69,22 +82,28 @@ template <class Number, class Weight>
     return 0.16666667f * (6.0f * b + f * first + ff * second + fff * third);
 }
 
+#if defined(__AVX2__)
+template <bool split>
+void acrossCubicPicked(const uint8_t *src, float *to, const OwnScaleColumns &columns) {
+    for (size_t k = 0; k < columns.n / 8; ++k) {
+        const __m256i v = ownPickQuads<split>(src, columns, k);
+        const auto weight = [&](int of) { return ownLoadFloats(columns.weights[of] + 8 * k); };
+        ownStoreFloats(to + 8 * k, lagrange<OwnFloats>(picked<0>(v), picked<1>(v), picked<2>(v), picked<3>(v),
+                                                       weight(0), weight(1), weight(2)));
+    }
+}
+#endif
+
 template <class D>
 void acrossCubic(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     float *to = static_cast<float *>(row);
-    const auto weight = [&](int of, size_t i) { return columns.weights[of] + i; };
 #if defined(__AVX2__)
     if constexpr (sizeof(typename D::Value) == 1) {
-        for (size_t k = 0; columns.base && k < columns.n / 4; k += 2) {
-            const __m256i v = ownPickNext(src, columns, k);
-            ownStoreFloats(to + 4 * k,
-                           lagrange<OwnFloats>(picked<0>(v), picked<1>(v), picked<2>(v), picked<3>(v),
-                                               ownLoadFloats(weight(0, 4 * k)), ownLoadFloats(weight(1, 4 * k)),
-                                               ownLoadFloats(weight(2, 4 * k))));
-        }
-        if (columns.base) return;
+        if (columns.base && columns.split) return acrossCubicPicked<true>(src, to, columns);
+        if (columns.base) return acrossCubicPicked<false>(src, to, columns);
     }
 #endif
+    const auto weight = [&](int of, size_t i) { return columns.weights[of] + i; };
     const int64_t pixel = columns.pixel;
     for (size_t i = 0; i < columns.n; ++i) {
         // What lies before the row has no weight: the first pixel stands for it.
@@ -111,17 +130,8 @@ void acrossMeans(const uint8_t *src, void *row, const OwnScaleColumns &columns) 
     const float *head = columns.weights[0], *tail = columns.weights[1];
 #if defined(__AVX2__)
     if constexpr (sizeof(typename D::Value) == 1) {
-        // Windows of up to four pixels, where those that are none have weights of 0.
-        for (size_t k = 0; columns.base && k < columns.n / 4; k += 2) {
-            const __m256i v = ownPickNext(src, columns, k);
-            const auto weight = [&](int of) { return _mm256_loadu_ps(columns.weights[of] + 4 * k); };
-            __m256 sum = _mm256_mul_ps(picked<0>(v), weight(0));
-            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<1>(v), weight(1)));
-            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<2>(v), weight(2)));
-            sum = _mm256_add_ps(sum, _mm256_mul_ps(picked<3>(v), weight(3)));
-            _mm256_storeu_ps(to + 4 * k, sum);
-        }
-        if (columns.base) return;
+        if (columns.base && columns.split) return acrossPicked<4, true>(src, to, columns);
+        if (columns.base) return acrossPicked<4, false>(src, to, columns);
     }
 #endif
     for (size_t i = 0; i < columns.n; ++i) {
@@ -153,13 +163,54 @@ void endMeans(const float *sum, float scale, uint8_t *out, size_t n) {
 
 // ------------------------------------------------------------------------------------------- means of whole pixels
 
-void addBytes(const uint8_t *row, uint16_t *sums, size_t n, bool first) {
-    if (first) {
-        for (size_t i = 0; i < n; ++i)
-            sums[i] = row[i];
-    } else {
-        for (size_t i = 0; i < n; ++i)
-            sums[i] = static_cast<uint16_t>(sums[i] + row[i]);
+template <int count, bool first>
+void addRows(const uint8_t *const *rows, uint16_t *sums, size_t n) {
+    const uint8_t *r0 = rows[0], *r1 = rows[count > 1 ? 1 : 0], *r2 = rows[count > 2 ? 2 : 0];
+    for (size_t i = 0; i < n; ++i) {
+        int sum = first ? r0[i] : sums[i] + r0[i];
+        if (count > 1) sum += r1[i];
+        if (count > 2) sum += r2[i];
+        sums[i] = static_cast<uint16_t>(sum);
+    }
+}
+
+void addBytes(const uint8_t *const *rows, int count, uint16_t *sums, size_t n, bool first) {
+    if (count == 1) return first ? addRows<1, true>(rows, sums, n) : addRows<1, false>(rows, sums, n);
+    if (count == 2) return first ? addRows<2, true>(rows, sums, n) : addRows<2, false>(rows, sums, n);
+    first ? addRows<3, true>(rows, sums, n) : addRows<3, false>(rows, sums, n);
+}
+
+void halve(const uint8_t *upper, const uint8_t *lower, uint8_t *out, size_t pixels) {
+    size_t i = 0;
+#if defined(__AVX2__)
+    const __m256i ones = _mm256_set1_epi8(1), half = _mm256_set1_epi16(2);
+    const auto pairs = [&](const uint8_t *p) {
+        return _mm256_maddubs_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)), ones);
+    };
+    const auto means = [&](size_t k) {
+        const __m256i sums = _mm256_add_epi16(pairs(upper + 2 * k), pairs(lower + 2 * k));
+        return _mm256_srli_epi16(_mm256_add_epi16(sums, half), 2);
+    };
+    for (; i + 32 <= pixels; i += 32) {
+        const __m256i v = _mm256_packus_epi16(means(i), means(i + 16));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), _mm256_permute4x64_epi64(v, 0xD8));
+    }
+#elif defined(__SSE2__)
+    const __m128i low = _mm_set1_epi16(255), half = _mm_set1_epi16(2);
+    const auto pairs = [&](const uint8_t *p) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+        return _mm_add_epi16(_mm_and_si128(v, low), _mm_srli_epi16(v, 8));
+    };
+    const auto means = [&](size_t k) {
+        const __m128i sums = _mm_add_epi16(pairs(upper + 2 * k), pairs(lower + 2 * k));
+        return _mm_srli_epi16(_mm_add_epi16(sums, half), 2);
+    };
+    for (; i + 16 <= pixels; i += 16)
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), _mm_packus_epi16(means(i), means(i + 8)));
+#endif
+    for (; i < pixels; ++i) {
+        const int sum = upper[2 * i] + upper[2 * i + 1] + lower[2 * i] + lower[2 * i + 1];
+        out[i] = static_cast<uint8_t>((sum + 2) >> 2);
     }
 }
 
@@ -247,5 +298,6 @@ const OwnDecimateRows decimateRows = {
     addRow,
     {endMeans<Own8U>, endMeans<Own16U>, endMeans<Own32F>},
     addBytes,
-    endBoxes};
+    endBoxes,
+    halve};
 }  // namespace OWN_LEVEL

@@ -41,7 +41,7 @@ struct CubicPlaces : Places {
         const Stored *xs = static_cast<const Stored *>(x), *ys = static_cast<const Stored *>(y);
         locate<Position>(columnsOf(src), xs + done, column, fx, count);
         locate<Position>(rowsOf(src), ys + done, row, fy, count);
-        return count;
+        return settle(src, 4, count);
     }
 };
 
@@ -74,9 +74,9 @@ constexpr Weights weightTable = makeWeights();
 // 8U.
 template <class Position, int channels>
 void cubicBytes(const OwnSampled &src, const void *x, const void *y, uint8_t *out, size_t n) {
-    for (size_t done = 0; done < n; done += BLOCK) {
-        CubicPlaces<Position> places;
-        const size_t count = places.locateBlock(src, x, y, done, n);
+    CubicPlaces<Position> places;
+    for (size_t done = 0, count; done < n; done += count) {
+        count = places.locateBlock(src, x, y, done, n);
         int32_t tx[BLOCK], ty[BLOCK];
         for (size_t i = 0; i < count; ++i) {
             tx[i] = nearest(places.fx[i] * 512);
@@ -85,7 +85,7 @@ void cubicBytes(const OwnSampled &src, const void *x, const void *y, uint8_t *ou
         for (size_t i = 0; i < count; ++i) {
             const int16_t *w = weightTable.at[tx[i]], *q = weightTable.at[ty[i]];
             for (int c = 0; c < channels; ++c) {
-                const uint8_t *p = placeOf(src, places, i) + c;
+                const uint8_t *p = places.at(i) + c;
                 int32_t sum = 0x80000;
                 for (int k = 0; k < 4; ++k, p += src.rowStep) {
                     const int64_t step = src.pixelStep;
@@ -115,15 +115,15 @@ template <class D, class Position, class Number, int channels>
 void cubicNumbers(const OwnSampled &src, const void *x, const void *y, uint8_t *out, size_t n) {
     using Value = typename D::Value;
     typename D::Sample *to = reinterpret_cast<typename D::Sample *>(out);
-    for (size_t done = 0; done < n; done += BLOCK) {
-        CubicPlaces<Position> places;
-        const size_t count = places.locateBlock(src, x, y, done, n);
+    CubicPlaces<Position> places;
+    for (size_t done = 0, count; done < n; done += count) {
+        count = places.locateBlock(src, x, y, done, n);
         for (size_t i = 0; i < count; ++i) {
             Number w[4], q[4];
             makeWeights(static_cast<Number>(places.fx[i]), w);
             makeWeights(static_cast<Number>(places.fy[i]), q);
             for (int c = 0; c < channels; ++c) {
-                const uint8_t *row = placeOf(src, places, i) + c * static_cast<int>(sizeof(Value));
+                const uint8_t *row = places.at(i) + c * static_cast<int>(sizeof(Value));
                 Number sums[4];
                 for (int k = 0; k < 4; ++k, row += src.rowStep) {
                     Number p[4];

@@ -11,13 +11,14 @@ namespace {
 template <size_t bytes>
 void copyPixels(const OwnSampled &src, const void *x, const void *y, uint8_t *out, size_t n) {
     const auto *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
-    for (size_t done = 0; done < n; done += BLOCK) {
-        const size_t count = n - done < BLOCK ? n - done : BLOCK;
-        Places places;
+    Places places;
+    for (size_t done = 0, count; done < n; done += count) {
+        count = n - done < BLOCK ? n - done : BLOCK;
         locate(columnsOf(src), xs + done, places.column, count);
         locate(rowsOf(src), ys + done, places.row, count);
+        count = places.settle(src, 1, count);
         for (size_t i = 0; i < count; ++i, out += bytes)
-            __builtin_memcpy(out, placeOf(src, places, i), bytes);
+            __builtin_memcpy(out, places.at(i), bytes);
     }
 }
 

@@ -9,16 +9,6 @@ namespace {
 
 constexpr size_t BLOCK = 64;
 
-// Where the samples of pixels begin: bytes along the row, and the row, from the source's origin on.
-struct Places {
-    int32_t column[BLOCK];
-    int32_t row[BLOCK];
-};
-
-[[gnu::always_inline]] inline const uint8_t *placeOf(const OwnSampled &src, const Places &places, size_t i) {
-    return src.origin + places.row[i] * src.rowStep + places.column[i];
-}
-
 // What a position that is no number becomes stands second: a comparison with it is false.
 template <class T>
 [[gnu::always_inline]] inline T notBelow(T value, T least) {
@@ -57,6 +47,37 @@ struct Extent {
 [[gnu::always_inline]] inline Extent rowsOf(const OwnSampled &src) {
     return {src.top, src.bottom, src.originY, 1};
 }
+
+// Where the first samples of a block's pixels are: first by column, in bytes, and row, from the source's origin on;
+// then by bytes from one place on.
+struct Places {
+    int32_t column[BLOCK], row[BLOCK];
+    int32_t offset[BLOCK];
+    const uint8_t *base;
+    bool atEnd;  // the windows of some pixels, so many rows high, reach the region's last row
+
+    // How many pixels of the block it is for: all, or one where rows are further apart than an offset counts.
+    [[gnu::always_inline]] inline size_t settle(const OwnSampled &src, int windowRows, size_t n) {
+        int32_t low = row[0], high = row[0];
+        for (size_t i = 0; i < n; ++i) {
+            low = row[i] < low ? row[i] : low;
+            high = row[i] > high ? row[i] : high;
+        }
+        const int64_t width = (int64_t{src.right} - src.originX + 1) * src.pixelStep;
+        if ((int64_t{high} - low) * src.rowStep + width > INT32_MAX) {
+            n = 1;
+            low = high = row[0];
+        }
+        const auto step = static_cast<int32_t>(src.rowStep);
+        for (size_t i = 0; i < n; ++i)
+            offset[i] = (row[i] - low) * step + column[i];
+        base = src.origin + low * src.rowStep;
+        atEnd = int64_t{high} + windowRows > int64_t{src.bottom} - src.originY;
+        return n;
+    }
+
+    [[gnu::always_inline]] inline const uint8_t *at(size_t i) const { return base + offset[i]; }
+};
 
 // The whole part of a position of either type, which does not lie before 0: as floor, but what is less than 1e-07 below
 // an integer goes there. Of the floats there is one such number.

@@ -396,15 +396,25 @@ bool Scaler::makeMeans(int plane, const OwnScalePlace &place, uint8_t *out) {
     return true;
 }
 
-// Sums of bytes stay within 16 bits down the columns.
+// Sums of bytes stay within 16 bits down the columns. Rows that are copied come one at a time.
 bool Scaler::makeBoxes(int plane, const OwnScalePlace &place, uint8_t *out) {
-    for (int32_t k = 0; k < place.count; ++k) {
-        const uint8_t *row = source_.row(plane, int64_t{place.first} + k);
-        if (!row) return false;
-        ownDecimateRows().addBytes(row, boxes_, static_cast<size_t>(pixels_ * channels_), k == 0);
+    const OwnDecimateRows &kernels = ownDecimateRows();
+    const size_t pixels = samples_ / static_cast<size_t>(channels_);
+    const int32_t atOnce = source_.inPlace() ? 3 : 1;
+    const uint8_t *rows[3];
+    for (int32_t k = 0; k < place.count; k += atOnce) {
+        const int32_t count = std::min(atOnce, place.count - k);
+        for (int32_t i = 0; i < count; ++i) {
+            rows[i] = source_.row(plane, int64_t{place.first} + k + i);
+            if (!rows[i]) return false;
+        }
+        if (place.count == 2 && count == 2 && scale_.box == 2 && channels_ == 1) {
+            kernels.halve(rows[0], rows[1], out, pixels);
+            return true;
+        }
+        kernels.addBytes(rows, count, boxes_, static_cast<size_t>(pixels_ * channels_), k == 0);
     }
-    ownDecimateRows().endBoxes(boxes_, scale_.box, channels_, scale_.scale, out,
-                               samples_ / static_cast<size_t>(channels_));
+    kernels.endBoxes(boxes_, scale_.box, channels_, scale_.scale, out, pixels);
     return true;
 }
 

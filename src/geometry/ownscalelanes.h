@@ -128,22 +128,20 @@ template <class D>
 }
 
 #if defined(__AVX2__)
-// The windows of groups k and k + step, side by side.
-[[gnu::always_inline]] inline __m256i ownPickTwo(const uint8_t *src, const OwnScaleColumns &columns, size_t k,
-                                                 size_t step) {
-    const auto load = [](const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); };
-    const __m256i windows = _mm256_inserti128_si256(_mm256_castsi128_si256(load(src + columns.base[k])),
-                                                    load(src + columns.base[k + step]), 1);
-    const __m256i pick = _mm256_inserti128_si256(_mm256_castsi128_si256(load(columns.pick + 16 * k)),
-                                                 load(columns.pick + 16 * (k + step)), 1);
-    return _mm256_shuffle_epi8(windows, pick);
+// The k-th vector that a table takes from a row.
+[[gnu::always_inline]] inline __m256i ownPick(const uint8_t *src, const OwnScaleColumns &columns, size_t k) {
+    const auto load = [&](size_t lane) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(src + columns.base[lane]));
+    };
+    const __m256i windows = _mm256_inserti128_si256(_mm256_castsi128_si256(load(2 * k)), load(2 * k + 1), 1);
+    return _mm256_shuffle_epi8(windows, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pick + 32 * k)));
 }
-// Those of groups k and k + 1.
-[[gnu::always_inline]] inline __m256i ownPickNext(const uint8_t *src, const OwnScaleColumns &columns, size_t k) {
-    const auto load = [](const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); };
-    const __m256i windows = _mm256_inserti128_si256(_mm256_castsi128_si256(load(src + columns.base[k])),
-                                                    load(src + columns.base[k + 1]), 1);
-    return _mm256_shuffle_epi8(windows, _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pick + 16 * k)));
+
+// The k-th vector of quads, of which some come from two.
+template <bool split>
+[[gnu::always_inline]] inline __m256i ownPickQuads(const uint8_t *src, const OwnScaleColumns &columns, size_t k) {
+    if constexpr (!split) return ownPick(src, columns, k);
+    return _mm256_or_si256(ownPick(src, columns, 2 * k), ownPick(src, columns, 2 * k + 1));
 }
 #endif
 

@@ -20,13 +20,14 @@ struct OwnScalePlace {
 // Rows in the ring end at a multiple of so many samples: kernels compute whole vectors.
 constexpr size_t OWN_SCALE_BLOCK = 32;
 
-// Samples whose windows lie close together are taken from vectors of 16 bytes, four samples at a time: those of group k
-// are the bytes that pick[16 k] and its neighbours name, counted from base[k] (128: none).
+// Samples whose windows lie close together are taken from vectors of 16 bytes by shuffles. pick has the shuffles of 32
+// bytes, which two such vectors fill, a lane each; base has where these begin, in the same order.
 enum OwnScalePick {
     OWN_PICK_NONE,
-    OWN_PICK_BYTES,  // one byte for each sample, those of group k in the dword k % 4
-    OWN_PICK_PAIRS,  // two for each sample, each a word
-    OWN_PICK_QUADS,  // four for each sample, which are a dword
+    OWN_PICK_BYTES,  // of 32 samples: lane l of the j-th vector has samples 16 l + j step on, in their places
+    OWN_PICK_PAIRS,  // two bytes a sample, of 16 samples: with 8 to a lane in order; with 4 as words, samples 0 to 3
+                     // and 8 to 11, then 4 to 7 and 12 to 15, in which order weights stand in any case
+    OWN_PICK_QUADS,  // four bytes a sample, of 8 samples
 };
 
 // The windows of a row's samples; there is something behind the last sample up to a whole block.
@@ -38,6 +39,8 @@ struct OwnScaleColumns {
     const int32_t *count;
     const int32_t *base;  // null where windows are too far apart for vectors
     const uint8_t *pick;
+    size_t step;              // samples to a lane
+    bool split;               // each vector of quads is put together from two, its pixels on either side of a gap
     const int16_t *pairs;     // integer weights, two for each sample
     const float *weights[4];  // others
 };
@@ -86,9 +89,11 @@ struct OwnDecimateRows {
     void (*addRow)(const float *row, float weight, float *sum, size_t n);
     void (*endMeans[OWN_SCALE_DEPTHS])(const float *sum, float scale, uint8_t *out, size_t n);
 
-    // Means of whole pixels of bytes: the sums of rows, and then of count pixels each.
-    void (*addBytes)(const uint8_t *row, uint16_t *sums, size_t n, bool first);
+    // Means of whole pixels of bytes: the sums of up to four rows at a time, and then of count pixels each.
+    void (*addBytes)(const uint8_t *const *rows, int count, uint16_t *sums, size_t n, bool first);
     void (*endBoxes)(const uint16_t *sums, int count, int channels, float scale, uint8_t *out, size_t pixels);
+    // Those of 2 x 2 pixels of one channel in one go.
+    void (*halve)(const uint8_t *upper, const uint8_t *lower, uint8_t *out, size_t pixels);
 };
 
 const OwnZoomRows &ownZoomRows();

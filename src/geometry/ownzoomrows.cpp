@@ -1,5 +1,5 @@
-// The kernels of zoom. Bytes whose windows lie close together are taken from vectors by shuffles, four samples at a
-// time; the others one by one.
+// The kernels of zoom. Bytes whose windows lie close together are taken from vectors by shuffles, the others one by
+// one.
 #include "geometry/ownscalelanes.h"
 
 namespace {
@@ -13,18 +13,25 @@ void pickEach(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
         __builtin_memcpy(to + i * sizeof(Value), src + columns.at[i], sizeof(Value));
 }
 
+#if defined(__AVX2__)
+// 32 samples from so many vectors.
+template <size_t vectors>
+[[gnu::always_inline]] inline void pickVectors(const uint8_t *src, uint8_t *to, const OwnScaleColumns &columns) {
+    for (size_t k = 0; k < columns.n / 32; ++k) {
+        __m256i v = ownPick(src, columns, vectors * k);
+        for (size_t j = 1; j < vectors; ++j)
+            v = _mm256_or_si256(v, ownPick(src, columns, vectors * k + j));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + 32 * k), v);
+    }
+}
+#endif
+
 void pickBytes(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
 #if defined(__AVX2__)
-    if (columns.base) {
-        uint8_t *to = static_cast<uint8_t *>(row);
-        for (size_t k = 0; k < columns.n / 4; k += 8) {
-            __m256i v = ownPickTwo(src, columns, k, 4);
-            for (size_t j = 1; j < 4; ++j)
-                v = _mm256_or_si256(v, ownPickTwo(src, columns, k + j, 4));
-            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + 4 * k), v);
-        }
-        return;
-    }
+    uint8_t *to = static_cast<uint8_t *>(row);
+    if (columns.base && columns.step == 16) return pickVectors<1>(src, to, columns);
+    if (columns.base && columns.step == 8) return pickVectors<2>(src, to, columns);
+    if (columns.base) return pickVectors<4>(src, to, columns);
 #endif
     pickEach<uint8_t>(src, row, columns);
 }
@@ -36,23 +43,33 @@ void copyRow(const void *const *rows, const OwnScalePlace &, uint8_t *out, size_
 
 // ------------------------------------------------------------------------------------------------------------- linear
 
+#if defined(__AVX2__)
+// 16 samples at a time, in two halves of words.
+template <size_t step>
+[[gnu::always_inline]] inline void acrossPairs(const uint8_t *src, int16_t *to, const OwnScaleColumns &columns) {
+    for (size_t k = 0; k < columns.n / 16; ++k) {
+        __m256i low, high;
+        if constexpr (step == 8) {
+            const __m256i v = ownPick(src, columns, k), zero = _mm256_setzero_si256();
+            low = _mm256_unpacklo_epi8(v, zero);
+            high = _mm256_unpackhi_epi8(v, zero);
+        } else {
+            low = ownPick(src, columns, 2 * k);
+            high = ownPick(src, columns, 2 * k + 1);
+        }
+        const __m256i *weights = reinterpret_cast<const __m256i *>(columns.pairs + 32 * k);
+        low = _mm256_srai_epi32(_mm256_madd_epi16(low, _mm256_loadu_si256(weights)), 8);
+        high = _mm256_srai_epi32(_mm256_madd_epi16(high, _mm256_loadu_si256(weights + 1)), 8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + 16 * k), _mm256_packs_epi32(low, high));
+    }
+}
+#endif
+
 void acrossLinear8(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     int16_t *to = static_cast<int16_t *>(row);
 #if defined(__AVX2__)
-    if (columns.base) {
-        for (size_t k = 0; k < columns.n / 4; k += 4) {
-            const auto weights = [&](size_t group) {
-                return _mm_loadu_si128(reinterpret_cast<const __m128i *>(columns.pairs + 8 * group));
-            };
-            const auto two = [&](size_t group) {
-                const __m256i w =
-                    _mm256_inserti128_si256(_mm256_castsi128_si256(weights(group)), weights(group + 2), 1);
-                return _mm256_srai_epi32(_mm256_madd_epi16(ownPickTwo(src, columns, group, 2), w), 8);
-            };
-            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + 4 * k), _mm256_packs_epi32(two(k), two(k + 1)));
-        }
-        return;
-    }
+    if (columns.base && columns.step == 8) return acrossPairs<8>(src, to, columns);
+    if (columns.base) return acrossPairs<4>(src, to, columns);
 #endif
     for (size_t i = 0; i < columns.n; ++i) {
         const uint8_t *p = src + columns.at[i];
@@ -145,23 +162,24 @@ template <class Number, class Weight>
 
 #if defined(__AVX2__)
 // Of bytes the differences are whole numbers, and made as such.
+template <bool split>
 void acrossCubicPicked(const uint8_t *src, float *to, const OwnScaleColumns &columns) {
     const __m256i ones = _mm256_set1_epi16(1);
     // Four weights of a dword's bytes, the first at the bottom: a, then d1 = b - a, d2 = a - 2 b + c, and
     // d3 = -a + 3 b - 3 c + d.
     const __m256i first = _mm256_set1_epi32(0x000001FF), second = _mm256_set1_epi32(0x0001FE01);
     const __m256i third = _mm256_set1_epi32(0x01FD03FF);
-    for (size_t k = 0; k < columns.n / 4; k += 2) {
-        const __m256i v = ownPickNext(src, columns, k);
+    for (size_t k = 0; k < columns.n / 8; ++k) {
+        const __m256i v = ownPickQuads<split>(src, columns, k);
         const auto difference = [&](__m256i weights) {
             return _mm256_cvtepi32_ps(_mm256_madd_epi16(_mm256_maddubs_epi16(v, weights), ones));
         };
-        const auto weight = [&](int of) { return _mm256_loadu_ps(columns.weights[of] + 4 * k); };
+        const auto weight = [&](int of) { return _mm256_loadu_ps(columns.weights[of] + 8 * k); };
         __m256 sum = _mm256_cvtepi32_ps(_mm256_and_si256(v, _mm256_set1_epi32(255)));
         sum = _mm256_add_ps(sum, _mm256_mul_ps(weight(0), difference(first)));
         sum = _mm256_add_ps(sum, _mm256_mul_ps(weight(1), difference(second)));
         sum = _mm256_add_ps(sum, _mm256_mul_ps(weight(2), difference(third)));
-        _mm256_storeu_ps(to + 4 * k, sum);
+        _mm256_storeu_ps(to + 8 * k, sum);
     }
 }
 #endif
@@ -171,7 +189,8 @@ void acrossCubic(const uint8_t *src, void *row, const OwnScaleColumns &columns) 
     float *to = static_cast<float *>(row);
 #if defined(__AVX2__)
     if constexpr (sizeof(typename D::Value) == 1) {
-        if (columns.base) return acrossCubicPicked(src, to, columns);
+        if (columns.base && columns.split) return acrossCubicPicked<true>(src, to, columns);
+        if (columns.base) return acrossCubicPicked<false>(src, to, columns);
     }
 #endif
     const int64_t pixel = columns.pixel;

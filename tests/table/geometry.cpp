@@ -161,6 +161,19 @@ void decimateBlur(Call &call) {
     moxDecimateBlur(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, interpolate, xMaskSize, yMaskSize);
 }
 
+void zoom(Call &call) {
+    const int xDst = call.size(3), xSrc = call.size(2), yDst = call.size(5), ySrc = call.size(4);
+    moxZoom(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, call.choice(MOX_INTER_CUBIC, 3));
+}
+void resize(Call &call) {
+    const int xDst = call.size(3), xSrc = call.size(4), yDst = call.size(5), ySrc = call.size(4);
+    moxResize(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, call.choice(MOX_INTER_LINEAR, 4));
+}
+void decimate(Call &call) {
+    const int xDst = call.size(2), xSrc = call.size(3), yDst = call.size(3), ySrc = call.size(4);
+    moxDecimate(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, call.choice(MOX_INTER_SUPER, 4));
+}
+
 }  // namespace
 
 std::vector<Example> geometryExamples() {
@@ -210,5 +223,8 @@ std::vector<Example> geometryExamples() {
          {.neighbours = true}},
         {"moxRemap", PIXELS, 2, remap, {.neighbours = true}},
         {"moxDecimateBlur", PIXELS, 2, decimateBlur, {.neighbours = true}},
+        {"moxZoom", PIXELS, 2, zoom, {.tiledNearest = true, .neighbours = true}},
+        {"moxResize", PIXELS, 2, resize, {.tiledNearest = true, .neighbours = true}},
+        {"moxDecimate", PIXELS, 2, decimate, {.reportsAs = "Decimate", .within = "moxDecimate", .neighbours = true}},
     };
 }

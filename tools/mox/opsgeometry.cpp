@@ -114,6 +114,63 @@ void upright(Call *call) {
     moxWarpPerspectiveQ(call->image, emptyLike(call, width, height), quad, 1, kind);
 }
 
+// ------------------------------------------------------------------------------------------------------------ scaling
+
+MoxImage *canvasFor(Call *call, const char *operation, double width, double height) {
+    if (!(width >= 1 && height >= 1)) fail(exitOperation, std::string(operation) + ": nothing would be left");
+    if (!(width <= longestCanvasSide && height <= longestCanvasSide))
+        fail(exitOperation, "the result would be more than " + std::to_string(longestCanvasSide) + " pixels a side");
+    return emptyLike(call, static_cast<int>(width), static_cast<int>(height));
+}
+
+// To a size, of the picture or of a region in it: the mean of areas where nothing gets larger, else cubic samples.
+void resize(Call *call) {
+    int width = 0, height = 0, end = 0;
+    const std::string &size = call->arguments[0].text;
+    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) == 2 &&
+                            static_cast<std::size_t>(end) == size.size();
+    if (!understood || std::min(width, height) < 1)
+        fail(exitUsage, "resize: SIZE must be two sides, like 640x480, not '" + size + "'");
+    const MoxImage *from = call->image;
+    const int fromWidth = from->roi ? from->roi->width : from->width;
+    const int fromHeight = from->roi ? from->roi->height : from->height;
+    MoxImage *to = canvasFor(call, "resize", width, height);
+    const bool smaller = width <= fromWidth && height <= fromHeight;
+    moxResize(call->image, to, width, fromWidth, height, fromHeight, smaller ? MOX_INTER_SUPER : MOX_INTER_CUBIC);
+}
+
+int kindOf(const std::string &word, const char *operation, bool means) {
+    if (word == "nearest") return MOX_INTER_NN;
+    if (word == "linear") return MOX_INTER_LINEAR;
+    if (word == "cubic") return MOX_INTER_CUBIC;
+    if (word == "super" && means) return MOX_INTER_SUPER;
+    fail(exitUsage, std::string(operation) + ": KIND must be nearest, linear" +
+                        (means ? ", cubic or super" : " or cubic") + ", not '" + word + "'");
+}
+
+using Scale = void(MOX_CALL *)(MoxImage *, MoxImage *, int, int, int, int, int);
+
+void scaleBy(Call *call, const char *operation, Scale function, int kind) {
+    int to = 0, from = 1, end = 0;
+    const std::string &ratio = call->arguments[0].text;
+    bool understood = std::sscanf(ratio.c_str(), "%d%n", &to, &end) == 1;
+    if (understood && static_cast<std::size_t>(end) < ratio.size())
+        understood = std::sscanf(ratio.c_str(), "%d/%d%n", &to, &from, &end) == 2;
+    if (!understood || static_cast<std::size_t>(end) != ratio.size() || std::min(to, from) < 1)
+        fail(exitUsage, std::string(operation) + ": RATIO must be like 8 or 3/2, not '" + ratio + "'");
+    const MoxImage *image = call->image;
+    const auto scaled = [&](int side) { return std::floor(static_cast<double>(side) * to / from); };
+    MoxImage *result = canvasFor(call, operation, scaled(image->width), scaled(image->height));
+    function(call->image, result, to, from, to, from, kind);
+}
+
+void zoom(Call *call) {
+    scaleBy(call, "zoom", moxZoom, kindOf(call->arguments[1].text, "zoom", false));
+}
+void decimate(Call *call) {
+    scaleBy(call, "decimate", moxDecimate, kindOf(call->arguments[1].text, "decimate", true));
+}
+
 }  // namespace
 
 const Family &geometryFamily() {
@@ -163,6 +220,27 @@ const Family &geometryFamily() {
                "upright 300x400 {w21},{h8},{w74},{h15},{w88},{h93},{w7},{h82}", "page.png"},
               {"A few pixels enlarged: cubic samples between them.", "upright 360x240 0,0,11,0,11,7,0,7", "tiny.png"},
               {"The same, each the nearest pixel.", "upright 360x240 0,0,11,0,11,7,0,7 nearest", "tiny.png"}}},
+            {"resize",
+             {{K::word, "SIZE"}},
+             "a picture of SIZE, like 640x480: means of areas where it gets smaller, cubic samples where it gets "
+             "larger",
+             resize,
+             {{"A small picture of the whole.", "resize 160x100"},
+              {"A region grows into its own place.", "--roi {w40},{h40},{w25},{h25} resize 400x300"}}},
+            {"zoom",
+             {{K::word, "RATIO"}, {K::word, "KIND"}},
+             "RATIO times as large, like 8 or 3/2; KIND is nearest, linear or cubic",
+             zoom,
+             {{"Eight times as large: the nearest pixel.", "zoom 8 nearest", "tiny.png"},
+              {"Linear samples between pixels.", "zoom 8 linear", "tiny.png"},
+              {"Cubic ones.", "zoom 8 cubic", "tiny.png"}}},
+            {"decimate",
+             {{K::word, "RATIO"}, {K::word, "KIND"}},
+             "RATIO times as large, like 1/3 or 2/3; KIND is nearest, linear, cubic or super, the mean of areas",
+             decimate,
+             {{"A quarter of the size: the mean of what each pixel covers.", "decimate 1/4 super"},
+              {"One pixel of each sixteen; the others are lost.", "decimate 1/4 nearest"},
+              {"Two thirds, by cubic samples.", "decimate 2/3 cubic"}}},
         }};
     return family;
 }
