@@ -47,17 +47,14 @@ static Number within(Number value, int low, int high) {
     return std::min(value, static_cast<Number>(high));
 }
 
-// The nearest whole number, of any position.
-static int64_t nearestWhole(double x) {
-    return static_cast<int64_t>(std::nearbyint(std::fabs(x) < 1e9 ? x : 0));
-}
-
 uint32_t refNearestFixed(const RefSource &source, int64_t x, int64_t y) {
     return source.at(x >> 16, y >> 16);
 }
 
 uint32_t refNearestEven(const RefSource &source, float x, float y) {
-    return source.at(nearestWhole(static_cast<double>(x)), nearestWhole(static_cast<double>(y)));
+    const RefRect &rect = source.rect;
+    return source.at(static_cast<int64_t>(std::nearbyint(within(x, rect.left, rect.right))),
+                     static_cast<int64_t>(std::nearbyint(within(y, rect.top, rect.bottom))));
 }
 
 // 14 bits of fraction; rows are kept with 6 of them.
@@ -80,8 +77,7 @@ uint32_t refLinearFixed(const RefSource &source, int64_t x, int64_t y) {
 
 namespace {
 
-// The first of two samples along one axis, both within the region, and the position's part of the way between them,
-// which rounding may take a little beyond either.
+// The first of two samples along one axis, both within the region, and the position's part of the way between them.
 template <typename Number>
 struct Step {
     int64_t first;
