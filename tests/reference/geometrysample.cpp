@@ -48,7 +48,8 @@ static Number within(Number value, int low, int high) {
 }
 
 uint32_t refNearestFixed(const RefSource &source, int64_t x, int64_t y) {
-    return source.at(x >> 16, y >> 16);
+    const auto index = [](int64_t value) { return std::clamp<int64_t>(value >> 16, INT16_MIN, INT16_MAX); };
+    return source.at(index(x), index(y));
 }
 
 uint32_t refNearestEven(const RefSource &source, float x, float y) {
