@@ -81,6 +81,44 @@ const Operation TWO_THIRDS_MEAN = {.name = "decimate-two-thirds-super",
                                    .call = decimate<2, 3, MOX_INTER_SUPER>,
                                    .destination = TWO_THIRDS};
 
+// A map for images of a size: positions that wander within the image.
+MoxImage *mapOf(const MoxImage *image, bool down) {
+    static MoxImage *maps[2] = {};
+    MoxImage *&map = maps[down ? 1 : 0];
+    if (map && map->width == image->width && map->height == image->height) return map;
+    moxDeallocate(map, MOX_FreeHeader | MOX_FreeData);
+    map = moxCreateImageHeader(1, 0, static_cast<int>(MOX_DEPTH_32F), "GRAY", "G", MOX_DATA_ORDER_PIXEL, image->origin,
+                               4, image->width, image->height, nullptr, nullptr, nullptr, nullptr);
+    moxAllocateImageFP(map, 0, 0);
+    for (int y = 0; y < map->height; ++y) {
+        float *row = reinterpret_cast<float *>(map->imageData + static_cast<ptrdiff_t>(y) * map->widthStep);
+        for (int x = 0; x < map->width; ++x) {
+            const double position = down ? y + 5 * std::cos(x / 31.0) : x + 6 * std::sin(y / 23.0);
+            const double last = (down ? map->height : map->width) - 1.001;
+            row[x] = static_cast<float>(position < 0 ? 0 : position > last ? last : position);
+        }
+    }
+    return map;
+}
+template <int interpolate>
+void remap(Images images) {
+    moxRemap(images[0], mapOf(images[1], false), mapOf(images[1], true), images[1], interpolate);
+}
+const Operation REMAP_NEAREST = {.name = "remap-nearest", .at = WARPED, .call = remap<MOX_INTER_NN>};
+const Operation REMAP_LINEAR = {.name = "remap-linear", .at = WARPED, .call = remap<MOX_INTER_LINEAR>};
+const Operation REMAP_CUBIC = {.name = "remap-cubic", .at = WARPED, .call = remap<MOX_INTER_CUBIC>};
+
+template <int from, int size, int interpolate>
+void decimateBlur(Images images) {
+    moxDecimateBlur(images[0], images[1], 1, from, 1, from, interpolate, size, size);
+}
+const Operation HALF_BLUR = {
+    .name = "decimate-half-blur", .at = WARPED, .call = decimateBlur<2, 0, MOX_INTER_NN>, .destination = HALF};
+const Operation HALF_WIDE_BLUR = {.name = "decimate-half-blur-9-linear",
+                                  .at = WARPED,
+                                  .call = decimateBlur<2, 9, MOX_INTER_LINEAR>,
+                                  .destination = HALF};
+
 Entry rgb(const Operation &operation) {
     Entry entry = {.operation = operation, .layoutName = "rgb", .layout = {.channels = 3}, .sizes = {1024}};
     entry.operation.at = {OWN_8U, OWN_16U};
@@ -121,5 +159,13 @@ const Family geometryFamily = {
         rgb(TWICE_LINEAR),
         rgb(TWICE_CUBIC),
         rgb(THIRD_MEAN),
+        {.operation = REMAP_NEAREST, .sizes = {1024}},
+        {.operation = REMAP_LINEAR, .sizes = {256, 1024}, .goals = {{OWN_8U, 1024, {GOAL_NS_PER_SAMPLE, 2.5}}}},
+        {.operation = REMAP_CUBIC, .sizes = {256, 1024}},
+        {.operation = HALF_BLUR, .sizes = {1024}},
+        {.operation = HALF_WIDE_BLUR, .sizes = {1024}},
+        rgb(REMAP_LINEAR),
+        rgb(REMAP_CUBIC),
+        rgb(HALF_BLUR),
     },
 };

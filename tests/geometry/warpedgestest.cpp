@@ -103,6 +103,8 @@ TEST(WarpEdges, tilesChangeNothing) {
         if (tiled & 1) fromTiles.tileWidth = 8 * random.between(1, 4), fromTiles.tileHeight = 8 * random.between(1, 4);
         if (tiled & 2) toTiles.tileWidth = 8 * random.between(1, 4), toTiles.tileHeight = 8 * random.between(1, 4);
         fromTiles.transientTiles = toTiles.transientTiles = random.oneIn(2);
+        removeNaNs(&src);
+        removeNaNs(&dst);
         TestImage tiledSrc(fromTiles, seed), tiledDst(toTiles, seed + 1);
         TestImage mask(TestLayout::ofMask(random.between(20, 90), random.between(10, 60)), seed + 2);
         if (random.oneIn(2)) dst.setMask(&mask), tiledDst.setMask(&mask);

@@ -61,6 +61,8 @@ std::string exampleOf(const std::string &usage, const std::string &picture, int 
             words += word == "DOWN" ? " 0.125" : " 0.25";
         } else if (word == "RATIO" || word == "KIND") {
             words += word == "KIND" ? " cubic" : words.starts_with("zoom") ? " 3/2" : " 2/3";
+        } else if (word == "XMAP" || word == "YMAP") {
+            words += word == "XMAP" ? " lens:0.4" : " wave:5";
         } else if (word == "CORNERS" || word == "SIZE") {
             words += word == "SIZE" ? " 50x30" : " 3,2,30,4.5,27.25,19,6,17";
         } else if (word == "[smooth]" || word == "[nearest]") {

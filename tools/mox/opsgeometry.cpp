@@ -2,6 +2,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
 
 #include "failure.h"
 #include "image.h"
@@ -148,9 +151,9 @@ int kindOf(const std::string &word, const char *operation, bool means) {
                         (means ? ", cubic or super" : " or cubic") + ", not '" + word + "'");
 }
 
-using Scale = void(MOX_CALL *)(MoxImage *, MoxImage *, int, int, int, int, int);
+using Scale = std::function<void(MoxImage *, MoxImage *, int, int, int, int, int)>;
 
-void scaleBy(Call *call, const char *operation, Scale function, int kind) {
+void scaleBy(Call *call, const char *operation, const Scale &function, int kind) {
     int to = 0, from = 1, end = 0;
     const std::string &ratio = call->arguments[0].text;
     bool understood = std::sscanf(ratio.c_str(), "%d%n", &to, &end) == 1;
@@ -169,6 +172,71 @@ void zoom(Call *call) {
 }
 void decimate(Call *call) {
     scaleBy(call, "decimate", moxDecimate, kindOf(call->arguments[1].text, "decimate", true));
+}
+
+void decimateBlur(Call *call) {
+    const int size = call->arguments[2].integer;
+    const auto function = [size](MoxImage *from, MoxImage *to, int xDst, int xSrc, int yDst, int ySrc, int kind) {
+        moxDecimateBlur(from, to, xDst, xSrc, yDst, ySrc, kind, size, size);
+    };
+    scaleBy(call, "decimate-blur", function, kindOf(call->arguments[1].text, "decimate-blur", false));
+}
+
+// --------------------------------------------------------------------------------------------------------------- maps
+
+// A map as it is typed: how far a position moves away from its pixel.
+struct MapWord {
+    std::string form;
+    double strength = 0;
+};
+MapWord mapOf(const Argument &argument, const char *name) {
+    const std::string &word = argument.text;
+    const std::size_t colon = word.find(':');
+    MapWord map{word.substr(0, colon), 0};
+    char *end = nullptr;
+    if (colon != std::string::npos) map.strength = std::strtod(word.c_str() + colon + 1, &end);
+    const bool number = colon == std::string::npos || (end != word.c_str() + colon + 1 && *end == '\0');
+    if (!number || (map.form != "lens" && map.form != "wave" && map.form != "shift"))
+        fail(exitUsage,
+             std::string("remap: ") + name + " must be like lens:0.3, wave:8 or shift:20, not '" + word + "'");
+    return map;
+}
+
+// A map of positions in one direction, for every pixel of a picture.
+ImagePtr makeMap(const MapWord &word, const MoxImage *image, bool down) {
+    ImagePtr map(moxCreateImageHeader(1, 0, static_cast<int>(MOX_DEPTH_32F), "GRAY", "G", MOX_DATA_ORDER_PIXEL,
+                                      image->origin, 4, image->width, image->height, nullptr, nullptr, nullptr,
+                                      nullptr));
+    if (map) moxAllocateImageFP(map.get(), 0, 0);
+    if (!map || !map->imageData) fail(exitOperation, "remap: not enough memory for a map");
+    const double middleX = (image->width - 1) / 2.0, middleY = (image->height - 1) / 2.0;
+    const double corner = middleX * middleX + middleY * middleY + 1e-9;
+    for (int y = 0; y < image->height; y++) {
+        auto *row = reinterpret_cast<float *>(map->imageData + static_cast<std::ptrdiff_t>(y) * map->widthStep);
+        for (int x = 0; x < image->width; x++) {
+            const double fromX = x - middleX, fromY = y - middleY;
+            const double away = (fromX * fromX + fromY * fromY) / corner;
+            double moved = word.strength;
+            if (word.form == "lens") moved *= (away - 0.5) * (down ? fromY : fromX);
+            if (word.form == "wave") moved *= std::sin((down ? x : y) / 16.0);
+            row[x] = static_cast<float>((down ? y : x) + moved);
+        }
+    }
+    return map;
+}
+
+void remap(Call *call) {
+    const MapWord across = mapOf(call->arguments[0], "XMAP"), down = mapOf(call->arguments[1], "YMAP");
+    const int kind = kindOf(call->arguments[2].text, "remap", false);
+    MoxImage *from = call->image;
+    const ImagePtr xMap = makeMap(across, from, false), yMap = makeMap(down, from, true);
+    MoxImage *to = emptyLike(call, from->width, from->height);
+    // The maps are of all pixels, and take part from where the destination does.
+    MoxROI region = {0, 0, 0, from->width, from->height};
+    if (to->roi) region = {0, to->roi->xOffset, to->roi->yOffset, to->roi->width, to->roi->height};
+    xMap->roi = yMap->roi = &region;
+    moxRemap(from, xMap.get(), yMap.get(), to, kind);
+    xMap->roi = yMap->roi = nullptr;
 }
 
 }  // namespace
@@ -241,6 +309,19 @@ const Family &geometryFamily() {
              {{"A quarter of the size: the mean of what each pixel covers.", "decimate 1/4 super"},
               {"One pixel of each sixteen; the others are lost.", "decimate 1/4 nearest"},
               {"Two thirds, by cubic samples.", "decimate 2/3 cubic"}}},
+            {"decimate-blur",
+             {{K::word, "RATIO"}, {K::word, "KIND"}, {K::integer, "N"}},
+             "RATIO times as large, like 1/3, from means of N x N pixels; 0 for as many as a pixel covers",
+             decimateBlur,
+             {{"A quarter of the size, from means as large as its pixels.", "decimate-blur 1/4 linear 0"},
+              {"From larger ones: blurred on the way.", "decimate-blur 1/4 cubic 15"}}},
+            {"remap",
+             {{K::word, "XMAP"}, {K::word, "YMAP"}, {K::word, "KIND"}},
+             "every pixel from where two maps say: lens:K, wave:PIXELS or shift:PIXELS in each direction",
+             remap,
+             {{"A lens draws the picture together towards its edges.", "remap lens:0.5 lens:0.5 cubic"},
+              {"One that spreads them.", "remap lens:-0.5 lens:-0.5 cubic"},
+              {"Waves run down the picture.", "remap wave:8 shift:0 linear"}}},
         }};
     return family;
 }
