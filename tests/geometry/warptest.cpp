@@ -443,6 +443,21 @@ TEST(WarpImage, fixedStepsAddTheirErrorUp) {
     EXPECT_GT(off, 2000);
 }
 
+// The nearest neighbour of affine maps has indices of 16 bits, other kinds have not.
+TEST(WarpImage, nearestNeighboursEndAt32767) {
+    for (const unsigned depth : warpDepths) {
+        TestImage src(TestLayout::of(depth, 34000, 2), 1), dst(TestLayout::of(depth, 34000, 2), 2);
+        paint(src, [](int x, int) { return x % 2; });
+        affine(src, dst, {1, 0, 0, 0, 1, 0}, MOX_INTER_NN);
+        for (int x = 32000; x < 34000; ++x)
+            ASSERT_EQ(dst.get(0, x, 1), src.get(0, std::min(x, 32767), 1)) << x;
+        if (depth == MOX_DEPTH_1U) continue;
+        affine(src, dst, {1, 0, 0, 0, 1, 0}, MOX_INTER_LINEAR);
+        for (int x = 32000; x < 34000; ++x)
+            ASSERT_EQ(dst.get(0, x, 1), src.get(0, x, 1)) << x;
+    }
+}
+
 // Tiles of the destination are gone through row by row, each once at most, and those that nothing comes to not at all.
 TEST(WarpTiles, areTakenInTheirOrder) {
     TestLayout to = TestLayout::of(MOX_DEPTH_8U, 64, 48);

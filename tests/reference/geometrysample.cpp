@@ -31,7 +31,7 @@ int refKind(unsigned depth, int width, int height, int interpolate) {
 
 // The whole part of a position that must not fall below a whole number by rounding.
 static int64_t floorNearly(double x) {
-    return static_cast<int64_t>(std::nearbyint((std::fabs(x) < 1e9 ? x : 0) - 0.4999999));
+    return static_cast<int64_t>(std::nearbyint(x - 0.4999999));
 }
 
 static uint32_t store(unsigned depth, double value) {
@@ -40,17 +40,22 @@ static uint32_t store(unsigned depth, double value) {
     return static_cast<uint32_t>(std::clamp(std::nearbyint(value), 0.0, most));
 }
 
-// The nearest whole number, of any position.
-static int64_t nearestWhole(double x) {
-    return static_cast<int64_t>(std::nearbyint(std::fabs(x) < 1e9 ? x : 0));
+// A position within the region, whatever rounding made of it.
+template <typename Number>
+static Number within(Number value, int low, int high) {
+    if (!(value > static_cast<Number>(low))) return static_cast<Number>(low);
+    return std::min(value, static_cast<Number>(high));
 }
 
 uint32_t refNearestFixed(const RefSource &source, int64_t x, int64_t y) {
-    return source.at(x >> 16, y >> 16);
+    const auto index = [](int64_t value) { return std::clamp<int64_t>(value >> 16, INT16_MIN, INT16_MAX); };
+    return source.at(index(x), index(y));
 }
 
 uint32_t refNearestEven(const RefSource &source, float x, float y) {
-    return source.at(nearestWhole(static_cast<double>(x)), nearestWhole(static_cast<double>(y)));
+    const RefRect &rect = source.rect;
+    return source.at(static_cast<int64_t>(std::nearbyint(within(x, rect.left, rect.right))),
+                     static_cast<int64_t>(std::nearbyint(within(y, rect.top, rect.bottom))));
 }
 
 // 14 bits of fraction; rows are kept with 6 of them.
@@ -73,8 +78,7 @@ uint32_t refLinearFixed(const RefSource &source, int64_t x, int64_t y) {
 
 namespace {
 
-// The first of two samples along one axis, both within the region, and the position's part of the way between them,
-// which rounding may take a little beyond either.
+// The first of two samples along one axis, both within the region, and the position's part of the way between them.
 template <typename Number>
 struct Step {
     int64_t first;
@@ -83,15 +87,15 @@ struct Step {
 
 // Whole numbers stay what they are by floorNearly; the last pixel is the second sample.
 Step<double> exactStep(double x, int low, int high) {
+    x = within(x, low, high);
     const int64_t whole = floorNearly(x);
     if (whole >= high) return {high - 1, 1};
-    const int64_t first = std::max<int64_t>(whole, low);
-    return {first, x - static_cast<double>(first)};
+    return {whole, x - static_cast<double>(whole)};
 }
 
 Step<float> singleStep(float x, int low, int high) {
-    const int64_t whole = std::fabs(x) < 1e9f ? static_cast<int64_t>(x) : 0;
-    const int64_t first = std::clamp<int64_t>(whole, low, high - 1);
+    x = within(x, low, high);
+    const int64_t first = std::min<int64_t>(static_cast<int64_t>(x), high - 1);
     return {first, x - static_cast<float>(first)};
 }
 
@@ -185,6 +189,8 @@ static Number cubicSum(const RefSource &source, int64_t bx, int64_t by, Number f
 
 uint32_t refCubic(const RefSource &source, double x, double y) {
     const RefRect &rect = source.rect;
+    x = within(x, rect.left, rect.right);
+    y = within(y, rect.top, rect.bottom);
     const int64_t bx = rect.left + windowStart(floorNearly(x) - rect.left, source.width());
     const int64_t by = rect.top + windowStart(floorNearly(y) - rect.top, source.height());
     const double fx = x - static_cast<double>(bx), fy = y - static_cast<double>(by);

@@ -174,13 +174,13 @@ int kindFor(const TestImage &source, int interpolate) {
     return refKind(layout.depth, layout.regionWidth(), layout.regionHeight(), interpolate);
 }
 
-// A row of an affine map. Fixed positions begin with the first row of all and take whole steps.
-void affineRow(Canvas &canvas, const RefCoeffs &c, int kind, int firstRow, const RefSpan &span) {
+// A row of an affine map. Fixed positions are those of column 0 and so many steps, which are rounded once; others are
+// exact at each pixel, or step from the row's first one.
+void affineRow(Canvas &canvas, const RefCoeffs &c, int kind, const RefSpan &span) {
     const unsigned depth = canvas.source.layout().depth;
     const auto fixed = [](double value) { return static_cast<int64_t>(std::nearbyint(value * 65536)); };
     const int64_t half = kind == MOX_INTER_NN ? 32768 : 0;
     const double y = span.row;
-    (void)firstRow;
     const int64_t rowX = fixed(y * c[1] + c[2]) + half, rowY = fixed(y * c[4] + c[5]) + half;
     double x = c[0] * span.first + c[1] * y + c[2], v = c[3] * span.first + c[4] * y + c[5];
     float singleX = static_cast<float>(x), singleY = static_cast<float>(v);
@@ -297,7 +297,7 @@ void warpOnto(Canvas &canvas, RefMap map, const RefQuad &quad, int interpolate) 
     if (spans.empty()) return;
     for (const RefSpan &span : spans) {
         if (map == RefMap::AFFINE) {
-            affineRow(canvas, affineInverse(rect, quad), kind, spans[0].row, span);
+            affineRow(canvas, affineInverse(rect, quad), kind, span);
             continue;
         }
         const int count = span.last - span.first + 1;
