@@ -67,7 +67,8 @@ bool isUsable(const OwnWarpMap &map) {
     return true;
 }
 
-// The last tests, and what is drawn: the pixels of scan under the map. True where edges can be smoothed.
+// The last tests, and what is drawn: the pixels of scan under the map. False after a report, or where there are no
+// channels.
 bool draw(const Call &call, OwnWarp *warp) {
     const int channels = ownChannels(call.dst);
     if (ownChannels(call.src) != channels) return refuse(call.caller, OWN_CHANNELS_DIFFER);
@@ -99,7 +100,7 @@ void warpOnto(const Call &call, OwnWarpKind kind, const double quad[4][2]) {
     warp.scan = ownScanPolygon(polygon, warp.destination, orientation);
     warp.originX = warp.originY = 0;
     warp.tests = false;
-    if (!draw(call, &warp)) return;
+    if (!draw(call, &warp) || warp.scan.count == 0) return;
     if ((call.interpolate & MOX_SMOOTH_EDGE) != 0 && call.src->depth != MOX_DEPTH_1U)
         ownSmoothEdges(call.caller, call.dst, polygon, orientation);
 }

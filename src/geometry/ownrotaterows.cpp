@@ -12,56 +12,70 @@ constexpr size_t SIDE = bytes <= 2 ? 64 : 32;
 [[gnu::always_inline]] inline __m128i load(const uint8_t *p) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
 }
-[[gnu::always_inline]] inline void store(uint8_t *p, __m128i v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v);
-}
 
-// Turns 16 vectors of 16 bytes over, in four steps that each interleave vectors 8 apart.
-[[gnu::always_inline]] inline void turnBytes(__m128i *v) {
-    for (int round = 0; round < 4; ++round) {
-        __m128i w[16];
-        for (int i = 0; i < 8; ++i) {
-            w[2 * i] = _mm_unpacklo_epi8(v[i], v[i + 8]);
-            w[2 * i + 1] = _mm_unpackhi_epi8(v[i], v[i + 8]);
-        }
-        for (int i = 0; i < 16; ++i)
-            v[i] = w[i];
-    }
+// The widest vector, in halves of 16 bytes that are turned over side by side: the second one has rows further down.
+#if defined(__AVX2__)
+using Halves = __m256i;
+constexpr size_t HALVES = 2;
+#define OWN_UNPACK(half, width) _mm256_unpack##half##_epi##width
+[[gnu::always_inline]] inline Halves loadHalves(const uint8_t *p, const uint8_t *q) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load(p)), load(q), 1);
 }
-[[gnu::always_inline]] inline void turnWords(__m128i *v) {
-    for (int round = 0; round < 3; ++round) {
-        __m128i w[8];
-        for (int i = 0; i < 4; ++i) {
-            w[2 * i] = _mm_unpacklo_epi16(v[i], v[i + 4]);
-            w[2 * i + 1] = _mm_unpackhi_epi16(v[i], v[i + 4]);
-        }
-        for (int i = 0; i < 8; ++i)
-            v[i] = w[i];
-    }
+[[gnu::always_inline]] inline __m128i firstHalf(Halves v) {
+    return _mm256_castsi256_si128(v);
 }
-[[gnu::always_inline]] inline void turnDoubles(__m128i *v) {
-    for (int round = 0; round < 2; ++round) {
-        const __m128i w[4] = {_mm_unpacklo_epi32(v[0], v[2]), _mm_unpackhi_epi32(v[0], v[2]),
-                              _mm_unpacklo_epi32(v[1], v[3]), _mm_unpackhi_epi32(v[1], v[3])};
-        for (int i = 0; i < 4; ++i)
-            v[i] = w[i];
-    }
+#else
+using Halves = __m128i;
+constexpr size_t HALVES = 1;
+[[gnu::always_inline]] inline __m128i firstHalf(Halves v) {
+    return v;
 }
+#define OWN_UNPACK(half, width) _mm_unpack##half##_epi##width
+[[gnu::always_inline]] inline Halves loadHalves(const uint8_t *p, const uint8_t *) {
+    return load(p);
+}
+#endif
 
-// A block of full size, from rows of a scratch to those of another.
 template <size_t bytes>
-[[gnu::always_inline]] inline void turnFull(const uint8_t *in, uint8_t *out) {
+[[gnu::always_inline]] inline void interleave(Halves a, Halves b, Halves *both) {
+    if constexpr (bytes == 1) {
+        both[0] = OWN_UNPACK(lo, 8)(a, b);
+        both[1] = OWN_UNPACK(hi, 8)(a, b);
+    } else if constexpr (bytes == 2) {
+        both[0] = OWN_UNPACK(lo, 16)(a, b);
+        both[1] = OWN_UNPACK(hi, 16)(a, b);
+    } else {
+        both[0] = OWN_UNPACK(lo, 32)(a, b);
+        both[1] = OWN_UNPACK(hi, 32)(a, b);
+    }
+}
+
+// Turns vectors over, as many as samples lie in half of one, in steps that each interleave those half the number apart.
+template <size_t bytes>
+[[gnu::always_inline]] inline void turn(Halves *v) {
+    constexpr size_t count = 16 / bytes;
+    for (size_t round = 1; round < count; round *= 2) {
+        Halves w[count];
+        for (size_t i = 0; i < count / 2; ++i)
+            interleave<bytes>(v[i], v[i + count / 2], w + 2 * i);
+        for (size_t i = 0; i < count; ++i)
+            v[i] = w[i];
+    }
+}
+
+// A block of full size, from rows of a scratch.
+template <size_t bytes>
+[[gnu::always_inline]] inline void turnFull(const uint8_t *in, uint8_t *out, int64_t outStep) {
     constexpr size_t side = SIDE<bytes>, step = side * bytes, lanes = 16 / bytes;
-    for (size_t y = 0; y < side; y += lanes) {
-        for (size_t x = 0; x < side; x += lanes) {
-            __m128i v[lanes];
+    for (size_t x = 0; x < side; x += lanes) {
+        for (size_t y = 0; y < side; y += lanes * HALVES) {
+            Halves v[lanes];
+            const uint8_t *from = in + y * step + x * bytes;
             for (size_t k = 0; k < lanes; ++k)
-                v[k] = load(in + (y + k) * step + x * bytes);
-            if constexpr (bytes == 1) turnBytes(v);
-            if constexpr (bytes == 2) turnWords(v);
-            if constexpr (bytes == 4) turnDoubles(v);
+                v[k] = loadHalves(from + k * step, from + (lanes * (HALVES - 1) + k) * step);
+            turn<bytes>(v);
             for (size_t k = 0; k < lanes; ++k)
-                store(out + (x + k) * step + y * bytes, v[k]);
+                __builtin_memcpy(out + static_cast<int64_t>(x + k) * outStep + y * bytes, &v[k], sizeof v[k]);
         }
     }
 }
@@ -83,6 +97,14 @@ template <size_t step>
         ownStreamBlock(to + k, from + k);
 }
 
+// Whether the first cache, of so many ways, has no room for so many lines a step apart.
+[[gnu::always_inline]] inline bool collides(int64_t step, size_t lines) {
+    constexpr uint64_t WAY = 4096, WAYS = 12;
+    const auto distance = static_cast<uint64_t>(step);
+    const uint64_t period = distance & -distance;
+    return (period >= WAY ? 1 : WAY / period) * WAYS < lines;
+}
+
 template <size_t bytes>
 void turnBlock(const uint8_t *src, int64_t srcStep, uint8_t *dst, int64_t dstStep, size_t columns, size_t rows,
                bool streams) {
@@ -95,15 +117,15 @@ void turnBlock(const uint8_t *src, int64_t srcStep, uint8_t *dst, int64_t dstSte
             __builtin_memcpy(in + y * step, row, step);
         } else {
             __builtin_memcpy(in + y * step, row, columns * bytes);
+            __builtin_memset(in + y * step + columns * bytes, 0, (side - columns) * bytes);
         }
     }
 #if defined(__SSE2__)
+    // What lies behind the rows of a smaller block is turned over with them, and not stored.
     if constexpr (bytes == 1 || bytes == 2 || bytes == 4) {
-        if (full) {
-            turnFull<bytes>(in, out);
-        } else {
-            turnPart<bytes>(in, out, columns, rows);
-        }
+        if (full && !streams && !collides(dstStep, side)) return turnFull<bytes>(in, dst, dstStep);
+        if (!full) __builtin_memset(in + rows * step, 0, (side - rows) * step);
+        turnFull<bytes>(in, out, step);
     } else
 #endif
     {
@@ -133,7 +155,7 @@ template <size_t bytes>
 void transposeAll(const uint8_t *src, int64_t srcStep, uint8_t *dst, int64_t dstStep, size_t columns, size_t rows,
                   bool streams) {
     constexpr size_t side = SIDE<bytes>;
-    size_t first = pixelsToLine<bytes>(dst) % side;
+    size_t first = streams ? pixelsToLine<bytes>(dst) % side : 0;
     for (size_t y = 0; y < rows;) {
         const size_t left = rows - y, high = first > 0 && first < left ? first : side < left ? side : left;
         first = 0;
@@ -175,13 +197,15 @@ void transpose(const uint8_t *src, int64_t srcStep, uint8_t *dst, int64_t dstSte
 void transposeBits(const uint8_t *src, uint8_t *dst, size_t dstStep, size_t rows) {
     for (size_t y = 0; y < rows; y += 16) {
 #if defined(__SSE2__)
-        // The first row stands last, since a mask's top bit is the last byte's.
-        __m128i v[16];
-        for (size_t k = 0; k < 16; ++k)
-            v[k] = load(src + (y + 15 - k) * OWN_BIT_BLOCK);
-        turnBytes(v);
+        // The first row stands last, since a mask's top bit is the last byte's. Wide vectors have the rows twice.
+        Halves v[16];
+        for (size_t k = 0; k < 16; ++k) {
+            const uint8_t *row = src + (y + 15 - k) * OWN_BIT_BLOCK;
+            v[k] = loadHalves(row, row);
+        }
+        turn<1>(v);
         for (size_t column = 0; column < OWN_BIT_BLOCK; ++column) {
-            __m128i byte = v[column];
+            __m128i byte = firstHalf(v[column]);
             for (size_t bit = 0; bit < 8; ++bit) {
                 const auto bits = static_cast<uint16_t>(_mm_movemask_epi8(byte));
                 const uint16_t swapped = __builtin_bswap16(bits);

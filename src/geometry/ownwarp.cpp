@@ -38,6 +38,23 @@ class Canvas {
         }
     }
 
+    // Up to four rows from y on whose positions step, whole. Those of rows without a pixel end before they begin.
+    void drawFour(OwnWarpRow *rows, const int64_t *first, const int64_t *last, int64_t y, int count) {
+        int64_t length = 0;
+        for (int k = 0; k < count; ++k)
+            length = std::max(length, last[k] - first[k] + 1);
+        for (int64_t i = 0; i < length; i += OWN_FOUR_STRETCH) {
+            const int n = static_cast<int>(std::min<int64_t>(OWN_FOUR_STRETCH, length - i));
+            ownNextFourPositions(warp_, rows, (n + 3) / 4 * 4, &four_);
+            for (int k = 0; k < count; ++k) {
+                const int64_t x = first[k] + i, left = std::min<int64_t>(n, last[k] + 1 - x);
+                const int64_t written = y + k < maskBottom_ ? std::min(left, maskRight_ - x) : 0;
+                if (written > 0)
+                    ownSamplePixels(sampler_, x - left_, y + k - top_, four_.xs[k], four_.ys[k], nullptr, written);
+            }
+        }
+    }
+
   private:
     // In sources too large for 16.16 each pixel has a place to count from of its own.
     void drawWide(int64_t x, int64_t y, int64_t n) {
@@ -65,6 +82,7 @@ class Canvas {
     int64_t left_, top_;
     int64_t maskRight_ = INT64_MAX, maskBottom_ = INT64_MAX;
     OwnWarpPositions positions_;
+    OwnFourPositions four_;
 };
 
 // Columns of the mask's region that lie beside a share of the destination's, and rows.
@@ -90,12 +108,24 @@ void drawPlain(const OwnWarp &warp, const MoxImage *src, const MoxImage *dst) {
     }
     for (int k = 0; k < warp.scan.count; ++k) {
         const OwnScan::Band &band = warp.scan.bands[k];
-        for (int64_t y = band.first; y <= band.last; ++y) {
-            int64_t first, last;
-            if (!ownScanRow(band, d, y, &first, &last)) continue;
-            OwnWarpRow row;
-            ownBeginWarpRow(warp, first, y, &row);
-            canvas.draw(&row, first, y, last + 1);
+        const int most = ownSteps(warp) ? 4 : 1;
+        for (int64_t y = band.first; y <= band.last; y += most) {
+            const int count = static_cast<int>(std::min<int64_t>(most, band.last - y + 1));
+            OwnWarpRow rows[4] = {};
+            int64_t first[4], last[4];
+            for (int i = 0; i < count; ++i) {
+                if (!ownScanRow(band, d, y + i, &first[i], &last[i])) {
+                    first[i] = 0;
+                    last[i] = -1;
+                } else {
+                    ownBeginWarpRow(warp, first[i], y + i, &rows[i]);
+                }
+            }
+            if (most > 1) {
+                canvas.drawFour(rows, first, last, y, count);
+            } else {
+                canvas.draw(rows, first[0], y, last[0] + 1);
+            }
         }
     }
 }
@@ -389,13 +419,15 @@ class TiledWarp {
         OwnSampler sampler;
         ownSetSampler(&sampler, src, dst, mask, warp_.sampling);
         if (box) {
+            // As far as the part reaches, samples lie as in the whole region. Beyond it come only positions that are
+            // not written.
             const OwnCorners &s = warp_.source;
             sampler.source.originX = static_cast<int>(box->left);
             sampler.source.originY = static_cast<int>(box->top);
-            sampler.source.left = static_cast<int>(s.left);
-            sampler.source.top = static_cast<int>(s.top);
-            sampler.source.right = static_cast<int>(s.right);
-            sampler.source.bottom = static_cast<int>(s.bottom);
+            sampler.source.left = static_cast<int>(std::max(s.left, box->left));
+            sampler.source.top = static_cast<int>(std::max(s.top, box->top));
+            sampler.source.right = static_cast<int>(std::min(s.right, box->right));
+            sampler.source.bottom = static_cast<int>(std::min(s.bottom, box->bottom));
         }
         const OwnCorners &d = warp_.destination;
         Canvas canvas(warp_, sampler, d.left + share.x, d.top + share.y);

@@ -22,6 +22,11 @@ struct OwnWarpRows {
     void (*stepSingle)(float *at, const float *step, float *const *out, size_t n);
     void (*stepDouble)(double *at, const double *step, double *const *out, size_t n);
 
+    // Four rows at once, n rounded up to a multiple of four: a sum waits for the one before it, but rows do not for
+    // each other. at has the four rows' x, then their y; out their rows of x, then of y.
+    void (*stepFourSingle)(float *at, const float *step, float *const *out, size_t n);
+    void (*stepFourDouble)(double *at, const double *step, double *const *out, size_t n);
+
     // Quotients at[0] / at[2] and at[1] / at[2] of forms that are linear along the row, four pixels at a time.
     void (*quotients)(float *at, const float *step, const float *low, float *const *out, size_t fours);
 
@@ -81,6 +86,17 @@ struct OwnWarpPositions {
 void ownBeginWarpRow(const OwnWarp &warp, int64_t x, int64_t y, OwnWarpRow *row);
 // The next n, at most a stretch.
 void ownNextPositions(const OwnWarp &warp, OwnWarpRow *row, int n, OwnWarpPositions *positions);
+
+// Whether positions step from pixel to pixel. Those of four rows are then made side by side: places 0 to n - 1, n a
+// multiple of four, of rows in which nothing has been taken or as many.
+inline bool ownSteps(const OwnWarp &warp) {
+    return warp.sampling == OWN_SAMPLE_LINEAR_SINGLE || warp.sampling == OWN_SAMPLE_CUBIC_DOUBLE;
+}
+constexpr int OWN_FOUR_STRETCH = 128;
+struct OwnFourPositions {
+    alignas(64) char xs[4][OWN_FOUR_STRETCH * 8], ys[4][OWN_FOUR_STRETCH * 8];
+};
+void ownNextFourPositions(const OwnWarp &warp, OwnWarpRow *rows, int n, OwnFourPositions *positions);
 
 // Whether 16.16 in 32 bits hold all positions in the source.
 bool ownFitsFixed(const OwnCorners &source);

@@ -163,6 +163,33 @@ void ownNextPositions(const OwnWarp &warp, OwnWarpRow *row, int n, OwnWarpPositi
     row->x += n;
 }
 
+void ownNextFourPositions(const OwnWarp &warp, OwnWarpRow *rows, int n, OwnFourPositions *positions) {
+    const double *c = warp.map.c;
+    const auto count = static_cast<size_t>(n);
+    const auto make = [&](auto number, auto kernel) {
+        using Number = decltype(number);
+        Number at[8], *out[8];
+        const Number step[] = {static_cast<Number>(c[0]), static_cast<Number>(c[3])};
+        for (int k = 0; k < 4; ++k) {
+            at[k] = static_cast<Number>(rows[k].at[0]);
+            at[4 + k] = static_cast<Number>(rows[k].at[1]);
+            out[k] = reinterpret_cast<Number *>(positions->xs[k]);
+            out[4 + k] = reinterpret_cast<Number *>(positions->ys[k]);
+        }
+        kernel(at, step, out, count);
+        for (int k = 0; k < 4; ++k) {
+            rows[k].at[0] = static_cast<double>(at[k]);
+            rows[k].at[1] = static_cast<double>(at[4 + k]);
+            rows[k].x += n;
+        }
+    };
+    if (warp.sampling == OWN_SAMPLE_LINEAR_SINGLE) {
+        make(0.0f, ownWarpRows().stepFourSingle);
+    } else {
+        make(0.0, ownWarpRows().stepFourDouble);
+    }
+}
+
 bool ownFitsFixed(const OwnCorners &source) {
     return source.right < 32767 && source.bottom < 32767;
 }

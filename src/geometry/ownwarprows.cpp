@@ -71,6 +71,42 @@ void stepDouble(double *at, const double *by, double *const *out, size_t n) {
     step(at, by, out, n);
 }
 
+// Four rows side by side. Columns of so many pixels are turned to rows.
+template <class Number, size_t columns>
+[[gnu::always_inline]] inline void stepFour(Number *at, const Number *by, Number *const *out, size_t n) {
+    typedef Number Rows __attribute__((vector_size(16)));
+    constexpr size_t lanes = 16 / sizeof(Number), groups = 8 / lanes;
+    Rows now[groups], add[groups];
+    for (size_t g = 0; g < groups; ++g) {
+        for (size_t k = 0; k < lanes; ++k)
+            now[g][k] = at[g * lanes + k];
+        add[g] = Rows{} + by[g * lanes / 4];
+    }
+    for (size_t i = 0; i < n; i += columns) {
+        for (size_t g = 0; g < groups; ++g) {
+            Rows v[columns];
+            for (size_t c = 0; c < columns; ++c) {
+                v[c] = now[g];
+                now[g] += add[g];
+            }
+            for (size_t k = 0; k < lanes; ++k) {
+                for (size_t c = 0; c < columns; ++c)
+                    out[g * lanes + k][i + c] = v[c][k];
+            }
+        }
+    }
+    for (size_t g = 0; g < groups; ++g) {
+        for (size_t k = 0; k < lanes; ++k)
+            at[g * lanes + k] = now[g][k];
+    }
+}
+void stepFourSingle(float *at, const float *by, float *const *out, size_t n) {
+    stepFour<float, 4>(at, by, out, n);
+}
+void stepFourDouble(double *at, const double *by, double *const *out, size_t n) {
+    stepFour<double, 2>(at, by, out, n);
+}
+
 typedef float Four __attribute__((vector_size(16)));
 typedef float AnyFour __attribute__((vector_size(16), aligned(4), may_alias));
 typedef int32_t FourInts __attribute__((vector_size(16)));
@@ -223,6 +259,7 @@ void extendDouble(const double *at, size_t n, double *range) {
 
 namespace OWN_LEVEL {
 extern const OwnWarpRows warpRows;
-const OwnWarpRows warpRows = {fixed,   fixedPixels, affine, stepSingle,  stepDouble,   quotients,   bilinear,
-                              inverse, nearest,     within, extendFixed, extendSingle, extendDouble};
+const OwnWarpRows warpRows = {fixed,          fixedPixels,    affine,      stepSingle,   stepDouble,
+                              stepFourSingle, stepFourDouble, quotients,   bilinear,     inverse,
+                              nearest,        within,         extendFixed, extendSingle, extendDouble};
 }  // namespace OWN_LEVEL

@@ -177,6 +177,38 @@ TEST(RemapImage, regions) {
     }
 }
 
+// The source is read once, before everything else; then the destination's tiles come row by row.
+TEST(RemapTiles, theSourceIsReadOnceAndFirst) {
+    TestLayout from = TestLayout::of(MOX_DEPTH_8U, 40, 20), to = TestLayout::of(MOX_DEPTH_8U, 40, 20);
+    from.setRoi(0, 9, 3, 20, 10);
+    from.tileWidth = 8, from.tileHeight = 8;
+    to.tileWidth = 16, to.tileHeight = 8;
+    TestLayout maps = TestLayout::of(MOX_DEPTH_32F, 40, 20);
+    maps.tileWidth = 8, maps.tileHeight = 16;
+    TestImage src(from, 1), dst(to, 2), xMap(maps, 3), yMap(maps, 4);
+    xMap.setAll(std::bit_cast<uint32_t>(12.0f));
+    yMap.setAll(std::bit_cast<uint32_t>(5.0f));
+    ReportRecorder reports;
+    TileLog log;
+    moxRemap(src.header(), xMap.header(), yMap.header(), dst.header(), MOX_INTER_LINEAR);
+    EXPECT_TRUE(reports.none());
+    EXPECT_TRUE(log.paired());
+    std::vector<std::pair<int, int>> read, written;
+    for (const TileEvent &event : log.events) {
+        if (event.mode == MOX_TileRelease) continue;
+        EXPECT_EQ(event.mode, event.image == &dst ? MOX_TileWrite : MOX_TileRead);
+        if (event.image == &dst) written.push_back({event.row, event.column});
+        if (event.image != &src) continue;
+        read.push_back({event.row, event.column});
+        EXPECT_TRUE(written.empty());
+    }
+    EXPECT_EQ(read, (std::vector<std::pair<int, int>>{{0, 1}, {0, 2}, {0, 3}, {1, 1}, {1, 2}, {1, 3}}));
+    EXPECT_EQ(written, (std::vector<std::pair<int, int>>{
+                           {0, 0}, {0, 1}, {0, 2}, {1, 0}, {1, 1}, {1, 2}, {2, 0}, {2, 1}, {2, 2}}));
+    for (int k = 0; k < 800; ++k)
+        ASSERT_EQ(dst.get(0, k % 40, k / 40), src.get(0, 12, 5));
+}
+
 TEST(RemapImage, oneMapMayServeTwice) {
     TestImage src(TestLayout::of(MOX_DEPTH_8U, 9, 9), 1), map(TestLayout::of(MOX_DEPTH_32F, 9, 1), 2);
     TestImage dst(TestLayout::of(MOX_DEPTH_8U, 9, 1), 3);

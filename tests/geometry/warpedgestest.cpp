@@ -59,6 +59,20 @@ Warped draw(Random &random, double width, double height) {
     return warped;
 }
 
+// Which of two NaNs a sum keeps is no concern of warps.
+void removeNaNs(TestImage *image) {
+    const TestLayout &layout = image->layout();
+    if (layout.depth != MOX_DEPTH_32F) return;
+    for (int y = 0; y < layout.height; ++y) {
+        for (int x = 0; x < layout.width; ++x) {
+            for (int c = 0; c < layout.channels; ++c) {
+                const uint32_t bits = image->get(c, x, y);
+                if ((bits & 0x7F800000) == 0x7F800000) image->set(c, x, y, bits & 0xBFFFFFFF);
+            }
+        }
+    }
+}
+
 unsigned drawDepth(Random &random) {
     const unsigned depths[] = {MOX_DEPTH_1U, MOX_DEPTH_8U, MOX_DEPTH_16U, MOX_DEPTH_32F};
     return depths[random.below(4)];
@@ -89,6 +103,8 @@ TEST(WarpEdges, tilesChangeNothing) {
         if (tiled & 1) fromTiles.tileWidth = 8 * random.between(1, 4), fromTiles.tileHeight = 8 * random.between(1, 4);
         if (tiled & 2) toTiles.tileWidth = 8 * random.between(1, 4), toTiles.tileHeight = 8 * random.between(1, 4);
         fromTiles.transientTiles = toTiles.transientTiles = random.oneIn(2);
+        removeNaNs(&src);
+        removeNaNs(&dst);
         TestImage tiledSrc(fromTiles, seed), tiledDst(toTiles, seed + 1);
         TestImage mask(TestLayout::ofMask(random.between(20, 90), random.between(10, 60)), seed + 2);
         if (random.oneIn(2)) dst.setMask(&mask), tiledDst.setMask(&mask);
@@ -128,15 +144,19 @@ TEST(WarpEdges, levelsAgree) {
         const TestLayout to = drawLayout(random, depth, channels, order);
         Warped warped = draw(random, to.width, to.height);
         const uint64_t seed = random.next();
+        TestImage src(from, seed), dst(to, seed + 1);
+        removeNaNs(&src);
+        removeNaNs(&dst);
+        const TestBytes source = src.bytes(), before = dst.bytes();
         TestBytes wanted;
         forEachCpuLevel([&] {
-            TestImage src(from, seed), dst(to, seed + 1);
-            const TestBytes before = src.bytes();
+            dst.setBytes(before);
             ReportRecorder reports;
             warped.run(src.header(), dst.header());
-            EXPECT_TRUE(src.holds(before));
+            EXPECT_TRUE(src.holds(source));
             if (wanted.empty()) wanted = dst.bytes();
-            EXPECT_TRUE(dst.holds(wanted)) << warped.which << " " << from.describe() << " to " << to.describe();
+            EXPECT_TRUE(dst.holds(wanted)) << warped.which << " flag " << warped.flag << " kind " << warped.interpolate
+                                           << " " << from.describe() << " to " << to.describe();
         });
     });
 }
@@ -168,7 +188,7 @@ TEST(WarpEdges, numbersThatMeanHarmStayWithinTheImages) {
 
 // Pixels of a right angle are told by their places alone.
 TEST(RotateEdges, rightAnglesMovePixels) {
-    forEachCase(400, [](Random &random) {
+    forEachCase(100, [](Random &random) {
         const unsigned depth = drawDepth(random);
         const int channels = depth == MOX_DEPTH_1U ? 1 : random.between(1, 6), order = random.below(2);
         TestLayout from = drawLayout(random, depth, channels, order), to = drawLayout(random, depth, channels, order);
@@ -253,6 +273,22 @@ TEST(WarpRows, positionsAreThoseOfPlainLoops) {
                 kept[0] += step[0];
                 kept[1] += step[1];
             }
+
+            float four[8][80], atFour[8];
+            float *const fours8[] = {four[0], four[1], four[2], four[3], four[4], four[5], four[6], four[7]};
+            for (int k = 0; k < 8; ++k)
+                atFour[k] = static_cast<float>(between(random, 0, 300));
+            float expected[8];
+            std::copy(atFour, atFour + 8, expected);
+            rows.stepFourSingle(atFour, step, fours8, fours * 4);
+            for (size_t i = 0; i < fours * 4; ++i) {
+                for (size_t k = 0; k < 8; ++k) {
+                    ASSERT_EQ(four[k][i], expected[k]);
+                    expected[k] += step[k / 4];
+                }
+            }
+            for (size_t k = 0; k < 8; ++k)
+                ASSERT_EQ(atFour[k], expected[k]);
 
             uint8_t bits[16];
             const float rectangle[] = {kept[0], kept[1] - 1, kept[0] + 1, kept[1] + 1};

@@ -160,7 +160,9 @@ static RefQuad drawCorners(Random &random, const RefRect &rect) {
         case 2: {  // a parallelogram
             const double ax = dx() - w * scale / 2, ay = dy() - h * scale / 2, bx = dx() - w * scale / 2,
                          by = dy() - h * scale / 2;
-            return {{{x, y}, {x + ax, y + ay}, {x + ax + bx, y + ay + by}, {x + bx, y + by}}};
+            // Nearly parallel sides are where the inverse of a bilinear map has the least of its digits left.
+            const double off = random.oneIn(4) ? std::pow(10.0, -random.between(3, 8)) : 0;
+            return {{{x, y}, {x + ax, y + ay}, {x + ax + bx + off, y + ay + by}, {x + bx, y + by}}};
         }
         case 3: {  // two sides parallel to an axis
             const double height = dy(), width = dx();

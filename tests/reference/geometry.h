@@ -37,7 +37,8 @@ void refRotateShift(double x, double y, double angle, double *xShift, double *yS
 using RefPoint = std::array<double, 2>;
 // What a rectangle leaves of a quadrangle.
 std::vector<RefPoint> refClip(const RefQuad &quad, const RefRect &rect);
-// The pixels of a polygon, row by row; clockwise is the winding with y growing downward.
+// The pixels of a polygon, row by row, of which some may have none; no row where it has no height or width in whole
+// numbers. Clockwise is the winding with y growing downward.
 struct RefSpan {
     int row, first, last;
 };

@@ -48,13 +48,14 @@ static Number within(Number value, int low, int high) {
 }
 
 uint32_t refNearestFixed(const RefSource &source, int64_t x, int64_t y) {
-    return source.at(x >> 16, y >> 16);
+    const auto index = [](int64_t value) { return std::clamp<int64_t>(value >> 16, INT16_MIN, INT16_MAX); };
+    return source.at(index(x), index(y));
 }
 
 uint32_t refNearestEven(const RefSource &source, float x, float y) {
-    x = within(x, source.rect.left, source.rect.right);
-    y = within(y, source.rect.top, source.rect.bottom);
-    return source.at(static_cast<int64_t>(std::nearbyint(x)), static_cast<int64_t>(std::nearbyint(y)));
+    const RefRect &rect = source.rect;
+    return source.at(static_cast<int64_t>(std::nearbyint(within(x, rect.left, rect.right))),
+                     static_cast<int64_t>(std::nearbyint(within(y, rect.top, rect.bottom))));
 }
 
 // 14 bits of fraction; rows are kept with 6 of them.
@@ -62,7 +63,7 @@ static uint32_t linear8(const RefSource &source, int64_t ix, int64_t iy, int fx,
     const auto p = [&](int dx, int dy) { return static_cast<int>(source.at(ix + dx, iy + dy)); };
     const int r0 = (p(0, 0) * (16384 - fx) + p(1, 0) * fx) >> 8;
     const int r1 = (p(0, 1) * (16384 - fx) + p(1, 1) * fx) >> 8;
-    return static_cast<uint32_t>(((r0 * (16384 - fy) + r1 * fy + rounding) >> 20) & 0xFF);
+    return static_cast<uint32_t>(std::clamp((r0 * (16384 - fy) + r1 * fy + rounding) >> 20, 0, 255));
 }
 
 uint32_t refLinearFixed(const RefSource &source, int64_t x, int64_t y) {
@@ -75,49 +76,62 @@ uint32_t refLinearFixed(const RefSource &source, int64_t x, int64_t y) {
                    static_cast<int>((y - (iy << 16)) >> 2), 0x80000);
 }
 
-static double between(double p, double q, double f) {
+namespace {
+
+// The first of two samples along one axis, both within the region, and the position's part of the way between them.
+template <typename Number>
+struct Step {
+    int64_t first;
+    Number part;
+};
+
+// Whole numbers stay what they are by floorNearly; the last pixel is the second sample.
+Step<double> exactStep(double x, int low, int high) {
+    x = within(x, low, high);
+    const int64_t whole = floorNearly(x);
+    if (whole >= high) return {high - 1, 1};
+    return {whole, x - static_cast<double>(whole)};
+}
+
+Step<float> singleStep(float x, int low, int high) {
+    x = within(x, low, high);
+    const int64_t first = std::min<int64_t>(static_cast<int64_t>(x), high - 1);
+    return {first, x - static_cast<float>(first)};
+}
+
+template <typename Number>
+Number between(Number p, Number q, Number f) {
     return p * (1 - f) + q * f;
 }
 
+template <typename Number>
+Number linear(const RefSource &source, Step<Number> x, Step<Number> y) {
+    const auto p = [&](int dx, int dy) { return static_cast<Number>(source.number(x.first + dx, y.first + dy)); };
+    return between(between(p(0, 0), p(1, 0), x.part), between(p(0, 1), p(1, 1), x.part), y.part);
+}
+
+}  // namespace
+
 uint32_t refLinearExact(const RefSource &source, double x, double y) {
     const RefRect &rect = source.rect;
-    x = within(x, rect.left, rect.right);
-    y = within(y, rect.top, rect.bottom);
-    int64_t ix = floorNearly(x), iy = floorNearly(y);
-    double fx = x - static_cast<double>(ix), fy = y - static_cast<double>(iy);
-    if (ix >= rect.right) ix = rect.right - 1, fx = 1;
-    if (iy >= rect.bottom) iy = rect.bottom - 1, fy = 1;
-    const auto p = [&](int dx, int dy) { return source.number(ix + dx, iy + dy); };
     return store(source.image.layout().depth,
-                 between(between(p(0, 0), p(1, 0), fx), between(p(0, 1), p(1, 1), fx), fy));
+                 linear(source, exactStep(x, rect.left, rect.right), exactStep(y, rect.top, rect.bottom)));
 }
 
 uint32_t refLinearSingle(const RefSource &source, float x, float y) {
     const RefRect &rect = source.rect;
-    x = within(x, rect.left, rect.right);
-    y = within(y, rect.top, rect.bottom);
-    int64_t ix = static_cast<int64_t>(x), iy = static_cast<int64_t>(y);
-    if (ix > rect.right - 1) ix = ix - 1;
-    if (iy > rect.bottom - 1) iy = iy - 1;
-    const float fx = x - static_cast<float>(ix), fy = y - static_cast<float>(iy);
-    const auto p = [&](int dx, int dy) { return static_cast<float>(source.number(ix + dx, iy + dy)); };
-    const auto betweenSingle = [](float a, float b, float f) { return a * (1 - f) + b * f; };
     return std::bit_cast<uint32_t>(
-        betweenSingle(betweenSingle(p(0, 0), p(1, 0), fx), betweenSingle(p(0, 1), p(1, 1), fx), fy));
+        linear(source, singleStep(x, rect.left, rect.right), singleStep(y, rect.top, rect.bottom)));
 }
 
 uint32_t refLinearFloat(const RefSource &source, float x, float y) {
     const RefRect &rect = source.rect;
-    x = within(x, rect.left, rect.right);
-    y = within(y, rect.top, rect.bottom);
     if (source.image.layout().depth != MOX_DEPTH_8U) {
         return refLinearExact(source, static_cast<double>(x), static_cast<double>(y));
     }
-    int64_t ix = static_cast<int64_t>(x), iy = static_cast<int64_t>(y);
-    if (ix == rect.right) ix = ix - 1;
-    if (iy == rect.bottom) iy = iy - 1;
+    const Step<float> stepX = singleStep(x, rect.left, rect.right), stepY = singleStep(y, rect.top, rect.bottom);
     const auto fraction = [](float f) { return static_cast<int>(std::nearbyint(f * 16384.0f)); };
-    return linear8(source, ix, iy, fraction(x - static_cast<float>(ix)), fraction(y - static_cast<float>(iy)), 33);
+    return linear8(source, stepX.first, stepY.first, fraction(stepX.part), fraction(stepY.part), 33);
 }
 
 // Round-to-nearest of 16384 times the polynomials, numerator and denominator whole.

@@ -102,8 +102,7 @@ std::vector<RefSpan> refScan(const std::vector<RefPoint> &polygon, bool clockwis
     for (int y = firstRow; y <= lastRow; ++y) {
         double backward, forward;
         if (!chainAt(polygon, top, polygon.size() - 1, y, &backward) || !chainAt(polygon, top, 1, y, &forward)) break;
-        const RefSpan span = clockwise ? spanBetween(y, backward, forward) : spanBetween(y, forward, backward);
-        if (span.first <= span.last) spans.push_back(span);
+        spans.push_back(clockwise ? spanBetween(y, backward, forward) : spanBetween(y, forward, backward));
     }
     return spans;
 }

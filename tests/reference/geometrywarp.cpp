@@ -174,13 +174,13 @@ int kindFor(const TestImage &source, int interpolate) {
     return refKind(layout.depth, layout.regionWidth(), layout.regionHeight(), interpolate);
 }
 
-// A row of an affine map. Fixed positions begin with the first row of all and take whole steps.
-void affineRow(Canvas &canvas, const RefCoeffs &c, int kind, int firstRow, const RefSpan &span) {
+// A row of an affine map. Fixed positions are those of column 0 and so many steps, which are rounded once; others are
+// exact at each pixel, or step from the row's first one.
+void affineRow(Canvas &canvas, const RefCoeffs &c, int kind, const RefSpan &span) {
     const unsigned depth = canvas.source.layout().depth;
     const auto fixed = [](double value) { return static_cast<int64_t>(std::nearbyint(value * 65536)); };
     const int64_t half = kind == MOX_INTER_NN ? 32768 : 0;
     const double y = span.row;
-    (void)firstRow;
     const int64_t rowX = fixed(y * c[1] + c[2]) + half, rowY = fixed(y * c[4] + c[5]) + half;
     double x = c[0] * span.first + c[1] * y + c[2], v = c[3] * span.first + c[4] * y + c[5];
     float singleX = static_cast<float>(x), singleY = static_cast<float>(v);
@@ -218,8 +218,7 @@ FloatRow perspectiveRow(const RefCoeffs &c, double first, double y, int count) {
         float form[3];
         for (size_t k = 0; k < 3; ++k)
             form[k] = start[k] + step[k] * static_cast<float>(i % 4);
-        const float r = 1.0f / form[2];
-        row.push_back({r * form[0], r * form[1]});
+        row.push_back({form[0] / form[2], form[1] / form[2]});
         if (i % 4 != 3) continue;
         for (size_t k = 0; k < 3; ++k)
             start[k] += 4.0f * step[k];
@@ -276,7 +275,7 @@ void smoothEdges(Canvas &canvas, const RefQuad &quad, bool clockwise) {
         const RefPoint &p = polygon[i], &q = polygon[(i + 1) % polygon.size()];
         const double dx = q[0] - p[0], dy = q[1] - p[1];
         if (dx == 0 || dy == 0) continue;
-        const bool alongX = std::fabs(dx) > std::fabs(dy);
+        const bool alongX = std::fabs(dx) >= std::fabs(dy);
         const size_t major = alongX ? 0 : 1, minor = 1 - major;
         const double slope = (q[minor] - p[minor]) / (q[major] - p[major]);
         // Clockwise, with y growing downward, the inside of an edge to the right is below it, of one downward to the
@@ -298,7 +297,7 @@ void warpOnto(Canvas &canvas, RefMap map, const RefQuad &quad, int interpolate) 
     if (spans.empty()) return;
     for (const RefSpan &span : spans) {
         if (map == RefMap::AFFINE) {
-            affineRow(canvas, affineInverse(rect, quad), kind, spans[0].row, span);
+            affineRow(canvas, affineInverse(rect, quad), kind, span);
             continue;
         }
         const int count = span.last - span.first + 1;
