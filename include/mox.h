@@ -2178,8 +2178,8 @@ enum {
  * float), which step from the row's first pixel that is written; perspective positions are quotients of floats, bilinear
  * ones are evaluated at each pixel. Those rows are counted from that first pixel also where a mask or tiles divide them.
  * What lies between p and q by a fraction f is p (1 - f) + q f, first along x. Windows that would leave the source's region
- * are moved into it. Positions that rounding takes a little beyond the region's edge are computed as they are, and what
- * leaves the depth's range is saturated.
+ * are moved into it. Positions that rounding takes beyond the region's edge count as on that edge, and what is no number as
+ * on the left or upper one.
  *
  * MOX_SMOOTH_EDGE (warpFlag 0, not for bits): along edges that are neither vertical nor horizontal the pixel just outside
  * is mixed with its neighbour inside, by how much of it the quadrangle covers. Whatever surrounds the quadrangle must be
