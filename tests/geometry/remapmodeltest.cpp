@@ -25,7 +25,7 @@ void check(RemapSet &set, int interpolate) {
 }
 
 TEST_P(Remap, agreesWithTheModelOnPlainImages) {
-    forEachCase(500, [&](Random &random) {
+    forEachCase(300, [&](Random &random) {
         WarpPairOptions plain = options();
         plain.tiled[0] = plain.tiled[1] = 0;
         if (random.oneIn(4)) plain.maxWidth = 200;
@@ -35,7 +35,7 @@ TEST_P(Remap, agreesWithTheModelOnPlainImages) {
 }
 
 TEST_P(Remap, agreesWithTheModelOnTiles) {
-    forEachCase(250, [&](Random &random) {
+    forEachCase(150, [&](Random &random) {
         WarpPairOptions tiled = options();
         tiled.tiled[0] = random.below(2);
         tiled.tiled[1] = random.below(2);

@@ -38,7 +38,7 @@ void check(Random &random, const WarpPairOptions &options, double angle, bool wh
 
 // Copies; the source may be of any size.
 TEST_P(Rotate, byRightAnglesAgreesWithTheModel) {
-    forEachCase(400, [&](Random &random) {
+    forEachCase(200, [&](Random &random) {
         WarpPairOptions options;
         options.depth = GetParam();
         options.tiled[0] = options.tiled[1] = 0;
