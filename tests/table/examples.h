@@ -57,7 +57,7 @@ struct Example {
         bool quietMemory = false;         // memory that runs out is told by a null result alone
         bool releasesTiles = false;       // also after one that is not delivered; the others stay in hand
         bool tiledDiffers = false;        // results of 32F depend on the tiles
-        bool byTiles = false;             // results of every depth do: tiles take what is random in their order
+        bool byTiles = false;             // results of every depth do, and on bands: samples draw in their order
         bool tiledNearest = false;        // the nearest neighbour takes other pixels on tiles
         bool plainOnly = false;           // refuses tiled images
         bool readsOnly = false;           // its images stay as they are: it answers numbers

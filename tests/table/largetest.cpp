@@ -96,7 +96,8 @@ struct LargeImages {
 std::vector<Example> movers() {
     std::vector<Example> found;
     for (const Example &example : allExamples()) {
-        if (example.touches == Touches::PIXELS && !example.more.neighbours && !example.more.wholeImages)
+        if (example.touches == Touches::PIXELS && !example.more.neighbours && !example.more.wholeImages &&
+            !example.more.byTiles)
             found.push_back(example);
     }
     return found;
