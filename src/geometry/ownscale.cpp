@@ -6,8 +6,8 @@
 #include <climits>
 #include <cstring>
 
-#include "core/owncpu.h"
 #include "frame/ownborder.h"
+#include "frame/ownmove.h"
 #include "frame/ownpair.h"
 #include "frame/ownplanes.h"
 #include "frame/ownrect.h"
