@@ -5,7 +5,7 @@
 namespace {
 
 size_t keep(const void *x, const void *y, const OwnRemapBounds &bounds, uint8_t *bits, size_t n) {
-    const auto *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
+    const OwnAnyS32 *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
     const OwnRemapBounds b = bounds;
     size_t kept = 0;
     for (size_t done = 0; done < n; done += BLOCK) {
@@ -29,7 +29,7 @@ size_t keep(const void *x, const void *y, const OwnRemapBounds &bounds, uint8_t 
 }
 
 void nearestPixels(const void *positions, int32_t *pixels, size_t n) {
-    const auto *from = static_cast<const OwnAnyF32 *>(positions);
+    const OwnAnyF32 *from = static_cast<const OwnAnyF32 *>(positions);
     for (size_t i = 0; i < n; ++i)
         pixels[i] = wholeOf(notAbove(notBelow<float>(from[i], 0.0f), 2147483520.0f));
 }

@@ -10,7 +10,7 @@ namespace {
 
 template <size_t bytes>
 void copyPixels(const OwnSampled &src, const void *x, const void *y, uint8_t *out, size_t n) {
-    const auto *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
+    const OwnAnyS32 *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
     Places places;
     for (size_t done = 0, count; done < n; done += count) {
         count = n - done < BLOCK ? n - done : BLOCK;
@@ -23,7 +23,7 @@ void copyPixels(const OwnSampled &src, const void *x, const void *y, uint8_t *ou
 }
 
 void copyBits(const OwnSampled &src, const void *x, const void *y, uint8_t *out, size_t n) {
-    const auto *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
+    const OwnAnyS32 *xs = static_cast<const OwnAnyS32 *>(x), *ys = static_cast<const OwnAnyS32 *>(y);
     Extent columns = columnsOf(src);
     columns.step = 1;
     for (size_t done = 0; done < n; done += BLOCK) {

@@ -89,11 +89,12 @@ void addBand(OwnScan *scan, int64_t first, int64_t last, const OwnScanEdge &left
     if (first <= last && scan->count < 9) scan->bands[scan->count++] = {first, last, left, right};
 }
 
-// A polygon without height: its first two vertices are its ends.
+// A polygon without height: its first two vertices are its ends, and nothing beyond them counts as near enough.
 void scanLine(OwnScan *scan, const OwnPolygon &polygon) {
     const double y = polygon.at[0][1], x0 = polygon.at[0][0], x1 = polygon.at[polygon.count > 1 ? 1 : 0][0];
     if (std::floor(y) != y) return;
-    addBand(scan, static_cast<int64_t>(y), static_cast<int64_t>(y), {std::min(x0, x1), 0, y}, {std::max(x0, x1), 0, y});
+    const auto row = static_cast<int64_t>(y);
+    addBand(scan, row, row, {std::ceil(std::min(x0, x1)), 0, y}, {std::floor(std::max(x0, x1)), 0, y});
 }
 
 }  // namespace
