@@ -123,12 +123,38 @@ template <int type, class Real>
     }
 }
 
-// To nearest, ties to even, by the bits that the sum with 2^23 keeps; limited to the depth.
+// Numbers of a block, none below 0: limited to the depth, to nearest, ties to even.
 template <class D>
-[[gnu::always_inline]] inline typename D::Value rounded(typename Fraction<D>::Real value) {
-    const float sum = static_cast<float>(value) + 8388608.0f;
-    const uint32_t integer = __builtin_bit_cast(uint32_t, sum) & 0x7FFFFF;
-    return static_cast<typename D::Value>(integer < ownFull<D> ? integer : ownFull<D>);
+void roundRow(const typename Fraction<D>::Real *values, typename D::Sample *dst, size_t n) {
+    constexpr typename Fraction<D>::Real most = D::high;
+    size_t i = 0;
+#if defined(OWN_HAS_VECTORS)
+    if constexpr (sizeof(typename D::Value) == 1) {
+        constexpr size_t floats = sizeof(OwnVector) / 4;
+        const auto rounded = [&](size_t k) {
+#if defined(__AVX2__)
+            return _mm256_cvtps_epi32(_mm256_min_ps(_mm256_loadu_ps(values + i + k * floats), _mm256_set1_ps(most)));
+#else
+            return _mm_cvtps_epi32(_mm_min_ps(_mm_loadu_ps(values + i + k * floats), _mm_set1_ps(most)));
+#endif
+        };
+        for (; i + sizeof(OwnVector) <= n; i += sizeof(OwnVector)) {
+            const OwnVector low = OWN_VECTOR(packs, epi32)(rounded(0), rounded(1)),
+                            high = OWN_VECTOR(packs, epi32)(rounded(2), rounded(3));
+            OwnVector bytes = OWN_VECTOR(packus, epi16)(low, high);
+#if defined(__AVX2__)
+            bytes = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+#endif
+            ownStore(reinterpret_cast<char *>(dst + i), bytes);
+        }
+    }
+#endif
+    // By the bits that the sum with 2^23 keeps.
+    OWN_ELEMENTWISE
+    for (size_t k = i; k < n; ++k) {
+        const float sum = static_cast<float>(values[k] < most ? values[k] : most) + 8388608.0f;
+        dst[k] = static_cast<typename D::Value>(__builtin_bit_cast(uint32_t, sum));
+    }
 }
 
 template <class D, int type, bool premultiplied>
@@ -138,7 +164,7 @@ void divideRows(void *const *rows, size_t n, const void *operation) {
     constexpr Real most = D::high, scale = Fraction<D>::scale;
     const OwnMixRows &of = *static_cast<const OwnMixRows *>(operation);
     Opacities<D> opacities(rows, of);
-    alignas(64) Real fa[BLOCK], fb[BLOCK], opacity[BLOCK];
+    alignas(64) Real fa[BLOCK], fb[BLOCK], opacity[BLOCK], divisor[BLOCK], values[BLOCK];
     for (size_t at = 0; at < n; at += BLOCK) {
         const size_t count = n - at < BLOCK ? n - at : BLOCK;
         const Sample *a, *b;
@@ -148,26 +174,26 @@ void divideRows(void *const *rows, size_t n, const void *operation) {
             fa[i] = static_cast<Real>(a[i]) * scale;
             fb[i] = static_cast<Real>(b[i]) * scale;
             opacity[i] = blend<type, Real>(0, 0, fa[i], fb[i]).opacity;
+            divisor[i] = opacity[i] > Fraction<D>::threshold ? opacity[i] : 1;
         }
         for (int c = 0; c < of.colours; ++c) {
             const Sample *colourA = static_cast<const Sample *>(rows[of.a[c]]) + at,
                          *colourB = static_cast<const Sample *>(rows[of.b[c]]) + at;
-            Sample *dst = static_cast<Sample *>(rows[of.dst[c]]) + at;
             OWN_ELEMENTWISE
             for (size_t i = 0; i < count; ++i) {
                 const Real ofA = static_cast<Real>(colourA[i]), ofB = static_cast<Real>(colourB[i]);
                 const Real colour = blend<type, Real>(premultiplied ? ofA : ofA * fa[i],
                                                       premultiplied ? ofB : ofB * fb[i], fa[i], fb[i])
                                         .colour;
-                const Real quotient = colour / opacity[i], limited = quotient < most ? quotient : most;
-                dst[i] = rounded<D>(opacity[i] > Fraction<D>::threshold ? limited : colour);
+                values[i] = colour / divisor[i];
             }
+            roundRow<D>(values, static_cast<Sample *>(rows[of.dst[c]]) + at, count);
         }
         if (of.alphaDst == OWN_MIX_NONE) continue;
-        Sample *dst = static_cast<Sample *>(rows[of.alphaDst]) + at;
         OWN_ELEMENTWISE
         for (size_t i = 0; i < count; ++i)
-            dst[i] = rounded<D>(opacity[i] * most);
+            values[i] = opacity[i] * most;
+        roundRow<D>(values, static_cast<Sample *>(rows[of.alphaDst]) + at, count);
     }
 }
 

@@ -23,6 +23,10 @@ constexpr int MAX_ROWS = OWN_MAX_PLANE_IMAGES * OWN_MAX_PLANES;
 // What a stretch's rows take in all: what stays in the first cache beside the images. No stretch is longer than this
 // many pixels.
 constexpr int64_t SCRATCH_BYTES = 12288;
+
+// What they take where a core's own caches do not hold the images: lines are fetched ahead only while a stretch is read
+// or written, and short ones leave less time without.
+constexpr int64_t FAR_BYTES = 4 << 20, FAR_SCRATCH_BYTES = SCRATCH_BYTES / 4;
 constexpr int64_t LONGEST_STRETCH = 1024;
 constexpr int64_t STRETCH_UNIT = 64;
 constexpr int64_t CACHE_LINE = 64;
@@ -159,18 +163,21 @@ bool PlaneRunner::shouldStream() const {
 
 // A row of the scratch for each that does not stand by itself; their length is what the scratch holds of all.
 void PlaneRunner::shareScratch() {
-    int64_t perPixel = 0, pixelBytes = 0, sampleBytes = 0;
+    int64_t perPixel = 0, pixelBytes = 0, sampleBytes = 0, bytesOfAll = 0;
     for (int i = 0; i < planes_.count; ++i) {
         Side &side = sides_[i];
         const int64_t bytes = std::max(side.span.bytes, 1);
         side.aside = side.of->written && (planes_.mask || streams_);
+        bytesOfAll += width_ * height_ * bytes * side.rows;
         if (side.way != IN_PLACE || side.aside) perPixel += bytes * side.rows;
         if (side.aside && side.way == SPLIT) pixelBytes = std::max(pixelBytes, side.pixelBytes());
         if (side.aside && side.way == ONE_BY_ONE && !side.bits) sampleBytes = std::max(sampleBytes, bytes);
     }
     perPixel += pixelBytes + sampleBytes;
     direct_ = perPixel == 0;
-    stretch_ = direct_ ? INT32_MAX : std::min(LONGEST_STRETCH, SCRATCH_BYTES / perPixel / STRETCH_UNIT * STRETCH_UNIT);
+    const int64_t room = bytesOfAll < FAR_BYTES ? SCRATCH_BYTES : FAR_SCRATCH_BYTES;
+    const int64_t units = direct_ ? 0 : std::max<int64_t>(room / perPixel / STRETCH_UNIT, 1);
+    stretch_ = direct_ ? INT32_MAX : std::min(LONGEST_STRETCH, units * STRETCH_UNIT);
     uint8_t *at = scratch_;
     const auto take = [&](int64_t bytes) {
         uint8_t *taken = at;

@@ -54,23 +54,25 @@ inline void store(uint8_t *p, __m256i v) {
 // channel is one selection, from which a permutation makes a row, or into which it makes one.
 template <int bytes>
 struct Triples {
+    static constexpr int samples = 16 / bytes;
+
     struct Order {
         alignas(WHOLE) uint8_t split[3][WHOLE], join[3][WHOLE];
-        alignas(WHOLE) uint8_t second[3][WHOLE], third[3][WHOLE];  // the places of a channel in these vectors
+        alignas(WHOLE) uint8_t stands[3][3][WHOLE];  // the places in a vector of a channel
     };
+    static constexpr bool standsAt(int vector, int channel, int place) {
+        return (samples * vector + place) % 3 == channel;
+    }
     static constexpr Order make() {
         Order result = {};
-        constexpr int samples = 16 / bytes;
         for (int at = 0; at < 32; ++at) {
             const int place = at % 16 / bytes, byte = at % bytes;
             for (int c = 0; c < 3; ++c) {
                 result.split[c][at] = static_cast<uint8_t>((3 * place + c) % samples * bytes + byte);
                 for (int k = 0; k < 3; ++k) {
-                    const int sample = samples * k + place;
-                    if (sample % 3 != c) continue;
-                    result.join[c][at] = static_cast<uint8_t>(sample / 3 * bytes + byte);
-                    if (k == 1) result.second[c][at] = 255;
-                    if (k == 2) result.third[c][at] = 255;
+                    if (!standsAt(k, c, place)) continue;
+                    result.join[c][at] = static_cast<uint8_t>((samples * k + place) / 3 * bytes + byte);
+                    result.stands[k][c][at] = 255;
                 }
             }
         }
@@ -80,26 +82,27 @@ struct Triples {
 
     static __m256i at(const uint8_t *places) { return _mm256_load_si256(reinterpret_cast<const __m256i *>(places)); }
 
-    [[gnu::always_inline]] static __m256i channel(int c, __m256i first, __m256i second, __m256i third) {
-        const __m256i some = _mm256_blendv_epi8(first, second, at(order.second[c]));
-        return _mm256_shuffle_epi8(_mm256_blendv_epi8(some, third, at(order.third[c])), at(order.split[c]));
+    // a, and b where the channel stands in the vector.
+    template <int vector, int channel>
+    [[gnu::always_inline]] static __m256i blend(__m256i a, __m256i b) {
+        if constexpr (bytes == 4) {
+            constexpr int half = standsAt(vector, channel, 0) | standsAt(vector, channel, 1) << 1 |
+                                 standsAt(vector, channel, 2) << 2 | standsAt(vector, channel, 3) << 3;
+            return _mm256_blend_epi32(a, b, half | half << 4);
+        } else {
+            return _mm256_blendv_epi8(a, b, at(order.stands[vector][channel]));
+        }
+    }
+
+    template <int c>
+    [[gnu::always_inline]] static __m256i channel(__m256i first, __m256i second, __m256i third) {
+        return _mm256_shuffle_epi8(blend<2, c>(blend<1, c>(first, second), third), at(order.split[c]));
     }
 
     // The k-th vector of pixels, from channels permuted by join.
     template <int k>
     [[gnu::always_inline]] static __m256i pixels(const __m256i *channels) {
-        // With sample = samples x k + place, channel c has the places where sample % 3 is c.
-        const auto places = [](int c) { return k == 1 ? at(order.second[c]) : at(order.third[c]); };
-        if constexpr (k == 0) {
-            // The places that the other two vectors do not have.
-            const __m256i green = _mm256_or_si256(at(order.second[1]), at(order.third[1]));
-            const __m256i blue = _mm256_or_si256(at(order.second[2]), at(order.third[2]));
-            const __m256i some = _mm256_blendv_epi8(channels[1], channels[0], green);
-            return _mm256_blendv_epi8(channels[2], some, blue);
-        } else {
-            const __m256i some = _mm256_blendv_epi8(channels[0], channels[1], places(1));
-            return _mm256_blendv_epi8(some, channels[2], places(2));
-        }
+        return blend<k, 2>(blend<k, 1>(channels[0], channels[1]), channels[2]);
     }
 };
 
@@ -111,9 +114,9 @@ size_t splitTriples(const uint8_t *src, void *const *rows, size_t n) {
     for (; at + WHOLE <= n * bytes; at += WHOLE, src += 3 * WHOLE) {
         const __m256i first = loadHalves(src, src + 3 * HALF), second = loadHalves(src + HALF, src + 4 * HALF),
                       third = loadHalves(src + 2 * HALF, src + 5 * HALF);
-        store(a + at, Triples<bytes>::channel(0, first, second, third));
-        store(b + at, Triples<bytes>::channel(1, first, second, third));
-        store(c + at, Triples<bytes>::channel(2, first, second, third));
+        store(a + at, Triples<bytes>::template channel<0>(first, second, third));
+        store(b + at, Triples<bytes>::template channel<1>(first, second, third));
+        store(c + at, Triples<bytes>::template channel<2>(first, second, third));
     }
     return at / bytes;
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "color/colorpair.h"
+#include "color/owncolor.h"
 #include "color/refusedcall.h"
 #include "support/reports.h"
 
@@ -223,6 +224,51 @@ TEST(ColorLinear, rootsOfEveryMagnitude) {
     forEachCpuLevel([&] {
         moxRGB2LUV(src.header(), dst.header());
         EXPECT_TRUE(dst.holds(wanted.expected));
+    });
+}
+
+// Rows of many pixels go by vectors, single pixels do not. Every 509th float from the threshold on is a gray.
+void compareWithSinglePixels(OwnPlaneKernel kernel, const std::vector<float> *channels) {
+    const size_t count = channels[0].size();
+    std::vector<float> many[3], single[3];
+    void *rows[6], *at[6];
+    for (int k = 0; k < 3; ++k) {
+        many[k].resize(count);
+        single[k].resize(count);
+        rows[k] = const_cast<float *>(channels[k].data());
+        rows[3 + k] = many[k].data();
+    }
+    kernel(rows, count, nullptr);
+    for (size_t i = 0; i < count; ++i) {
+        for (int k = 0; k < 3; ++k) {
+            at[k] = static_cast<float *>(rows[k]) + i;
+            at[3 + k] = single[k].data() + i;
+        }
+        kernel(at, 1, nullptr);
+        for (int k = 0; k < 3; ++k) {
+            if (std::isnan(single[k][i]) && std::isnan(many[k][i])) continue;
+            ASSERT_EQ(bits(single[k][i]), bits(many[k][i])) << "pixel " << i << ", channel " << k;
+        }
+    }
+}
+
+TEST(ColorLinear, luvOfManyPixelsIsThatOfEach) {
+    std::vector<float> grays, channels[3];
+    for (uint32_t word = bits(0.0099f); word < bits(INFINITY); word += 509)
+        grays.push_back(real(word));
+    const std::vector<float> same[] = {grays, grays, grays};
+    Random random(1);
+    for (int i = 0; i < 100001; ++i) {
+        const bool drawn = i % 3 == 0;
+        for (int k = 0; k < 3; ++k) {
+            const float usual = static_cast<float>(random.between(-1000000, 1000000)) / 10000;
+            channels[k].push_back(drawn ? real(drawSample(random, REAL)) : usual);
+        }
+    }
+    forEachCpuLevel([&] {
+        compareWithSinglePixels(ownLuvRows().from[OWN_32F], same);
+        compareWithSinglePixels(ownLuvRows().from[OWN_32F], channels);
+        compareWithSinglePixels(ownLuvRows().to[OWN_32F], channels);
     });
 }
 

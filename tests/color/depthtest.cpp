@@ -210,7 +210,7 @@ TEST(EverySample, agrees) {
         TestImage src(TestLayout::of(srcDepth, width, height), 1), dst(TestLayout::of(REAL, width, height), 2);
         for (int i = 0; i < width * height; ++i)
             src.set(0, i % width, i / width, static_cast<uint32_t>(i));
-        for (const auto &range : {std::pair{0.0f, 1.0f}, {-1.0f, 1.0f}, {0.1f, 0.7f}}) {
+        for (const std::pair<float, float> &range : {std::pair{0.0f, 1.0f}, {-1.0f, 1.0f}, {0.1f, 0.7f}}) {
             const float least = range.first, most = range.second;
             forEachCpuLevel([&] {
                 moxScaleFP(src.header(), dst.header(), least, most);
