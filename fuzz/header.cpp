@@ -12,8 +12,9 @@ static int faults;  // reports that store a status
 
 static MoxStatus MOX_CALL watchReport(MoxStatus status, const char *function, const char *message, const char *file,
                                       int line) {
-    // Depths of colours are refused in the name of the kernels' frame.
-    requireThat(function && (strncmp(function, "mox", 3) == 0 || strncmp(function, "own", 3) == 0),
+    // Depths of colours are refused in the name of the kernels' frame, and decimation has a name of its own.
+    requireThat(function && (strncmp(function, "mox", 3) == 0 || strncmp(function, "own", 3) == 0 ||
+                             strcmp(function, "Decimate") == 0),
                 "a report without a function's name");
     requireThat(message && file && !strchr(file, '/') && line > 0, "a report without message or place");
     if (status != MOX_StatusBacktrace && status != MOX_StatusAutotrace) ++faults;

@@ -1,4 +1,5 @@
 // Served tile by tile, or in planes, a chain gives the very bytes that it gives in one piece.
+#include <map>
 #include <sstream>
 
 #include "toolbench.h"
@@ -34,73 +35,72 @@ class Tiles : public Bench {
     }
 };
 
-// Words for each kind of argument that an operation has.
+// Words for each argument that an operation has.
 std::string exampleOf(const std::string &usage, const std::string &picture, int samples) {
+    static const std::map<std::string, std::string> examples = {
+        {"VALUE", "33"},
+        {"N", "2"},
+        {"X", "5"},
+        {"Y", "4"},
+        {"LOW", "50"},
+        {"HIGH", "200"},
+        {"L,V,L,V,...", "0,255,100,0,255,255"},
+        {"AXIS", "-1"},
+        {"DEGREES", "120"},
+        {"ACROSS", "0.25"},
+        {"DOWN", "0.125"},
+        {"RATIO", "2/3"},
+        {"KIND", "cubic"},
+        {"XMAP", "lens:0.4"},
+        {"YMAP", "wave:5"},
+        {"CORNERS", "3,2,30,4.5,27.25,19,6,17"},
+        {"SIZE", "50x30"},
+        {"WxH", "90x50"},
+        {"SEED", "5"},
+        {"[hue]", ""},
+        {"[smooth]", "smooth"},
+        {"[nearest]", "nearest"},
+        {"R,G,B", "1,0.5,0.25"},
+        {"M,M,...", "0.5,0.25,0,0,0,1,0,0,0,0.5,0.5,0.1"},
+        {"W,W,...", "1,2,1"},
+        {"[mark]", "mark"},
+        {"NAME", "db2"},
+        {"EPS", "0.5"},
+        {"MIN", "0"},
+        {"MAX", "1"},
+        {"ZERO", "40"},
+        {"ONE", "220"},
+        {"[bits]", "bits"},
+        {"[flip]", "flip"},
+        {"[premultiplied]", "premultiplied"},
+        {"OPACITY", "100"},
+        {"ALPHA", "100"},
+        {"DEPTH", "8u"},
+        {"DITHER", "jjh"},
+        {"LEVELS", "20"},
+        {"NOISE", "20"},
+        {"LIMIT", "20"},
+    };
+    // Where a word means something else.
+    static const std::map<std::string, std::string> others = {
+        {"channel N", "1"}, {"zoom RATIO", "3/2"}, {"noise KIND", "gauss"}};
     std::istringstream stream(usage);
-    std::string words;
+    std::string operation;
     std::string word;
-    stream >> words;
+    stream >> operation;
+    std::string words = operation;
     while (stream >> word) {
+        words += " ";
         if (word == "PICTURE") {
-            words += " " + picture;
+            words += picture;
         } else if (word == "V,V,...") {
-            words += " 1";
+            words += "1";
             for (int c = 1; c < samples; c++)
                 words += ",1";
-        } else if (word == "N" && words.starts_with("channel")) {
-            words += " 1";
-        } else if (word == "VALUE" || word == "N") {
-            words += word == "N" ? " 2" : " 33";
-        } else if (word == "X" || word == "Y") {
-            words += word == "X" ? " 5" : " 4";
-        } else if (word == "LOW" || word == "HIGH") {
-            words += word == "LOW" ? " 50" : " 200";
-        } else if (word == "L,V,L,V,...") {
-            words += " 0,255,100,0,255,255";
-        } else if (word == "AXIS" || word == "DEGREES") {
-            words += word == "AXIS" ? " -1" : " 120";
-        } else if (word == "ACROSS" || word == "DOWN") {
-            words += word == "DOWN" ? " 0.125" : " 0.25";
-        } else if (word == "RATIO" || word == "KIND") {
-            words += word == "KIND" ? " cubic" : words.starts_with("zoom") ? " 3/2" : " 2/3";
-        } else if (word == "XMAP" || word == "YMAP") {
-            words += word == "XMAP" ? " lens:0.4" : " wave:5";
-        } else if (word == "CORNERS" || word == "SIZE") {
-            words += word == "SIZE" ? " 50x30" : " 3,2,30,4.5,27.25,19,6,17";
-        } else if (word == "[smooth]" || word == "[nearest]") {
-            words += word == "[smooth]" ? " smooth" : " nearest";
-        } else if (word == "R,G,B") {
-            words += " 1,0.5,0.25";
-        } else if (word == "M,M,...") {
-            words += " 0.5,0.25,0,0,0,1,0,0,0,0.5,0.5,0.1";
-        } else if (word == "W,W,...") {
-            words += " 1,2,1";
-        } else if (word == "[mark]") {
-            words += " mark";
-        } else if (word == "NAME") {
-            words += " db2";  // a wavelet
-        } else if (word == "KIND" || word == "SEED") {
-            words += word == "KIND" ? " gauss" : " 5";  // of noise
-        } else if (word == "WxH" || word == "[hue]") {
-            words += word == "WxH" ? " 90x50" : "";
-        } else if (word == "EPS") {
-            words += " 0.5";
-        } else if (word == "MIN" || word == "MAX") {
-            words += word == "MIN" ? " 0" : " 1";
-        } else if (word == "ZERO" || word == "ONE") {
-            words += word == "ZERO" ? " 40" : " 220";
-        } else if (word == "[bits]") {
-            words += " bits";
-        } else if (word == "[flip]" || word == "[premultiplied]") {
-            words += word == "[flip]" ? " flip" : " premultiplied";
-        } else if (word == "OPACITY" || word == "ALPHA") {
-            words += " 100";
-        } else if (word == "DEPTH") {
-            words += " 8u";
-        } else if (word == "DITHER") {
-            words += " jjh";
-        } else if (word == "LEVELS" || word == "NOISE" || word == "LIMIT") {
-            words += " 20";
+        } else if (const auto other = others.find(operation + " " + word); other != others.end()) {
+            words += other->second;
+        } else if (const auto example = examples.find(word); example != examples.end()) {
+            words += example->second;
         } else {
             ADD_FAILURE() << "no example for the argument " << word;
         }
