@@ -25,9 +25,10 @@
  * moxSetErrMode(MOX_ErrModeParent). A header that passes moxCheckImageHeader but cannot be that of an image in memory
  * is refused by every operation with "Incorrect Image", behind all its other tests and before any memory is touched:
  * with MOX_StatusHeaderSize (or MOX_StatusTileSize) where its sizes multiply to more than a 32-bit count of bytes, with
- * MOX_StatusHeaderWidthStep where a row is longer than widthStep; 100 less for a mask. imageSize is not among them: what
- * of it goes beyond widthStep x height bytes (x nChannels in plane order) is not used. What the library cannot see is the caller's to guarantee: that imageData points to
- * widthStep x height bytes (x nChannels in plane order), and a tile's tileData to a whole tile.
+ * MOX_StatusHeaderWidthStep where a row is longer than widthStep; 100 less for a mask. imageSize is not among them:
+ * what of it goes beyond widthStep x height bytes (x nChannels in plane order) is not used. What the library cannot see
+ * is the caller's to guarantee: that imageData points to widthStep x height bytes (x nChannels in plane order), and a
+ * tile's tileData to a whole tile.
  *
  * Threads. The library starts no thread and takes no lock. Status, error mode and report function belong to the calling
  * thread. Threads may share sources; a header or tile record that an operation writes serves one operation at a time.
@@ -657,8 +658,9 @@ enum {
  *
  * a comes from alphaImageA, or from A if that is null. b comes from alphaImageB; if that is null, from B, provided that
  * alphaImageA is null too and B has alpha; otherwise b is F - a, also in the opacity (over without an opacity of B
- * weakens B twice by F - a). The opacity of the result goes to alphaImageDst, or to the destination if it has alpha,
- * or nowhere. An image of opacities is read in its alpha channel, or in channel 1 if it has none, never in its channel
+ * weakens B twice by F - a: before an opaque image without alpha multiply A by its opacity and set premulAlpha, or
+ * give B an opacity of F). The opacity of the result goes to alphaImageDst, or to the destination if it has alpha, or
+ * nowhere. An image of opacities is read in its alpha channel, or in channel 1 if it has none, never in its channel
  * of interest; its region and mask count. If it is the destination, channels are done one after the other.
  *
  * With divideMode 1 the same is computed in floating point, in single precision at 8U and in double precision at 16U,
@@ -2067,8 +2069,9 @@ MOX_EXPORT void MOX_CALL moxGetPerspectiveQuadROI(MoxROI *roi, double coeffs[3][
 
 /**
  * The box around that quadrangle: rect[0] is its smallest x and y, rect[1] its largest. A canvas that takes the whole
- * result is floor(rect[1]) - ceil(rect[0]) + 1 pixels wide and high. What fails in the region is reported as by the Quad
- * function, then as -1 with an empty message by this one; -27 "rect == 0".
+ * result is floor(rect[1]) - ceil(rect[0]) + 1 pixels wide and high, and the map must be shifted by -ceil(rect[0]) to lie
+ * on it. What fails in the region is reported as by the Quad function, then as -1 with an empty message by this one; -27
+ * "rect == 0".
  */
 MOX_EXPORT void MOX_CALL moxGetAffineBound(MoxImage *image, double coeffs[2][3], double rect[2][2]);
 MOX_EXPORT void MOX_CALL moxGetAffineBoundROI(MoxROI *roi, double coeffs[2][3], double rect[2][2]);
@@ -2078,9 +2081,9 @@ MOX_EXPORT void MOX_CALL moxGetPerspectiveBound(MoxImage *image, double coeffs[3
 MOX_EXPORT void MOX_CALL moxGetPerspectiveBoundROI(MoxROI *roi, double coeffs[3][3], double rect[2][2]);
 
 /**
- * The map that carries the region's corners onto the quadrangle's. An affine map looks at the first three corners; the
- * fourth must make a parallelogram of them. Perspective: Heckbert, "Fundamentals of Texture Mapping and Image Warping",
- * 1989.
+ * The map that carries the region's corners onto the quadrangle's, in their order: another order turns or mirrors. An
+ * affine map looks at the first three corners; the fourth must make a parallelogram of them. Perspective: Heckbert,
+ * "Fundamentals of Texture Mapping and Image Warping", 1989.
  *
  * Failures, in this order, leave coeffs unwritten: "Incorrect Image"; -27 "quad == 0"; -5 "Quadrangle is degenerate to
  * triangle or length or point" where three corners are exactly in line or one is no number; "Quadrangle is concave", also
@@ -2173,6 +2176,9 @@ enum {
  * dstImage"; -1 with an empty message where memory runs out or a tile cannot be read; -2 "Error get tile to write". A
  * region outside the image of which nothing is asked leaves nothing to do.
  *
+ * A quadrangle that is made from coefficients is rounded: pixels exactly on its edges may be left out, which the functions
+ * in Q write for corners at whole numbers.
+ *
  * moxWarpBilinear and moxWarpPerspective report as the functions in Q do, but for the quadrangle: what fails there is
  * reported by moxGetBilinearQuad or moxGetPerspectiveQuad, then as -1 with an empty message by the function itself.
  */
@@ -2215,11 +2221,13 @@ MOX_EXPORT void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, doubl
  * unreduced. Depths 1U, 8U, 16U, 32F; both orders, which must be equal; not in place. Both regions count from their
  * corners: pixel 0 of one comes from pixel 0 of the other. The zoomed size is Zx = W xDst / xSrc, Zy = H yDst / ySrc;
  * written are the whole pixels of it, at most the destination's region, and nothing where that is empty. Pixels of
- * several channels: those of interest, or all but alpha.
+ * several channels: those of interest, or all but alpha. For an image of a given size let xDst and yDst be that size and
+ * xSrc and ySrc that of the source's region: then every pixel is written.
  *
  * moxZoom makes no axis smaller. moxResize takes any ratio: with MOX_INTER_SUPER it is moxDecimate, with the other kinds
  * it computes as moxZoom does. What moxZoom and moxDecimate make of one ratio differs: they have different positions and
- * different arithmetic.
+ * different arithmetic. Where images get smaller, MOX_INTER_SUPER alone looks at all pixels of the source; the other kinds
+ * skip some, and fine patterns turn into coarse ones.
  *
  * Kinds. MOX_INTER_NN: pixel i takes pixel [p], p the sum of i steps of W / Zx (in double). Tiled images, and linear and
  * cubic samples, have steps of (W - 1) / (Zx - 1), 0 where Zx is at most 1: the first and last pixels of the source and of
@@ -2352,8 +2360,8 @@ MOX_EXPORT void MOX_CALL moxRemap(MoxImage *srcImage, MoxImage *xMap, MoxImage *
  *
  * With W for the width of the source's region and Z = xDst W / xSrc, in double, the first columns of the destination's
  * region are written, as many as the whole part of Z. Their places p begin at 0 and go on by k, added up in double: k is 1
- * where xSrc is xDst, else (W - 1) / (Z - 1); with Z not above 1 nothing is done. ix = rint(p - 0.49999), at most W - 1, and
- * f = p - ix as float. Rows likewise.
+ * where xSrc is xDst, else (W - 1) / (Z - 1); with Z not above 1 nothing is done, so that no result is a single column or
+ * row (moxDecimate makes these). ix = rint(p - 0.49999), at most W - 1, and f = p - ix as float. Rows likewise.
  *
  *   mean(ix, iy)   of the source's columns ix - xMaskSize / 2 (rounded down) and the following, xMaskSize in all, and the
  *                  same rows, as far as they are in the region: in float, every column's sum from its top row on, then the
@@ -2396,7 +2404,9 @@ typedef float(MOX_CALL *MoxUserFuncFP)(float sample);
 typedef void(MOX_CALL *MoxUserFuncPixel)(MoxImage *srcImage, void *srcPixel, MoxImage *dstImage, void *dstPixel);
 
 /**
- * dst = cbFunc(src), sample by sample, clamped to the range of the depth. 8U, 8S, 16U, 16S, 32S; in place or not.
+ * dst = cbFunc(src), sample by sample, clamped to the range of the depth. 8U, 8S, 16U, 16S, 32S; in place or not. The
+ * function is told the sample and nothing else, and must be declared with MOX_CALL: what it needs besides stands in
+ * variables of the program's, of each thread its own where several call.
  *
  * Every sample is read once, just before its call, and stored right behind it. Rows go from the top in memory; in pixel
  * order by pixel, and by channel within the pixel; in plane order each plane as a whole. A channel that is alpha in
@@ -2415,7 +2425,8 @@ typedef void(MOX_CALL *MoxUserFuncPixel)(MoxImage *srcImage, void *srcPixel, Mox
  * coi -15 "srcImage->nChannels != dstImage->nChannels"; -15 "nChannels == 0" where alpha alone is left; -17 "depth ==
  * MOX_DEPTH_1U", "depth == MOX_DEPTH_32F"; -25 "width <= 0", "height <= 0"; -1 "while mask creating", the masks being
  * combined in a copy; -2 "Error get tile to write", "Error get tile to read" (also where memory for a part of the source
- * is missing), which end the walk with what was stored before; every other tile in hand is given back.
+ * is missing), which end the walk with what was stored before. The destination's tile is given back then, and a source's
+ * that was requested by itself; of a row of tiles of which one is refused the others stay in hand (see MoxTileCallback).
  */
 MOX_EXPORT void MOX_CALL moxUserProcess(MoxImage *srcImage, MoxImage *dstImage, MoxUserFunc cbFunc);
 
@@ -2451,10 +2462,10 @@ enum { MOX_NOISE_UNIFORM = 0, MOX_NOISE_GAUSSIAN = 1 };
 typedef struct MoxNoiseParam {
     int noise;     /**< a MOX_NOISE_ value */
     unsigned seed; /**< any number: equal seeds give equal noise */
-    int lowInt;    /**< uniform: one bound; Gaussian: mean */
+    int lowInt;    /**< uniform: one bound; Gaussian: mean. In units of the sample, like all of these */
     int highInt;   /**< uniform: the other bound; Gaussian: standard deviation */
-    float lowFlt;
-    float highFlt;
+    float lowFlt;  /**< for 32F what lowInt is */
+    float highFlt; /**< for 32F what highInt is */
 } MoxNoiseParam;
 
 /** Sets noise, seed and the bounds of uniform noise for integer depths. -5 "(noiseParam == 0)". */
@@ -2468,7 +2479,8 @@ MOX_EXPORT void MOX_CALL moxNoiseGaussianInitFP(MoxNoiseParam *noiseParam, unsig
 
 /**
  * Adds noise to the processed channels of an image's region, in place. All depths but 1U. The seed alone decides the
- * noise: sample by sample it is the same on every machine, processor and system.
+ * noise: sample by sample it is the same on every machine, processor and system, however the calling thread rounds. The
+ * record is read only: another call with it adds the same noise again, and other noise takes another seed.
  *
  *   uniform, integers  sample + low + trunc(r (high - low) / 2^32), r being the generator's next word, for bounds in any
  *                      order; clamped to the range of the depth, at 32S modulo 2^32. Below 32 bits the bounds are first
@@ -2478,6 +2490,9 @@ MOX_EXPORT void MOX_CALL moxNoiseGaussianInitFP(MoxNoiseParam *noiseParam, unsig
  *                      precision
  *   Gaussian, integers sample + mean + trunc(deviate x stDev), clamped to the range of the depth, 32S too
  *   Gaussian, 32F      (sample + mean) + deviate x stDev in double precision, rounded once
+ *
+ * So uniform integers reach from the lower bound to one below the upper one (-20 to 19 for -20 and 20), and deviates cut
+ * toward zero spread by about 0.4 less than stDev says (by 9.6 for 10).
  *
  * The generator adds a congruential sequence to a subtract-with-borrow one; deviates are made in pairs by Marsaglia's
  * polar method, and the second of a pair is used with the sample that follows, in the next row, plane or tile where

@@ -130,7 +130,6 @@ bool hasNoSamples(const MoxImage *image) {
 }
 
 MoxStatus addNoise(const OwnCaller &caller, MoxImage *image, const OwnRowForms &kernel, OwnNoise *noise) {
-    const OwnNearestRounding rounding;
     NoiseRun noiseRun = {&kernel, {0, 0, 0, noise}};
     if (!image->tileInfo) {
         noiseRun.run(image, image->maskROI);
@@ -196,6 +195,8 @@ MoxStatus MOX_CALL moxNoiseImage(MoxImage *image, MoxNoiseParam *noiseParam) {
     if (hasNoSamples(image)) return MOX_StatusNoError;
     if (!ownAcceptMemory(caller, {image})) return ownFindExcess(image);
 
+    // From the span of the bounds on.
+    const OwnNearestRounding rounding;
     OwnNoise noise;
     noise.generator = startGenerator(noiseParam->seed);
     noise.low = 0;

@@ -1,4 +1,5 @@
 // Noise, sample by sample from its definition: over random layouts at every CPU level, and where something changes.
+#include <cfenv>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -351,6 +352,29 @@ TEST(NoiseEdges, longStreamsGoOn) {
             TestImage image(layout, 1);
             calm(image, random);
             expectNoise(image, {kind, 4711, -30, 50, -0.5f, 0.75f});
+        }
+    }
+}
+
+// How the caller's thread rounds makes no difference, not to the span of the bounds either, and stays as it was.
+TEST(NoiseEdges, theCallersRoundingIsNotTheNoises) {
+    for (const unsigned depth : {MOX_DEPTH_8U, MOX_DEPTH_32S, MOX_DEPTH_32F}) {
+        for (const int kind : {MOX_NOISE_UNIFORM, MOX_NOISE_GAUSSIAN}) {
+            Random random(6);
+            TestImage image(TestLayout::of(depth, 100, 50), 1);
+            calm(image, random);
+            const TestBytes before = image.bytes();
+            MoxNoiseParam param = {kind, 1, -90, 4000, -0.3f, 1000000.125f};
+            const TestBytes expected = withNoise(image, param);
+            for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+                image.setBytes(before);
+                std::fesetround(mode);
+                moxNoiseImage(image.header(), &param);
+                const int after = std::fegetround();
+                std::fesetround(FE_TONEAREST);
+                EXPECT_EQ(after, mode);
+                EXPECT_TRUE(image.holds(expected)) << depthName(depth) << " kind " << kind << " mode " << mode;
+            }
         }
     }
 }
