@@ -1,6 +1,7 @@
 // Kernels of decimation with blur: sums of columns, means of windows, and what lies between them.
 #include "frame/ownsample.h"
 #include "geometry/owndext.h"
+#include "geometry/ownnumber.h"
 
 namespace {
 
@@ -118,7 +119,7 @@ void store(const float *const *rows, float fraction, uint8_t *out, size_t n) {
     for (size_t i = 0; i < n; ++i) {
         const float value = betweenRows<taps>(rows, i, fraction);
         if constexpr (sizeof(Value) == 4) {
-            to[i] = value;
+            to[i] = ownOneNaN(value);
         } else {
             constexpr auto most = static_cast<float>(D::high);
             const float atLeast = value > 0 ? value : 0, clamped = atLeast < most ? atLeast : most;

@@ -338,7 +338,7 @@ void cubicNumbers(const OwnSampled &src, const void *x, const void *y, uint8_t *
                 if constexpr (sizeof(Value) == 2) {
                     *to++ = static_cast<Value>(notAbove(notBelow(nearest(value), 0), 65535));
                 } else {
-                    *to++ = value;
+                    *to++ = ownOneNaN(value);
                 }
             }
         }

@@ -316,7 +316,7 @@ void linearNumbers(const OwnSampled &src, const void *x, const void *y, uint8_t 
                 if constexpr (sizeof(Value) == 2) {
                     at[i * channels] = static_cast<Value>(notAbove(notBelow(nearest(value), 0), 65535));
                 } else {
-                    at[i * channels] = static_cast<Value>(value);
+                    at[i * channels] = ownOneNaN(static_cast<Value>(value));
                 }
             }
         }

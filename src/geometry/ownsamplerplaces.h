@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/ownsample.h"
+#include "geometry/ownnumber.h"
 #include "geometry/ownsamplerrows.h"
 
 namespace {

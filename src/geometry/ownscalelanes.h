@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/ownsample.h"
+#include "geometry/ownnumber.h"
 #include "geometry/ownscalerows.h"
 
 namespace {
@@ -107,8 +108,8 @@ template <class D, bool round, class Value>
 [[gnu::always_inline]] inline void ownStoreSamples(uint8_t *out, size_t n, const Value &value) {
     if constexpr (sizeof(typename D::Value) == 4) {
         ownStoreAll<4>(out, n, [&](size_t i, uint8_t *to) {
-            const OwnFloats v = value(i);
-            __builtin_memcpy(to, &v, sizeof v);
+            const OwnFloats v = value(i), one = v == v ? v : OwnFloats{} + __builtin_nanf("");
+            __builtin_memcpy(to, &one, sizeof one);
         });
     } else {
         ownStoreInts<D>(out, n, [&](size_t i) { return ownToInts<round>(value(i)); });

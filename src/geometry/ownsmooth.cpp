@@ -7,6 +7,7 @@
 
 #include "frame/ownimage.h"
 #include "frame/owntile.h"
+#include "geometry/ownnumber.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ void store(double value, char *sample, int bytes) {
             break;
         }
         default: {
-            const auto single = static_cast<float>(value);
+            const float single = ownOneNaN(static_cast<float>(value));
             std::memcpy(sample, &single, sizeof single);
         }
     }
