@@ -325,9 +325,8 @@ class TiledWarp {
         }
     }
 
-    // The largest part of a source that is read for a block which can still be divided.
+    // The largest part of a source that is read for a block of more than one pixel.
     static constexpr int64_t LARGE = 1 << 20;
-    static constexpr int64_t SMALL_SIDE = 16;
 
     bool block(const OwnShare &share) {
         OwnCorners box;
@@ -339,7 +338,7 @@ class TiledWarp {
         }
         const int64_t area = (box.right - box.left + 1) * (box.bottom - box.top + 1);
         const bool isWide = share.width >= share.height;
-        if (area > LARGE && std::max(share.width, share.height) > SMALL_SIDE) {
+        if (area > LARGE && std::max(share.width, share.height) > 1) {
             OwnShare first = share, second = share;
             if (isWide) {
                 first.width /= 2;

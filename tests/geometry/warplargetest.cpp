@@ -1,4 +1,4 @@
-// Warps from sources so large that floats do not tell all their pixels.
+// Warps from sources so large that floats do not tell all their pixels, or that nobody reads them whole.
 #include <climits>
 
 #include "support/endlessimage.h"
@@ -50,6 +50,20 @@ TEST(WarpLarge, aFirstColumnThatIsNoFloat) {
                 });
             }
         }
+    }
+}
+
+// Of a source that is made much smaller only what the pixels need is read.
+TEST(WarpLarge, aSmallDestinationReadsLittle) {
+    for (int kind = 0; kind < 3; ++kind) {
+        EndlessImage src(MOX_DEPTH_8U, 30000, 30000, 64);
+        TestImage dst(TestLayout::of(MOX_DEPTH_8U, 16, 16), 1);
+        double coeffs[2][3] = {{16 / 30000.0, 0, 0}, {0, 16 / 30000.0, 0}};
+        ReportRecorder reports;
+        moxWarpAffine(src.header(), dst.header(), coeffs, kind);
+        EXPECT_TRUE(reports.none());
+        EXPECT_EQ(dst.get(0, 2, 1), src.get(3750, 1875)) << kind;
+        EXPECT_LE(src.requests(), 16 * 16 * 32);
     }
 }
 
