@@ -67,4 +67,15 @@ TEST(WarpLarge, aSmallDestinationReadsLittle) {
     }
 }
 
+// The tiles of a high destination are not gone through where nothing is drawn: there are 13 thousand million.
+TEST(WarpLarge, aHighDestinationIsNotWalked) {
+    TestImage src(TestLayout::of(MOX_DEPTH_8U, 40, 40), 1);
+    EndlessImage dst(MOX_DEPTH_8U, 400, INT_MAX, 8);
+    double coeffs[2][3] = {{1, 0, 100}, {0, 1, 1e9}};
+    ReportRecorder reports;
+    moxWarpAffine(src.header(), dst.header(), coeffs, MOX_INTER_NN);
+    EXPECT_TRUE(reports.none());
+    EXPECT_EQ(dst.requests(), 6 * 5);
+}
+
 }  // namespace

@@ -4,7 +4,7 @@
 //     moxWarpPerspectiveQ(image.header(), ...);
 //     image.requests();                                    // tiles asked for
 //
-// Only for reading, one channel. A tile is gone after its release.
+// One channel. A tile is gone after its release, with what was written.
 #pragma once
 
 #include <bit>
