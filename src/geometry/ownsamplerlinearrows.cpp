@@ -54,13 +54,14 @@ template <class Fraction>
     }
 }
 
-// Positions for fractions in double.
-template <class Position>
-[[gnu::always_inline]] inline void locateDouble(const Extent &extent, const Position *position, int32_t *place,
+// Positions for fractions in double. `positionAt(i)` reads the i-th: a template that took the pointer would forget that
+// the address may be any.
+template <class PositionAt>
+[[gnu::always_inline]] inline void locateDouble(const Extent &extent, PositionAt positionAt, int32_t *place,
                                                 double *fraction, size_t n) {
     const double first = extent.first, last = extent.last;
     for (size_t i = 0; i < n; ++i) {
-        const double value = notAbove(notBelow<double>(position[i], first), last);
+        const double value = notAbove(notBelow<double>(positionAt(i), first), last);
         const int32_t whole = wholeOf(value);
         const int32_t from = notBelow(notAbove(whole, extent.last - 1), extent.first);
         place[i] = (from - extent.origin) * extent.step;
@@ -69,11 +70,11 @@ template <class Position>
 }
 [[gnu::always_inline]] inline void locate(const Extent &extent, const OwnAnyF32 *position, int32_t *place,
                                           double *fraction, size_t n) {
-    locateDouble(extent, position, place, fraction, n);
+    locateDouble(extent, [position](size_t i) { return static_cast<double>(position[i]); }, place, fraction, n);
 }
 [[gnu::always_inline]] inline void locate(const Extent &extent, const AnyDouble *position, int32_t *place,
                                           double *fraction, size_t n) {
-    locateDouble(extent, position, place, fraction, n);
+    locateDouble(extent, [position](size_t i) { return static_cast<double>(position[i]); }, place, fraction, n);
 }
 
 template <class Position, class Fraction>
