@@ -4,25 +4,10 @@
 
 namespace {
 
-struct GoldenLayout {
-    const char *name;
-    int colours, order;
-    bool coi, masked, tiled;
-};
-
-const GoldenLayout goldenLayouts[] = {{"flat", 1, MOX_DATA_ORDER_PIXEL, false, false, false},
-                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, false, true, false},
-                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, false, false, true},
-                                      {"coi", 3, MOX_DATA_ORDER_PIXEL, true, true, true}};
-
+// One more channel, which is the opacity.
 TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int shift) {
-    TestLayout layout = TestLayout::of(depth, 61, 19, golden.colours + 1, golden.order);
+    TestLayout layout = golden.of(depth, 61, 19, shift, golden.channels + 1);
     layout.alpha = layout.channels;
-    if (golden.coi) layout.setRoi(2, 3 + shift, 1, 55, 17);
-    if (golden.tiled) {
-        layout.tileWidth = 16;
-        layout.tileHeight = 8;
-    }
     return layout;
 }
 

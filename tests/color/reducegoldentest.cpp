@@ -6,33 +6,11 @@
 
 namespace {
 
-struct GoldenLayout {
-    const char *name;
-    int channels, order;
-    bool coi, masked, tiled;
-};
-
-const GoldenLayout goldenLayouts[] = {{"plain", 1, MOX_DATA_ORDER_PIXEL, false, false, false},
-                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, false, true, false},
-                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, false, false, true},
-                                      {"coi", 3, MOX_DATA_ORDER_PIXEL, true, true, true}};
-
-TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, bool destination) {
-    const bool one = depth == MOX_DEPTH_1U;
-    TestLayout layout = TestLayout::of(depth, 61, 29, one ? 1 : golden.channels, golden.order);
-    if (golden.coi) layout.setRoi(one ? 1 : 2, destination ? 5 : 3, 1, 55, 27);
-    if (golden.tiled) {
-        layout.tileWidth = 16;
-        layout.tileHeight = 8;
-    }
-    return layout;
-}
-
 uint64_t digestOfLevels(const GoldenLayout &golden, const DepthPair &depths, int dither) {
     uint64_t digest = digestOf({});
     for (int levels : {2, 3, 16, 100, 256}) {
         if (depths.dst == MOX_DEPTH_1U && levels > 2) break;
-        TestImage src(layoutOf(golden, depths.src, false), 11), dst(layoutOf(golden, depths.dst, true), 13);
+        TestImage src(golden.of(depths.src, 61, 29, 0), 11), dst(golden.of(depths.dst, 61, 29, 2), 13);
         TestImage mask(TestLayout::ofMask(60, 28), 14);
         Random random(17);
         if (levels != 16) drawPicture(random, src);

@@ -6,27 +6,6 @@
 
 namespace {
 
-struct GoldenLayout {
-    const char *name;
-    int channels, order, mode;
-    bool coi, masked, tiled;
-};
-
-const GoldenLayout goldenLayouts[] = {{"plain", 1, MOX_DATA_ORDER_PIXEL, MOX_BORDER_REPLICATE, false, false, false},
-                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, MOX_BORDER_REFLECT, false, true, false},
-                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, MOX_BORDER_WRAP, false, false, true},
-                                      {"coi", 3, MOX_DATA_ORDER_PIXEL, MOX_BORDER_CONSTANT, true, true, true}};
-
-TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int shift) {
-    TestLayout layout = TestLayout::of(depth, 61, 19, depth == MOX_DEPTH_1U ? 1 : golden.channels, golden.order);
-    if (golden.coi) layout.setRoi(depth == MOX_DEPTH_1U ? 1 : 2, 3 + shift, 1, 55, 17);
-    if (golden.tiled) {
-        layout.tileWidth = 16;
-        layout.tileHeight = 8;
-    }
-    return layout;
-}
-
 // At 32F numbers only: the payload of a NaN is nobody's to rely on.
 void drawNumbers(TestImage &image, uint64_t seed) {
     if (image.layout().depth != MOX_DEPTH_32F) return;
@@ -50,11 +29,11 @@ void checkGolden(const std::string &name, unsigned depth, const std::vector<std:
         forEachCpuLevel([&] {
             uint64_t digest = digestOf({});
             for (const auto &[model, call] : steps) {
-                TestImage src(layoutOf(golden, depth, 0), 11), dst(layoutOf(golden, depth, 2), 13);
+                TestImage src(golden.of(depth, 61, 19, 0), 11), dst(golden.of(depth, 61, 19, 2), 13);
                 TestImage mask(TestLayout::ofMask(60, 18), 14);
                 drawNumbers(src, 15);
                 drawNumbers(dst, 16);
-                moxSetBorderMode(src.header(), golden.mode, 15, 77);
+                moxSetBorderMode(src.header(), golden.border, 15, 77);
                 if (golden.masked) dst.setMask(&mask);
                 const RefResult wanted = model(src, dst);
                 ReportRecorder reports;

@@ -9,25 +9,9 @@
 
 namespace {
 
-struct GoldenLayout {
-    const char *name;
-    int channels, order;
-    bool coi, masked, tiled;
-};
-
-const GoldenLayout goldenLayouts[] = {{"plain", 1, MOX_DATA_ORDER_PIXEL, false, false, false},
-                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, false, true, false},
-                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, false, false, true},
-                                      {"coi", 4, MOX_DATA_ORDER_PIXEL, true, true, true}};
-
+// A channel of interest is one of four.
 TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int shift) {
-    TestLayout layout = TestLayout::of(depth, 61, 39, depth == MOX_DEPTH_1U ? 1 : golden.channels, golden.order);
-    if (golden.coi) layout.setRoi(depth == MOX_DEPTH_1U ? 1 : 2, 3 + shift, 1, 55, 37);
-    if (golden.tiled) {
-        layout.tileWidth = 16;
-        layout.tileHeight = 8;
-    }
-    return layout;
+    return golden.of(depth, 61, 39, shift, depth == MOX_DEPTH_1U ? 1 : golden.coi ? 4 : golden.channels);
 }
 
 // Numbers that add up the same in any order.

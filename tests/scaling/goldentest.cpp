@@ -5,24 +5,9 @@
 
 namespace {
 
-struct GoldenLayout {
-    const char *name;
-    int channels, order;
-    bool coi, masked, tiled;
-};
-
-const GoldenLayout goldenLayouts[] = {{"plain", 1, MOX_DATA_ORDER_PIXEL, false, false, false},
-                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, false, true, false},
-                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, false, false, true},
-                                      {"coi", 3, MOX_DATA_ORDER_PIXEL, true, true, true}};
-
 TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int width, int height, int shift) {
-    TestLayout layout = TestLayout::of(depth, width, height, depth == MOX_DEPTH_1U ? 1 : golden.channels, golden.order);
-    if (golden.coi) layout.setRoi(depth == MOX_DEPTH_1U ? 1 : 2, 3 + shift, 1, width - 5, height - 2);
-    if (golden.tiled) {
-        layout.tileWidth = 16;
-        layout.tileHeight = 8;
-    }
+    TestLayout layout = golden.of(depth, width, height, shift);
+    if (golden.coi) layout.setRoi(layout.roi.coi, 3 + shift, 1, width - 5, height - 2);
     return layout;
 }
 

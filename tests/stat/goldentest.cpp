@@ -6,25 +6,12 @@
 
 namespace {
 
-struct GoldenLayout {
-    const char *name;
-    int channels, order;
-    bool coi, masked, tiled;
-};
-
-const GoldenLayout goldenLayouts[] = {{"plain", 1, MOX_DATA_ORDER_PIXEL, false, false, false},
-                                      {"pixel3", 3, MOX_DATA_ORDER_PIXEL, false, true, false},
-                                      {"plane3", 3, MOX_DATA_ORDER_PLANE, false, false, true},
-                                      {"coi", 3, MOX_DATA_ORDER_PIXEL, true, true, true}};
-
 TestLayout layoutOf(const GoldenLayout &golden, unsigned depth, int shift, int channels) {
-    TestLayout layout = TestLayout::of(depth, 61, 19, depth == MOX_DEPTH_1U ? 1 : channels, golden.order);
+    const int count = depth == MOX_DEPTH_1U ? 1 : channels;
+    TestLayout layout = golden.of(depth, 61, 19, shift, count);
+    // Bits that a comparison of several channels writes have a region of their own.
     if (golden.coi || channels != golden.channels) {
         layout.setRoi(golden.coi && depth != MOX_DEPTH_1U ? 2 : 0, 3 + shift, 1, 55, 17);
-    }
-    if (golden.tiled) {
-        layout.tileWidth = 16;
-        layout.tileHeight = 8;
     }
     return layout;
 }

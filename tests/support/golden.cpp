@@ -57,3 +57,19 @@ testing::AssertionResult digestIsGolden(const std::string &name, uint64_t digest
     }
     return testing::AssertionSuccess();
 }
+
+const std::array<GoldenLayout, 4> goldenLayouts = {
+    {{"plain", 1, MOX_DATA_ORDER_PIXEL, false, false, false, MOX_BORDER_REPLICATE},
+     {"pixel3", 3, MOX_DATA_ORDER_PIXEL, false, true, false, MOX_BORDER_REFLECT},
+     {"plane3", 3, MOX_DATA_ORDER_PLANE, false, false, true, MOX_BORDER_WRAP},
+     {"coi", 3, MOX_DATA_ORDER_PIXEL, true, true, true, MOX_BORDER_CONSTANT}}};
+
+TestLayout GoldenLayout::of(unsigned depth, int width, int height, int shift, int count) const {
+    TestLayout layout = TestLayout::of(depth, width, height, count, order);
+    if (coi) layout.setRoi(count == 1 ? 1 : 2, 3 + shift, 1, width - 6, height - 2);
+    if (tiled) {
+        layout.tileWidth = 16;
+        layout.tileHeight = 8;
+    }
+    return layout;
+}

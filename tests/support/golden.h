@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -18,3 +19,19 @@ uint64_t digestOf(const std::vector<uint8_t> &bytes, uint64_t start = 0xCBF29CE4
 uint64_t digestOfSamples(const TestImage &image, uint64_t start);
 
 testing::AssertionResult digestIsGolden(const std::string &name, uint64_t digest);
+
+// The layouts whose results have digests: a plain image, pixels under a mask, planes in tiles, and one channel of a
+// region of tiles.
+struct GoldenLayout {
+    const char *name;
+    int channels, order;
+    bool coi, masked, tiled;
+    int border;  // what lies beyond the edge, for those that look there
+
+    // 1 bit is one channel. Where there is a channel of interest, it is that of a region which begins `shift` further.
+    TestLayout of(unsigned depth, int width, int height, int shift) const {
+        return of(depth, width, height, shift, depth == MOX_DEPTH_1U ? 1 : channels);
+    }
+    TestLayout of(unsigned depth, int width, int height, int shift, int count) const;
+};
+extern const std::array<GoldenLayout, 4> goldenLayouts;
