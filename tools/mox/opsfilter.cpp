@@ -169,7 +169,7 @@ const Family &filterFamily() {
              border<MOX_BORDER_WRAP>,
              {{"The picture goes on at its other side.", "border-wrap blur 61 61"}}},
             {"blur",
-             {{K::integer, "X"}, {K::integer, "Y"}},
+             {{K::integer, "X", 1}, {K::integer, "Y", 1}},
              "the mean of a box of X by Y pixels around each, cut off",
              blur,
              {{"A box of nine by nine.", "border-replicate blur 9 9"},
