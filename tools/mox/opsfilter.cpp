@@ -150,7 +150,7 @@ const Family &filterFamily() {
         {
             {"border-constant",
              {{K::integer, "VALUE"}},
-             "what follows finds VALUE beyond the edges (at first it finds 0)",
+             "what follows finds VALUE beyond the edges (at first the edge goes on there)",
              borderConstant,
              {{"Gray beyond the edges, and a wide box.", "border-constant 128 blur 61 61"}}},
             {"border-replicate",
