@@ -114,8 +114,12 @@ struct Call {
             const OwnDextSource source = {ownSpan(src, ownFirstChannel(src), &unused[0], &unused[1]), 0, 0};
             return runPart(source, share, to);
         }
-        const auto side = [](double step) { return static_cast<int64_t>(std::max(PART_SIDE / step, 1.0)); };
-        const int64_t columns = side(steps[0]), rows = side(steps[1]);
+        // Windows reach from one part into the next ones: parts are as large as these, or most is read many times.
+        const auto side = [](const OwnDextAxis &axis, double step) {
+            const auto window = static_cast<double>(std::min(axis.size, axis.length));
+            return static_cast<int64_t>(std::max(std::max(PART_SIDE, window) / step, 1.0));
+        };
+        const int64_t columns = side(dext.columns, steps[0]), rows = side(dext.rows, steps[1]);
         for (int64_t y = 0; y < share.height; y += rows) {
             for (int64_t x = 0; x < share.width; x += columns) {
                 const OwnShare part = {x, y, std::min(columns, share.width - x), std::min(rows, share.height - y)};

@@ -31,7 +31,7 @@ size_t keep(const void *x, const void *y, const OwnRemapBounds &bounds, uint8_t 
 void nearestPixels(const void *positions, int32_t *pixels, size_t n) {
     const OwnAnyF32 *from = static_cast<const OwnAnyF32 *>(positions);
     for (size_t i = 0; i < n; ++i)
-        pixels[i] = wholeOf(notAbove(notBelow<float>(from[i], 0.0f), 2147483520.0f));
+        pixels[i] = wholeOf(notBelow<float>(from[i], 0.0f));
 }
 
 }  // namespace

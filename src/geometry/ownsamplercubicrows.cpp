@@ -23,10 +23,11 @@ template <class Position>
     const auto first = static_cast<Value>(extent.first), last = static_cast<Value>(extent.last);
     for (size_t i = 0; i < n; ++i) {
         const Value value = notAbove(notBelow<Value>(position[i], first), last);
-        const int32_t from = notBelow(notAbove(wholeOf(value) - 1, extent.last - 3), extent.first);
+        const int32_t whole = wholeOf(value);
+        const int32_t from = notBelow(notAbove(whole - 1, extent.last - 3), extent.first);
         place[i] = (from - extent.origin) * extent.step;
-        // The difference is exact, in float too, up to positions that leave no place for fractions.
-        const Value part = value - static_cast<Value>(from);
+        // Both terms are exact, in float too, and so is the sum where it counts.
+        const Value part = value - static_cast<Value>(whole) + static_cast<Value>(whole - from);
         f[i] = notAbove(notBelow(part, Value{0}), Value{3});
     }
 }

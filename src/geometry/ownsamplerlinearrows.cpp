@@ -13,14 +13,15 @@ struct LinearPlaces : Places {
 };
 
 // The fraction behind a whole part, which is cut off, in float; of fixed point, rounded to its places. Both terms are
-// exact, and so is the sum. It is above 1 where the last pixel is none of the floats.
+// exact, and so is the sum. It is above 1 or below 0 where the last or the first pixel is none of the floats.
 template <class Fraction>
 [[gnu::always_inline]] inline Fraction fractionOf(float value, int32_t whole, int32_t from) {
-    const float part = value - static_cast<float>(whole) + static_cast<float>(whole - from);
+    const float sum = value - static_cast<float>(whole) + static_cast<float>(whole - from);
+    const float part = notBelow(notAbove(sum, 1.0f), 0.0f);
     if constexpr (static_cast<Fraction>(0.5f) == 0) {
-        return nearest(notAbove(part, 1.0f) * ONE);
+        return nearest(part * ONE);
     } else {
-        return notAbove(part, 1.0f);
+        return part;
     }
 }
 
@@ -31,7 +32,7 @@ template <class Fraction>
     const auto first = static_cast<float>(extent.first), last = static_cast<float>(extent.last);
     for (size_t i = 0; i < n; ++i) {
         const float value = notAbove(notBelow<float>(position[i], first), last);
-        const int32_t whole = static_cast<int32_t>(value);
+        const int32_t whole = cutOf(value);
         const int32_t from = notBelow(notAbove(whole, extent.last - 1), extent.first);
         place[i] = (from - extent.origin) * extent.step;
         fraction[i] = fractionOf<Fraction>(value, whole, from);
@@ -53,13 +54,14 @@ template <class Fraction>
     }
 }
 
-// Positions for fractions in double.
-template <class Position>
-[[gnu::always_inline]] inline void locateDouble(const Extent &extent, const Position *position, int32_t *place,
+// Positions for fractions in double. `positionAt(i)` reads the i-th: a template that took the pointer would forget that
+// the address may be any.
+template <class PositionAt>
+[[gnu::always_inline]] inline void locateDouble(const Extent &extent, PositionAt positionAt, int32_t *place,
                                                 double *fraction, size_t n) {
     const double first = extent.first, last = extent.last;
     for (size_t i = 0; i < n; ++i) {
-        const double value = notAbove(notBelow<double>(position[i], first), last);
+        const double value = notAbove(notBelow<double>(positionAt(i), first), last);
         const int32_t whole = wholeOf(value);
         const int32_t from = notBelow(notAbove(whole, extent.last - 1), extent.first);
         place[i] = (from - extent.origin) * extent.step;
@@ -68,11 +70,11 @@ template <class Position>
 }
 [[gnu::always_inline]] inline void locate(const Extent &extent, const OwnAnyF32 *position, int32_t *place,
                                           double *fraction, size_t n) {
-    locateDouble(extent, position, place, fraction, n);
+    locateDouble(extent, [position](size_t i) { return static_cast<double>(position[i]); }, place, fraction, n);
 }
 [[gnu::always_inline]] inline void locate(const Extent &extent, const AnyDouble *position, int32_t *place,
                                           double *fraction, size_t n) {
-    locateDouble(extent, position, place, fraction, n);
+    locateDouble(extent, [position](size_t i) { return static_cast<double>(position[i]); }, place, fraction, n);
 }
 
 template <class Position, class Fraction>

@@ -80,13 +80,18 @@ struct Places {
     [[gnu::always_inline]] inline const uint8_t *at(size_t i) const { return base + offset[i]; }
 };
 
+// A position cut to an integer. The last pixels of the widest images are 2^31 as floats.
+[[gnu::always_inline]] inline int32_t cutOf(float value) {
+    return value < 2147483648.0f ? static_cast<int32_t>(value) : INT32_MAX;
+}
+
 // The whole part of a position of either type, which does not lie before 0: as floor, but what is less than 1e-07 below
 // an integer goes there. Of the floats there is one such number.
 [[gnu::always_inline]] inline int32_t wholeOf(double value) {
     return nearest(value - 0.4999999);
 }
 [[gnu::always_inline]] inline int32_t wholeOf(float value) {
-    return static_cast<int32_t>(value) + (value == 0.99999994f ? 1 : 0);
+    return cutOf(value) + (value == 0.99999994f ? 1 : 0);
 }
 
 }  // namespace

@@ -225,11 +225,21 @@ class TiledWarp {
         MoxTileInfo tiles = {nullptr, nullptr, nullptr, 128, 128};
         if (!grid.tileInfo) grid.tileInfo = &tiles;
         const OwnCorners &d = warp_.destination;
-        const int64_t width = d.right - d.left + 1, height = d.bottom - d.top + 1;
+        // Of a large destination only the rows that are drawn are gone through.
+        int64_t first = d.bottom, last = d.top;
+        for (int k = 0; k < warp_.scan.count; ++k) {
+            first = std::min(first, warp_.scan.bands[k].first);
+            last = std::max(last, warp_.scan.bands[k].last);
+        }
+        const int64_t width = d.right - d.left + 1, height = last - first + 1;
+        MoxROI drawn = {0, static_cast<int>(d.left), static_cast<int>(first), static_cast<int>(width),
+                        static_cast<int>(height)};
+        grid.roi = &drawn;
         if (!allocateRows(std::min<int64_t>(height, grid.tileInfo->height))) return false;
         int64_t top = -1;
         for (OwnTileGrid walk(&grid, width, height); walk.next();) {
-            const OwnShare &share = walk.share();
+            OwnShare share = walk.share();
+            share.y += first - d.top;
             if (share.y != top) beginRows(top = share.y, share.height);
             column_ = walk.column();
             tileRow_ = walk.row();
@@ -325,9 +335,8 @@ class TiledWarp {
         }
     }
 
-    // The largest part of a source that is read for a block which can still be divided.
+    // The largest part of a source that is read for a block of more than one pixel.
     static constexpr int64_t LARGE = 1 << 20;
-    static constexpr int64_t SMALL_SIDE = 16;
 
     bool block(const OwnShare &share) {
         OwnCorners box;
@@ -339,7 +348,7 @@ class TiledWarp {
         }
         const int64_t area = (box.right - box.left + 1) * (box.bottom - box.top + 1);
         const bool isWide = share.width >= share.height;
-        if (area > LARGE && std::max(share.width, share.height) > SMALL_SIDE) {
+        if (area > LARGE && std::max(share.width, share.height) > 1) {
             OwnShare first = share, second = share;
             if (isWide) {
                 first.width /= 2;

@@ -34,7 +34,7 @@ struct OwnWarpRows {
     void (*bilinear)(const double *c, double x, double y, const float *low, float *const *out, size_t n);
     void (*inverse)(const MoxInverseBilinear &map, double x, double y, const float *low, float *const *out, size_t n);
 
-    // The nearest pixels, ties to even, saturated to 31 bits.
+    // The nearest pixels, ties to even, saturated to 32 bits.
     void (*nearest)(const float *at, int32_t *out, size_t n);
 
     // Bits, the first on top of a byte, of the positions that lie in a rectangle: left, top, right, bottom.

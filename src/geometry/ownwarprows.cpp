@@ -206,16 +206,17 @@ void inverse(const MoxInverseBilinear &map, double x, double y, const float *low
 
 // Rows of positions have room for a vector behind their end.
 void nearest(const float *at, int32_t *out, size_t n) {
-    constexpr float MOST = 1073741824;
+    constexpr float LIMIT = 2147483648.0f;
     for (size_t i = 0; i < n; i += 4) {
         Four v = *reinterpret_cast<const AnyFour *>(at + i);
-        v = atLeast(v, Four{} - MOST);
-        v = v < MOST ? v : Four{} + MOST;
+        v = atLeast(v, Four{} - LIMIT);
 #if defined(__SSE2__)
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), _mm_cvtps_epi32(v));
+        // What is beyond becomes the least integer, of which all bits are turned.
+        const __m128i beyond = reinterpret_cast<__m128i>(v >= LIMIT);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), _mm_xor_si128(_mm_cvtps_epi32(v), beyond));
 #else
         for (size_t k = 0; k < 4; ++k)
-            out[i + k] = static_cast<int32_t>(__builtin_rintf(v[k]));
+            out[i + k] = v[k] < LIMIT ? static_cast<int32_t>(__builtin_rintf(v[k])) : INT32_MAX;
 #endif
     }
 }

@@ -1,5 +1,6 @@
-// Changes of scale of samples that are no numbers.
+// Changes of scale of samples that are no numbers, and of images that nobody reads whole.
 #include "scaling/scalingpair.h"
+#include "support/endlessimage.h"
 #include "support/reports.h"
 
 namespace {
@@ -43,6 +44,16 @@ TEST(ScalingEdges, levelsAgreeOnWhatIsNoNumber) {
             EXPECT_TRUE(pair.dst().holds(wanted)) << pair.describe() << " " << describeRatio(r, interpolate);
         });
     });
+}
+
+// Windows as large as a tiled source are read a few times, not once for each pixel.
+TEST(ScalingEdges, largeWindowsOfTilesAreNotReadForEachPixel) {
+    EndlessImage src(MOX_DEPTH_8U, 4096, 4096, 256);
+    TestImage dst(TestLayout::of(MOX_DEPTH_8U, 4, 4), 1);
+    ReportRecorder reports;
+    moxDecimateBlur(src.header(), dst.header(), 1, 1024, 1, 1024, MOX_INTER_NN, 8192, 8192);
+    EXPECT_TRUE(reports.none());
+    EXPECT_LE(src.requests(), 4 * 16 * 16);
 }
 
 }  // namespace
