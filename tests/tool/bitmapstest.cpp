@@ -1,5 +1,6 @@
 // Bitmap files: read, written, round and round; and the operations that make them. Files are built and taken apart here
 // without the tool's code.
+#include <cmath>
 #include <filesystem>
 #include <random>
 
@@ -356,14 +357,14 @@ TEST_F(Bitmaps, WordsThatMakeNoSense) {
         const char *message;
     };
     const Case cases[] = {
-        {"not --bits 5 out.bmp", 2, "--bits: wants 1, 4, 8, 16, 24 or 32, not 5"},
+        {"not --bits 5 out.bmp", 2, "--bits: wants 1, 4, 8, 16, 24 or 32, not '5'"},
         {"not --rle out.bmp", 2, "--rle: wants --bits 4 or --bits 8"},
         {"not --rle --bits 24 out.bmp", 2, "--rle: wants --bits 4 or --bits 8"},
         {"not --dither floyd out.bmp", 2, "--dither: wants none, fs, jjh, stuckey or bayer, not 'floyd'"},
         {"not --bits 8 out.png", 2, "none is made here (see: to-bmp)"},
-        {"to-bmp --bits 8 --palette none.bmp out.bmp", 3, "none.bmp: No such file"},
-        {"to-bmp --bits 8 --palette a.png out.bmp", 3, "a.png: cannot be read as a bitmap: it does not begin with BM"},
-        {"reduce-bits 9u 2 fs 0 out.png", 2, "reduce-bits: DEPTH must be 1u, 8u, 16u or 32s, not '9u'"},
+        {"to-bmp --bits 8 --palette none.bmp out.bmp", 2, "--palette: 'none.bmp' is neither fixed nor medcut"},
+        {"to-bmp --bits 8 --palette a.png out.bmp", 2, "--palette: a.png is no bitmap file"},
+        {"reduce-bits 9u 2 fs 0 out.png", 2, "reduce-bits: DEPTH must be 1u, 8u, 8s, 16u, 16s, 32s or 32f, not '9u'"},
         {"reduce-bits 8u 2 floyd 0 out.png", 2, "reduce-bits: DITHER must be none, fs, jjh, stuckey or bayer"},
         {"reduce-bits 8u 2 fs out.png", 2, "reduce-bits: NOISE is missing"},
         {"reduce-bits 8u 1 fs 0 out.png", 1, "moxReduceBits: You incorrectly have set an amount of levels (-5, "},
@@ -371,7 +372,7 @@ TEST_F(Bitmaps, WordsThatMakeNoSense) {
         {"reduce-bits 8u 2 fs 101 out.png", 1, "moxReduceBits: (( noise < 0 ) || ( noise > 100 ))"},
         {"reduce-bits 16u 2 fs 0 out.png", 1, "moxReduceBits: ((srcImage->depth& MOX_DEPTH_MASK) < "},
         {"--depth 8s reduce-bits 8u 2 fs 0 out.png", 1, "moxReduceBits: !( ( srcImage->depth == MOX_DEPTH_32S ) "},
-        {"--depth 32f to-bmp out.bmp", 1, "to-bmp: moxConvertToDIB: ( (image->depth != 1) && "},
+        {"--depth 32f to-bmp out.bmp", 1, "moxConvertToDIB: ( (image->depth != 1) && "},
     };
     const std::vector<std::string> before = files();
     for (const Case &one : cases) {
@@ -380,4 +381,51 @@ TEST_F(Bitmaps, WordsThatMakeNoSense) {
         EXPECT_NE(outcome.err.find(one.message), std::string::npos) << outcome.err;
         EXPECT_EQ(files(), before) << one.words;
     }
+}
+
+// Means of blocks: what the eye sees of dots from afar.
+static double blockError(const Png &a, const Png &b) {
+    double sum = 0;
+    long count = 0;
+    for (int y = 0; y + 8 <= a.height; y += 8) {
+        for (int x = 0; x + 8 <= a.width; x += 8) {
+            for (int c = 0; c < 3; c++) {
+                double difference = 0;
+                for (int i = 0; i < 64; i++) {
+                    const auto at = static_cast<std::size_t>(((y + i / 8) * a.width + x + i % 8) * 3 + c);
+                    difference += a.samples[at] - b.samples[at];
+                }
+                sum += difference / 64 * (difference / 64);
+                count++;
+            }
+        }
+    }
+    return std::sqrt(sum / static_cast<double>(count));
+}
+
+TEST_F(Bitmaps, DiffusionOverThePaletteItself) {
+    Png picture = randomPng(128, 96, 3, 8, 21);
+    for (std::size_t i = 0; i < picture.samples.size(); i++) {
+        const std::size_t pixel = i / 3, x = pixel % 128, y = pixel / 128;
+        picture.samples[i] = static_cast<std::uint16_t>(i % 3 == 0   ? x * 2
+                                                        : i % 3 == 1 ? y * 255 / 95
+                                                                     : 255 - x - y / 2);
+    }
+    write("a.png", picture);
+    for (const char *palette : {"fixed", "medcut"}) {
+        const std::string form = std::string(" --bits 4 --palette ") + palette;
+        runLineWell("run a.png to-bmp" + form + " near.png");
+        runLineWell("run a.png to-bmp" + form + " --dither fs even.png");
+        runLineWell("run a.png to-bmp" + form + " --diffuse own.png");
+        const double near = blockError(read("near.png"), picture), even = blockError(read("even.png"), picture);
+        const double own = blockError(read("own.png"), picture);
+        EXPECT_LT(own * 1.4, near) << palette;
+        EXPECT_LT(own * 1.4, even) << palette;
+        // The same picture in fewer bytes.
+        runLineWell("run a.png to-bmp --rle --diffuse" + form + " b.bmp");
+        runLineWell("run b.bmp b.png");
+        EXPECT_EQ(read("b.png").samples, read("own.png").samples) << palette;
+    }
+    EXPECT_EQ(runLine("run a.png --diffuse --dither fs --bits 4 out.bmp").code, 2);
+    EXPECT_EQ(runLine("run a.png --diffuse out.bmp").code, 2);
 }

@@ -16,7 +16,8 @@ class Hostile : public Bench {
         const Outcome outcome = run({"run", "evil.png", "not", "out.png"});
         if (outcome.code != 0) {
             EXPECT_EQ(outcome.code, 3) << what << ": " << outcome.err;
-            EXPECT_TRUE(outcome.err.starts_with("mox: evil.png: cannot be read as a PNG picture: "))
+            EXPECT_TRUE(outcome.err.starts_with("mox: evil.png: cannot be read as a PNG picture: ") ||
+                        outcome.err.starts_with("mox: evil.png: is none of the pictures that can be read: PNG"))
                 << what << ": " << outcome.err;
         }
     }
@@ -113,7 +114,8 @@ TEST_F(Hostile, HeadersThatLie) {
 TEST_F(Hostile, TooLargeIsRefusedBeforeMemoryIsTaken) {
     expectRefused(fileOf(100000, 100000, 16, 6, 0, "x"), "80 GB");
     writeBytes("evil.png", fileOf(1000000, 1000000, 8, 0, 1, "x"));
-    EXPECT_NE(run({"info", "evil.png"}).err.find("larger than 268435456 samples"), std::string::npos);
+    EXPECT_NE(run({"info", "evil.png"}).err.find("1000000 x 1000000 with 1 channels, is larger than 2 GB"),
+              std::string::npos);
 }
 
 TEST_F(Hostile, PaletteIndicesBeyondThePalette) {

@@ -52,10 +52,13 @@ Outcome Bench::run(const std::vector<std::string> &words, const std::function<vo
 
     const pid_t child = ::fork();
     if (child == 0) {
+        const int nothing = ::open("/dev/null", O_RDONLY);
+        ::dup2(nothing, STDIN_FILENO);
         redirect(outName, STDOUT_FILENO);
         redirect(errName, STDERR_FILENO);
         if (::chdir(folder.c_str()) != 0) ::_exit(126);
         if (prepare) prepare();
+        ::alarm(120);  // a tool that hangs is ended by a signal
         ::execv(MOX_TOOL_PATH, arguments.data());
         ::_exit(127);
     }

@@ -1,5 +1,6 @@
 // What the tool says about itself, about operations and about pictures.
 #include <algorithm>
+#include <cstdlib>
 
 #include "table/examples.h"
 #include "toolbench.h"
@@ -30,6 +31,31 @@ TEST_F(Usage, HelpOfRunNamesEveryOption) {
                              "--palette", "--dither", "--no-output"}) {
         EXPECT_NE(text.find(word), std::string::npos) << word;
     }
+}
+
+TEST_F(Usage, CompletionAndManualNameAllOfIt) {
+    const std::string man = runWell({"man"}), bash = runWell({"completion", "bash"}),
+                      zsh = runWell({"completion", "zsh"});
+    EXPECT_TRUE(zsh.starts_with("#compdef mox\n"));
+    std::string spaced = bash;
+    std::replace(spaced.begin(), spaced.end(), '"', ' ');
+    for (const std::string &name : lines(runWell({"list", "--names"}))) {
+        std::string escaped;
+        for (const char c : name)
+            escaped += c == '-' ? std::string("\\-") : std::string(1, c);
+        EXPECT_NE(man.find("\n.B " + escaped), std::string::npos) << name;
+        EXPECT_NE(spaced.find(" " + name + " "), std::string::npos) << name;
+    }
+    for (const char *option : {"roi", "out\\-dir", "resume", "quality", "dither"})
+        EXPECT_NE(man.find(std::string(".B \\-\\-") + option), std::string::npos) << option;
+    writeBytes("complete",
+               bash +
+                   "\nCOMP_WORDS=(mox run a.png gradient-so); COMP_CWORD=3; _mox; echo \"${COMPREPLY[@]}\"\n"
+                   "COMP_WORDS=(mox run a.png --depth 16); COMP_CWORD=4; _mox; echo \"${COMPREPLY[@]}\"\n");
+    const std::string line = "bash " + path("complete") + " > " + path("told");
+    EXPECT_EQ(std::system(line.c_str()), 0);
+    EXPECT_EQ(readBytes("told"), "gradient-sobel\n16u 16s\n");
+    EXPECT_EQ(runLine("completion fish").code, 2);
 }
 
 TEST_F(Usage, Version) {

@@ -13,14 +13,18 @@ enum class Command {
     info,
     compare,
     run,
-    gallery
+    gallery,
+    completion,
+    man
 };
 
 struct CommandLine {
     Command command = Command::done;
-    bool namesOnly = false;  // list
-    std::string picture;     // info, gallery
-    std::string folder;      // gallery
+    bool namesOnly = false;             // list
+    std::vector<std::string> pictures;  // info
+    std::string picture;                // gallery
+    std::string folder;                 // gallery
+    std::string shell;                  // completion
     RunRequest run;
     CompareRequest compare;
 };

@@ -2,14 +2,16 @@
 #include "bitmap.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
+#include "diffuse.h"
 #include "failure.h"
 #include "files.h"
+#include "formats.h"
 #include "image.h"
 #include "reports.h"
 
@@ -83,14 +85,17 @@ Bitmap emptyBitmap(const MoxImage *image, const BitmapForm &form, int bits) {
     return bitmap;
 }
 
-void takePalette(const std::string &name, const Bitmap &bitmap) {
-    const Bitmap source = readBitmapFile(name);
+void copyPalette(const Bitmap &source, const Bitmap &bitmap) {
     BITMAPINFOHEADER *header = bitmap.header();
-    const unsigned entries = source.header()->biClrUsed, most = 1u << header->biBitCount;
-    if (entries == 0) fail(exitFile, name + ": has no palette");
-    header->biClrUsed = std::min(entries, most);
+    header->biClrUsed = std::min(source.header()->biClrUsed, 1u << header->biBitCount);
     std::memcpy(bitmap.bytes.get() + sizeof(BITMAPINFOHEADER), source.bytes.get() + sizeof(BITMAPINFOHEADER),
                 std::size_t{4} * header->biClrUsed);
+}
+
+void takePalette(const std::string &name, const Bitmap &bitmap) {
+    const Bitmap source = readBitmapFile(openInput(name));
+    if (source.header()->biClrUsed == 0) fail(exitFile, name + ": has no palette");
+    copyPalette(source, bitmap);
 }
 
 }  // namespace
@@ -118,15 +123,47 @@ int channelsOfBitmap(int channels, const BitmapForm &form) {
     return channels == 2 ? 4 : channels;
 }
 
-Bitmap bitmapFromImage(MoxImage *image, const BitmapForm &form) {
-    const int bits = form.bits != 0 ? form.bits : usualBits(image);
+// The image as a bitmap, with a palette that is there or one that the library makes.
+static Bitmap converted(MoxImage *image, const BitmapForm &form, int bits, const Bitmap *palette) {
     Bitmap bitmap = emptyBitmap(image, form, bits);
     BITMAPINFOHEADER *header = bitmap.header();
-    if (form.paletteKind == MOX_PALCONV_NONE && bits <= 8) takePalette(form.paletteFile, bitmap);
-    moxConvertToDIB(image, header, form.dither, form.paletteKind);
+    int kind = form.paletteKind;
+    if (palette) {
+        kind = MOX_PALCONV_NONE;
+        copyPalette(*palette, bitmap);
+    } else if (kind == MOX_PALCONV_NONE && bits <= 8) {
+        takePalette(form.paletteFile, bitmap);
+    }
+    moxConvertToDIB(image, header, form.dither, kind);
     if (anyReport()) return {};
     bitmap.size = sizeof(BITMAPINFOHEADER) + std::size_t{4} * header->biClrUsed + header->biSizeImage;
     return bitmap;
+}
+
+static std::vector<PaletteColor> colorsOf(const Bitmap &bitmap) {
+    const auto *entry = reinterpret_cast<const unsigned char *>(bitmap.bytes.get() + sizeof(BITMAPINFOHEADER));
+    std::vector<PaletteColor> colors;
+    for (unsigned i = 0; i < bitmap.header()->biClrUsed; i++, entry += 4)
+        colors.push_back({entry[2], entry[1], entry[0]});
+    return colors;
+}
+
+// The palette is that of the bitmap without any dithering; a picture in its colours has nothing left to be dithered.
+static Bitmap diffusedBitmap(MoxImage *image, const BitmapForm &form, int bits) {
+    BitmapForm plain = form;
+    plain.compressed = false;
+    plain.dither = MOX_DITHER_NONE;
+    const Picture picture = withChannels(withBits(pictureFromImage(image, 8), 8), 3);
+    const Bitmap first = converted(image, plain, bits, nullptr);
+    if (!first.bytes || first.header()->biClrUsed == 0) return {};
+    const ImagePtr result = imageFromPicture(diffused(picture, colorsOf(first)), MOX_DEPTH_8U, false);
+    plain.compressed = form.compressed;
+    return converted(result.get(), plain, bits, &first);
+}
+
+Bitmap bitmapFromImage(MoxImage *image, const BitmapForm &form) {
+    const int bits = form.bits != 0 ? form.bits : usualBits(image);
+    return form.diffuses && bits <= 8 ? diffusedBitmap(image, form, bits) : converted(image, form, bits, nullptr);
 }
 
 void writeBitmapFile(const Bitmap &bitmap, const std::string &name) {
@@ -144,19 +181,4 @@ void writeBitmapFile(const Bitmap &bitmap, const std::string &name) {
         failErrno(name, errno);
     }
     commitFile(&file);
-}
-
-bool isBitmapName(const std::string &name) {
-    constexpr const char ending[] = ".bmp";
-    if (name.size() < 4) return false;
-    return std::equal(name.end() - 4, name.end(), ending,
-                      [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
-}
-
-Picture readPicture(const std::string &name) {
-    char begin[2] = {};
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(name.c_str(), "rb"), std::fclose);
-    const bool bitmap = file && std::fread(begin, 1, 2, file.get()) == 2 && begin[0] == 'B' && begin[1] == 'M';
-    if (!bitmap) return readPng(name);
-    return pictureFromBitmap(readBitmapFile(name), exitFile, name + ": cannot be read as a bitmap");
 }

@@ -24,6 +24,7 @@ struct BitmapForm {
     int paletteKind = MOX_PALCONV_POPULATE;
     std::string paletteFile;  // of MOX_PALCONV_NONE: the bitmap whose palette is taken
     int dither = MOX_DITHER_NONE;
+    bool diffuses = false;  // over the palette itself
 };
 
 // The dither of a name, or 0. ditherNames lists them for messages.
@@ -31,7 +32,8 @@ int ditherFromName(const std::string &name);
 extern const char *const ditherNames;
 
 // The file is read and its sizes are checked. Throws Failure.
-Bitmap readBitmapFile(const std::string &name);
+struct Input;
+Bitmap readBitmapFile(const Input &input);
 
 // The file appears whole or not at all. Throws Failure.
 void writeBitmapFile(const Bitmap &bitmap, const std::string &name);
@@ -45,6 +47,3 @@ int channelsOfBitmap(int channels, const BitmapForm &form);
 
 // By the library, from an image of depth 1u, 8u or 16u. Null bytes where it refused, which has been reported.
 Bitmap bitmapFromImage(MoxImage *image, const BitmapForm &form);
-
-// The name ends in .bmp.
-bool isBitmapName(const std::string &name);

@@ -9,10 +9,10 @@
 
 #include "bitmap.h"
 #include "failure.h"
+#include "formats.h"
 
 namespace {
 
-constexpr std::uint64_t samplesLimit = std::uint64_t{1} << 28;
 constexpr std::size_t fileHeaderBytes = 14;
 constexpr std::size_t headerBytes = sizeof(BITMAPINFOHEADER);
 constexpr std::size_t maskBytes = 12;
@@ -22,19 +22,13 @@ static_assert(headerBytes == 40);
     fail(exitFile, name + ": cannot be read as a bitmap: " + fault);
 }
 
-std::vector<unsigned char> readWhole(const std::string &name) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(name.c_str(), "rb"), std::fclose);
-    if (!file) failErrno(name, errno);
-    std::vector<unsigned char> bytes;
-    constexpr std::size_t piece = 1 << 20, most = std::size_t{1} << 31;
-    std::size_t got = 0;
-    do {
-        bytes.resize(bytes.size() + piece);
-        got = std::fread(bytes.data() + bytes.size() - piece, 1, piece, file.get());
-        bytes.resize(bytes.size() - piece + got);
-    } while (got == piece && bytes.size() < most);
-    if (std::ferror(file.get())) failErrno(name, errno);
-    if (bytes.size() >= most) refuse(name, "the file is larger than 2 GB");
+std::vector<unsigned char> readWhole(const Input &input) {
+    constexpr std::uint64_t most = std::uint64_t{1} << 31;
+    if (input.size >= most) refuse(input.name, "the file is larger than 2 GB");
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(input.size));
+    const std::size_t got = std::fread(bytes.data(), 1, bytes.size(), input.file.get());
+    if (std::ferror(input.file.get())) failErrno(input.name, errno);
+    bytes.resize(got);
     return bytes;
 }
 
@@ -66,10 +60,8 @@ void checkPicture(const std::string &name, const BITMAPINFOHEADER &header) {
     if (header.biWidth < 1 || height < 1) {
         refuse(name, "its size is " + std::to_string(header.biWidth) + " x " + std::to_string(header.biHeight));
     }
-    const unsigned channels = header.biBitCount == 32 ? 4 : 3;
-    if (static_cast<std::uint64_t>(header.biWidth) * height > samplesLimit / channels) {
-        refuse(name, "the picture is larger than 268435456 samples");
-    }
+    const int channels = header.biBitCount == 32 ? 4 : 3;
+    checkSize(name + ": cannot be read as a bitmap", static_cast<std::uint64_t>(header.biWidth), height, channels, 8);
 }
 
 // Bytes of the pixels: of compressed ones all there are, unless the header names fewer.
@@ -127,8 +119,9 @@ Bitmap packed(const std::vector<unsigned char> &bytes, BITMAPINFOHEADER header, 
 
 }  // namespace
 
-Bitmap readBitmapFile(const std::string &name) {
-    const std::vector<unsigned char> bytes = readWhole(name);
+Bitmap readBitmapFile(const Input &input) {
+    const std::string &name = input.name;
+    const std::vector<unsigned char> bytes = readWhole(input);
     if (bytes.size() < fileHeaderBytes + headerBytes) refuse(name, "the file is too short");
     if (bytes[0] != 'B' || bytes[1] != 'M') refuse(name, "it does not begin with BM");
     BITMAPINFOHEADER header;

@@ -1,22 +1,18 @@
-// A chain of operations on one picture: understood from words, then run.
+// A chain of operations on one picture, understood from words.
 #include "chain.h"
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <filesystem>
 #include <limits>
-#include <memory>
 
 #include "failure.h"
 #include "image.h"
-#include "reports.h"
-#include "tiles.h"
 
 namespace {
 
 [[noreturn]] void badArgument(const Operation &operation, const ArgumentSpec &spec, const std::string &word,
-                              const char *wanted) {
+                              const std::string &wanted) {
     fail(exitUsage, std::string(operation.name) + ": " + spec.name + " must be " + wanted + ", not '" + word + "' (" +
                         usageOf(operation) + ")");
 }
@@ -55,16 +51,22 @@ bool parseSamples(const std::string &word, std::vector<double> *samples) {
     }
 }
 
+std::string boundsText(const ArgumentSpec &spec) {
+    if (spec.low == std::numeric_limits<int>::min()) return "";
+    const std::string low = " from " + std::to_string(spec.low);
+    return spec.high == std::numeric_limits<int>::max() ? low : low + " to " + std::to_string(spec.high);
+}
+
 Argument parseArgument(const Operation &operation, const ArgumentSpec &spec, const std::string &word) {
     constexpr std::int64_t lowest = std::numeric_limits<std::int32_t>::min();
-    constexpr std::int64_t highest = std::numeric_limits<std::int32_t>::max();
     constexpr std::int64_t allBits = std::numeric_limits<std::uint32_t>::max();
     Argument argument;
     argument.text = word;
     std::int64_t value = 0;
     switch (spec.kind) {
         case ArgumentKind::integer:
-            if (!parseInteger(word, lowest, highest, &value)) badArgument(operation, spec, word, "a whole number");
+            if (!parseInteger(word, spec.low, spec.high, &value))
+                badArgument(operation, spec, word, "a whole number" + boundsText(spec));
             break;
         case ArgumentKind::bits:
             if (!parseInteger(word, lowest, allBits, &value)) badArgument(operation, spec, word, "a 32-bit number");
@@ -83,13 +85,14 @@ Argument parseArgument(const Operation &operation, const ArgumentSpec &spec, con
             break;
         case ArgumentKind::depth:
             argument.depth = depthFromName(word);
-            if (argument.depth == 0) badArgument(operation, spec, word, "1u, 8u, 16u or 32s");
+            if (argument.depth == 0) badArgument(operation, spec, word, "1u, 8u, 8s, 16u, 16s, 32s or 32f");
             break;
         case ArgumentKind::dither:
             value = ditherFromName(word);
             if (value == 0) badArgument(operation, spec, word, ditherNames);
             break;
         case ArgumentKind::picture:
+        case ArgumentKind::layer:
         case ArgumentKind::word:
             break;
     }
@@ -97,8 +100,100 @@ Argument parseArgument(const Operation &operation, const ArgumentSpec &spec, con
     return argument;
 }
 
+// ---------------------------------------------------------------------------------------------------------- settings
+
+[[noreturn]] void badSetting(const GivenOption &given, const char *wanted) {
+    fail(exitUsage, std::string(given.option->name) + ": wants " + wanted + ", not '" + given.value + "'");
+}
+
+// count whole numbers with a mark between them.
+bool parseNumbers(const std::string &text, char mark, int *numbers, int count) {
+    const char *next = text.data();
+    const char *const end = text.data() + text.size();
+    for (int i = 0; i < count; i++) {
+        if (i > 0 && (next == end || *next++ != mark)) return false;
+        const auto [rest, error] = std::from_chars(next, end, numbers[i]);
+        if (error != std::errc()) return false;
+        next = rest;
+    }
+    return next == end;
+}
+
+// A number of an option; low where it was not given.
+int numberOf(const Words &words, const char *name, int low, int high, int missing) {
+    const GivenOption *given = words.find(name);
+    if (!given) return missing;
+    int number = 0;
+    const bool understood = parseNumbers(given->value, ',', &number, 1) && number >= low && number <= high;
+    if (!understood) {
+        const std::string wanted = "a number from " + std::to_string(low) + " to " + std::to_string(high);
+        badSetting(*given, wanted.c_str());
+    }
+    return number;
+}
+
+void setRoi(const GivenOption &given, Step *step) {
+    step->setting = Setting::roi;
+    if (given.value == "none") return;
+    int n[4] = {};
+    if (!parseNumbers(given.value, ',', n, 4)) badSetting(given, "X,Y,W,H or none");
+    if (n[0] < 0 || n[1] < 0 || n[2] < 1 || n[3] < 1)
+        badSetting(given, "X and Y from 0 and a width and a height from 1");
+    step->roi = Region{n[0], n[1], n[2], n[3]};
+}
+
+void setFrom(const GivenOption &given, Step *step) {
+    step->setting = Setting::from;
+    if (given.value == "none") return;
+    int n[2] = {};
+    if (!parseNumbers(given.value, ',', n, 2) || n[0] < 0 || n[1] < 0) badSetting(given, "X,Y from 0 or none");
+    step->from = Point{n[0], n[1]};
+}
+
+void setBorder(const GivenOption &given, Step *step) {
+    step->setting = Setting::border;
+    if (given.value == "replicate") {
+        step->border = MOX_BORDER_REPLICATE;
+    } else if (given.value == "reflect") {
+        step->border = MOX_BORDER_REFLECT;
+    } else if (given.value == "wrap") {
+        step->border = MOX_BORDER_WRAP;
+    } else {
+        step->border = MOX_BORDER_CONSTANT;
+        if (!parseNumbers(given.value, ',', &step->borderValue, 1))
+            badSetting(given, "replicate, reflect, wrap or a number");
+    }
+}
+
+Step settingOf(const GivenOption &given) {
+    const std::string name = given.option->name;
+    Step step;
+    if (name == "--roi") {
+        setRoi(given, &step);
+    } else if (name == "--from") {
+        setFrom(given, &step);
+    } else if (name == "--border") {
+        setBorder(given, &step);
+    } else if (name == "--mask") {
+        step.setting = Setting::mask;
+        if (given.value != "none") step.picture = given.value;
+    } else if (name == "--coi") {
+        step.setting = Setting::coi;
+        if (given.value != "none" && (!parseNumbers(given.value, ',', &step.coi, 1) || step.coi < 0))
+            badSetting(given, "a channel, counted from 1, or 0");
+    } else {
+        step.setting = Setting::depth;
+        step.depth = depthFromName(given.value);
+        if (step.depth == 0) badSetting(given, "1u, 8u, 8s, 16u, 16s, 32s or 32f");
+    }
+    return step;
+}
+
+// --------------------------------------------------------------------------------------------------------- the chain
+
 Step parseStep(const Operation &operation, const std::vector<std::string> &words, std::size_t *next) {
-    Step step{&operation, {}, ""};
+    Step step;
+    step.operation = &operation;
     for (const ArgumentSpec &spec : operation.arguments) {
         const bool there = *next < words.size();
         if (spec.kind == ArgumentKind::keyword && !(there && words[*next] == spec.name)) {
@@ -109,199 +204,211 @@ Step parseStep(const Operation &operation, const std::vector<std::string> &words
             fail(exitUsage,
                  std::string(operation.name) + ": " + spec.name + " is missing (" + usageOf(operation) + ")");
         step.arguments.push_back(parseArgument(operation, spec, words[*next]));
-        if (spec.kind == ArgumentKind::picture) step.picture = words[*next];
+        if (spec.kind == ArgumentKind::picture || spec.kind == ArgumentKind::layer) step.picture = words[*next];
         (*next)++;
     }
     return step;
 }
 
-std::string inFolder(const std::string &folder, const std::string &name) {
-    return folder.empty() ? name : (std::filesystem::path(folder) / name).string();
-}
-
-// An image with all that the library sees of it. Served by tiles or not, the pixels are in store.
-struct Canvas {
-    ImagePtr store;
-    std::unique_ptr<TileServer> server;
-    RoiPtr roi;
-
-    [[nodiscard]] MoxImage *image() const { return server ? server->image.get() : store.get(); }
-};
-
-struct Mask {
-    ImagePtr image;
-    RoiPtr roi;
-};
-
-RoiPtr makeRoi(int coi, const Region &region) {
-    RoiPtr roi(moxCreateROI(coi, region.x, region.y, region.width, region.height));
-    if (!roi) fail(exitOperation, "not enough memory for a region");
-    return roi;
-}
-
-Canvas makeCanvas(const Picture &picture, unsigned depth, const RunRequest &request) {
-    Canvas canvas;
-    canvas.store = imageFromPicture(picture, depth, request.planes);
-    if (request.tiles) canvas.server = serveTiles(canvas.store.get(), request.tiles->width, request.tiles->height);
-    return canvas;
-}
-
-void setRegion(Canvas *canvas, const RunRequest &request, const std::optional<Point> &corner, int coi) {
-    if (!request.roi && coi == 0 && !corner) return;
-    Region region = request.roi.value_or(Region{0, 0, canvas->store->width, canvas->store->height});
-    if (corner) {
-        region.x = corner->x;
-        region.y = corner->y;
+std::vector<std::string> operationNames() {
+    std::vector<std::string> names;
+    for (const Family *family : families()) {
+        for (const Operation &operation : family->operations)
+            names.emplace_back(operation.name);
     }
-    canvas->roi = makeRoi(coi, region);
-    canvas->image()->roi = canvas->roi.get();
+    return names;
 }
 
-// The mask lies over the picture: its pixel (x, y) decides about pixel (x, y) of the picture, also where a region
-// limits both.
-Mask loadMask(const RunRequest &request, const std::string &folder) {
-    Mask mask;
-    if (request.mask.empty()) return mask;
-    const Picture picture = withChannels(readPicture(inFolder(folder, request.mask)), 1);
-    mask.image = imageFromPicture(picture, MOX_DEPTH_1U, false);
-    if (request.roi) {
-        mask.roi = makeRoi(0, *request.roi);
-        mask.image->roi = mask.roi.get();
-    }
-    return mask;
-}
-
-// A chain at work.
-struct Work {
-    const RunRequest &request;
-    BitmapForm form;
-    Mask mask;
-    Canvas canvas;
-    int bits;       // of the picture, where the depth has none of its own
-    Bitmap bitmap;  // what the last step left, if it was a bitmap
-};
-
-// A canvas with region and mask. Where a channel of interest was taken out of several there is none any more.
-Canvas makeWorkCanvas(const Work &work, const Picture &picture, unsigned depth, int coi) {
-    Canvas canvas = makeCanvas(picture, depth, work.request);
-    setRegion(&canvas, work.request, std::nullopt, coi);
-    canvas.image()->maskROI = work.mask.image.get();
-    return canvas;
-}
-
-// The second picture of an operation is brought to the bits and channels of the first.
-Canvas loadSecond(const std::string &name, const Work &work) {
-    const MoxImage *first = work.canvas.store.get();
-    const Picture picture = withChannels(withBits(readPicture(name), std::max(work.bits, 8)), first->nChannels);
-    Canvas canvas = makeCanvas(picture, first->depth, work.request);
-    setRegion(&canvas, work.request, work.request.from, work.request.coi);
-    return canvas;
-}
-
-void checkTilesReturned(const Canvas &canvas, const char *operation) {
-    if (canvas.server && !canvas.server->held.empty()) {
-        fail(exitOperation,
-             std::string(operation) + ": the library kept " + std::to_string(canvas.server->held.size()) + " tiles");
-    }
-}
-
-std::string runStep(const Step &step, Work *work, Canvas *second) {
-    std::vector<Canvas> others;
-    const auto another = [&](unsigned depth, int channels) {
-        const Picture picture = withChannels(pictureFromImage(work->canvas.store.get(), work->bits), channels);
-        const bool fewer = channels < work->canvas.store->nChannels;
-        others.push_back(makeWorkCanvas(*work, picture, depth, fewer ? 0 : work->request.coi));
-        return others.back().image();
+// Words from first on, with the settings that stand between them, where those belong.
+std::vector<Step> parseChain(const std::vector<std::string> &words, const std::vector<GivenOption> &options,
+                             std::size_t first) {
+    std::vector<Step> steps;
+    std::size_t next = 0, option = 0;
+    const auto settings = [&](std::size_t until) {
+        for (; option < options.size() && options[option].position < until; option++) {
+            if (options[option].option->isStep) steps.push_back(settingOf(options[option]));
+        }
     };
-    const auto canvas = [&](int width, int height) -> MoxImage * {
-        if (work->request.roi || work->request.coi != 0 || work->mask.image) return nullptr;
-        const MoxImage *like = work->canvas.store.get();
-        Picture picture = pictureFromImage(like, work->bits);
-        picture.width = width;
-        picture.height = height;
-        const auto side = [](int length) { return static_cast<std::size_t>(length); };
-        picture.samples.assign(side(width) * side(height) * side(picture.channels), 0);
-        others.push_back(makeWorkCanvas(*work, picture, like->depth, 0));
-        return others.back().image();
-    };
-    MoxImage *const other = second->store ? second->image() : nullptr;
-    Call call{work->canvas.image(), other, step.arguments, "", another, canvas, work->form, {}};
-    clearReports();
-    step.operation->run(&call);
-    if (anyReport()) fail(exitOperation, std::string(step.operation->name) + ": " + reportsText());
-    checkTilesReturned(work->canvas, step.operation->name);
-    if (second->store) checkTilesReturned(*second, step.operation->name);
-    for (const Canvas &asked : others)
-        checkTilesReturned(asked, step.operation->name);
-    if (!others.empty()) work->canvas = std::move(others.back());
-    work->bitmap = std::move(call.bitmap);
-    if (work->bitmap.bytes) {
-        const Picture picture = pictureFromBitmap(work->bitmap, exitOperation, step.operation->name);
-        work->bits = picture.bits;
-        work->canvas = makeWorkCanvas(*work, picture, naturalDepth(picture), work->request.coi);
+    while (next < words.size()) {
+        settings(first + next + 1);
+        const Operation *operation = findOperation(words[next]);
+        if (!operation) {
+            fail(exitUsage, "there is no operation '" + words[next] + "'" + suggestion(words[next], operationNames()) +
+                                " (see: mox list)");
+        }
+        const std::size_t begin = next++;
+        steps.push_back(parseStep(*operation, words, &next));
+        for (std::size_t i = option; i < options.size() && options[i].position < first + next; i++) {
+            if (!options[i].option->isStep || options[i].position <= first + begin) continue;
+            fail(exitUsage, std::string(options[i].option->name) + ": stands among the words of " + operation->name +
+                                "; it holds from where it stands on, so it belongs before " + operation->name);
+        }
     }
-    return call.printed;
+    settings(first + next + 1);
+    return steps;
 }
 
-// A picture that was not made a bitmap by the last step becomes one without more ado.
-void writeBitmap(Work *work, const std::string &name) {
-    if (!work->bitmap.bytes) {
-        Picture picture = pictureFromImage(work->canvas.store.get(), work->bits);
-        picture = withChannels(picture, channelsOfBitmap(picture.channels, work->form));
-        const ImagePtr image = imageFromPicture(picture, naturalDepth(picture), false);
-        clearReports();
-        work->bitmap = bitmapFromImage(image.get(), work->form);
-        if (!work->bitmap.bytes) fail(exitOperation, name + ": " + reportsText());
+// What would change nothing is an error, and not silence.
+void checkSettings(const std::vector<Step> &steps, const std::vector<GivenOption> &options, std::size_t end) {
+    for (const GivenOption &given : options) {
+        if (!given.option->isStep || given.position <= end) continue;
+        fail(exitUsage,
+             std::string(given.option->name) +
+                 ": stands behind RESULT; it holds from where it stands on, so it belongs before an operation");
     }
-    writeBitmapFile(work->bitmap, name);
+    bool used = false;
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step) {
+        used = used || step->operation;
+        if (used || step->setting == Setting::depth || step->setting == Setting::none) continue;
+        const char *name = step->setting == Setting::roi    ? "--roi"
+                           : step->setting == Setting::coi  ? "--coi"
+                           : step->setting == Setting::mask ? "--mask"
+                           : step->setting == Setting::from ? "--from"
+                                                            : "--border";
+        const bool region = step->setting == Setting::roi && step->roi;
+        fail(exitUsage, std::string(name) + ": no operation follows it, so it would change nothing" +
+                            (region ? "; crop X Y WIDTH HEIGHT cuts a piece out" : ""));
+    }
 }
 
-// Words about bitmaps that change nothing are an error, and not silence.
-void checkForm(const RunRequest &request, const std::vector<Step> &steps) {
-    const bool makes = std::any_of(steps.begin(), steps.end(),
-                                   [](const Step &step) { return std::string(step.operation->name) == "to-bmp"; });
-    if (!request.hasForm || makes || isBitmapName(request.output)) return;
-    fail(exitUsage, "--bits, --rle, --palette and --dither are for bitmaps, and none is made here (see: to-bmp)");
+bool parses(const std::vector<std::string> &words) {
+    try {
+        parseChain(words, {}, 0);
+        return true;
+    } catch (const Failure &) {
+        return false;
+    }
+}
+
+// The last word is the file to write. Whoever forgets it would else be told about the word before it, or find a file by
+// the name of an operation.
+std::string takeResult(std::vector<std::string> *words, const std::string &format) {
+    constexpr const char *usage = ": mox run PICTURE [OPERATION [ARGUMENT...]]... RESULT";
+    if (words->empty()) fail(exitUsage, std::string("RESULT is missing") + usage);
+    const std::string last = words->back();
+    if (last.empty()) fail(exitUsage, "the name of the file to write is empty");
+    if (format.empty() && parses(*words)) {
+        const std::string taken =
+            findOperation(last) ? "'" + last + "' is an operation" : "'" + last + "' belongs to an operation";
+        fail(exitUsage, "RESULT is missing, the file to write; " + taken + usage + ", or --no-output");
+    }
+    words->pop_back();
+    return last;
+}
+
+// ---------------------------------------------------------------------------------------------------- the whole of it
+
+void understandTiles(const Words &words, RunRequest *request) {
+    constexpr int largestTileSide = 1 << 20;
+    const GivenOption *given = words.find("--tiles");
+    if (!given) return;
+    int n[2] = {};
+    if (!parseNumbers(given->value, 'x', n, 2)) badSetting(*given, "WxH");
+    for (const int side : n) {
+        if (side < 8 || side > largestTileSide || side % 8 != 0)
+            fail(exitUsage, "--tiles: the sides of a tile are positive multiples of 8, not " + given->value);
+    }
+    request->tiles = Size{n[0], n[1]};
+}
+
+// Whether something of a bitmap's form was said is kept: it is to be of use.
+void understandForm(const Words &words, RunRequest *request) {
+    BitmapForm &form = request->form;
+    constexpr int known[] = {1, 4, 8, 16, 24, 32};
+    if (const GivenOption *given = words.find("--bits")) {
+        const bool number = parseNumbers(given->value, ',', &form.bits, 1);
+        if (!number || std::find(std::begin(known), std::end(known), form.bits) == std::end(known))
+            badSetting(*given, "1, 4, 8, 16, 24 or 32");
+    }
+    form.compressed = words.find("--rle") != nullptr;
+    if (form.compressed && form.bits != 4 && form.bits != 8) fail(exitUsage, "--rle: wants --bits 4 or --bits 8");
+    const std::string palette = words.valueOf("--palette"), dither = words.valueOf("--dither");
+    if (palette == "medcut") {
+        form.paletteKind = MOX_PALCONV_MEDCUT;
+    } else if (!palette.empty() && palette != "fixed") {
+        form.paletteKind = MOX_PALCONV_NONE;
+        form.paletteFile = palette;
+    }
+    if (!dither.empty()) form.dither = ditherFromName(dither);
+    if (form.dither == 0) fail(exitUsage, std::string("--dither: wants ") + ditherNames + ", not '" + dither + "'");
+    form.diffuses = words.find("--diffuse") != nullptr;
+    if (form.diffuses && !dither.empty()) fail(exitUsage, "--diffuse: takes the place of --dither; say one of them");
+    if (form.diffuses && form.bits != 1 && form.bits != 4 && form.bits != 8)
+        fail(exitUsage, "--diffuse: wants --bits 1, 4 or 8");
+    for (const char *name : {"--bits", "--rle", "--palette", "--dither", "--diffuse"})
+        request->hasForm = request->hasForm || words.find(name);
+}
+
+// Words about files that change nothing are an error, and not silence.
+void checkForm(const Words &words, const RunRequest &request) {
+    const bool makes = std::any_of(request.steps.begin(), request.steps.end(), [](const Step &step) {
+        return step.operation && std::string(step.operation->name) == "to-bmp";
+    });
+    const auto writes = [&](Format format) { return !request.output.empty() && request.outputForm.format == format; };
+    if (request.isMany) return;
+    if (request.hasForm && !makes && !writes(Format::bmp))
+        fail(exitUsage,
+             "--bits, --rle, --palette, --dither and --diffuse are for bitmaps, and none is made here (see: to-bmp)");
+    if (words.find("--quality") && !writes(Format::jpeg))
+        fail(exitUsage, "--quality: is for JPEG pictures, and none is written here");
+    if (words.find("--format") && request.output.empty()) fail(exitUsage, "--format: there is no RESULT");
+}
+
+// Words, options and pictures of a chain for many.
+void understandMany(const Words &words, RunRequest *request) {
+    constexpr const char *usage = ": mox run --out-dir FOLDER [OPERATION [ARGUMENT...]]... -- PICTURE...";
+    request->isMany = true;
+    request->inputs = words.behind;
+    request->folder = words.valueOf("--out-dir");
+    request->jobs = numberOf(words, "--jobs", 1, 200, 0);
+    request->resumes = words.find("--resume") != nullptr;
+    const bool writes = !request->folder.empty();
+    if (request->inputs.empty()) fail(exitUsage, std::string("no picture stands behind --") + usage);
+    if (!writes && !words.find("--no-output")) fail(exitUsage, std::string("--out-dir is missing") + usage);
+    if (writes && words.find("--no-output")) fail(exitUsage, "--no-output: nothing would be written into --out-dir");
+    if (!writes && request->resumes) fail(exitUsage, "--resume: nothing is written");
+    request->steps = parseChain(words.words, words.options, 0);
+    checkSettings(request->steps, words.options, words.words.size());
+    if (request->steps.empty() && !writes) fail(exitUsage, std::string("no operation is named") + usage);
+}
+
+void understandOne(const Words &words, RunRequest *request) {
+    std::vector<std::string> chain = words.words;
+    if (chain.empty())
+        fail(exitUsage,
+             "PICTURE is missing: mox run PICTURE [OPERATION [ARGUMENT...]]... RESULT (see: mox run --help)");
+    for (const char *name : {"--out-dir", "--jobs", "--resume"}) {
+        if (words.find(name))
+            fail(exitUsage, std::string(name) +
+                                ": is for many pictures, which stand behind --: mox run --out-dir "
+                                "FOLDER [OPERATION [ARGUMENT...]]... -- PICTURE...");
+    }
+    request->input = chain.front();
+    chain.erase(chain.begin());
+    if (!words.find("--no-output")) request->output = takeResult(&chain, request->format);
+    request->steps = parseChain(chain, words.options, 1);
+    checkSettings(request->steps, words.options, chain.size() + 1);
+    const bool works = std::any_of(request->steps.begin(), request->steps.end(),
+                                   [](const Step &step) { return step.operation != nullptr; });
+    if (!works && request->output.empty())
+        fail(exitUsage, "no operation is named: mox run PICTURE [OPERATION [ARGUMENT...]]... RESULT");
+    if (!request->output.empty()) request->outputForm = outputForm(request->output, request->format, request->quality);
 }
 
 }  // namespace
 
-std::vector<Step> parseSteps(const std::vector<std::string> &words) {
-    std::vector<Step> steps;
-    std::size_t next = 0;
-    while (next < words.size()) {
-        const Operation *operation = findOperation(words[next]);
-        if (!operation) fail(exitUsage, "there is no operation '" + words[next] + "' (see: mox list)");
-        next++;
-        steps.push_back(parseStep(*operation, words, &next));
+RunRequest understandRun(const Words &words) {
+    RunRequest request;
+    request.planes = words.find("--planes") != nullptr;
+    request.format = words.valueOf("--format");
+    request.quality = numberOf(words, "--quality", 1, 100, 90);
+    understandTiles(words, &request);
+    understandForm(words, &request);
+    if (words.split) {
+        understandMany(words, &request);
+    } else {
+        understandOne(words, &request);
     }
-    return steps;
-}
-
-std::string runRequest(const RunRequest &request, const std::string &folder) {
-    // A file of one kind may become one of the other with nothing in between.
-    const std::vector<Step> steps = parseSteps(request.words);
-    if (steps.empty() && request.output.empty()) {
-        fail(exitUsage, "no operation is named: mox run PICTURE [OPERATION [ARGUMENT...]] ... RESULT");
-    }
-    checkForm(request, steps);
-    Picture picture = readPicture(inFolder(folder, request.input));
-    const unsigned depth = request.depth ? request.depth : naturalDepth(picture);
-    if (depth == MOX_DEPTH_1U) picture = withChannels(picture, 1);
-    Work work = {request, request.form, loadMask(request, folder), {}, picture.bits, {}};
-    if (!work.form.paletteFile.empty()) work.form.paletteFile = inFolder(folder, work.form.paletteFile);
-    work.canvas = makeWorkCanvas(work, picture, depth, request.coi);
-
-    std::string printed;
-    for (const Step &step : steps) {
-        Canvas second;
-        if (!step.picture.empty()) second = loadSecond(inFolder(folder, step.picture), work);
-        printed += runStep(step, &work, &second);
-    }
-    if (isBitmapName(request.output)) {
-        writeBitmap(&work, inFolder(folder, request.output));
-    } else if (!request.output.empty()) {
-        writePng(pictureFromImage(work.canvas.store.get(), work.bits), inFolder(folder, request.output));
-    }
-    return printed;
+    checkForm(words, request);
+    return request;
 }

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "bitmap.h"
+#include "formats.h"
 #include "operations.h"
+#include "options.h"
 #include "picture.h"
 
 struct Region {
@@ -26,30 +28,50 @@ struct Point {
     int y;
 };
 
+// What an option of the chain sets, from where it stands on.
+enum class Setting { none, roi, coi, mask, from, depth, border };
+
+// An operation, or a setting.
+struct Step {
+    const Operation *operation = nullptr;
+    std::vector<Argument> arguments;
+    std::string picture;  // the second picture or the mask, or empty
+
+    Setting setting = Setting::none;
+    std::optional<Region> roi;
+    std::optional<Point> from;
+    int coi = 0;
+    unsigned depth = 0;
+    int border = MOX_BORDER_REPLICATE;
+    int borderValue = 0;
+};
+
 // What `mox run` is told.
 struct RunRequest {
     std::string input;
     std::string output;  // empty: nothing is written
-    std::vector<std::string> words;
-    std::optional<Region> roi;
-    int coi = 0;
-    std::string mask;  // empty for none
-    std::optional<Point> from;
+    OutputForm outputForm;
+    std::vector<Step> steps;
     std::optional<Size> tiles;
-    unsigned depth = 0;  // 0 for the picture's own
     bool planes = false;
     BitmapForm form;       // of bitmaps that are made
     bool hasForm = false;  // something of it was said
+
+    // Of many pictures: the chain is run on each.
+    bool isMany = false;
+    std::vector<std::string> inputs;
+    std::string folder;  // of the results; empty where nothing is written
+    std::string format;  // as said, or empty for each picture's own
+    int quality = 90;
+    int jobs = 0;  // 0 for as many as there are processors
+    bool resumes = false;
 };
 
-struct Step {
-    const Operation *operation;
-    std::vector<Argument> arguments;
-    std::string picture;  // the second picture, or empty
-};
+// Throws Failure for what makes no sense.
+RunRequest understandRun(const Words &words);
 
-// Operations and their arguments. Throws Failure for what is no operation or lacks an argument.
-std::vector<Step> parseSteps(const std::vector<std::string> &words);
+// Throws Failure where a file is not there, or the result has no place to be in: all that can be seen before any work.
+void checkFiles(const RunRequest &request, const std::string &folder);
 
 // Reads, runs and writes. Returns what the operations print. Names of files are taken from folder, which is empty for
 // where we are. Throws Failure; then nothing was written.

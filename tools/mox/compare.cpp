@@ -79,10 +79,12 @@ void writeDifference(const Picture &first, const Picture &second, const CompareR
         moxMultiplyS(a.get(), a.get(), request.gain);
     }
     checkReports();
-    writePng(withoutAlpha(pictureFromImage(a.get(), first.bits)), request.output);
+    writeRows(rowsOfOwned(withoutAlpha(pictureFromImage(a.get(), first.bits))), request.output, request.form);
 }
 
 Comparison compared(const CompareRequest &request) {
+    if (!request.output.empty()) checkTarget(request.output);
+    checkInput(request.second);
     Picture first = readPicture(request.first), second = readPicture(request.second);
     const std::string sizes = sizeText(first) + " and " + sizeText(second);
     const bool sameSize = first.width == second.width && first.height == second.height;

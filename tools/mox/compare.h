@@ -3,10 +3,13 @@
 
 #include <string>
 
+#include "formats.h"
+
 struct CompareRequest {
     std::string first;
     std::string second;
     std::string output;  // of the difference; empty for none
+    OutputForm form;     // of the output
     int gain = 1;        // what differences are multiplied by in the output
 };
 

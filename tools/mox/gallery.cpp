@@ -91,9 +91,8 @@ Card runExample(Gallery *gallery, const Example &example, const std::string &res
     card.printed = runRequest(request, gallery->folder);
     card.result = request.output;
     addOnce(&card.inputs, request.input);
-    for (const Step &step : parseSteps(request.words))
+    for (const Step &step : request.steps)
         addOnce(&card.inputs, step.picture);
-    addOnce(&card.inputs, request.mask);
     gallery->commands += card.command + "\n";
     return card;
 }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "failure.h"
 
@@ -40,12 +42,7 @@ const char *depthName(unsigned depth) {
     return "?";
 }
 
-unsigned naturalDepth(const Picture &picture) {
-    if (picture.bits == 1) return MOX_DEPTH_1U;
-    return picture.bits == 16 ? MOX_DEPTH_16U : MOX_DEPTH_8U;
-}
-
-ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height) {
+ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height, bool black) {
     const bool color = channels > 2;
     ImagePtr image(moxCreateImageHeader(channels, hasAlpha(channels) ? channels : 0, static_cast<int>(depth),
                                         color ? "RGB" : "GRAY",
@@ -54,11 +51,14 @@ ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int hei
                                                       : "G",
                                         planes ? MOX_DATA_ORDER_PLANE : MOX_DATA_ORDER_PIXEL, MOX_ORIGIN_TL, imageAlign,
                                         width, height, nullptr, nullptr, nullptr, nullptr));
-    if (!image) fail(exitOperation, "no image of this size can be made");
+    if (!image) {
+        fail(exitOperation, "no image of " + std::to_string(width) + " x " + std::to_string(height) + " with " +
+                                std::to_string(channels) + " channels at depth " + depthName(depth) + " can be made");
+    }
     if (depth == MOX_DEPTH_32F) {
-        moxAllocateImageFP(image.get(), 1, 0.0f);
+        moxAllocateImageFP(image.get(), black ? 1 : 0, 0.0f);
     } else {
-        moxAllocateImage(image.get(), 1, 0);
+        moxAllocateImage(image.get(), black ? 1 : 0, 0);
     }
     if (!image->imageData) fail(exitOperation, "not enough memory for the image");
     return image;
@@ -88,21 +88,70 @@ Sample load(const char *address) {
     return value;
 }
 
-// A sample of the file, 0..full, to the library's memory.
-void storeSample(char *address, unsigned depth, unsigned sample, unsigned full) {
-    switch (depth) {
+// One row of samples, each through convert, to the image's memory.
+template <typename Sample, typename Convert>
+void storeSamples(MoxImage *image, int y, const std::uint32_t *row, Convert convert) {
+    const bool planes = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    const int channels = image->nChannels;
+    const std::size_t step = sizeof(Sample) * static_cast<std::size_t>(planes ? 1 : channels);
+    for (int c = 0; c < channels; c++) {
+        char *to = sampleAddress(image, 0, y, c);
+        for (int x = 0; x < image->width; x++)
+            store(to + static_cast<std::size_t>(x) * step, static_cast<Sample>(convert(row[x * channels + c])));
+    }
+}
+
+template <typename Sample, typename Convert>
+void loadSamples(const MoxImage *image, int y, std::uint32_t *row, Convert convert) {
+    const bool planes = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    const int channels = image->nChannels;
+    const std::size_t step = sizeof(Sample) * static_cast<std::size_t>(planes ? 1 : channels);
+    for (int c = 0; c < channels; c++) {
+        const char *from = sampleAddress(image, 0, y, c);
+        for (int x = 0; x < image->width; x++)
+            row[x * channels + c] =
+                static_cast<std::uint32_t>(convert(load<Sample>(from + static_cast<std::size_t>(x) * step)));
+    }
+}
+
+void storeBits(MoxImage *image, int y, const std::uint32_t *row, unsigned half) {
+    char *to = image->imageData + static_cast<std::ptrdiff_t>(y) * image->widthStep;
+    for (int x = 0; x < image->width; x += 8) {
+        unsigned byte = 0;
+        for (int bit = 0; bit < std::min(8, image->width - x); bit++)
+            byte |= row[x + bit] >= half ? 0x80u >> bit : 0u;
+        to[x / 8] = static_cast<char>(byte);
+    }
+}
+
+void loadBits(const MoxImage *image, int y, std::uint32_t *row) {
+    const char *from = image->imageData + static_cast<std::ptrdiff_t>(y) * image->widthStep;
+    for (int x = 0; x < image->width; x++)
+        row[x] = static_cast<std::uint32_t>((from[x / 8] >> (7 - x % 8)) & 1);
+}
+
+// Samples of the file, 0..full.
+void storeRow(MoxImage *image, int y, const std::uint32_t *row, unsigned full) {
+    const auto to8 = [full](std::uint32_t v) { return rescale(v, full, 255); };
+    const auto to16 = [full](std::uint32_t v) { return rescale(v, full, 65535); };
+    switch (image->depth) {
+        case MOX_DEPTH_1U:
+            return storeBits(image, y, row, (full + 1) / 2);
         case MOX_DEPTH_8U:
-            return store(address, static_cast<std::uint8_t>(rescale(sample, full, 255)));
+            return storeSamples<std::uint8_t>(image, y, row, to8);
         case MOX_DEPTH_8S:
-            return store(address, static_cast<std::int8_t>(static_cast<int>(rescale(sample, full, 255)) - 128));
+            return storeSamples<std::int8_t>(image, y, row,
+                                             [=](std::uint32_t v) { return static_cast<int>(to8(v)) - 128; });
         case MOX_DEPTH_16U:
-            return store(address, static_cast<std::uint16_t>(rescale(sample, full, 65535)));
+            return storeSamples<std::uint16_t>(image, y, row, to16);
         case MOX_DEPTH_16S:
-            return store(address, static_cast<std::int16_t>(static_cast<int>(rescale(sample, full, 65535)) - 32768));
+            return storeSamples<std::int16_t>(image, y, row,
+                                              [=](std::uint32_t v) { return static_cast<int>(to16(v)) - 32768; });
         case MOX_DEPTH_32S:
-            return store(address, static_cast<std::int32_t>(sample));
+            return storeSamples<std::int32_t>(image, y, row, [](std::uint32_t v) { return v; });
         default:
-            return store(address, static_cast<float>(sample) / static_cast<float>(full));
+            return storeSamples<float>(
+                image, y, row, [full](std::uint32_t v) { return static_cast<float>(v) / static_cast<float>(full); });
     }
 }
 
@@ -112,39 +161,33 @@ unsigned clampedFloat(float value, unsigned full) {
     return static_cast<unsigned>(std::lrint(static_cast<double>(value) * full));
 }
 
-unsigned loadSample(const char *address, unsigned depth, unsigned full) {
-    switch (depth) {
+void loadRow(const MoxImage *image, int y, std::uint32_t *row, unsigned full) {
+    switch (image->depth) {
+        case MOX_DEPTH_1U:
+            return loadBits(image, y, row);
         case MOX_DEPTH_8U:
-            return load<std::uint8_t>(address);
+            return loadSamples<std::uint8_t>(image, y, row, [](int v) { return v; });
         case MOX_DEPTH_8S:
-            return static_cast<unsigned>(load<std::int8_t>(address) + 128);
+            return loadSamples<std::int8_t>(image, y, row, [](int v) { return v + 128; });
         case MOX_DEPTH_16U:
-            return load<std::uint16_t>(address);
+            return loadSamples<std::uint16_t>(image, y, row, [](int v) { return v; });
         case MOX_DEPTH_16S:
-            return static_cast<unsigned>(load<std::int16_t>(address) + 32768);
+            return loadSamples<std::int16_t>(image, y, row, [](int v) { return v + 32768; });
         case MOX_DEPTH_32S:
-            return static_cast<unsigned>(std::clamp(load<std::int32_t>(address), 0, static_cast<std::int32_t>(full)));
+            return loadSamples<std::int32_t>(
+                image, y, row, [full](std::int32_t v) { return std::clamp(v, 0, static_cast<std::int32_t>(full)); });
         default:
-            return clampedFloat(load<float>(address), full);
+            return loadSamples<float>(image, y, row, [full](float v) { return clampedFloat(v, full); });
     }
 }
 
-void storeBits(const Picture &gray, MoxImage *image) {
-    const unsigned half = (fullValue(gray.bits) + 1) / 2;
-    for (int y = 0; y < gray.height; y++) {
-        char *row = image->imageData + static_cast<std::ptrdiff_t>(y) * image->widthStep;
-        for (int x = 0; x < gray.width; x++) {
-            if (pixelAt(&gray, x, y)[0] >= half) row[x / 8] = static_cast<char>(row[x / 8] | (0x80 >> (x % 8)));
-        }
-    }
-}
-
-void loadBits(const MoxImage *image, Picture *picture) {
-    for (int y = 0; y < picture->height; y++) {
-        const char *row = image->imageData + static_cast<std::ptrdiff_t>(y) * image->widthStep;
-        for (int x = 0; x < picture->width; x++) {
-            pixelAt(picture, x, y)[0] = static_cast<std::uint16_t>((row[x / 8] >> (7 - x % 8)) & 1);
-        }
+// Rows of 32 bits whose samples are the image's own, or numbers for its floats.
+void storeWide(MoxImage *image, int y, const std::uint32_t *row, bool real) {
+    if (real || image->depth == MOX_DEPTH_32S) {
+        storeSamples<std::uint32_t>(image, y, row, [](std::uint32_t v) { return v; });
+    } else {
+        storeSamples<float>(
+            image, y, row, [](std::uint32_t v) { return static_cast<float>(static_cast<std::int32_t>(v)) / 65535.0f; });
     }
 }
 
@@ -154,42 +197,68 @@ int pictureBits(unsigned depth, int bits) {
     return std::max(bits, 8);
 }
 
+bool isWide(unsigned depth) {
+    return depth == MOX_DEPTH_32S || depth == MOX_DEPTH_32F;
+}
+
 }  // namespace
 
-ImagePtr imageFromPicture(const Picture &picture, unsigned depth, bool planes) {
+unsigned naturalDepth(const Form &form) {
+    if (form.bits == 32) return form.real ? MOX_DEPTH_32F : MOX_DEPTH_32S;
+    if (form.bits == 1) return MOX_DEPTH_1U;
+    return form.bits == 16 ? MOX_DEPTH_16U : MOX_DEPTH_8U;
+}
+
+unsigned naturalDepth(const Picture &picture) {
+    return naturalDepth(rowsOf(picture).form);
+}
+
+ImagePtr imageFromRows(RowSource source, unsigned depth, bool planes) {
+    // Numbers go to floats without a bound; the rest of what has 32 bits becomes 16 first.
+    const bool wide = source.form.bits == 32 && isWide(depth) && !(source.form.real && depth == MOX_DEPTH_32S);
+    if (!wide && source.form.bits == 32) source = withBits(std::move(source), 16);
     if (depth == MOX_DEPTH_1U) {
-        ImagePtr image = makeImage(1, depth, planes, picture.width, picture.height);
-        storeBits(withChannels(picture, 1), image.get());
-        return image;
+        source = withChannels(std::move(source), 1);
+    } else if (!wide) {
+        const int bits = std::max(source.form.bits, 8);
+        source = withBits(std::move(source), bits);
     }
-    const Picture source = withBits(picture, std::max(picture.bits, 8));
-    const unsigned full = fullValue(source.bits);
-    ImagePtr image = makeImage(source.channels, depth, planes, source.width, source.height);
-    for (int y = 0; y < source.height; y++) {
-        for (int x = 0; x < source.width; x++) {
-            const std::uint16_t *pixel = pixelAt(&source, x, y);
-            for (int c = 0; c < source.channels; c++) {
-                storeSample(sampleAddress(image.get(), x, y, c), depth, pixel[c], full);
-            }
+    const Form form = source.form;
+    ImagePtr image = makeImage(form.channels, depth, planes, form.width, form.height, false);
+    std::vector<std::uint32_t> row(samplesOfRow(form));
+    for (int y = 0; y < form.height; y++) {
+        source.next(row.data());
+        if (wide) {
+            storeWide(image.get(), y, row.data(), form.real);
+        } else {
+            storeRow(image.get(), y, row.data(), fullValue(form.bits));
         }
     }
     return image;
 }
 
+RowSource rowsOfImage(const MoxImage *image, int bits) {
+    const int rowBits = pictureBits(image->depth, bits);
+    const Form form = {image->width, image->height, image->nChannels, rowBits, false};
+    return {form, [image, y = 0, full = fullValue(rowBits)](std::uint32_t *row) mutable {
+                loadRow(image, y, row, full);
+                y++;
+            }};
+}
+
+RowSource exactRowsOfImage(const MoxImage *image, int bits) {
+    if (!isWide(image->depth)) return rowsOfImage(image, bits);
+    const Form form = {image->width, image->height, image->nChannels, 32, image->depth == MOX_DEPTH_32F};
+    return {form, [image, y = 0](std::uint32_t *row) mutable {
+                loadSamples<std::uint32_t>(image, y, row, [](std::uint32_t v) { return v; });
+                y++;
+            }};
+}
+
+ImagePtr imageFromPicture(const Picture &picture, unsigned depth, bool planes) {
+    return imageFromRows(rowsOf(picture), depth, planes);
+}
+
 Picture pictureFromImage(const MoxImage *image, int bits) {
-    Picture picture = makePicture(image->width, image->height, image->nChannels, pictureBits(image->depth, bits));
-    if (image->depth == MOX_DEPTH_1U) {
-        loadBits(image, &picture);
-        return picture;
-    }
-    const unsigned full = fullValue(picture.bits);
-    for (int y = 0; y < picture.height; y++) {
-        for (int x = 0; x < picture.width; x++) {
-            std::uint16_t *pixel = pixelAt(&picture, x, y);
-            for (int c = 0; c < picture.channels; c++) {
-                pixel[c] = static_cast<std::uint16_t>(loadSample(sampleAddress(image, x, y, c), image->depth, full));
-            }
-        }
-    }
-    return picture;
+    return pictureFromRows(rowsOfImage(image, bits));
 }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "picture.h"
+#include "rows.h"
 
 struct ImageDeleter {
     void operator()(MoxImage *image) const { moxDeallocate(image, MOX_FreeHeader | MOX_FreeData); }
@@ -22,11 +22,13 @@ using RoiPtr = std::unique_ptr<MoxROI, RoiDeleter>;
 unsigned depthFromName(const std::string &name);
 const char *depthName(unsigned depth);
 
-// The depth in which nothing of the picture is lost: 1u, 8u or 16u.
+// The depth in which nothing of the picture is lost: 1u, 8u or 16u, and at 32 bits 32s or 32f.
+unsigned naturalDepth(const Form &form);
 unsigned naturalDepth(const Picture &picture);
 
-// An image with pixels, in memory, rows from the top. Throws Failure when memory runs out.
-ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height);
+// An image with pixels, in memory, rows from the top; not black, they are whatever was there. Throws Failure when
+// memory runs out.
+ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height, bool black = true);
 
 // The picture at a depth of the library. Samples become
 //   8u, 16u   0 black to 255 or 65535 white
@@ -34,11 +36,18 @@ ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int hei
 //   32s       the picture's own values, 0..255 or 0..65535, with room on both sides
 //   32f       0.0 black to 1.0 white
 //   1u        1 for the lighter half, of a gray picture
+// What has 32 bits in the file keeps its numbers at its own depth; at others it is as a picture of 16 bits, clamped,
+// but whole numbers at 32f, 65535 being 1.0, which are not.
+ImagePtr imageFromRows(RowSource source, unsigned depth, bool planes);
 ImagePtr imageFromPicture(const Picture &picture, unsigned depth, bool planes);
 
 // The way back. 8-bit depths give 8 bits, 16-bit depths 16, depth 1u 1 bit, and the 32-bit depths the given bits,
 // clamped.
+RowSource rowsOfImage(const MoxImage *image, int bits);
 Picture pictureFromImage(const MoxImage *image, int bits);
+
+// The same, but of the 32-bit depths the samples themselves, for files that can hold them.
+RowSource exactRowsOfImage(const MoxImage *image, int bits);
 
 // The address of a sample of an image in memory, at any depth but 1u.
 char *sampleAddress(const MoxImage *image, int x, int y, int channel);

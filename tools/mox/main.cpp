@@ -1,16 +1,21 @@
 // mox: the operations of the library from the command line.
 #include <mox.h>
 
+#include <bit>
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <new>
 
 #include "arguments.h"
+#include "batch.h"
 #include "compare.h"
 #include "failure.h"
+#include "formats.h"
 #include "gallery.h"
 #include "histogram.h"
 #include "image.h"
+#include "manual.h"
 #include "reports.h"
 
 namespace {
@@ -33,18 +38,69 @@ void listOperations() {
     }
 }
 
+void tellKind(const std::string &name, const Form &form) {
+    const char *const kind = form.bits < 32 ? "" : form.real ? " (floats)" : " (whole numbers)";
+    std::printf("%s: %d x %d, %s, %d %s a sample%s; depth %s\n", name.c_str(), form.width, form.height,
+                channelsText(form.channels).c_str(), form.bits, form.bits == 1 ? "bit" : "bits", kind,
+                depthName(naturalDepth(form)));
+}
+
+// Of 32 bits a sample there are too many levels to be counted.
+void tellRange(MoxImage *image) {
+    const bool real = image->depth == MOX_DEPTH_32F;
+    RowSource rows = exactRowsOfImage(image, 16);
+    const auto channels = static_cast<std::size_t>(image->nChannels);
+    std::vector<double> low(channels, INFINITY), high(channels, -INFINITY), sum(channels, 0);
+    std::vector<std::uint32_t> row(samplesOfRow(rows.form));
+    for (int y = 0; y < rows.form.height; y++) {
+        rows.next(row.data());
+        for (std::size_t i = 0; i < row.size(); i++) {
+            const double value =
+                real ? static_cast<double>(std::bit_cast<float>(row[i])) : static_cast<std::int32_t>(row[i]);
+            const std::size_t c = i % channels;
+            low[c] = std::fmin(low[c], value);
+            high[c] = std::fmax(high[c], value);
+            sum[c] += value;
+        }
+    }
+    const double pixels = static_cast<double>(image->width) * image->height;
+    for (std::size_t c = 0; c < channels; c++) {
+        std::printf("  channel %zu  %-6s  %.9g to %.9g, mean %.9g\n", c + 1,
+                    channelName(image->nChannels, static_cast<int>(c)), low[c], high[c], sum[c] / pixels);
+    }
+}
+
 void tellPicture(const std::string &name) {
-    const Picture picture = readPicture(name);
-    std::printf("%s: %d x %d, %s, %d %s a sample; depth %s\n", name.c_str(), picture.width, picture.height,
-                channelsText(picture.channels).c_str(), picture.bits, picture.bits == 1 ? "bit" : "bits",
-                depthName(naturalDepth(picture)));
+    RowSource rows = readRows(name);
+    const Form form = rows.form;
     // Alpha is told as any other channel.
-    const ImagePtr image = imageFromPicture(picture, naturalDepth(picture), false);
+    const ImagePtr image = imageFromRows(std::move(rows), naturalDepth(form), false);
     image->alphaChannel = 0;
+    if (form.bits == 32) {
+        tellKind(name, form);
+        return tellRange(image.get());
+    }
     clearReports();
     const LevelCounts counts = countLevels(image.get());
-    if (anyReport()) fail(exitOperation, "info: " + reportsText());
+    if (anyReport()) fail(exitOperation, name + ": " + reportsText());
+    tellKind(name, form);
     std::fputs(levelsText(counts).c_str(), stdout);
+}
+
+// One that cannot be read does not stop the others.
+ExitCode tellPictures(const std::vector<std::string> &names) {
+    ExitCode code = exitOk;
+    for (const std::string &name : names) {
+        try {
+            tellPicture(name);
+        } catch (const Failure &failure) {
+            if (names.size() == 1) throw;
+            std::fflush(stdout);
+            std::fprintf(stderr, "mox: %s\n", failure.text.c_str());
+            code = failure.code;
+        }
+    }
+    return code;
 }
 
 // Gives the exit code.
@@ -60,16 +116,26 @@ ExitCode runCommand(const CommandLine &line) {
             }
             break;
         case Command::info:
-            tellPicture(line.picture);
-            break;
+            return tellPictures(line.pictures);
         case Command::run:
-            std::fputs(runRequest(line.run, "").c_str(), stdout);
+            if (line.run.isMany) return runMany(line.run);
+            // What operations print is not to stand in the middle of a picture.
+            std::fputs(runRequest(line.run, "").c_str(), line.run.output == "-" ? stderr : stdout);
             break;
         case Command::compare: {
             const Comparison comparison = comparePictures(line.compare);
             std::fputs(comparison.text.c_str(), stdout);
             return comparison.equal ? exitOk : exitDifferent;
         }
+        case Command::completion: {
+            const std::string text = completionFor(line.shell);
+            if (text.empty()) fail(exitUsage, "completion: bash and zsh are known, not '" + line.shell + "'");
+            std::fputs(text.c_str(), stdout);
+            break;
+        }
+        case Command::man:
+            std::fputs(manPage().c_str(), stdout);
+            break;
         case Command::gallery:
             writeGallery(line.folder, line.picture);
             break;

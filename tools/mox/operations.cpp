@@ -3,6 +3,7 @@
 
 const std::vector<const Family *> &families() {
     static const std::vector<const Family *> all = {
+        &everydayFamily(),    //
         &movingFamily(),      //
         &arithmeticPair(),    //
         &arithmeticOne(),     //

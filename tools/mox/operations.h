@@ -5,6 +5,7 @@
 #include <mox.h>
 
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@ enum class ArgumentKind {
     real,     // a float
     samples,  // numbers separated by commas, one for each channel
     picture,  // a file: the second image
+    layer,    // the same, but its opacities count: the first image gets some, too, if only the second has them
     depth,    // "8u" and its like
     dither,   // "fs" and its like
     word,     // any, which the operation looks at
@@ -26,6 +28,8 @@ enum class ArgumentKind {
 struct ArgumentSpec {
     ArgumentKind kind;
     const char *name;
+    int low = std::numeric_limits<int>::min();  // of an integer
+    int high = std::numeric_limits<int>::max();
 };
 
 struct Argument {
@@ -48,7 +52,8 @@ struct Call {
     std::function<MoxImage *(unsigned depth, int channels)> another;
 
     // A black image of another size that is otherwise alike. The last one asked for is what the operation leaves. Null
-    // where the size has to stay: a region, a channel of interest or a mask says which part of the picture is worked on.
+    // where the size has to stay: a region, a channel of interest or a mask says which part of the picture is worked
+    // on.
     std::function<MoxImage *(int width, int height)> canvas;
 
     const BitmapForm &form;  // of bitmaps
@@ -76,6 +81,7 @@ struct Family {
     std::vector<Operation> operations;
 };
 
+const Family &everydayFamily();    // opsnames.cpp
 const Family &movingFamily();      // opsmove.cpp
 const Family &arithmeticPair();    // opsarith.cpp
 const Family &arithmeticOne();     // opsarith.cpp

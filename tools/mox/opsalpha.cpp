@@ -6,16 +6,17 @@ namespace {
 // An image whose alpha is called so while this lives.
 class WithAlpha {
   public:
-    explicit WithAlpha(MoxImage *image) : image_(image) {
+    explicit WithAlpha(MoxImage *image) : image_(image), before_(image->alphaChannel) {
         if (image->nChannels % 2 == 0) image->alphaChannel = image->nChannels;
     }
-    ~WithAlpha() { image_->alphaChannel = 0; }
+    ~WithAlpha() { image_->alphaChannel = before_; }
     WithAlpha(const WithAlpha &) = delete;
     WithAlpha &operator=(const WithAlpha &) = delete;
     bool has() const { return image_->alphaChannel != 0; }
 
   private:
     MoxImage *image_;
+    int before_;
 };
 
 int fullScale(const MoxImage *image) {
@@ -55,7 +56,7 @@ void multiplySScale(Call *call) {
     moxMultiplySScale(call->image, call->image, call->arguments[0].integer);
 }
 
-const std::vector<ArgumentSpec> onPicture = {{ArgumentKind::picture, "PICTURE"},
+const std::vector<ArgumentSpec> onPicture = {{ArgumentKind::layer, "PICTURE"},
                                              {ArgumentKind::keyword, "premultiplied"}};
 
 }  // namespace

@@ -150,7 +150,7 @@ const Family &filterFamily() {
         {
             {"border-constant",
              {{K::integer, "VALUE"}},
-             "what follows finds VALUE beyond the edges (at first it finds 0)",
+             "what follows finds VALUE beyond the edges (at first the edge goes on there)",
              borderConstant,
              {{"Gray beyond the edges, and a wide box.", "border-constant 128 blur 61 61"}}},
             {"border-replicate",
@@ -169,7 +169,7 @@ const Family &filterFamily() {
              border<MOX_BORDER_WRAP>,
              {{"The picture goes on at its other side.", "border-wrap blur 61 61"}}},
             {"blur",
-             {{K::integer, "X"}, {K::integer, "Y"}},
+             {{K::integer, "X", 1}, {K::integer, "Y", 1}},
              "the mean of a box of X by Y pixels around each, cut off",
              blur,
              {{"A box of nine by nine.", "border-replicate blur 9 9"},

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "rows.h"
+
 Picture makePicture(int width, int height, int channels, int bits) {
     Picture picture;
     picture.width = width;
@@ -25,33 +27,9 @@ Picture withBits(const Picture &picture, int bits) {
     return result;
 }
 
-static unsigned grayOf(const std::uint16_t *pixel) {
-    return (77u * pixel[0] + 150u * pixel[1] + 29u * pixel[2] + 128u) >> 8;
-}
-
-static void convertPixel(const std::uint16_t *from, int fromChannels, std::uint16_t *to, int toChannels,
-                         std::uint16_t opaque) {
-    const bool fromColor = fromChannels > 2;
-    if (toChannels <= 2) {
-        to[0] = fromColor ? static_cast<std::uint16_t>(grayOf(from)) : from[0];
-    } else {
-        for (int c = 0; c < 3; c++)
-            to[c] = from[fromColor ? c : 0];
-    }
-    if (hasAlpha(toChannels)) to[toChannels - 1] = hasAlpha(fromChannels) ? from[fromChannels - 1] : opaque;
-}
-
 Picture withChannels(const Picture &picture, int channels) {
     if (picture.channels == channels) return picture;
-    const Picture wide = withBits(picture, std::max(picture.bits, 8));
-    Picture result = makePicture(wide.width, wide.height, channels, wide.bits);
-    const auto opaque = static_cast<std::uint16_t>(fullValue(wide.bits));
-    for (int y = 0; y < wide.height; y++) {
-        for (int x = 0; x < wide.width; x++) {
-            convertPixel(pixelAt(&wide, x, y), wide.channels, pixelAt(&result, x, y), channels, opaque);
-        }
-    }
-    return result;
+    return pictureFromRows(withChannels(rowsOf(picture), channels));
 }
 
 static void averageBlock(const Picture &picture, int factor, int x, int y, std::uint16_t *result) {

@@ -54,10 +54,7 @@ Picture reducedTo(const Picture &picture, int limit);
 // "RGB with alpha", "gray", ...
 std::string channelsText(int channels);
 
-// Reads any PNG: a palette becomes RGB, transparency becomes alpha, 2 and 4 bits become 8. Throws Failure.
-Picture readPng(const std::string &name);
-
-// Reads a PNG or a bitmap file, whichever it is. Throws Failure.
+// Reads a file of any kind that is known. Throws Failure.
 Picture readPicture(const std::string &name);
 
 // Writes at the picture's own bits, whole or not at all. Throws Failure.

@@ -5,29 +5,33 @@
 #include <cerrno>
 #include <csetjmp>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <memory>
-#include <new>
 #include <utility>
+#include <vector>
 
 #include "failure.h"
-#include "picture.h"
+#include "formats.h"
 
 namespace {
 
-// 2^28 samples: 512 MiB of ours and at most 1 GiB of the library's. A file of a few bytes may claim any size.
-constexpr std::uint64_t samplesLimit = std::uint64_t{1} << 28;
-
-// What passes between the decoder and its caller. The decoder is left by longjmp, so everything that owns memory lives
-// here.
+// The decoder is left by longjmp, so everything that owns memory lives here.
 struct Decoder {
+    Input input;
     png_structp png = nullptr;
     png_infop info = nullptr;
-    std::FILE *file = nullptr;
-    Picture picture;
-    std::vector<png_byte> bytes;
+    Form form;
+    std::size_t rowBytes = 0;
+    bool interlaced = false;
+    std::vector<png_byte> bytes;  // a row, or all of them where they come interlaced
     std::vector<png_bytep> rows;
+    int next = 0;
     char message[200] = "";
+
+    Decoder() = default;
+    Decoder(const Decoder &) = delete;
+    Decoder &operator=(const Decoder &) = delete;
+    ~Decoder() { png_destroy_read_struct(&png, &info, nullptr); }
 };
 
 void onError(png_structp png, png_const_charp message) {
@@ -37,6 +41,13 @@ void onError(png_structp png, png_const_charp message) {
 }
 
 void onWarning(png_structp, png_const_charp) {}
+
+void onRead(png_structp png, png_bytep to, std::size_t count) {
+    auto *decoder = static_cast<Decoder *>(png_get_io_ptr(png));
+    std::FILE *const file = decoder->input.file.get();
+    if (std::fread(to, 1, count, file) == count) return;
+    png_error(png, std::ferror(file) ? std::strerror(errno) : "the file ends in the middle of it (Read Error)");
+}
 
 // One form for all colour types: gray or RGB, alpha or none, one byte or two a sample.
 void askForPlainSamples(Decoder *decoder) {
@@ -49,72 +60,100 @@ void askForPlainSamples(Decoder *decoder) {
     if (bitonal) png_set_packing(png);
     if (type == PNG_COLOR_TYPE_GRAY && depth < 8 && !bitonal) png_set_expand_gray_1_2_4_to_8(png);
     if (transparent) png_set_tRNS_to_alpha(png);
-    decoder->picture.bits = bitonal ? 1 : (depth == 16 ? 16 : 8);
+    decoder->form.bits = bitonal ? 1 : (depth == 16 ? 16 : 8);
 }
 
-bool takeMemory(Decoder *decoder) {
+bool readHeader(Decoder *decoder) {
+    if (setjmp(png_jmpbuf(decoder->png))) return false;
     png_structp png = decoder->png;
-    const png_uint_32 width = png_get_image_width(png, decoder->info);
-    const png_uint_32 height = png_get_image_height(png, decoder->info);
-    const int channels = png_get_channels(png, decoder->info);
-    if (std::uint64_t{width} * height > samplesLimit / static_cast<unsigned>(channels)) return false;
-    decoder->picture.width = static_cast<int>(width);
-    decoder->picture.height = static_cast<int>(height);
-    decoder->picture.channels = channels;
-    const std::size_t rowBytes = png_get_rowbytes(png, decoder->info);
-    decoder->bytes.resize(rowBytes * height);
-    decoder->rows.resize(height);
-    for (png_uint_32 y = 0; y < height; y++)
-        decoder->rows[y] = decoder->bytes.data() + rowBytes * y;
+    png_set_read_fn(png, decoder, onRead);
+    png_set_user_limits(png, 0x7FFFFFFF, 0x7FFFFFFF);
+    png_read_info(png, decoder->info);
+    decoder->form.width = static_cast<int>(png_get_image_width(png, decoder->info));
+    decoder->form.height = static_cast<int>(png_get_image_height(png, decoder->info));
+    decoder->form.channels = png_get_channels(png, decoder->info);
+    decoder->form.bits = png_get_bit_depth(png, decoder->info);
     return true;
 }
 
-bool decode(Decoder *decoder) {
+// From here on memory is taken for rows.
+bool beginRows(Decoder *decoder) {
     if (setjmp(png_jmpbuf(decoder->png))) return false;
-    png_init_io(decoder->png, decoder->file);
-    png_read_info(decoder->png, decoder->info);
+    png_structp png = decoder->png;
     askForPlainSamples(decoder);
-    png_set_interlace_handling(decoder->png);
-    png_read_update_info(decoder->png, decoder->info);
-    if (!takeMemory(decoder)) png_error(decoder->png, "the picture is larger than 268435456 samples");
+    decoder->interlaced = png_set_interlace_handling(png) > 1;
+    png_read_update_info(png, decoder->info);
+    decoder->form.channels = png_get_channels(png, decoder->info);
+    decoder->rowBytes = png_get_rowbytes(png, decoder->info);
+    return true;
+}
+
+void checkForm(const Decoder &decoder) {
+    checkSize(decoder.input.name + ": cannot be read as a PNG picture", static_cast<std::uint64_t>(decoder.form.width),
+              static_cast<std::uint64_t>(decoder.form.height), decoder.form.channels, decoder.form.bits);
+}
+
+bool readAll(Decoder *decoder) {
+    if (setjmp(png_jmpbuf(decoder->png))) return false;
     png_read_image(decoder->png, decoder->rows.data());
     png_read_end(decoder->png, nullptr);
     return true;
 }
 
-void widenSamples(Decoder *decoder) {
-    const std::size_t count = static_cast<std::size_t>(decoder->picture.width) *
-                              static_cast<std::size_t>(decoder->picture.height) *
-                              static_cast<std::size_t>(decoder->picture.channels);
-    decoder->picture.samples.resize(count);
-    const png_byte *from = decoder->bytes.data();
-    if (decoder->picture.bits == 16) {
-        for (std::size_t i = 0; i < count; i++) {
-            decoder->picture.samples[i] = static_cast<std::uint16_t>((from[2 * i] << 8) | from[2 * i + 1]);
-        }
+// What follows the last row may be wrong, too.
+bool readOne(Decoder *decoder) {
+    if (setjmp(png_jmpbuf(decoder->png))) return false;
+    png_read_row(decoder->png, decoder->bytes.data(), nullptr);
+    if (decoder->next == decoder->form.height - 1) png_read_end(decoder->png, nullptr);
+    return true;
+}
+
+[[noreturn]] void refuse(const Decoder &decoder) {
+    fail(exitFile, decoder.input.name + ": cannot be read as a PNG picture: " + decoder.message);
+}
+
+const png_byte *nextRow(Decoder *decoder) {
+    const std::size_t rowBytes = decoder->rowBytes;
+    if (!decoder->interlaced) {
+        if (!readOne(decoder)) refuse(*decoder);
+        decoder->next++;
+        return decoder->bytes.data();
+    }
+    if (decoder->next == 0) {
+        const auto height = static_cast<std::size_t>(decoder->form.height);
+        decoder->bytes.resize(rowBytes * height);
+        for (std::size_t y = 0; y < height; y++)
+            decoder->rows.push_back(decoder->bytes.data() + rowBytes * y);
+        if (!readAll(decoder)) refuse(*decoder);
+    }
+    return decoder->rows[static_cast<std::size_t>(decoder->next++)];
+}
+
+void widen(const png_byte *from, std::size_t count, int bits, std::uint32_t *row) {
+    if (bits == 16) {
+        for (std::size_t i = 0; i < count; i++)
+            row[i] = static_cast<std::uint32_t>((from[2 * i] << 8) | from[2 * i + 1]);
     } else {
         for (std::size_t i = 0; i < count; i++)
-            decoder->picture.samples[i] = from[i];
+            row[i] = from[i];
     }
 }
 
 }  // namespace
 
-Picture readPng(const std::string &name) {
-    Decoder decoder;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(name.c_str(), "rb"), std::fclose);
-    if (!file) failErrno(name, errno);
-    decoder.file = file.get();
-    decoder.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &decoder, onError, onWarning);
-    if (decoder.png) decoder.info = png_create_info_struct(decoder.png);
-    bool done = false;
-    try {
-        done = decoder.info && decode(&decoder);
-    } catch (const std::bad_alloc &) {
-        std::snprintf(decoder.message, sizeof decoder.message, "not enough memory");
-    }
-    png_destroy_read_struct(&decoder.png, &decoder.info, nullptr);
-    if (!done) fail(exitFile, name + ": cannot be read as a PNG picture: " + decoder.message);
-    widenSamples(&decoder);
-    return std::move(decoder.picture);
+RowSource readPng(const Input &input) {
+    const auto decoder = std::make_shared<Decoder>();
+    decoder->input = input;
+    decoder->png = png_create_read_struct(PNG_LIBPNG_VER_STRING, decoder.get(), onError, onWarning);
+    if (decoder->png) decoder->info = png_create_info_struct(decoder->png);
+    if (!decoder->info) fail(exitOperation, "not enough memory");
+    if (!readHeader(decoder.get())) refuse(*decoder);
+    checkForm(*decoder);
+    if (!beginRows(decoder.get())) refuse(*decoder);
+    checkForm(*decoder);
+    const Form form = decoder->form;
+    if (!decoder->interlaced) decoder->bytes.resize(decoder->rowBytes);
+    return {form, [decoder](std::uint32_t *row) {
+                widen(nextRow(decoder.get()), samplesOfRow(decoder->form), decoder->form.bits, row);
+            }};
 }
