@@ -22,7 +22,7 @@ static std::vector<TestImage *> imagesOf(const Example &example, const Runner &r
 static std::string runStep(const Example &example, const Runner &runner, const int *indexes, Random *random) {
     const std::vector<TestImage *> images = imagesOf(example, runner, indexes);
     ownForceCpuLevel(runner.level);
-    return runExample(example, images, random);
+    return runExample(example, images, random, true);
 }
 
 void fuzzOne(Random &random) {
@@ -32,7 +32,8 @@ void fuzzOne(Random &random) {
     options.sameOrigin = true;
     options.maxWidth = 40;
     options.maxHeight = 24;
-    const int steps = random.between(1, 8), tileWidth = 8 * random.between(1, 3), tileHeight = 8 * random.between(1, 3);
+    const int steps = random.between(1, 10), tileWidth = 8 * random.between(1, 3),
+              tileHeight = 8 * random.between(1, 3);
     Scene scene(random, options);
     const OwnCpuLevel highest = ownHighestCpuLevel();
     const Runner runners[] = {{{scene.entries(), {}}, highest},
@@ -44,7 +45,6 @@ void fuzzOne(Random &random) {
         const Example &example = drawPixelExample(random);
         const int indexes[] = {random.below(IMAGES), random.below(IMAGES), random.below(IMAGES)};
         if (differsInTiles(example, scene[0].layout().depth)) continue;
-        if (example.more.tiledNearest) continue;
         if (areUnequalRun(imagesOf(example, runners[0], indexes))) continue;
         what += std::string(example.name) + " " + std::to_string(indexes[0]) + " " + std::to_string(indexes[1]) + " " +
                 std::to_string(indexes[2]) + "\n";

@@ -77,6 +77,8 @@ int main(int argc, char **argv) {
             ++count;
         }
     }
-    printf("%d inputs\n", count);
+    printf("%d inputs", count);
+    if (callsMade > 0) printf(", %llu calls", callsMade);
+    printf("\n");
     return count > 0 ? 0 : 1;
 }

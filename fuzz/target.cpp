@@ -6,6 +6,8 @@
 
 #include "mox.h"
 
+unsigned long long callsMade;
+
 void requireThat(bool condition, const std::string &what) {
     if (condition) return;
     fprintf(stderr, "%s\n", what.c_str());

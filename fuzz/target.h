@@ -16,6 +16,9 @@ constexpr size_t MOST_INPUT = 4096;
 
 void fuzzOne(Random &random);
 
+// The calls of examples so far, where a target counts them; the replay tells.
+extern unsigned long long callsMade;
+
 // Prints what and ends the process where the condition does not hold.
 void requireThat(bool condition, const std::string &what);
 void requireThat(const testing::AssertionResult &result, const std::string &what);

@@ -44,8 +44,11 @@ bool areUnequalRun(const std::vector<TestImage *> &images) {
            !(ownCanRunFlat(a, b, nullptr, false) && ownCanRunFlat(a, c, nullptr, false));
 }
 
-std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random) {
+std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random,
+                       bool tilesAgree) {
+    ++callsMade;
     ExampleCall call;
+    call.tilesAgree = tilesAgree;
     call.count = example.images;
     call.random = random;
     for (size_t i = 0; i < images.size(); ++i)

@@ -33,8 +33,9 @@ class Variant {
 bool areUnequalRun(const std::vector<TestImage *> &images);
 
 // Runs an example on some of the images, with arguments drawn from a copy of random, which is given back; the reports
-// as text, without the place that made them, and what the function answers.
-std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random);
+// as text, without the place that made them, and what the function answers. With tilesAgree it draws only arguments
+// with which tiled images give what plain ones give.
+std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random, bool tilesAgree);
 
 // Whether two images hold the same samples; at 32F one NaN is as good as another.
 testing::AssertionResult sameSamples(const TestImage &one, const TestImage &other);
