@@ -1,11 +1,11 @@
-// A chain of operations on three images, run side by side on plain and tiled copies of them and at several CPU levels:
-// after every step all copies hold the same samples, and every step reports the same.
+// A chain of operations on four images of two depths, run side by side on plain and tiled copies of them and at several
+// CPU levels: after every step all copies hold the same samples, and every step reports the same.
 #include "core/owncpu.h"
 #include "support/scene.h"
 #include "target.h"
 #include "variant.h"
 
-static constexpr int IMAGES = 3;
+static constexpr int PER_DEPTH = 2, IMAGES = 2 * PER_DEPTH;
 
 struct Runner {
     Variant images;
@@ -19,6 +19,14 @@ static std::vector<TestImage *> imagesOf(const Example &example, const Runner &r
     return images;
 }
 
+// Whether the step is one that may come out otherwise in tiles.
+static bool differs(const Example &example, const std::vector<TestImage *> &images) {
+    for (const TestImage *image : images) {
+        if (differsInTiles(example, image->layout().depth)) return true;
+    }
+    return areUnequalRun(images);
+}
+
 static std::string runStep(const Example &example, const Runner &runner, const int *indexes, Random *random) {
     const std::vector<TestImage *> images = imagesOf(example, runner, indexes);
     ownForceCpuLevel(runner.level);
@@ -27,7 +35,7 @@ static std::string runStep(const Example &example, const Runner &runner, const i
 
 void fuzzOne(Random &random) {
     SceneOptions options;
-    options.images = IMAGES;
+    options.images = PER_DEPTH;
     options.tiles = options.sharing = false;
     options.sameOrigin = true;
     options.maxWidth = 40;
@@ -35,17 +43,22 @@ void fuzzOne(Random &random) {
     const int steps = random.between(1, 10), tileWidth = 8 * random.between(1, 3),
               tileHeight = 8 * random.between(1, 3);
     Scene scene(random, options);
+    if (!random.oneIn(4)) options.order = scene[0].layout().order;
+    Scene more(random, options);
+    std::vector<TestImage *> entries = scene.entries();
+    entries.insert(entries.end(), more.entries().begin(), more.entries().end());
     const OwnCpuLevel highest = ownHighestCpuLevel();
-    const Runner runners[] = {{{scene.entries(), {}}, highest},
-                              {{scene.entries(), {}}, OWN_LEVEL_BASE},
-                              {{scene.entries(), {tileWidth, tileHeight, true}}, highest},
-                              {{scene.entries(), {16, 8, false}}, OWN_LEVEL_BASE}};
-    std::string what = scene.describe();
+    const bool swapped = random.oneIn(2);
+    const OwnCpuLevel one = swapped ? OWN_LEVEL_V3 : OWN_LEVEL_BASE, other = swapped ? OWN_LEVEL_BASE : OWN_LEVEL_V3;
+    const Runner runners[] = {{{entries, {}}, highest},
+                              {{entries, {}}, one},
+                              {{entries, {tileWidth, tileHeight, true}}, highest},
+                              {{entries, {16, 8, false}}, other}};
+    std::string what = scene.describe() + more.describe();
     for (int step = 0; step < steps; ++step) {
         const Example &example = drawPixelExample(random);
         const int indexes[] = {random.below(IMAGES), random.below(IMAGES), random.below(IMAGES)};
-        if (differsInTiles(example, scene[0].layout().depth)) continue;
-        if (areUnequalRun(imagesOf(example, runners[0], indexes))) continue;
+        if (differs(example, imagesOf(example, runners[0], indexes))) continue;
         what += std::string(example.name) + " " + std::to_string(indexes[0]) + " " + std::to_string(indexes[1]) + " " +
                 std::to_string(indexes[2]) + "\n";
         const Random start = random;

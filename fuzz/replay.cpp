@@ -78,7 +78,7 @@ int main(int argc, char **argv) {
         }
     }
     printf("%d inputs", count);
-    if (callsMade > 0) printf(", %llu calls", callsMade);
+    if (callsMade > 0) printf(", %llu calls, %llu without a report", callsMade, callsUnreported);
     printf("\n");
     return count > 0 ? 0 : 1;
 }

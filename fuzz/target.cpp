@@ -6,7 +6,7 @@
 
 #include "mox.h"
 
-unsigned long long callsMade;
+unsigned long long callsMade, callsUnreported;
 
 void requireThat(bool condition, const std::string &what) {
     if (condition) return;

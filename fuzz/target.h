@@ -16,8 +16,8 @@ constexpr size_t MOST_INPUT = 4096;
 
 void fuzzOne(Random &random);
 
-// The calls of examples so far, where a target counts them; the replay tells.
-extern unsigned long long callsMade;
+// The calls of examples so far, and those that had nothing to report, where a target counts them; the replay tells.
+extern unsigned long long callsMade, callsUnreported;
 
 // Prints what and ends the process where the condition does not hold.
 void requireThat(bool condition, const std::string &what);

@@ -46,7 +46,6 @@ bool areUnequalRun(const std::vector<TestImage *> &images) {
 
 std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random,
                        bool tilesAgree) {
-    ++callsMade;
     ExampleCall call;
     call.tilesAgree = tilesAgree;
     call.count = example.images;
@@ -58,6 +57,8 @@ std::string runExample(const Example &example, const std::vector<TestImage *> &i
     example.run(call);
     window.close();
     requireThat(window.live() == 0, std::string(example.name) + ": memory was not given back");
+    ++callsMade;
+    if (reports.seen.empty()) ++callsUnreported;
     std::string text;
     for (const ReportSeen &report : reports.seen) {
         text += std::to_string(report.status) + " " + report.function + " \"" + report.message + "\"\n";
