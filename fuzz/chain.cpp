@@ -10,6 +10,7 @@ static constexpr int PER_DEPTH = 2, IMAGES = 2 * PER_DEPTH;
 struct Runner {
     Variant images;
     OwnCpuLevel level;
+    bool tiled;
 };
 
 static std::vector<TestImage *> imagesOf(const Example &example, const Runner &runner, const int *indexes) {
@@ -19,18 +20,18 @@ static std::vector<TestImage *> imagesOf(const Example &example, const Runner &r
     return images;
 }
 
-// Whether the step is one that may come out otherwise in tiles.
-static bool differs(const Example &example, const std::vector<TestImage *> &images) {
-    for (const TestImage *image : images) {
-        if (differsInTiles(example, image->layout().depth)) return true;
-    }
-    return areUnequalRun(images);
-}
-
 static std::string runStep(const Example &example, const Runner &runner, const int *indexes, Random *random) {
     const std::vector<TestImage *> images = imagesOf(example, runner, indexes);
     ownForceCpuLevel(runner.level);
     return runExample(example, images, random, true);
+}
+
+// On tiles a fault may be found by the function that works on one of them, and told again on the way back: of such
+// reports only the first one's status and message.
+static std::string onTiles(const std::string &reports) {
+    const size_t message = reports.find('"');
+    if (message == std::string::npos) return reports;
+    return reports.substr(0, reports.find(' ')) + reports.substr(message, reports.find('\n') - message);
 }
 
 void fuzzOne(Random &random) {
@@ -50,24 +51,26 @@ void fuzzOne(Random &random) {
     const OwnCpuLevel highest = ownHighestCpuLevel();
     const bool swapped = random.oneIn(2);
     const OwnCpuLevel one = swapped ? OWN_LEVEL_V3 : OWN_LEVEL_BASE, other = swapped ? OWN_LEVEL_BASE : OWN_LEVEL_V3;
-    const Runner runners[] = {{{entries, {}}, highest},
-                              {{entries, {}}, one},
-                              {{entries, {tileWidth, tileHeight, true}}, highest},
-                              {{entries, {16, 8, false}}, other}};
+    const Runner runners[] = {{{entries, {}}, highest, false},
+                              {{entries, {}}, one, false},
+                              {{entries, {tileWidth, tileHeight, true}}, highest, true},
+                              {{entries, {16, 8, false}}, other, true}};
     std::string what = scene.describe() + more.describe();
     for (int step = 0; step < steps; ++step) {
         const Example &example = drawPixelExample(random);
         const int indexes[] = {random.below(IMAGES), random.below(IMAGES), random.below(IMAGES)};
-        if (differs(example, imagesOf(example, runners[0], indexes))) continue;
+        if (mayDifferInTiles(example, imagesOf(example, runners[0], indexes))) continue;
         what += std::string(example.name) + " " + std::to_string(indexes[0]) + " " + std::to_string(indexes[1]) + " " +
                 std::to_string(indexes[2]) + "\n";
+        runningNow = what;
         const Random start = random;
         std::string reports;
         for (const Runner &runner : runners) {
             random = start;
             const std::string now = runStep(example, runner, indexes, &random);
             if (&runner == &runners[0]) reports = now;
-            requireThat(now == reports, what + "reports differ:\n" + now + "and\n" + reports);
+            const bool same = runner.tiled ? onTiles(now) == onTiles(reports) : now == reports;
+            requireThat(same, what + "reports differ:\n" + now + "and\n" + reports);
             for (size_t i = 0; i < IMAGES; ++i)
                 requireThat(sameSamples(runner.images[i], runners[0].images[i]), what);
         }

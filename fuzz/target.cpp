@@ -8,6 +8,8 @@
 
 unsigned long long callsMade, callsUnreported;
 
+std::string runningNow;
+
 void requireThat(bool condition, const std::string &what) {
     if (condition) return;
     fprintf(stderr, "%s\n", what.c_str());

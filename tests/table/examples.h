@@ -60,6 +60,8 @@ struct Example {
         bool tiledDiffers = false;        // results of 32F depend on the tiles
         bool byTiles = false;             // results of every depth do, and on bands: samples draw in their order
         bool tiledNearest = false;        // with some arguments, unless tilesAgree says no, tiles give something else
+        bool processDraws = false;        // draws from the C library's generator, which all threads share
+        bool tiledOneSize = false;        // refuses tiled images whose regions differ in size
         bool plainOnly = false;           // refuses tiled images
         bool readsOnly = false;           // its images stay as they are: it answers numbers
         bool neighbours = false;          // a sample depends on others than the one in its place
