@@ -19,8 +19,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 static char current[200];
 
-static void tellCurrent(int) {
+static void tellCurrent(int signal) {
+#ifdef SIGTRAP
+    if (signal == SIGTRAP) fprintf(stderr, "%s\n", runningNow.c_str());
+#endif
     fprintf(stderr, "in the input %s\n", current);
+    if (signal != SIGABRT) _Exit(1);
 }
 
 static void runInput(const std::string &name, const std::vector<uint8_t> &bytes) {
@@ -64,6 +68,9 @@ static void runRandom(int count) {
 
 int main(int argc, char **argv) {
     signal(SIGABRT, tellCurrent);
+#ifdef SIGTRAP
+    signal(SIGTRAP, tellCurrent);
+#endif
     int count = 0;
     for (int i = 1; i < argc; ++i) {
         if (strcmp(argv[i], "random") == 0 && i + 1 < argc) {
@@ -77,6 +84,8 @@ int main(int argc, char **argv) {
             ++count;
         }
     }
-    printf("%d inputs\n", count);
+    printf("%d inputs", count);
+    if (callsMade > 0) printf(", %llu calls, %llu without a report", callsMade, callsUnreported);
+    printf("\n");
     return count > 0 ? 0 : 1;
 }

@@ -6,6 +6,10 @@
 
 #include "mox.h"
 
+unsigned long long callsMade, callsUnreported;
+
+std::string runningNow;
+
 void requireThat(bool condition, const std::string &what) {
     if (condition) return;
     fprintf(stderr, "%s\n", what.c_str());

@@ -37,15 +37,34 @@ Variant::Variant(const std::vector<TestImage *> &images, const VariantTiles &til
     }
 }
 
-bool areUnequalRun(const std::vector<TestImage *> &images) {
+static bool areUnequalRun(const std::vector<TestImage *> &images) {
     if (images.size() != 3) return false;
     const MoxImage *a = images[0]->header(), *b = images[1]->header(), *c = images[2]->header();
     return ownCanRunFlat(a, b, c, false) &&
            !(ownCanRunFlat(a, b, nullptr, false) && ownCanRunFlat(a, c, nullptr, false));
 }
 
-std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random) {
+static bool areOneSize(const std::vector<TestImage *> &images) {
+    std::vector<OwnImageRect> rects(images.size());
+    for (size_t i = 0; i < images.size(); ++i)
+        ownImageRect(images[i]->header(), &rects[i]);
+    return std::all_of(rects.begin(), rects.end(), [&](const OwnImageRect &rect) {
+        return rect.width == rects[0].width && rect.height == rects[0].height;
+    });
+}
+
+bool mayDifferInTiles(const Example &example, const std::vector<TestImage *> &images) {
+    if (example.more.tiledOneSize && !areOneSize(images)) return true;
+    for (const TestImage *image : images) {
+        if (differsInTiles(example, image->layout().depth)) return true;
+    }
+    return areUnequalRun(images);
+}
+
+std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random,
+                       bool tilesAgree) {
     ExampleCall call;
+    call.tilesAgree = tilesAgree;
     call.count = example.images;
     call.random = random;
     for (size_t i = 0; i < images.size(); ++i)
@@ -55,6 +74,8 @@ std::string runExample(const Example &example, const std::vector<TestImage *> &i
     example.run(call);
     window.close();
     requireThat(window.live() == 0, std::string(example.name) + ": memory was not given back");
+    ++callsMade;
+    if (reports.seen.empty()) ++callsUnreported;
     std::string text;
     for (const ReportSeen &report : reports.seen) {
         text += std::to_string(report.status) + " " + report.function + " \"" + report.message + "\"\n";

@@ -28,13 +28,14 @@ class Variant {
     std::vector<TestImage *> entries_;
 };
 
-// Whether three images pass for one run of bytes although they differ: their sums agree, and the run covers what it
-// covers, on plain images only.
-bool areUnequalRun(const std::vector<TestImage *> &images);
+// Whether a call may come out otherwise in tiles: samples that depend on the walk, tiles that are refused, or three
+// images that pass for one run of bytes although they differ, as plain images may whose sums agree.
+bool mayDifferInTiles(const Example &example, const std::vector<TestImage *> &images);
 
 // Runs an example on some of the images, with arguments drawn from a copy of random, which is given back; the reports
-// as text, without the place that made them, and what the function answers.
-std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random);
+// as text, without the place that made them, and what the function answers. With tilesAgree it draws only arguments
+// with which tiled images give what plain ones give.
+std::string runExample(const Example &example, const std::vector<TestImage *> &images, Random *random, bool tilesAgree);
 
 // Whether two images hold the same samples; at 32F one NaN is as good as another.
 testing::AssertionResult sameSamples(const TestImage &one, const TestImage &other);

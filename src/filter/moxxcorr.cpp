@@ -226,7 +226,7 @@ uint8_t *layOut(Scratch *scratch, const OwnWindow &window, Correlation *c) {
     const int64_t columns = window.width + c->width - 1, height = c->height;
     const int64_t tapColumns = c->bytes ? (int64_t{c->width} + 1) / 2 : c->width, tapBytes = c->bytes ? 4 : 8;
     c->ringBytes = (columns * tapBytes + 63) / 64 * 64;
-    const int channels = ownChannels(window.src);
+    const int channels = window.srcChannels;
     c->channels = static_cast<Channel *>(scratch->take(channels, sizeof(Channel)));
     c->rows = static_cast<const void **>(scratch->take(height, sizeof(void *)));
     c->pairSums = static_cast<int32_t *>(scratch->take(window.width, 4));
@@ -293,7 +293,7 @@ bool correlate(OwnWindow *window, Correlation *c) {
     layOut(&scratch, *window, c);
     if (!scratch.allocate()) return false;
     uint8_t *row = layOut(&scratch, *window, c);
-    for (int k = 0; k < ownChannels(window->src); ++k)
+    for (int k = 0; k < window->srcChannels; ++k)
         setTaps(*c, k, row);
     return ownRunWindow(*window) == OWN_WINDOW_DONE;
 }
@@ -310,12 +310,11 @@ class Silence {
     int before_;
 };
 
-// Alpha that the result alone has is left alone: the source is taken as having it too.
-MoxImage *withAlphaOf(const MoxImage *dst, MoxImage *src, MoxImage *copy) {
-    if (ownHasCoi(src) || ownHasCoi(dst) || dst->alphaChannel == 0 || src->alphaChannel != 0) return src;
-    *copy = *src;
-    copy->alphaChannel = dst->alphaChannel;
-    return copy;
+// The source's channels that count. Alpha that the result alone has is left alone: the source is taken as having it
+// too.
+int countChannels(const MoxImage *src, const MoxImage *dst) {
+    const bool alphaOfResult = dst->alphaChannel != 0 && src->alphaChannel == 0 && !ownHasCoi(src) && !ownHasCoi(dst);
+    return ownChannels(src) - (alphaOfResult ? 1 : 0);
 }
 
 }  // namespace
@@ -342,16 +341,16 @@ MoxStatus MOX_CALL moxNormCrossCorr(MoxImage *tplImage, MoxImage *srcImage, MoxI
     if (moxGetErrStatus() == MOX_StatusNoError) moxSetErrStatus(before);
     OwnImageRect rect;
     ownImageRect(tplImage, &rect);
-    MoxImage header;
     OwnWindow window = {};
-    window.src = withAlphaOf(dstImage, srcImage, &header);
+    window.src = srcImage;
+    window.srcChannels = countChannels(srcImage, dstImage);
     window.dst = dstImage;
     window.mask = mask.image();
     ownWindowSize(&window);
     if (mask.endsCall()) return refused ? bad : MOX_StatusNoError;
     const bool empty = window.width < 1 || window.height < 1 || rect.width < 1 || rect.height < 1;
     bool done = !mask.lacksMemory();
-    if (done && (empty || ownChannels(window.src) == 0)) return MOX_StatusNoError;
+    if (done && (empty || window.srcChannels == 0)) return MOX_StatusNoError;
     if (done) {
         const Silence silence;
         Correlation c = makeCorrelation(tplImage, srcImage, dstImage, rect);

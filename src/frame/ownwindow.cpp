@@ -41,13 +41,17 @@ void packBits(const uint8_t *bytes, int64_t count, uint8_t *bits) {
     bits[i / 8] = static_cast<uint8_t>(last);
 }
 
+int sourceChannels(const OwnWindow &window) {
+    return window.srcChannels > 0 ? window.srcChannels : ownChannels(window.src);
+}
+
 class WindowRunner {
   public:
     explicit WindowRunner(const OwnWindow &window) : window_(window) {
         ownImageRect(window.src, &srcRect_);
         inPlace_ = window.src == window.dst && !window.src->tileInfo;
         channels_ = ownWindowChannels(window);
-        passes_ = ownChannels(window.src) / channels_;
+        passes_ = sourceChannels(window) / channels_;
         gathers_ = window.together && window.src->dataOrder == MOX_DATA_ORDER_PLANE;
     }
     ~WindowRunner() { moxFree(memory_); }
@@ -440,7 +444,7 @@ void ownWindowSize(OwnWindow *window) {
 
 int ownWindowChannels(const OwnWindow &window) {
     const bool pixels = window.src->dataOrder == MOX_DATA_ORDER_PIXEL && window.dst->dataOrder == MOX_DATA_ORDER_PIXEL;
-    return pixels || window.together ? ownChannels(window.src) : 1;
+    return pixels || window.together ? sourceChannels(window) : 1;
 }
 
 OwnWindowResult ownRunWindow(const OwnWindow &window) {

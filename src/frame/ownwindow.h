@@ -30,6 +30,7 @@ struct OwnWindow {
     void *filter;
     int64_t rowsAtOnce;  // output rows that a call of the function takes at most
     bool chop;           // the filter computes with rounding towards zero
+    int srcChannels;     // as many of the source's first channels are processed; 0 for its own number
     int dstCoi;          // the destination's channel of interest in place of its own; 0 for its own
     bool together;       // all channels of a pixel side by side in plane order, too; not for a filter in place
 };

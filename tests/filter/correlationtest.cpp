@@ -176,6 +176,30 @@ TEST(NormCrossCorrelation, aDestinationMayDifferInOrderAndOrigin) {
     EXPECT_TRUE(dst.holds(expected.expected));
 }
 
+// Alpha of the destination alone stays. The tiles of such a source are asked for by the caller's own header, as all
+// are.
+TEST(NormCrossCorrelation, alphaOfTheDestinationStaysOnTilesToo) {
+    for (const int order : {MOX_DATA_ORDER_PIXEL, MOX_DATA_ORDER_PLANE}) {
+        for (const int tile : {0, 8}) {
+            TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 30, 12, 3, order);
+            layout.tileWidth = layout.tileHeight = tile;
+            TestImage src(layout, 1), pattern(TestLayout::of(MOX_DEPTH_8U, 5, 3, 3), 3);
+            layout.alpha = 3;
+            TestImage dst(layout, 2);
+            ReportRecorder reports;
+            const RefCorrelation wanted = refNormCrossCorr(pattern, src, dst);
+            TileLog log;
+            EXPECT_EQ(moxNormCrossCorr(pattern.header(), src.header(), dst.header()), 0);
+            EXPECT_TRUE(reports.none());
+            EXPECT_TRUE(log.paired());
+            RefResult expected = wanted.result;
+            refAcceptRounding(src, dst, wanted, &expected);
+            EXPECT_TRUE(dst.holds(expected.expected));
+            EXPECT_TRUE(dst.bytes() != TestImage(layout, 2).bytes());
+        }
+    }
+}
+
 // With a channel of interest the images need not have as many channels: nobody compares one with the others then.
 TEST(NormCrossCorrelation, aTemplateOfOneChannelForAChannelOfInterest) {
     TestLayout layout = TestLayout::of(MOX_DEPTH_8U, 30, 12, 3);

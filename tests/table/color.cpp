@@ -130,7 +130,7 @@ void scaleFP(Call &call) {
 
 std::vector<Example> colorExamples() {
     return {
-        {"moxReduceBits", PIXELS, 2, reduceBits, {.quietMemory = true, .neighbours = true}},
+        {"moxReduceBits", PIXELS, 2, reduceBits, {.quietMemory = true, .processDraws = true, .neighbours = true}},
 
         {"moxConvert",
          PIXELS,
@@ -146,7 +146,7 @@ std::vector<Example> colorExamples() {
          },
          {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U, .sameSize = true}},
         {"moxScale", PIXELS, 2, [](Call &c) { moxScale(c.src(), c.dst()); }, {.resultDepth = MOX_DEPTH_16S}},
-        {"moxScaleFP", PIXELS, 2, scaleFP, {.resultDepth = MOX_DEPTH_32F}},
+        {"moxScaleFP", PIXELS, 2, scaleFP, {.resultDepth = MOX_DEPTH_32F, .tiledOneSize = true}},
         {"moxThreshold",
          PIXELS,
          2,

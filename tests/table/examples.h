@@ -22,6 +22,7 @@ struct ExampleCall {
     MoxImage *images[3] = {};
     int count = 0;             // of images
     Random *random = nullptr;  // draws arguments; null gives the usual ones
+    bool tilesAgree = false;   // draws only arguments with which tiled images give what plain ones give
     // What the function answers beside its images: it must be the same on tiles, at every level, at every time.
     std::vector<double> answers = {};
 
@@ -58,7 +59,9 @@ struct Example {
         bool releasesTiles = false;       // also after one that is not delivered; the others stay in hand
         bool tiledDiffers = false;        // results of 32F depend on the tiles
         bool byTiles = false;             // results of every depth do, and on bands: samples draw in their order
-        bool tiledNearest = false;        // the nearest neighbour takes other pixels on tiles
+        bool tiledNearest = false;        // with some arguments, unless tilesAgree says no, tiles give something else
+        bool processDraws = false;        // draws from the C library's generator, which all threads share
+        bool tiledOneSize = false;        // refuses tiled images whose regions differ in size
         bool plainOnly = false;           // refuses tiled images
         bool readsOnly = false;           // its images stay as they are: it answers numbers
         bool neighbours = false;          // a sample depends on others than the one in its place

@@ -1,5 +1,6 @@
 // Example calls: quadrangles and maps.
 
+#include "reference/geometry.h"
 #include "table/examples.h"
 
 namespace {
@@ -161,13 +162,36 @@ void decimateBlur(Call &call) {
     moxDecimateBlur(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, interpolate, xMaskSize, yMaskSize);
 }
 
+// The nearest neighbour takes other pixels on tiles, unless it leaves the size as it is. Bits and sources of one row or
+// column have it whatever the kind.
+bool takesNearest(const MoxImage *src, int kind) {
+    RefRect rect;
+    if (kind == MOX_INTER_SUPER || !refRegionRect(src->roi, src->width, src->height, &rect)) return false;
+    return kind == MOX_INTER_NN || src->depth == MOX_DEPTH_1U || rect.left == rect.right || rect.top == rect.bottom;
+}
+
+// What moxZoom and moxResize draw.
+struct Zoom {
+    int xDst, xSrc, yDst, ySrc, kind;
+};
+Zoom drawZoom(Call &call, const Zoom &usual, int kinds) {
+    // In this order, which inputs of the fuzz targets know.
+    Zoom to = {call.size(usual.xDst), call.size(usual.xSrc), call.size(usual.yDst), call.size(usual.ySrc),
+               call.choice(usual.kind, kinds)};
+    if (call.tilesAgree && takesNearest(call.src(), to.kind)) {
+        to.xSrc = to.xDst;
+        to.ySrc = to.yDst;
+    }
+    return to;
+}
+
 void zoom(Call &call) {
-    const int xDst = call.size(3), xSrc = call.size(2), yDst = call.size(5), ySrc = call.size(4);
-    moxZoom(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, call.choice(MOX_INTER_CUBIC, 3));
+    const Zoom to = drawZoom(call, {3, 2, 5, 4, MOX_INTER_CUBIC}, 3);
+    moxZoom(call.src(), call.dst(), to.xDst, to.xSrc, to.yDst, to.ySrc, to.kind);
 }
 void resize(Call &call) {
-    const int xDst = call.size(3), xSrc = call.size(4), yDst = call.size(5), ySrc = call.size(4);
-    moxResize(call.src(), call.dst(), xDst, xSrc, yDst, ySrc, call.choice(MOX_INTER_LINEAR, 4));
+    const Zoom to = drawZoom(call, {3, 4, 5, 4, MOX_INTER_LINEAR}, 4);
+    moxResize(call.src(), call.dst(), to.xDst, to.xSrc, to.yDst, to.ySrc, to.kind);
 }
 void decimate(Call &call) {
     const int xDst = call.size(2), xSrc = call.size(3), yDst = call.size(3), ySrc = call.size(4);

@@ -41,7 +41,7 @@ double firstSample(unsigned depth, const char *pixel) {
 
 void movePixel(Call &call, bool get) {
     // Room for the samples of any header whose pixels are there.
-    static char pixel[1 << 22];
+    static thread_local char pixel[1 << 22];
     const int x = call.size(3) - 1, y = call.size(2) - 1;
     memset(pixel, get ? 0 : call.choice(0x5A, 256), 64);
     if (get) {

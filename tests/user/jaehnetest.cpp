@@ -31,8 +31,8 @@ uint32_t sampleAt(const MoxImage &image, int x, int y) {
 
 TEST(Jaehne, ringsAreThoseOfTheFormula) {
     for (const unsigned depth : allDepths) {
-        for (const auto &[width, height] :
-             {std::pair{1, 1}, {1, 9}, {13, 1}, {64, 64}, {100, 37}, {37, 100}, {251, 130}}) {
+        for (const auto &size : {std::pair{1, 1}, {1, 9}, {13, 1}, {64, 64}, {100, 37}, {37, 100}, {251, 130}}) {
+            const int width = size.first, height = size.second;
             SCOPED_TRACE(std::string(depthName(depth)) + " " + std::to_string(width) + " x " + std::to_string(height));
             const std::vector<RefJaehneSample> wanted = refJaehne(depth, width, height);
             forEachCpuLevel([&] {
