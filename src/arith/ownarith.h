@@ -38,9 +38,10 @@ struct OwnArithRows {
 
 const OwnArithRows &ownArithRows();
 
-// The kernels of an operation for an image of a valid depth.
+// The kernels of an operation for an image of a valid depth, which is as much as a compiler has to know.
 inline const OwnRowForms &ownRowsOf(const OwnRowForms (&rows)[OWN_DEPTHS], const MoxImage *image) {
-    return rows[ownDepthIndex(image->depth)];
+    const int index = ownDepthIndex(image->depth);
+    return rows[index < 0 ? 0 : index];
 }
 
 // A value for the logic operations: of a bit's value bit 0 counts, and it is repeated over the byte.

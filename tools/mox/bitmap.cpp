@@ -87,7 +87,7 @@ Bitmap emptyBitmap(const MoxImage *image, const BitmapForm &form, int bits) {
 
 void copyPalette(const Bitmap &source, const Bitmap &bitmap) {
     BITMAPINFOHEADER *header = bitmap.header();
-    header->biClrUsed = std::min(source.header()->biClrUsed, 1u << header->biBitCount);
+    header->biClrUsed = std::min<unsigned>(source.header()->biClrUsed, 1u << header->biBitCount);
     std::memcpy(bitmap.bytes.get() + sizeof(BITMAPINFOHEADER), source.bytes.get() + sizeof(BITMAPINFOHEADER),
                 std::size_t{4} * header->biClrUsed);
 }

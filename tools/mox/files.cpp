@@ -123,15 +123,15 @@ static void setUsualRights(int descriptor, const std::string &target) {
     struct stat existing;
     mode_t rights;
     if (::stat(target.c_str(), &existing) == 0) {
-        rights = existing.st_mode & 0777;
+        rights = static_cast<mode_t>(existing.st_mode & 0777);
     } else {
         // Asked for once: for a moment it is another one, for all threads.
         static const mode_t mask = [] {
-            const mode_t usual = ::umask(0);
+            const mode_t usual = static_cast<mode_t>(::umask(0));
             ::umask(usual);
             return usual;
         }();
-        rights = 0666 & ~mask;
+        rights = static_cast<mode_t>(0666 & ~mask);
     }
     if (::fchmod(descriptor, rights) != 0) failErrno(target, errno);
 }
@@ -169,9 +169,9 @@ void checkTarget(const std::string &name) {
     if (target.passes) return;
     fs::path folder = fs::path(target.path).parent_path();
     if (folder.empty()) folder = ".";
-    if (::access(folder.c_str(), F_OK) != 0) failErrno(name + ": the folder " + folder.string(), errno);
+    if (::access(folder.string().c_str(), F_OK) != 0) failErrno(name + ": the folder " + folder.string(), errno);
     if (!fs::is_directory(folder)) fail(exitFile, name + ": " + folder.string() + " is no folder");
-    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+    if (::access(folder.string().c_str(), W_OK | X_OK) != 0) {
         failErrno(name + ": nothing can be written into the folder " + folder.string(), errno);
     }
 }
