@@ -1,5 +1,9 @@
 // What an operation tests by name comes before the refusal of headers that cannot be those of images in memory, in
 // every frame; and either comes before a byte is touched.
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include <cstdint>

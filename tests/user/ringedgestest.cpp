@@ -24,15 +24,25 @@ double distance(double value, long double exact) {
     return std::fabs(off) * std::ldexp(1.0, 53 - exponent);
 }
 
+// The C library of 32-bit Windows leaves sines to the processor, whose pi ends after 66 bits: it knows small angles
+// only.
+#if defined(_WIN32)
+constexpr bool KNOWS_LARGE_ANGLES = false;
+#else
+constexpr bool KNOWS_LARGE_ANGLES = true;
+#endif
+
 TEST(RingEdges, sinesAreRightToTheLastPlace) {
     Random random(7);
     double worst = 0;
     for (int i = 0; i < 200000; ++i) {
-        const double angle = std::ldexp(static_cast<double>(random.bits() | 1), random.between(-40, -2));
+        const double angle =
+            std::ldexp(static_cast<double>(random.bits() | 1), random.between(-40, KNOWS_LARGE_ANGLES ? -2 : -33));
         worst = std::max(worst, distance(ownSine(angle), std::sin(static_cast<long double>(angle))));
     }
     EXPECT_LT(worst, 0.9);
     EXPECT_EQ(ownSine(0), 0);
+    if (!KNOWS_LARGE_ANGLES) return;
     // Large angles, and what lies closest to multiples of pi / 2 among them, where the sine is nearly 0.
     worst = 0;
     for (int i = 0; i < 200000; ++i) {

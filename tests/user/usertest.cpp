@@ -192,15 +192,17 @@ TEST(UserProcessImage, pixelsComeWhole) {
     }
 }
 
+std::vector<const void *> places;
+void MOX_CALL notePlaces(MoxImage *, void *from, MoxImage *, void *to) {
+    EXPECT_EQ(from, to);
+    places.push_back(from);
+}
+
 // In pixel order the callback gets the places of the samples themselves, in place the same one twice.
 TEST(UserProcessImage, pixelsOfPixelOrderAreTheImagesOwn) {
     TestImage image(TestLayout::of(MOX_DEPTH_8U, 4, 2, 3), 1);
-    static std::vector<const void *> places;
     places.clear();
-    moxUserProcessPixel(image.header(), image.header(), [](MoxImage *, void *from, MoxImage *, void *to) {
-        EXPECT_EQ(from, to);
-        places.push_back(from);
-    });
+    moxUserProcessPixel(image.header(), image.header(), notePlaces);
     ASSERT_EQ(places.size(), 8u);
     for (int k = 0; k < 8; ++k) {
         EXPECT_EQ(places[static_cast<size_t>(k)],
@@ -208,12 +210,14 @@ TEST(UserProcessImage, pixelsOfPixelOrderAreTheImagesOwn) {
     }
 }
 
+void MOX_CALL writeNothing(MoxImage *, void *, MoxImage *, void *) {}
+
 // What the callback does not write stays, in both orders.
 TEST(UserProcessImage, aCallbackThatWritesNothingChangesNothing) {
     for (const int order : {MOX_DATA_ORDER_PIXEL, MOX_DATA_ORDER_PLANE}) {
         TestImage src(TestLayout::of(MOX_DEPTH_8U, 20, 10, 3, order), 1), dst(src.layout(), 2);
         const TestBytes before = dst.bytes();
-        moxUserProcessPixel(src.header(), dst.header(), [](MoxImage *, void *, MoxImage *, void *) {});
+        moxUserProcessPixel(src.header(), dst.header(), writeNothing);
         EXPECT_TRUE(dst.holds(before));
     }
 }
