@@ -8,6 +8,7 @@
 
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 
 namespace {
 
@@ -403,6 +404,10 @@ RunRequest understandRun(const Words &words) {
     request.format = words.valueOf("--format");
     request.quality = numberOf(words, "--quality", 1, 100, 90);
     understandTiles(words, &request);
+    if (const GivenOption *given = words.find("--memory")) {
+        request.memory = memoryFromText(given->value);
+        if (request.memory == 0) badSetting(*given, "a size from 1M, as 300M or 2G");
+    }
     understandForm(words, &request);
     if (words.split) {
         understandMany(words, &request);

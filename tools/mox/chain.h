@@ -53,6 +53,7 @@ struct RunRequest {
     OutputForm outputForm;
     std::vector<Step> steps;
     std::optional<Size> tiles;
+    std::uint64_t memory = 0;  // bytes; 0 for what is usual
     bool planes = false;
     BitmapForm form;       // of bitmaps that are made
     bool hasForm = false;  // something of it was said

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "failure.h"
+#include "scratch.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ std::shared_ptr<std::FILE> owned(std::FILE *file) {
 
 // All that comes, in a file that has no name.
 std::shared_ptr<std::FILE> spooled(const std::string &name, int descriptor) {
-    std::FILE *const scratch = std::tmpfile();
+    std::FILE *const scratch = scratchStream();
     if (!scratch) failErrno(name + ": no scratch file can be made for what comes through it", errno);
     std::shared_ptr<std::FILE> file = owned(scratch);
     std::vector<char> piece(1 << 16);
@@ -188,8 +189,7 @@ RowSource readRows(const Input &input) {
         case Format::pnm:
             return readPnm(input);
         case Format::bmp:
-            return rowsOfOwned(
-                pictureFromBitmap(readBitmapFile(input), exitFile, input.name + ": cannot be read as a bitmap"));
+            return readBitmapRows(input);
         default:
             return readPng(input);
     }

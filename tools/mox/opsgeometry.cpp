@@ -1,6 +1,7 @@
 // Operations that put pixels into other places.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -8,11 +9,12 @@
 
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 #include "operations.h"
 
 namespace {
 
-constexpr int longestCanvasSide = 1 << 15;
+constexpr int longestCanvasSide = 1 << 20;
 
 using Quad = double[4][2];
 
@@ -164,7 +166,11 @@ void scaleBy(Call *call, const char *operation, const Scale &function, int kind)
     const MoxImage *image = call->image;
     const auto scaled = [&](int side) { return std::floor(static_cast<double>(side) * to / from); };
     MoxImage *result = canvasFor(call, operation, scaled(image->width), scaled(image->height));
-    function(call->image, result, to, from, to, from, kind);
+    const bool nearest = kind == MOX_INTER_NN || image->depth == MOX_DEPTH_1U;
+    // The nearest pixels are others in tiles.
+    const ImagePtr before = nearest ? wholeOf(call->image) : nullptr, after = nearest ? wholeOf(result) : nullptr;
+    function(before ? before.get() : call->image, after ? after.get() : result, to, from, to, from, kind);
+    if (after) putWhole(after, result);
 }
 
 void zoom(Call *call) {
@@ -204,6 +210,8 @@ MapWord mapOf(const Argument &argument, const char *name) {
 
 // A map of positions in one direction, for every pixel of a picture.
 ImagePtr makeMap(const MapWord &word, const MoxImage *image, bool down) {
+    checkMemory("a map of the picture's size",
+                8 * static_cast<std::uint64_t>(image->width) * static_cast<std::uint64_t>(image->height));
     ImagePtr map(moxCreateImageHeader(1, 0, static_cast<int>(MOX_DEPTH_32F), "GRAY", "G", MOX_DATA_ORDER_PIXEL,
                                       image->origin, 4, image->width, image->height, nullptr, nullptr, nullptr,
                                       nullptr));

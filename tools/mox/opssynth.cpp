@@ -8,6 +8,7 @@
 
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 #include "operations.h"
 
 namespace {
@@ -114,7 +115,10 @@ void noise(Call *call) {
     } else {
         floats ? moxNoiseGaussianInitFP(&param, seed, a, b) : moxNoiseGaussianInit(&param, seed, whole(a), whole(b));
     }
-    moxNoiseImage(call->image, &param);
+    // The numbers go to the samples in their order, which is another one in tiles.
+    const ImagePtr copy = wholeOf(call->image);
+    moxNoiseImage(copy ? copy.get() : call->image, &param);
+    if (copy) putWhole(copy, call->image);
 }
 
 // The test image in each channel, at the region's corner.
@@ -125,6 +129,7 @@ void testImage(Call *call) {
     if (std::sscanf(size.c_str(), "%dx%d%c", &width, &height, &behind) != 2 || width < 1 || height < 1)
         fail(exitUsage, "testimage: " + size + " is no size, as 256x256 is one");
     MoxImage *image = call->image;
+    checkMemory("the test image", 4 * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height));
     const ImagePtr rings(moxCreateImageJaehne(static_cast<int>(image->depth), width, height));
     if (!rings) return;
     rings->origin = image->origin;

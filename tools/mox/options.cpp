@@ -50,6 +50,8 @@ std::vector<Option> runOptions() {
         {"--diffuse", nullptr,
          "To the palette's own colours, the errors spread to the neighbours, in place of --dither", bitmaps},
         {"--tiles", "WxH", "Serve pictures to the library in tiles, sides multiples of 8", ways},
+        {"--memory", "SIZE", "Take no more for pictures, as in 300M or 2G; larger ones go through scratch files (half)",
+         ways, "300M 1G 4G"},
         {"--planes", nullptr, "Keep channels in planes, not interleaved", ways},
     };
 }
