@@ -167,7 +167,7 @@ Bitmap wholeBitmap(const Input &input, const Front &front) {
                                  (header.biBitCount <= 8 ? 3 : 9);
     const std::uint64_t bytes = 2 * front.layout.pixelBytes + pixels;
     if (bytes > pixelMemory() || front.layout.pixelBytes > 0x7FFFFFFF)
-        refuse(input.name, tooLargeText("its run lengths or palette", bytes + memoryBound() - pixelMemory()));
+        refuse(input.name, tooLargeText("what is compressed or a palette", bytes));
     return withPixels(input, front, header, front.layout.pixels, front.layout.pixelBytes);
 }
 

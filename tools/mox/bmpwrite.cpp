@@ -40,7 +40,7 @@ bool isLocal(const BitmapForm &form) {
 }
 
 Picture nextRows(RowSource *rows, int count) {
-    RowSource part = {rows->form, rows->next};
+    RowSource part = {rows->form, [rows](std::uint32_t *row) { rows->next(row); }};
     part.form.height = count;
     return pictureFromRows(std::move(part));
 }

@@ -398,16 +398,21 @@ void understandOne(const Words &words, RunRequest *request) {
 
 }  // namespace
 
+std::uint64_t memoryOf(const Words &words) {
+    const GivenOption *given = words.find("--memory");
+    if (!given) return 0;
+    const std::uint64_t bytes = memoryFromText(given->value);
+    if (bytes == 0) badSetting(*given, "a size from 100K on, as 300M or 2G");
+    return bytes;
+}
+
 RunRequest understandRun(const Words &words) {
     RunRequest request;
     request.planes = words.find("--planes") != nullptr;
     request.format = words.valueOf("--format");
     request.quality = numberOf(words, "--quality", 1, 100, 90);
     understandTiles(words, &request);
-    if (const GivenOption *given = words.find("--memory")) {
-        request.memory = memoryFromText(given->value);
-        if (request.memory == 0) badSetting(*given, "a size from 1M, as 300M or 2G");
-    }
+    request.memory = memoryOf(words);
     understandForm(words, &request);
     if (words.split) {
         understandMany(words, &request);

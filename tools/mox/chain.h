@@ -68,6 +68,9 @@ struct RunRequest {
     bool resumes = false;
 };
 
+// What --memory says, in bytes; 0 where it was not given.
+std::uint64_t memoryOf(const Words &words);
+
 // Throws Failure for what makes no sense.
 RunRequest understandRun(const Words &words);
 

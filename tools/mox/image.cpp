@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -339,6 +340,8 @@ ImagePtr wholeOf(MoxImage *image) {
     copyAll(image, whole.get());
     whole->roi = image->roi;
     whole->maskROI = image->maskROI;
+    std::copy(std::begin(image->borderMode), std::end(image->borderMode), whole->borderMode);
+    std::copy(std::begin(image->borderConst), std::end(image->borderConst), whole->borderConst);
     return whole;
 }
 

@@ -68,7 +68,8 @@ Picture pictureFromImage(const MoxImage *image, int bits);
 RowSource exactRowsOfImage(const MoxImage *image, int bits);
 
 // All samples of an image that is served in tiles, in memory, for what has to see it so; null for one that is there.
-// The region, channel of interest and mask of the image are the copy's, too. Throws Failure where it is too large.
+// The region, channel of interest, mask and borders of the image are the copy's, too. Throws Failure where it is too
+// large.
 ImagePtr wholeOf(MoxImage *image);
 
 // The way back, of all samples.

@@ -110,6 +110,7 @@ ExitCode tellPictures(const std::vector<std::string> &names) {
 
 // Gives the exit code.
 ExitCode runCommand(const CommandLine &line) {
+    if (line.memory != 0) setMemoryBound(line.memory);
     switch (line.command) {
         case Command::done:
             break;
@@ -124,7 +125,6 @@ ExitCode runCommand(const CommandLine &line) {
             return tellPictures(line.pictures);
         case Command::run:
             if (line.run.isMany) return runMany(line.run);
-            if (line.run.memory != 0) setMemoryBound(line.run.memory);
             // What operations print is not to stand in the middle of a picture.
             std::fputs(runRequest(line.run, "").c_str(), line.run.output == "-" ? stderr : stdout);
             break;

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::uint64_t million = std::uint64_t{1} << 20;
+constexpr std::uint64_t leastMemory = 100 << 10;
 constexpr std::uint64_t ownMemory = 40 * million;  // of the program with its libraries
 
 std::atomic<std::uint64_t> bound{0};
@@ -30,7 +31,7 @@ std::uint64_t memoryBound() {
 }
 
 void setMemoryBound(std::uint64_t bytes) {
-    bound = std::max(bytes, million);
+    bound = std::max(bytes, leastMemory);
 }
 
 std::uint64_t memoryFromText(const std::string &text) {
@@ -42,7 +43,7 @@ std::uint64_t memoryFromText(const std::string &text) {
     const int shift = unit == 'B' ? 0 : unit == 'K' || unit == 'k' ? 10 : unit == 'M' ? 20 : unit == 'G' ? 30 : -1;
     if (shift < 0 || number > (std::uint64_t{1} << 50) >> shift) return 0;
     number <<= shift;
-    return number < 1000000 ? 0 : number;
+    return number < leastMemory ? 0 : number;
 }
 
 std::uint64_t pixelMemory() {
@@ -55,12 +56,17 @@ std::uint64_t largestWhole() {
 }
 
 std::string megabytes(std::uint64_t bytes) {
+    if (bytes < million) return std::to_string(bytes / 1024 + (bytes % 1024 != 0 ? 1 : 0)) + " KB";
     return std::to_string(bytes / million + (bytes % million != 0 ? 1 : 0)) + " MB";
 }
 
+std::uint64_t boundFor(std::uint64_t pixels) {
+    return pixels + std::min(pixels, ownMemory);
+}
+
 std::string tooLargeText(const std::string &what, std::uint64_t bytes) {
-    return what + " has to be in memory whole, which takes " + megabytes(bytes) + " or more; --memory allows " +
-           megabytes(memoryBound());
+    return what + " has to be in memory whole, which takes " + megabytes(boundFor(bytes)) +
+           " or more; --memory allows " + megabytes(memoryBound());
 }
 
 void failMemory(const std::string &what, std::uint64_t bytes) {
@@ -68,7 +74,7 @@ void failMemory(const std::string &what, std::uint64_t bytes) {
 }
 
 void checkMemory(const std::string &what, std::uint64_t bytes) {
-    if (taken + bytes > pixelMemory()) failMemory(what, taken + bytes + memoryBound() - pixelMemory());
+    if (taken + bytes > pixelMemory()) failMemory(what, taken + bytes);
 }
 
 void takeMemory(const std::string &what, std::uint64_t bytes) {

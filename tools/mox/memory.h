@@ -13,11 +13,14 @@ void setMemoryBound(std::uint64_t bytes);
 // What the machine has of it.
 std::uint64_t usualMemory();
 
-// "300M", "2G", "500000K" or bytes; 0 for what is none, or less than a million bytes.
+// "300M", "2G", "500000K" or bytes; 0 for what is none, or less than 100K.
 std::uint64_t memoryFromText(const std::string &text);
 
 // The part of the bound that is for pixels. The rest is for the program itself and what the decoders take.
 std::uint64_t pixelMemory();
+
+// The bound with which there is so much for pixels.
+std::uint64_t boundFor(std::uint64_t pixels);
 
 // The largest image that is kept in memory whole, where it may as well be in a scratch file.
 std::uint64_t largestWhole();
@@ -25,6 +28,7 @@ std::uint64_t largestWhole();
 // What has to be in memory whole and is too large for it. Operations add their names.
 struct TooLarge : Failure {};
 
+// Both tell what --memory would have to allow for so many bytes of pixels.
 std::string tooLargeText(const std::string &what, std::uint64_t bytes);
 [[noreturn]] void failMemory(const std::string &what, std::uint64_t bytes);
 

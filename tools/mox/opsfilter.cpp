@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "image.h"
 #include "operations.h"
 
 namespace {
@@ -77,7 +78,11 @@ void borderConstant(Call *call) {
 
 void blur(Call *call) {
     const int nCols = call->arguments[0].integer, nRows = call->arguments[1].integer;
-    moxBlur(call->image, call->image, nCols, nRows, nCols / 2, nRows / 2);
+    // Sums of floats begin anew with each tile, and their rounding errors with them.
+    const ImagePtr whole = call->image->depth == MOX_DEPTH_32F ? wholeOf(call->image) : nullptr;
+    MoxImage *const image = whole ? whole.get() : call->image;
+    moxBlur(image, image, nCols, nRows, nCols / 2, nRows / 2);
+    if (whole) putWhole(whole, call->image);
 }
 
 // As many values as a square has are a square; others are a row.

@@ -141,5 +141,5 @@ void checkSize(const std::string &what, std::uint64_t width, std::uint64_t heigh
     const std::uint64_t rowBytes = 4 * width * static_cast<unsigned>(channels);
     if (rowBytes <= pixelMemory() / rowShare) return;
     fail(exitFile, what + picture + ", has rows for which --memory would have to allow " +
-                       megabytes(rowBytes * rowShare + memoryBound() - pixelMemory()));
+                       megabytes(boundFor(rowBytes * rowShare)));
 }

@@ -167,8 +167,10 @@ TileSize suitedTile(std::uint64_t pixelBits, TileSize wanted, int width, int hei
     // What must be there: a row of tiles of two sources and the result.
     const std::uint64_t least = 3 * bytesAcross(wanted.width) * static_cast<std::uint64_t>(wanted.height);
     if (least > cacheBytes()) {
-        failMemory("a part of each picture, of " + std::to_string(width) + " x " + std::to_string(height) + ",",
-                   3 * least + memoryBound() - pixelMemory());
+        throw TooLarge{{exitOperation, "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
+                                           " takes " + megabytes(boundFor(3 * least)) +
+                                           " or more where it goes through scratch files; --memory allows " +
+                                           megabytes(memoryBound())}};
     }
     return wanted;
 }

@@ -111,13 +111,12 @@ void readSamples(Reader *reader) {
 // a strip as they stand in the file.
 void readLines(Reader *reader, std::uint64_t bandBytes) {
     TIFF *const tiff = reader->handle.tiff;
-    const std::uint64_t rest = memoryBound() - pixelMemory();
     if (reader->tiled || reader->apart || reader->rowBytes > largestPart())
-        refuse(reader->input, tooLargeText("each of its parts", bandBytes * 4 + rest));
+        refuse(reader->input, tooLargeText("each of its parts", bandBytes * 4));
     std::uint64_t largest = 0;
     for (std::uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); strip++)
         largest = std::max<std::uint64_t>(largest, TIFFGetStrileByteCount(tiff, strip));
-    if (largest > largestPart()) refuse(reader->input, tooLargeText("each of its parts", largest * 4 + rest));
+    if (largest > largestPart()) refuse(reader->input, tooLargeText("each of its parts", largest * 4));
     const tmsize_t line = TIFFScanlineSize(tiff);
     if (line < 1 || static_cast<std::uint64_t>(line) > reader->rowBytes)
         refuse(reader->input, "the size of its parts makes no sense");

@@ -213,6 +213,17 @@ Border borderOf(const MoxImage *image) {
     return {image->borderMode[0], image->borderConst[0]};
 }
 
+// What is too large is told in the operation's name.
+template <typename Act>
+void naming(const Step &step, Act act) {
+    try {
+        act();
+    } catch (const TooLarge &failure) {
+        checkScratch();
+        fail(failure.code, std::string(step.operation->name) + ": " + failure.text);
+    }
+}
+
 std::string runOperation(const Step &step, Work *work, Canvas *second) {
     std::vector<Canvas> others;
     const auto another = [&](unsigned depth, int channels) {
@@ -231,12 +242,7 @@ std::string runOperation(const Step &step, Work *work, Canvas *second) {
     const std::string picture = describe(work->canvas.image());
     Call call{work->canvas.image(), other, step.arguments, "", another, canvas, work->form, {}};
     clearReports();
-    try {
-        step.operation->run(&call);
-    } catch (const TooLarge &failure) {
-        checkScratch();
-        fail(failure.code, std::string(step.operation->name) + ": " + failure.text);
-    }
+    naming(step, [&] { step.operation->run(&call); });
     checkScratch();
     if (anyReport()) {
         fail(exitOperation, std::string(step.operation->name) + ": the library refuses it for this picture (" +
@@ -250,7 +256,8 @@ std::string runOperation(const Step &step, Work *work, Canvas *second) {
     if (!others.empty()) work->canvas = std::move(others.back());
     work->bitmap = std::move(call.bitmap);
     if (work->bitmap.bytes) {
-        const Picture made = pictureFromBitmap(work->bitmap, exitOperation, step.operation->name);
+        Picture made;
+        naming(step, [&] { made = pictureFromBitmap(work->bitmap, exitOperation, step.operation->name); });
         work->bits = made.bits;
         const int coi = work->coi > made.channels ? 0 : work->coi;
         work->canvas = makeWorkCanvas(*work, storeAt(rowsOf(made), naturalDepth(made), *work), coi);
