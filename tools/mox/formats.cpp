@@ -44,20 +44,6 @@ std::string endingIn(const std::string &name) {
     return lowered(name.substr(dot + 1));
 }
 
-// By the first bytes.
-Format recognized(const unsigned char *begin, std::size_t size) {
-    const auto is = [&](const char *bytes, std::size_t count) {
-        return size >= count && std::memcmp(begin, bytes, count) == 0;
-    };
-    if (is("\x89PNG\r\n\x1a\n", 8)) return Format::png;
-    if (is("\xFF\xD8\xFF", 3)) return Format::jpeg;
-    if (is("II*\0", 4) || is("MM\0*", 4) || is("II+\0", 4) || is("MM\0+", 4)) return Format::tiff;
-    if (is("BM", 2)) return Format::bmp;
-    const bool pnm = size >= 3 && begin[0] == 'P' && begin[1] >= '1' && begin[1] <= '7';
-    if (pnm && (std::isspace(begin[2]) || begin[2] == '#')) return Format::pnm;
-    return Format::none;
-}
-
 std::shared_ptr<std::FILE> owned(std::FILE *file) {
     return {file, std::fclose};
 }
@@ -101,6 +87,19 @@ std::shared_ptr<std::FILE> opened(const std::string &name) {
 }
 
 }  // namespace
+
+Format formatOfBytes(const unsigned char *begin, std::size_t size) {
+    const auto is = [&](const char *bytes, std::size_t count) {
+        return size >= count && std::memcmp(begin, bytes, count) == 0;
+    };
+    if (is("\x89PNG\r\n\x1a\n", 8)) return Format::png;
+    if (is("\xFF\xD8\xFF", 3)) return Format::jpeg;
+    if (is("II*\0", 4) || is("MM\0*", 4) || is("II+\0", 4) || is("MM\0+", 4)) return Format::tiff;
+    if (is("BM", 2)) return Format::bmp;
+    const bool pnm = size >= 3 && begin[0] == 'P' && begin[1] >= '1' && begin[1] <= '7';
+    if (pnm && (std::isspace(begin[2]) || begin[2] == '#')) return Format::pnm;
+    return Format::none;
+}
 
 Format formatFromWord(const std::string &word) {
     const std::string ending = lowered(word);
@@ -168,7 +167,7 @@ Input openInput(const std::string &name) {
         fail(exitFile, input.name + ": cannot be read as a picture: it is empty");
     }
     std::rewind(input.file.get());
-    input.format = recognized(begin, got);
+    input.format = formatOfBytes(begin, got);
     if (input.format == Format::none) {
         fail(exitFile, input.name + ": is none of the pictures that can be read: " + formatsText());
     }
