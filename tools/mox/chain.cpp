@@ -208,6 +208,7 @@ Step parseStep(const Operation &operation, const std::vector<std::string> &words
         if (spec.kind == ArgumentKind::picture || spec.kind == ArgumentKind::layer) step.picture = words[*next];
         (*next)++;
     }
+    if (operation.check) operation.check(step.arguments);
     return step;
 }
 

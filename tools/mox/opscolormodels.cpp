@@ -364,7 +364,7 @@ const Family &colorModelFamily() {
              toModel<moxRGB2LUV>,
              {{"L*.", "--depth 32f to-luv channel 1"}, {"u* and v* beside it.", "--depth 32f to-luv"}}},
             {"from-luv", {}, "back from CIE L*u*v*", fromLuv, {{"There and back.", "--depth 32f to-luv from-luv"}}},
-            {"channel", {{K::integer, "N"}}, "channel N alone, as gray", channel, {{"Green.", "channel 2"}}},
+            {"channel", {{K::integer, "N", 1, 4}}, "channel N alone, as gray", channel, {{"Green.", "channel 2"}}},
             {"gray", {}, "gray of 54, 183 and 18 parts of 256 of red, green and blue", gray, {{"Gray.", "gray"}}},
             {"tint",
              {{K::samples, "R,G,B"}},
