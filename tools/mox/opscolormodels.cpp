@@ -5,25 +5,14 @@
 #include <cmath>
 #include <cstring>
 
+#include "bands.h"
 #include "failure.h"
 #include "image.h"
-#include "memory.h"
 #include "operations.h"
 
 namespace {
 
 using Conversion = void(MOX_CALL *)(MoxImage *, MoxImage *);
-
-struct Size {
-    int width, height;
-};
-
-Size regionOf(const MoxImage *image) {
-    const MoxROI *roi = image->roi;
-    if (!roi) return {image->width, image->height};
-    return {std::clamp(roi->width, 0, std::max(image->width - roi->xOffset, 0)),
-            std::clamp(roi->height, 0, std::max(image->height - roi->yOffset, 0))};
-}
 
 // All channels while this lives, whichever is of interest.
 class AllChannels {
@@ -42,7 +31,7 @@ class AllChannels {
 };
 
 ImagePtr emptyLike(const MoxImage *image, int channels, unsigned depth, const char *model) {
-    const Size size = regionOf(image);
+    const RegionSize size = regionOf(image);
     if (size.width == 0 || size.height == 0) fail(exitUsage, "colours need a region that is not empty");
     ImagePtr empty = makeImage(channels, depth, image->dataOrder == MOX_DATA_ORDER_PLANE, size.width, size.height);
     std::memcpy(empty->colorModel, model, 4);
@@ -68,44 +57,11 @@ ImagePtr coloursOf(MoxImage *image, const char *model) {
 
 // A channel of interest takes its own of the result.
 void putBack(const ImagePtr &result, MoxImage *image) {
-    const Size size = regionOf(image);
+    const RegionSize size = regionOf(image);
     MoxROI roi = {image->roi ? image->roi->coi : 0, 0, 0, size.width, size.height};
     result->roi = &roi;
     moxCopy(result.get(), image);
     result->roi = nullptr;
-}
-
-// What becomes of a pixel here depends on no other: where pixels are not in memory, work sees a band of the region
-// after the other, in image and result and under their mask. The two may be the same.
-template <typename Work>
-void byBands(MoxImage *image, MoxImage *result, Work work) {
-    constexpr std::uint64_t share = 64;
-    const Size size = regionOf(image);
-    if ((!image->tileInfo && !result->tileInfo) || size.width == 0 || size.height == 0) return work();
-    const std::uint64_t rowBytes = 4 * static_cast<std::uint64_t>(size.width) * 4;
-    const int rows = static_cast<int>(std::clamp<std::uint64_t>(pixelMemory() / share / rowBytes, 1, 256));
-    MoxROI *const imageRoi = image->roi, *const resultRoi = result->roi;
-    MoxImage *const mask = image->maskROI;
-    MoxROI *const maskRoi = mask ? mask->roi : nullptr;
-    const MoxROI before = imageRoi ? *imageRoi : MoxROI{0, 0, 0, size.width, size.height};
-    const MoxROI resultBefore = resultRoi ? *resultRoi : MoxROI{0, 0, 0, size.width, size.height};
-    const MoxROI maskBefore = maskRoi ? *maskRoi : mask ? MoxROI{0, 0, 0, mask->width, mask->height} : MoxROI{};
-    for (int y = 0; y < size.height; y += rows) {
-        const auto band = [&](MoxROI roi) {
-            roi.yOffset += y;
-            roi.height = std::min(rows, size.height - y);
-            return roi;
-        };
-        MoxROI inImage = band(before), inResult = band(resultBefore), inMask = band(maskBefore);
-        if (mask && inMask.yOffset >= mask->height) break;
-        image->roi = &inImage;
-        if (result != image) result->roi = &inResult;
-        if (mask) mask->roi = &inMask;
-        work();
-    }
-    image->roi = imageRoi;
-    result->roi = resultRoi;
-    if (mask) mask->roi = maskRoi;
 }
 
 // Floats of L, U and V become light, and light floats of L, U and V again.
@@ -207,7 +163,7 @@ void channel(Call *call) {
     MoxImage *const result = call->another(call->image->depth, 1);
     byBands(call->image, result, [call, result, number] {
         const ImagePtr only = emptyLike(call->image, 1, call->image->depth, "GRAY");
-        const Size size = regionOf(call->image);
+        const RegionSize size = regionOf(call->image);
         MoxROI *const before = call->image->roi;
         MoxImage *const mask = call->image->maskROI;
         MoxROI roi = before ? *before : MoxROI{0, 0, 0, size.width, size.height};

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "bands.h"
 #include "failure.h"
 #include "image.h"
 #include "operations.h"
@@ -141,7 +142,7 @@ const Family &movingFamily() {
             {"exchange",
              {{K::picture, "PICTURE"}},
              "swaps the samples of the two pictures; the first is what is written",
-             [](Call *call) { moxExchange(call->image, call->other); },
+             [](Call *call) { byBands(call->image, call->other, [call] { moxExchange(call->image, call->other); }); },
              {{"A region changes places with that of the negative.",
                "--roi {w25},{h15},{w50},{h70} exchange negative.png"}}},
             {"get-pixel",

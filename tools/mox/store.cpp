@@ -17,7 +17,7 @@ bool fits(std::uint64_t bytes) {
 
 Store emptyStore(int channels, unsigned depth, int width, int height, const Keeping &keeping, bool black) {
     Store store;
-    if (fits(bytesOfImage(channels, depth, keeping.planes, width, height))) {
+    if (!keeping.onDisk && fits(bytesOfImage(channels, depth, keeping.planes, width, height))) {
         store.whole = makeImage(channels, depth, keeping.planes, width, height, black);
     } else {
         store.scratch = makeScratch(channels, depth, keeping.planes, width, height, keeping.tiles);
@@ -78,4 +78,13 @@ Store copyOfStore(const Store &store, const Keeping &keeping) {
     }
     if (store.scratch && copy.scratch && copyScratch(store.scratch.get(), copy.scratch.get())) return copy;
     return storeFromRows(exactRowsOfStore(store, 16), like->depth, keeping);
+}
+
+void settle(Store *store, const Keeping &keeping) {
+    if (!store->scratch) return;
+    const MoxImage *image = store->image();
+    const bool planes = image->dataOrder == MOX_DATA_ORDER_PLANE;
+    if (!fits(bytesOfImage(image->nChannels, image->depth, planes, image->width, image->height))) return;
+    const unsigned depth = image->depth;
+    *store = storeFromRows(exactRowsOfStore(*store, 16), depth, keeping);
 }

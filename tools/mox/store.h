@@ -20,6 +20,7 @@ struct Store {
 struct Keeping {
     bool planes = false;
     TileSize tiles;  // of scratch files
+    bool onDisk = false;
 };
 
 // As makeImage, imageFromRows and the ways back. Rows are read while the store stays where it is.
@@ -30,3 +31,6 @@ RowSource exactRowsOfStore(const Store &store, int bits);
 
 // The same pixels once more.
 Store copyOfStore(const Store &store, const Keeping &keeping);
+
+// Brings into memory what need not be on disk.
+void settle(Store *store, const Keeping &keeping);

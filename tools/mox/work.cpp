@@ -65,7 +65,7 @@ void setBorder(MoxImage *image, const Border &border) {
 
 Keeping keepingOf(const RunRequest &request) {
     const Size tiles = request.tiles.value_or(Size{0, 0});
-    return {request.planes, {tiles.width, tiles.height}};
+    return {request.planes, {tiles.width, tiles.height}, false};
 }
 
 Canvas makeCanvas(Store store, const Work &work) {
@@ -126,12 +126,12 @@ Store storeAt(RowSource rows, unsigned depth, const Work &work) {
 }
 
 // The very samples where depth and channels stay.
-Store alike(const Work &work, unsigned depth, int channels) {
+Store alike(const Work &work, unsigned depth, int channels, const Keeping &keeping) {
     const Store &store = work.canvas.store;
     const MoxImage *like = store.image();
-    if (depth == like->depth && channels == like->nChannels) return copyOfStore(store, keepingOf(work.request));
+    if (depth == like->depth && channels == like->nChannels) return copyOfStore(store, keeping);
     RowSource rows = depth == like->depth ? exactRowsOfStore(store, work.bits) : rowsOfStore(store, work.bits);
-    return storeAt(withChannels(std::move(rows), channels), depth, work);
+    return storeFromRows(withChannels(std::move(rows), channels), depth, keeping);
 }
 
 // ------------------------------------------------------------------------------------------------- the second picture
@@ -171,7 +171,7 @@ bool loadSecond(const Step &step, const std::string &folder, Work *work, Canvas 
                                    [](const ArgumentSpec &spec) { return spec.kind == ArgumentKind::layer; });
     const bool grows = hides && layer && depth != MOX_DEPTH_1U;
     if (grows) {
-        work->canvas = makeWorkCanvas(*work, alike(*work, depth, channels + 1), work->coi);
+        work->canvas = makeWorkCanvas(*work, alike(*work, depth, channels + 1, keepingOf(work->request)), work->coi);
     }
     if (hides && !grows) {
         const Store all = storeAt(std::move(rows), depth == MOX_DEPTH_1U ? MOX_DEPTH_8U : depth, *work);
@@ -191,7 +191,8 @@ bool loadSecond(const Step &step, const std::string &folder, Work *work, Canvas 
 void dropOpaqueAlpha(Work *work) {
     const MoxImage *image = work->canvas.image();
     if (!hasAlpha(image->nChannels) || !isOpaque(work->canvas.store)) return;
-    work->canvas = makeWorkCanvas(*work, alike(*work, image->depth, image->nChannels - 1), work->coi);
+    work->canvas =
+        makeWorkCanvas(*work, alike(*work, image->depth, image->nChannels - 1, keepingOf(work->request)), work->coi);
 }
 
 // ------------------------------------------------------------------------------------------------------------- a step
@@ -213,6 +214,15 @@ Border borderOf(const MoxImage *image) {
     return {image->borderMode[0], image->borderConst[0]};
 }
 
+// What has become small goes on in memory.
+void settle(Work *work) {
+    if (!work->canvas.store.scratch) return;
+    const int coi = work->canvas.roi ? work->canvas.roi->coi : 0;
+    Store store = std::move(work->canvas.store);
+    settle(&store, keepingOf(work->request));
+    work->canvas = makeWorkCanvas(*work, std::move(store), coi);
+}
+
 // What is too large is told in the operation's name.
 template <typename Act>
 void naming(const Step &step, Act act) {
@@ -226,16 +236,18 @@ void naming(const Step &step, Act act) {
 
 std::string runOperation(const Step &step, Work *work, Canvas *second) {
     std::vector<Canvas> others;
+    // Between an image on disk and one in memory the library may take all of the former at once.
+    Keeping keeping = keepingOf(work->request);
+    keeping.onDisk = work->canvas.store.scratch != nullptr;
     const auto another = [&](unsigned depth, int channels) {
         const bool fewer = channels < work->canvas.image()->nChannels;
-        others.push_back(makeWorkCanvas(*work, alike(*work, depth, channels), fewer ? 0 : work->coi));
+        others.push_back(makeWorkCanvas(*work, alike(*work, depth, channels, keeping), fewer ? 0 : work->coi));
         return others.back().image();
     };
     const auto canvas = [&](int width, int height) -> MoxImage * {
         if (work->roi || work->coi != 0 || work->mask.image) return nullptr;
         const MoxImage *like = work->canvas.image();
-        others.push_back(
-            makeWorkCanvas(*work, makeStore(like->nChannels, like->depth, width, height, keepingOf(work->request)), 0));
+        others.push_back(makeWorkCanvas(*work, makeStore(like->nChannels, like->depth, width, height, keeping), 0));
         return others.back().image();
     };
     MoxImage *const other = second->store ? second->image() : nullptr;
@@ -253,7 +265,10 @@ std::string runOperation(const Step &step, Work *work, Canvas *second) {
     for (const Canvas &asked : others)
         checkTilesReturned(asked, step.operation->name);
     work->border = borderOf(work->canvas.image());
-    if (!others.empty()) work->canvas = std::move(others.back());
+    if (!others.empty()) {
+        work->canvas = std::move(others.back());
+        settle(work);
+    }
     work->bitmap = std::move(call.bitmap);
     if (work->bitmap.bytes) {
         Picture made;
@@ -280,7 +295,7 @@ void changeDepth(unsigned depth, Work *work) {
     const MoxImage *image = work->canvas.image();
     if (image->depth == depth) return;
     const int channels = depth == MOX_DEPTH_1U ? 1 : image->nChannels;
-    work->canvas = makeCanvas(alike(*work, depth, channels), *work);
+    work->canvas = makeCanvas(alike(*work, depth, channels, keepingOf(work->request)), *work);
     work->bitmap = {};
 }
 
