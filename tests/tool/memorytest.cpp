@@ -1,9 +1,13 @@
 // Pictures larger than the memory that the tool may take: the same bytes by way of scratch files, within the bound, and
 // what cannot be done so in plain words.
 #include <sys/resource.h>
+#include <tiffio.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+
+#include <jpeglib.h>
 
 #include "toolbench.h"
 
@@ -33,6 +37,60 @@ class Memory : public Bench {
         EXPECT_TRUE(outcome.err.starts_with("mox: " + what)) << outcome.err;
         EXPECT_NE(outcome.err.find(" has to be in memory whole, which takes "), std::string::npos) << outcome.err;
         EXPECT_EQ(files(), before) << line;
+    }
+
+    // Channels together in strips of so many rows, deflated, or apart.
+    void writeTiff(const std::string &name, const Png &picture, unsigned rows, bool apart) const {
+        TIFF *tiff = TIFFOpen(path(name).c_str(), "w");
+        ASSERT_NE(tiff, nullptr);
+        const auto width = static_cast<unsigned>(picture.width), channels = static_cast<unsigned>(picture.channels);
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<unsigned>(picture.height));
+        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, channels);
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+        TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, apart ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+        for (unsigned plane = 0; plane < (apart ? channels : 1); plane++) {
+            for (unsigned y = 0; y < static_cast<unsigned>(picture.height); y++) {
+                std::vector<unsigned char> row;
+                for (unsigned i = 0; i < width * channels; i++) {
+                    if (apart && i % channels != plane) continue;
+                    row.push_back(static_cast<unsigned char>(picture.samples[y * width * channels + i]));
+                }
+                ASSERT_EQ(TIFFWriteScanline(tiff, row.data(), y, static_cast<std::uint16_t>(plane)), 1);
+            }
+        }
+        TIFFClose(tiff);
+    }
+
+    // Gray, in several scans.
+    void writeProgressiveJpeg(const std::string &name, const Png &picture) const {
+        std::FILE *file = std::fopen(path(name).c_str(), "wb");
+        ASSERT_NE(file, nullptr);
+        jpeg_compress_struct codec = {};
+        jpeg_error_mgr faults = {};
+        codec.err = jpeg_std_error(&faults);
+        jpeg_create_compress(&codec);
+        jpeg_stdio_dest(&codec, file);
+        codec.image_width = static_cast<JDIMENSION>(picture.width);
+        codec.image_height = static_cast<JDIMENSION>(picture.height);
+        codec.input_components = 1;
+        codec.in_color_space = JCS_GRAYSCALE;
+        jpeg_set_defaults(&codec);
+        jpeg_simple_progression(&codec);
+        jpeg_start_compress(&codec, TRUE);
+        for (std::size_t y = 0; y < static_cast<std::size_t>(picture.height); y++) {
+            std::vector<JSAMPLE> row;
+            for (std::size_t x = 0; x < static_cast<std::size_t>(picture.width); x++)
+                row.push_back(static_cast<JSAMPLE>(picture.samples[y * static_cast<std::size_t>(picture.width) + x]));
+            JSAMPROW rows[] = {row.data()};
+            jpeg_write_scanlines(&codec, rows, 1);
+        }
+        jpeg_finish_compress(&codec);
+        jpeg_destroy_compress(&codec);
+        std::fclose(file);
     }
 
     // A gray picture that no memory of this process is taken for.
@@ -109,6 +167,31 @@ TEST_F(Memory, InterlacedRowsByWayOfAFile) {
             EXPECT_EQ(readBytes("out.pam") == readBytes("plain.pam"), true) << channels << " " << bits;
         }
     }
+}
+
+TEST_F(Memory, StripsOfAnyHeight) {
+    const auto expectRefused = [&](const std::string &name, const std::string &what) {
+        const Outcome outcome = runLine("run " + name + " --memory 600K out.pam");
+        EXPECT_EQ(outcome.code, 3) << outcome.err;
+        EXPECT_EQ(outcome.err.find("mox: " + name + ": cannot be read as a " + what), 0u) << outcome.err;
+        EXPECT_NE(outcome.err.find(" has to be in memory whole, which takes "), std::string::npos) << outcome.err;
+    };
+    for (const int channels : {1, 3}) {
+        // Few levels: the bytes of the one strip fit, its samples do not.
+        const Png picture = mapped(randomPng(301, 403, channels, 8, 4), [](int v) { return v & 1; });
+        writeTiff("one.tif", picture, 403, false);
+        expectSame("one.tif not", "pam");
+        writeTiff("some.tif", picture, 50, channels == 3);
+        expectSame("some.tif not", "pam");
+    }
+    const Png picture = randomPng(301, 403, 3, 8, 4);
+    writeTiff("apart.tif", picture, 403, true);
+    expectRefused("apart.tif", "TIFF picture: each of its parts");
+    writeTiff("noisy.tif", picture, 403, false);
+    expectRefused("noisy.tif", "TIFF picture: each of its parts");
+    writeProgressiveJpeg("scans.jpg", randomPng(401, 603, 1, 8, 4));
+    expectRefused("scans.jpg", "JPEG picture: what comes in several scans");
+    expectSame("scans.jpg not", "pam", "2M");
 }
 
 TEST_F(Memory, BitmapsBySlices) {

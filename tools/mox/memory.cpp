@@ -56,7 +56,7 @@ std::uint64_t largestWhole() {
 }
 
 std::string megabytes(std::uint64_t bytes) {
-    if (bytes < million) return std::to_string(bytes / 1024 + (bytes % 1024 != 0 ? 1 : 0)) + " KB";
+    if (bytes < 10 * million) return std::to_string(bytes / 1024 + (bytes % 1024 != 0 ? 1 : 0)) + " KB";
     return std::to_string(bytes / million + (bytes % million != 0 ? 1 : 0)) + " MB";
 }
 
