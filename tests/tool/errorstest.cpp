@@ -55,7 +55,7 @@ TEST_F(Errors, TheLibrarysOwnMessage) {
                     {"set-fp: the library refuses it for this picture (64 x 48, RGB, depth 8u): moxSetFP: You should "
                      "use moxSet for this image (-17, "});
     expectLineError("run a.png get-pixel 64 0 out.png", 1, {"moxGetPixel: ((x>img->width-1) || (x<0))"});
-    expectLineError("run a.png put-pixel 0 -1 1,2,3 out.png", 1, {"moxPutPixel: ((y>img->height-1) || (y<0))"});
+    expectLineError("run a.png put-pixel 0 48 1,2,3 out.png", 1, {"moxPutPixel: ((y>img->height-1) || (y<0))"});
 }
 
 TEST_F(Errors, ALaterOperationThatFailsLeavesNothing) {

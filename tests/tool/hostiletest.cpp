@@ -114,7 +114,7 @@ TEST_F(Hostile, HeadersThatLie) {
 TEST_F(Hostile, TooLargeIsRefusedBeforeMemoryIsTaken) {
     expectRefused(fileOf(100000, 100000, 16, 6, 0, "x"), "80 GB");
     writeBytes("evil.png", fileOf(1000000, 1000000, 8, 0, 1, "x"));
-    EXPECT_NE(run({"info", "evil.png"}).err.find("1000000 x 1000000 with 1 channels, is larger than 2 GB"),
+    EXPECT_NE(run({"info", "evil.png"}).err.find("the file is too short for a picture of 1000000 x 1000000"),
               std::string::npos);
 }
 

@@ -1,4 +1,11 @@
 // Many pictures at once: each by itself, what fails named at the end, and nothing half-written.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 
 #include "toolbench.h"
@@ -16,6 +23,32 @@ class Many : public Bench {
     }
 
     static std::string pictures() { return " -- p0.png p1.png p2.png p3.png p4.png p5.png"; }
+
+    // Starts the tool, and leaves it running. What it says goes to a descriptor, or nowhere.
+    pid_t start(const std::string &line, int messages = -1) const {
+        std::vector<std::string> words = split("mox " + line);
+        std::vector<char *> arguments;
+        for (std::string &word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            if (messages < 0) messages = ::open("/dev/null", O_WRONLY);
+            ::dup2(messages, STDERR_FILENO);
+            if (::chdir(folder.c_str()) != 0) ::_exit(126);
+            ::execv(MOX_TOOL_PATH, arguments.data());
+            ::_exit(127);
+        }
+        return child;
+    }
+
+    std::vector<std::string> namesIn(const std::string &sub) const {
+        std::vector<std::string> names;
+        std::error_code error;
+        for (const auto &entry : fs::directory_iterator(path(sub), error))
+            names.push_back(entry.path().filename().string());
+        return names;
+    }
 };
 
 }  // namespace
@@ -95,4 +128,61 @@ TEST_F(Many, WhatCannotBegin) {
     expect("--out-dir out --format gif not -- p0.png", "--format: 'gif'");
     expect("--out-dir out nott -- p0.png", "did you mean not?");
     expect("--out-dir out --jobs 0 not -- p0.png", "--jobs: wants a number from 1 to 200");
+}
+
+TEST_F(Many, ATerminalSeesABar) {
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(::grantpt(master), 0);
+    ASSERT_EQ(::unlockpt(master), 0);
+    const int terminal = ::open(::ptsname(master), O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    const pid_t child = start("run --out-dir out --jobs 2 not" + pictures(), terminal);
+    ::close(terminal);
+    std::string seen;
+    char piece[500];
+    ssize_t got = 0;
+    // The other end is closed when the tool has ended.
+    while ((got = ::read(master, piece, sizeof piece)) > 0)
+        seen.append(piece, static_cast<std::size_t>(got));
+    ::close(master);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(seen.find("\r[#####"), std::string::npos) << seen;
+    EXPECT_NE(seen.find("] 3 of 6, "), std::string::npos) << seen;
+    EXPECT_NE(seen.find("[##############################] 6 of 6, "), std::string::npos) << seen;
+    EXPECT_NE(seen.find(" a second, 0 s left"), std::string::npos) << seen;
+    EXPECT_EQ(seen.find(": done"), std::string::npos) << "lines beside the bar";
+}
+
+TEST_F(Many, AnInterruptLeavesNothingHalfWrittenAndResumeGoesOn) {
+    for (int i = 0; i < 6; i++)
+        write("p" + std::to_string(i) + ".png", randomPng(900, 700, 3, 8, static_cast<unsigned>(i)));
+    const pid_t child = start("run --out-dir out --jobs 2 not" + pictures());
+    // A result is there, and others are on the way.
+    bool begun = false;
+    for (int i = 0; i < 60000 && !begun; i++) {
+        ::usleep(1000);
+        int done = 0, writing = 0;
+        for (const std::string &name : namesIn("out"))
+            (name.starts_with(".mox-") ? writing : done)++;
+        begun = done > 0 && writing > 0;
+    }
+    ASSERT_TRUE(begun);
+    ASSERT_EQ(::kill(child, SIGINT), 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+    const std::vector<std::string> there = namesIn("out");
+    EXPECT_LT(there.size(), 6u);
+    for (const std::string &name : there) {
+        ASSERT_TRUE(name.starts_with("p")) << name << " was left behind";
+        EXPECT_EQ(read("out/" + name).samples, mapped(read(name), [](int v) { return 255 - v; }).samples) << name;
+    }
+    const Outcome outcome = runLine("run --resume --out-dir out not" + pictures());
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    for (const std::string &name : there)
+        EXPECT_NE(outcome.err.find(name + ": is there"), std::string::npos) << outcome.err;
+    EXPECT_EQ(namesIn("out").size(), 6u);
 }

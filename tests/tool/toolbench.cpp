@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <png.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,8 +64,10 @@ Outcome Bench::run(const std::vector<std::string> &words, const std::function<vo
         ::_exit(127);
     }
     int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    struct rusage usage = {};
+    EXPECT_EQ(::wait4(child, &status, 0, &usage), child);
     Outcome outcome;
+    outcome.peak = usage.ru_maxrss;
     if (WIFEXITED(status)) outcome.code = WEXITSTATUS(status);
     outcome.out = slurp(outName);
     outcome.err = slurp(errName);

@@ -25,6 +25,7 @@ struct Outcome {
     int code = -1;  // -1 when a signal ended the tool
     std::string out;
     std::string err;
+    long peak = 0;  // resident memory in KB
 };
 
 class Bench : public ::testing::Test {

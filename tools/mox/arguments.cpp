@@ -64,6 +64,7 @@ void understandGallery(const CommandTable &table, const Words &words, CommandLin
 
 CommandLine understand(const CommandTable &table, const Words &words) {
     CommandLine line;
+    line.memory = memoryOf(words);
     const std::string name = table.name;
     if (name == "list") {
         checkCount(table, words, 0);

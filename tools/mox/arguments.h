@@ -26,6 +26,7 @@ struct CommandLine {
     std::string folder;                 // gallery
     std::string shell;                  // completion
     RunRequest run;
+    std::uint64_t memory = 0;  // bytes, as --memory says, or 0
     CompareRequest compare;
 };
 

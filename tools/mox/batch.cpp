@@ -12,6 +12,7 @@
 
 #include <unistd.h>
 
+#include "memory.h"
 #include "reports.h"
 
 namespace fs = std::filesystem;
@@ -173,8 +174,10 @@ ExitCode runMany(const RunRequest &request) {
     if (!request.folder.empty()) makeFolder(request.folder);
     const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
     const std::size_t wanted = request.jobs > 0 ? static_cast<std::size_t>(request.jobs) : processors;
+    const std::size_t workers = std::min(wanted, batch.jobs.size());
+    setMemoryBound((request.memory != 0 ? request.memory : usualMemory()) / workers);
     std::vector<std::thread> threads;
-    for (std::size_t i = 1; i < std::min(wanted, batch.jobs.size()); i++)
+    for (std::size_t i = 1; i < workers; i++)
         threads.emplace_back(workOn, &batch);
     workOn(&batch);
     for (std::thread &thread : threads)

@@ -2,17 +2,15 @@
 #include "bitmap.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "diffuse.h"
 #include "failure.h"
-#include "files.h"
 #include "formats.h"
 #include "image.h"
+#include "memory.h"
 #include "reports.h"
 
 namespace {
@@ -27,20 +25,9 @@ constexpr DitherName dithers[] = {{"none", MOX_DITHER_NONE},
                                   {"stuckey", MOX_DITHER_STUCKEY},
                                   {"bayer", MOX_DITHER_BAYER}};
 
-constexpr std::size_t fileHeaderBytes = 14;
-
 // Where blue, green, red stand in a pixel of "BGR" and "BGRA".
 int channelOfBitmap(int channel, int channels) {
     return channels > 2 && channel < 3 ? 2 - channel : channel;
-}
-
-// Many programs leave the fourth byte of a pixel 0, and mean an opaque picture.
-bool isAllHidden(const Picture &picture) {
-    const auto step = static_cast<std::size_t>(picture.channels);
-    for (std::size_t i = step - 1; i < picture.samples.size(); i += step) {
-        if (picture.samples[i] != 0) return false;
-    }
-    return true;
 }
 
 // Rows of the image stand as they do in the bitmap.
@@ -72,6 +59,7 @@ Bitmap emptyBitmap(const MoxImage *image, const BitmapForm &form, int bits) {
         (static_cast<std::uint64_t>(image->width) * static_cast<unsigned>(bits) + 31) / 32 * 4;
     const std::uint64_t pixels = rowBytes * static_cast<std::uint64_t>(image->height);
     if (pixels > 0x7FFFFFFF) fail(exitOperation, "the bitmap is larger than 2 GB");
+    checkMemory("the bitmap", pixels);
     Bitmap bitmap;
     bitmap.size = sizeof(BITMAPINFOHEADER) + palette + static_cast<std::size_t>(pixels);
     bitmap.bytes = std::make_unique<char[]>(bitmap.size);
@@ -109,12 +97,24 @@ int ditherFromName(const std::string &name) {
     return 0;
 }
 
-Picture pictureFromBitmap(const Bitmap &bitmap, int code, const std::string &what) {
+bool isAllHidden(const Picture &picture) {
+    const auto step = static_cast<std::size_t>(picture.channels);
+    for (std::size_t i = step - 1; i < picture.samples.size(); i += step) {
+        if (picture.samples[i] != 0) return false;
+    }
+    return true;
+}
+
+Picture translatedBitmap(const Bitmap &bitmap, int code, const std::string &what) {
     clearReports();
     int clone = 1;
     const ImagePtr image(moxTranslateDIB(bitmap.header(), &clone));
     if (!image) fail(static_cast<ExitCode>(code), what + ": " + reportsText());
-    Picture picture = turned(image.get());
+    return turned(image.get());
+}
+
+Picture pictureFromBitmap(const Bitmap &bitmap, int code, const std::string &what) {
+    Picture picture = translatedBitmap(bitmap, code, what);
     return picture.channels == 4 && isAllHidden(picture) ? withChannels(picture, 3) : picture;
 }
 
@@ -164,21 +164,4 @@ static Bitmap diffusedBitmap(MoxImage *image, const BitmapForm &form, int bits) 
 Bitmap bitmapFromImage(MoxImage *image, const BitmapForm &form) {
     const int bits = form.bits != 0 ? form.bits : usualBits(image);
     return form.diffuses && bits <= 8 ? diffusedBitmap(image, form, bits) : converted(image, form, bits, nullptr);
-}
-
-void writeBitmapFile(const Bitmap &bitmap, const std::string &name) {
-    unsigned char head[fileHeaderBytes] = {'B', 'M'};
-    const auto put = [&](std::size_t at, std::size_t value) {
-        for (std::size_t i = 0; i < 4; i++)
-            head[at + i] = static_cast<unsigned char>(value >> (8 * i));
-    };
-    put(2, fileHeaderBytes + bitmap.size);
-    put(10, fileHeaderBytes + bitmap.size - bitmap.header()->biSizeImage);
-    NewFile file;
-    beginFile(&file, name);
-    if (std::fwrite(head, 1, sizeof head, file.stream) != sizeof head ||
-        std::fwrite(bitmap.bytes.get(), 1, bitmap.size, file.stream) != bitmap.size) {
-        failErrno(name, errno);
-    }
-    commitFile(&file);
 }

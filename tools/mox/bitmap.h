@@ -8,6 +8,7 @@
 #include <string>
 
 #include "picture.h"
+#include "rows.h"
 
 // Header, masks, palette and pixels, packed one behind the other.
 struct Bitmap {
@@ -35,11 +36,22 @@ extern const char *const ditherNames;
 struct Input;
 Bitmap readBitmapFile(const Input &input);
 
+// The picture of a file: read whole, or where it is large and not compressed by slices that are bitmaps of their own.
+RowSource readBitmapRows(const Input &input);
+
+// The way back: by slices, where neither palette nor dithering need the whole picture.
+void writeBitmapRows(RowSource rows, const BitmapForm &form, const std::string &name);
+
 // The file appears whole or not at all. Throws Failure.
 void writeBitmapFile(const Bitmap &bitmap, const std::string &name);
 
 // By the library, which reports faults: throws Failure with what and its words.
 Picture pictureFromBitmap(const Bitmap &bitmap, int code, const std::string &what);
+
+// The same without a look at alpha: many programs leave the fourth byte of a pixel 0 and mean an opaque picture, which
+// pictureFromBitmap takes for one.
+Picture translatedBitmap(const Bitmap &bitmap, int code, const std::string &what);
+bool isAllHidden(const Picture &picture);
 
 // The channels that a picture is to have. Bitmaps have alpha only with colours; and where there will be but black and
 // white, colours become gray first, since grays can be dithered to these two.

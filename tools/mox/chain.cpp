@@ -8,6 +8,7 @@
 
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 
 namespace {
 
@@ -207,6 +208,7 @@ Step parseStep(const Operation &operation, const std::vector<std::string> &words
         if (spec.kind == ArgumentKind::picture || spec.kind == ArgumentKind::layer) step.picture = words[*next];
         (*next)++;
     }
+    if (operation.check) operation.check(step.arguments);
     return step;
 }
 
@@ -397,12 +399,21 @@ void understandOne(const Words &words, RunRequest *request) {
 
 }  // namespace
 
+std::uint64_t memoryOf(const Words &words) {
+    const GivenOption *given = words.find("--memory");
+    if (!given) return 0;
+    const std::uint64_t bytes = memoryFromText(given->value);
+    if (bytes == 0) badSetting(*given, "a size from 100K on, as 300M or 2G");
+    return bytes;
+}
+
 RunRequest understandRun(const Words &words) {
     RunRequest request;
     request.planes = words.find("--planes") != nullptr;
     request.format = words.valueOf("--format");
     request.quality = numberOf(words, "--quality", 1, 100, 90);
     understandTiles(words, &request);
+    request.memory = memoryOf(words);
     understandForm(words, &request);
     if (words.split) {
         understandMany(words, &request);

@@ -53,6 +53,7 @@ struct RunRequest {
     OutputForm outputForm;
     std::vector<Step> steps;
     std::optional<Size> tiles;
+    std::uint64_t memory = 0;  // bytes; 0 for what is usual
     bool planes = false;
     BitmapForm form;       // of bitmaps that are made
     bool hasForm = false;  // something of it was said
@@ -66,6 +67,9 @@ struct RunRequest {
     int jobs = 0;  // 0 for as many as there are processors
     bool resumes = false;
 };
+
+// What --memory says, in bytes; 0 where it was not given.
+std::uint64_t memoryOf(const Words &words);
 
 // Throws Failure for what makes no sense.
 RunRequest understandRun(const Words &words);

@@ -3,109 +3,131 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <memory>
 #include <new>
+#include <utility>
+#include <vector>
 
 #include "failure.h"
 #include "image.h"
 #include "norms.h"
 #include "reports.h"
+#include "rows.h"
+#include "store.h"
 
 namespace {
 
 void checkReports() {
+    checkScratch();
     if (anyReport()) fail(exitComparison, "compare: " + reportsText());
 }
 
-std::string sizeText(const Picture &picture) {
-    return std::to_string(picture.width) + " x " + std::to_string(picture.height);
+std::string sizeText(const Form &form) {
+    return std::to_string(form.width) + " x " + std::to_string(form.height);
 }
 
 // Both at the larger number of bits and with the larger number of channels: nothing of either is lost.
-void alignKinds(Picture *first, Picture *second) {
-    const int bits = std::max(first->bits, second->bits);
-    int channels = std::max(first->channels, second->channels);
+void alignKinds(RowSource *first, RowSource *second) {
+    const int bits = std::max(plainBits(first->form), plainBits(second->form));
+    int channels = std::max(first->form.channels, second->form.channels);
     // Gray with alpha beside colour.
-    if (channels == 3 && (hasAlpha(first->channels) || hasAlpha(second->channels))) channels = 4;
-    for (Picture *picture : {first, second})
-        *picture = withChannels(withBits(*picture, bits), channels);
+    if (channels == 3 && (hasAlpha(first->form.channels) || hasAlpha(second->form.channels))) channels = 4;
+    for (RowSource *rows : {first, second})
+        *rows = withChannels(withBits(std::move(*rows), bits), channels);
 }
 
-Picture cropped(const Picture &picture, int width, int height) {
-    Picture part = makePicture(width, height, picture.channels, picture.bits);
-    const auto count = static_cast<std::size_t>(width) * static_cast<std::size_t>(picture.channels);
-    for (int y = 0; y < height; y++)
-        std::copy_n(pixelAt(&picture, 0, y), count, pixelAt(&part, 0, y));
+// All rows are read, so that what is wrong with a file is noticed.
+RowSource cropped(RowSource rows, int width, int height) {
+    const Form from = rows.form;
+    if (from.width == width && from.height == height) return rows;
+    RowSource part = {from, nullptr};
+    part.form.width = width;
+    part.form.height = height;
+    auto row = std::make_shared<std::vector<std::uint32_t>>(samplesOfRow(from));
+    const std::size_t count = samplesOfRow(part.form);
+    part.next = [next = std::move(rows.next), row, count, height, rest = from.height - height,
+                 y = 0](std::uint32_t *to) mutable {
+        next(row->data());
+        std::copy_n(row->data(), count, to);
+        if (++y < height) return;
+        for (; rest > 0; rest--)
+            next(row->data());
+    };
     return part;
 }
 
 // Alpha is compared as any other channel.
-ImagePtr imageOf(const Picture &picture, unsigned depth) {
-    ImagePtr image = imageFromPicture(picture, depth, false);
-    image->alphaChannel = 0;
-    return image;
+Store storeOf(RowSource rows, unsigned depth) {
+    Store store = storeFromRows(std::move(rows), depth, {});
+    store.image()->alphaChannel = 0;
+    return store;
 }
 
 // The bits of the pixels that are equal in all channels, counted.
-long equalPixels(MoxImage *first, MoxImage *second) {
-    const ImagePtr bits = makeImage(1, MOX_DEPTH_1U, false, first->width, first->height);
-    moxEqual(first, second, bits.get());
-    return std::lround(moxNorm(bits.get(), nullptr, MOX_NORM_L1));
+std::int64_t equalPixels(MoxImage *first, MoxImage *second) {
+    const Store bits = makeStore(1, MOX_DEPTH_1U, first->width, first->height, {});
+    moxEqual(first, second, bits.image());
+    return std::llround(moxNorm(bits.image(), nullptr, MOX_NORM_L1));
 }
 
 // An alpha would hide what differs, so its difference is shown in the colours.
-Picture withoutAlpha(const Picture &picture) {
-    if (!hasAlpha(picture.channels)) return picture;
-    Picture shown = makePicture(picture.width, picture.height, picture.channels - 1, picture.bits);
-    for (int y = 0; y < picture.height; y++) {
-        for (int x = 0; x < picture.width; x++) {
-            const std::uint16_t *from = pixelAt(&picture, x, y);
-            for (int c = 0; c < shown.channels; c++)
-                pixelAt(&shown, x, y)[c] = std::max(from[c], from[shown.channels]);
-        }
-    }
-    return shown;
+RowSource withoutAlpha(RowSource rows) {
+    const Form from = rows.form;
+    if (!hasAlpha(from.channels)) return rows;
+    Form form = from;
+    form.channels--;
+    auto buffer = std::make_shared<std::vector<std::uint32_t>>(samplesOfRow(from));
+    return {form, [next = std::move(rows.next), from, buffer](std::uint32_t *row) {
+                next(buffer->data());
+                const std::uint32_t *pixel = buffer->data();
+                for (int x = 0; x < from.width; x++, pixel += from.channels) {
+                    for (int c = 0; c + 1 < from.channels; c++)
+                        *row++ = std::max(pixel[c], pixel[from.channels - 1]);
+                }
+            }};
 }
 
 // |A - B|. Samples of 32 bits have room for what is multiplied.
-void writeDifference(const Picture &first, const Picture &second, const CompareRequest &request) {
-    const bool bits = first.bits == 1;
-    const unsigned depth = bits ? MOX_DEPTH_1U : MOX_DEPTH_32S;
-    const ImagePtr a = imageOf(first, depth), b = imageOf(second, depth);
-    if (bits) {
-        moxXor(a.get(), b.get(), a.get());
+void writeDifference(const Store &first, const Store &second, int bits, const CompareRequest &request) {
+    const bool black = bits == 1;
+    const unsigned depth = black ? MOX_DEPTH_1U : MOX_DEPTH_32S;
+    const Store a = storeOf(rowsOfStore(first, bits), depth), b = storeOf(rowsOfStore(second, bits), depth);
+    if (black) {
+        moxXor(a.image(), b.image(), a.image());
     } else {
-        moxSubtract(a.get(), b.get(), a.get());
-        moxAbs(a.get(), a.get());
-        moxMultiplyS(a.get(), a.get(), request.gain);
+        moxSubtract(a.image(), b.image(), a.image());
+        moxAbs(a.image(), a.image());
+        moxMultiplyS(a.image(), a.image(), request.gain);
     }
     checkReports();
-    writeRows(rowsOfOwned(withoutAlpha(pictureFromImage(a.get(), first.bits))), request.output, request.form);
+    writeRows(withoutAlpha(rowsOfStore(a, bits)), request.output, request.form);
 }
 
 Comparison compared(const CompareRequest &request) {
     if (!request.output.empty()) checkTarget(request.output);
     checkInput(request.second);
-    Picture first = readPicture(request.first), second = readPicture(request.second);
-    const std::string sizes = sizeText(first) + " and " + sizeText(second);
-    const bool sameSize = first.width == second.width && first.height == second.height;
+    RowSource first = readRows(request.first), second = readRows(request.second);
+    const std::string sizes = sizeText(first.form) + " and " + sizeText(second.form);
+    const bool sameSize = first.form.width == second.form.width && first.form.height == second.form.height;
     alignKinds(&first, &second);
-    if (!sameSize) {
-        const int width = std::min(first.width, second.width), height = std::min(first.height, second.height);
-        first = cropped(first, width, height);
-        second = cropped(second, width, height);
-    }
-    const ImagePtr a = imageOf(first, naturalDepth(first)), b = imageOf(second, naturalDepth(second));
+    const int width = std::min(first.form.width, second.form.width);
+    const int height = std::min(first.form.height, second.form.height);
+    const Form form = first.form;
+    const unsigned depth = naturalDepth(form);
+    const Store a = storeOf(cropped(std::move(first), width, height), depth);
+    const Store b = storeOf(cropped(std::move(second), width, height), depth);
     clearReports();
-    const long pixels = long{first.width} * first.height;
-    const long different = pixels - equalPixels(a.get(), b.get());
-    const std::string norms = normsText(a.get(), b.get());
+    const std::int64_t pixels = std::int64_t{width} * height;
+    const std::int64_t different = pixels - equalPixels(a.image(), b.image());
+    const std::string norms = normsText(a.image(), b.image());
     checkReports();
 
     Comparison comparison = {sameSize && different == 0, ""};
     if (!sameSize) comparison.text = "sizes differ, " + sizes + ": the common part is compared\n";
     comparison.text += std::to_string(different) + " of " + std::to_string(pixels) + " pixels differ; " +
-                       channelsText(first.channels) + ", depth " + depthName(naturalDepth(first)) + "\n" + norms;
-    if (!request.output.empty()) writeDifference(first, second, request);
+                       channelsText(form.channels) + ", depth " + depthName(depth) + "\n" + norms;
+    if (!request.output.empty()) writeDifference(a, b, form.bits, request);
     return comparison;
 }
 

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "failure.h"
+#include "scratch.h"
 
 namespace fs = std::filesystem;
 
@@ -156,7 +157,7 @@ void beginFile(NewFile *file, const std::string &name) {
     file->target = target.path;
     catchEndingSignals();
     if (!target.passes) return openStream(file);
-    file->stream = std::tmpfile();
+    file->stream = scratchStream();
     if (!file->stream) failErrno(file->name + ": no scratch file can be made for what goes there", errno);
 }
 

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "failure.h"
+#include "scratch.h"
 
 namespace {
 
@@ -43,27 +44,13 @@ std::string endingIn(const std::string &name) {
     return lowered(name.substr(dot + 1));
 }
 
-// By the first bytes.
-Format recognized(const unsigned char *begin, std::size_t size) {
-    const auto is = [&](const char *bytes, std::size_t count) {
-        return size >= count && std::memcmp(begin, bytes, count) == 0;
-    };
-    if (is("\x89PNG\r\n\x1a\n", 8)) return Format::png;
-    if (is("\xFF\xD8\xFF", 3)) return Format::jpeg;
-    if (is("II*\0", 4) || is("MM\0*", 4) || is("II+\0", 4) || is("MM\0+", 4)) return Format::tiff;
-    if (is("BM", 2)) return Format::bmp;
-    const bool pnm = size >= 3 && begin[0] == 'P' && begin[1] >= '1' && begin[1] <= '7';
-    if (pnm && (std::isspace(begin[2]) || begin[2] == '#')) return Format::pnm;
-    return Format::none;
-}
-
 std::shared_ptr<std::FILE> owned(std::FILE *file) {
     return {file, std::fclose};
 }
 
 // All that comes, in a file that has no name.
 std::shared_ptr<std::FILE> spooled(const std::string &name, int descriptor) {
-    std::FILE *const scratch = std::tmpfile();
+    std::FILE *const scratch = scratchStream();
     if (!scratch) failErrno(name + ": no scratch file can be made for what comes through it", errno);
     std::shared_ptr<std::FILE> file = owned(scratch);
     std::vector<char> piece(1 << 16);
@@ -100,6 +87,19 @@ std::shared_ptr<std::FILE> opened(const std::string &name) {
 }
 
 }  // namespace
+
+Format formatOfBytes(const unsigned char *begin, std::size_t size) {
+    const auto is = [&](const char *bytes, std::size_t count) {
+        return size >= count && std::memcmp(begin, bytes, count) == 0;
+    };
+    if (is("\x89PNG\r\n\x1a\n", 8)) return Format::png;
+    if (is("\xFF\xD8\xFF", 3)) return Format::jpeg;
+    if (is("II*\0", 4) || is("MM\0*", 4) || is("II+\0", 4) || is("MM\0+", 4)) return Format::tiff;
+    if (is("BM", 2)) return Format::bmp;
+    const bool pnm = size >= 3 && begin[0] == 'P' && begin[1] >= '1' && begin[1] <= '7';
+    if (pnm && (std::isspace(begin[2]) || begin[2] == '#')) return Format::pnm;
+    return Format::none;
+}
 
 Format formatFromWord(const std::string &word) {
     const std::string ending = lowered(word);
@@ -167,7 +167,7 @@ Input openInput(const std::string &name) {
         fail(exitFile, input.name + ": cannot be read as a picture: it is empty");
     }
     std::rewind(input.file.get());
-    input.format = recognized(begin, got);
+    input.format = formatOfBytes(begin, got);
     if (input.format == Format::none) {
         fail(exitFile, input.name + ": is none of the pictures that can be read: " + formatsText());
     }
@@ -188,8 +188,7 @@ RowSource readRows(const Input &input) {
         case Format::pnm:
             return readPnm(input);
         case Format::bmp:
-            return rowsOfOwned(
-                pictureFromBitmap(readBitmapFile(input), exitFile, input.name + ": cannot be read as a bitmap"));
+            return readBitmapRows(input);
         default:
             return readPng(input);
     }

@@ -16,6 +16,9 @@ enum class Format { none, png, jpeg, tiff, pnm, bmp };
 // By the ending of a name, in capitals or not; none for one that is unknown.
 Format formatOfName(const std::string &name);
 
+// By the first bytes of a file, eight at most.
+Format formatOfBytes(const unsigned char *begin, std::size_t size);
+
 // "jpeg" and its like, as endings have it; none for a word that is unknown.
 Format formatFromWord(const std::string &word);
 

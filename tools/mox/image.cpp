@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <utility>
 #include <vector>
 
 #include "failure.h"
+#include "memory.h"
 
 namespace {
 
@@ -21,6 +23,9 @@ constexpr DepthName depthNames[] = {{"1u", MOX_DEPTH_1U},   {"8u", MOX_DEPTH_8U}
                                     {"32f", MOX_DEPTH_32F}};
 
 constexpr int imageAlign = 32;
+
+// The library counts the bytes of an image in memory with an int.
+constexpr std::uint64_t largestImage = 0x7FFFFFFF;
 
 unsigned bitsOf(unsigned depth) {
     return depth & ~MOX_DEPTH_SIGN;
@@ -42,19 +47,57 @@ const char *depthName(unsigned depth) {
     return "?";
 }
 
-ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height, bool black) {
-    const bool color = channels > 2;
-    ImagePtr image(moxCreateImageHeader(channels, hasAlpha(channels) ? channels : 0, static_cast<int>(depth),
-                                        color ? "RGB" : "GRAY",
-                                        channels == 4 ? "RGBA"
-                                        : color       ? "RGB"
-                                                      : "G",
-                                        planes ? MOX_DATA_ORDER_PLANE : MOX_DATA_ORDER_PIXEL, MOX_ORIGIN_TL, imageAlign,
-                                        width, height, nullptr, nullptr, nullptr, nullptr));
-    if (!image) {
-        fail(exitOperation, "no image of " + std::to_string(width) + " x " + std::to_string(height) + " with " +
-                                std::to_string(channels) + " channels at depth " + depthName(depth) + " can be made");
+namespace {
+
+// Marks the images whose bytes are counted.
+const char counted = 0;
+
+std::string kindText(int channels, unsigned depth, int width, int height) {
+    return std::to_string(width) + " x " + std::to_string(height) + " with " + std::to_string(channels) +
+           (channels == 1 ? " channel" : " channels") + " at depth " + depthName(depth);
+}
+
+}  // namespace
+
+void ImageDeleter::operator()(MoxImage *image) const {
+    if (image->imageId == &counted) {
+        const bool planes = image->dataOrder == MOX_DATA_ORDER_PLANE;
+        giveMemory(bytesOfImage(image->nChannels, image->depth, planes, image->width, image->height));
     }
+    moxDeallocate(image, MOX_FreeHeader | MOX_FreeData);
+}
+
+std::uint64_t bytesOfImage(int channels, unsigned depth, bool planes, int width, int height) {
+    const std::uint64_t samples = static_cast<std::uint64_t>(width) * static_cast<unsigned>(planes ? 1 : channels);
+    const std::uint64_t rowBytes = ((samples * bitsOf(depth) + 7) / 8 + imageAlign - 1) / imageAlign * imageAlign;
+    return rowBytes * static_cast<std::uint64_t>(height) * static_cast<unsigned>(planes ? channels : 1);
+}
+
+MoxImage *makeHeader(int channels, unsigned depth, bool planes, int width, int height, MoxTileInfo *tiles) {
+    const bool color = channels > 2;
+    MoxImage *const image = moxCreateImageHeader(channels, hasAlpha(channels) ? channels : 0, static_cast<int>(depth),
+                                                 color ? "RGB" : "GRAY",
+                                                 channels == 4 ? "RGBA"
+                                                 : color       ? "RGB"
+                                                               : "G",
+                                                 planes ? MOX_DATA_ORDER_PLANE : MOX_DATA_ORDER_PIXEL, MOX_ORIGIN_TL,
+                                                 imageAlign, width, height, nullptr, nullptr, nullptr, tiles);
+    if (!image) fail(exitOperation, "no image of " + kindText(channels, depth, width, height) + " can be made");
+    return image;
+}
+
+ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height, bool black) {
+    const std::uint64_t bytes = bytesOfImage(channels, depth, planes, width, height);
+    ImagePtr image;
+    takeMemory("an image of " + kindText(channels, depth, width, height), bytes);
+    try {
+        if (bytes > largestImage) failMemory("an image of " + kindText(channels, depth, width, height), bytes);
+        image.reset(makeHeader(channels, depth, planes, width, height, nullptr));
+    } catch (const Failure &) {
+        giveMemory(bytes);
+        throw;
+    }
+    image->imageId = const_cast<char *>(&counted);
     if (depth == MOX_DEPTH_32F) {
         moxAllocateImageFP(image.get(), black ? 1 : 0, 0.0f);
     } else {
@@ -213,7 +256,7 @@ unsigned naturalDepth(const Picture &picture) {
     return naturalDepth(rowsOf(picture).form);
 }
 
-ImagePtr imageFromRows(RowSource source, unsigned depth, bool planes) {
+ImageRows rowsForImage(RowSource source, unsigned depth) {
     // Numbers go to floats without a bound; the rest of what has 32 bits becomes 16 first.
     const bool wide = source.form.bits == 32 && isWide(depth) && !(source.form.real && depth == MOX_DEPTH_32S);
     if (!wide && source.form.bits == 32) source = withBits(std::move(source), 16);
@@ -223,36 +266,87 @@ ImagePtr imageFromRows(RowSource source, unsigned depth, bool planes) {
         const int bits = std::max(source.form.bits, 8);
         source = withBits(std::move(source), bits);
     }
-    const Form form = source.form;
+    return {std::move(source), wide};
+}
+
+void putRow(MoxImage *image, int y, const std::uint32_t *row, const ImageRows &rows) {
+    if (rows.wide) {
+        storeWide(image, y, row, rows.source.form.real);
+    } else {
+        storeRow(image, y, row, fullValue(rows.source.form.bits));
+    }
+}
+
+ImagePtr imageFromRows(RowSource source, unsigned depth, bool planes) {
+    ImageRows rows = rowsForImage(std::move(source), depth);
+    const Form &form = rows.source.form;
     ImagePtr image = makeImage(form.channels, depth, planes, form.width, form.height, false);
     std::vector<std::uint32_t> row(samplesOfRow(form));
     for (int y = 0; y < form.height; y++) {
-        source.next(row.data());
-        if (wide) {
-            storeWide(image.get(), y, row.data(), form.real);
-        } else {
-            storeRow(image.get(), y, row.data(), fullValue(form.bits));
-        }
+        rows.source.next(row.data());
+        putRow(image.get(), y, row.data(), rows);
     }
     return image;
 }
 
+Form formOfImage(const MoxImage *image, int bits, bool exact) {
+    const bool whole = exact && isWide(image->depth);
+    return {image->width, image->height, image->nChannels, whole ? 32 : pictureBits(image->depth, bits),
+            whole && image->depth == MOX_DEPTH_32F};
+}
+
+void takeRow(const MoxImage *image, int y, std::uint32_t *row, const Form &form) {
+    if (form.bits == 32) {
+        loadSamples<std::uint32_t>(image, y, row, [](std::uint32_t v) { return v; });
+    } else {
+        loadRow(image, y, row, fullValue(form.bits));
+    }
+}
+
+static RowSource rowsAt(const MoxImage *image, const Form &form) {
+    return {form, [image, form, y = 0](std::uint32_t *row) mutable { takeRow(image, y++, row, form); }};
+}
+
 RowSource rowsOfImage(const MoxImage *image, int bits) {
-    const int rowBits = pictureBits(image->depth, bits);
-    const Form form = {image->width, image->height, image->nChannels, rowBits, false};
-    return {form, [image, y = 0, full = fullValue(rowBits)](std::uint32_t *row) mutable {
-                loadRow(image, y, row, full);
-                y++;
-            }};
+    return rowsAt(image, formOfImage(image, bits, false));
 }
 
 RowSource exactRowsOfImage(const MoxImage *image, int bits) {
-    if (!isWide(image->depth)) return rowsOfImage(image, bits);
-    const Form form = {image->width, image->height, image->nChannels, 32, image->depth == MOX_DEPTH_32F};
-    return {form, [image, y = 0](std::uint32_t *row) mutable {
-                loadSamples<std::uint32_t>(image, y, row, [](std::uint32_t v) { return v; });
-                y++;
-            }};
+    return rowsAt(image, formOfImage(image, bits, true));
+}
+
+// The library copies all channels where none of them is alpha.
+static void copyAll(MoxImage *from, MoxImage *to) {
+    const MoxImage fromBefore = *from, toBefore = *to;
+    for (MoxImage *image : {from, to}) {
+        image->roi = nullptr;
+        image->maskROI = nullptr;
+        image->alphaChannel = 0;
+    }
+    moxCopy(from, to);
+    const auto restore = [](MoxImage *image, const MoxImage &before) {
+        image->roi = before.roi;
+        image->maskROI = before.maskROI;
+        image->alphaChannel = before.alphaChannel;
+    };
+    restore(from, fromBefore);
+    restore(to, toBefore);
+}
+
+ImagePtr wholeOf(MoxImage *image) {
+    if (!image->tileInfo) return nullptr;
+    ImagePtr whole = makeImage(image->nChannels, image->depth, image->dataOrder == MOX_DATA_ORDER_PLANE, image->width,
+                               image->height, false);
+    copyAll(image, whole.get());
+    whole->roi = image->roi;
+    whole->maskROI = image->maskROI;
+    std::copy(std::begin(image->borderMode), std::end(image->borderMode), whole->borderMode);
+    std::copy(std::begin(image->borderConst), std::end(image->borderConst), whole->borderConst);
+    return whole;
+}
+
+void putWhole(const ImagePtr &whole, MoxImage *image) {
+    copyAll(whole.get(), image);
 }
 
 ImagePtr imageFromPicture(const Picture &picture, unsigned depth, bool planes) {

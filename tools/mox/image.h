@@ -9,7 +9,7 @@
 #include "rows.h"
 
 struct ImageDeleter {
-    void operator()(MoxImage *image) const { moxDeallocate(image, MOX_FreeHeader | MOX_FreeData); }
+    void operator()(MoxImage *image) const;
 };
 using ImagePtr = std::unique_ptr<MoxImage, ImageDeleter>;
 
@@ -26,6 +26,12 @@ const char *depthName(unsigned depth);
 unsigned naturalDepth(const Form &form);
 unsigned naturalDepth(const Picture &picture);
 
+// A header with or without tiles, and no pixels. Throws Failure.
+MoxImage *makeHeader(int channels, unsigned depth, bool planes, int width, int height, MoxTileInfo *tiles);
+
+// The bytes of an image in memory, or more than there can be.
+std::uint64_t bytesOfImage(int channels, unsigned depth, bool planes, int width, int height);
+
 // An image with pixels, in memory, rows from the top; not black, they are whatever was there. Throws Failure when
 // memory runs out.
 ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int height, bool black = true);
@@ -41,6 +47,18 @@ ImagePtr makeImage(int channels, unsigned depth, bool planes, int width, int hei
 ImagePtr imageFromRows(RowSource source, unsigned depth, bool planes);
 ImagePtr imageFromPicture(const Picture &picture, unsigned depth, bool planes);
 
+// Row by row: what imageFromRows is made of.
+struct ImageRows {
+    RowSource source;
+    bool wide;  // samples of 32 bits go in as they are
+};
+ImageRows rowsForImage(RowSource source, unsigned depth);
+void putRow(MoxImage *image, int y, const std::uint32_t *row, const ImageRows &rows);
+
+// And the others: the form that rows of an image have, and row y of one.
+Form formOfImage(const MoxImage *image, int bits, bool exact);
+void takeRow(const MoxImage *image, int y, std::uint32_t *row, const Form &form);
+
 // The way back. 8-bit depths give 8 bits, 16-bit depths 16, depth 1u 1 bit, and the 32-bit depths the given bits,
 // clamped.
 RowSource rowsOfImage(const MoxImage *image, int bits);
@@ -48,6 +66,14 @@ Picture pictureFromImage(const MoxImage *image, int bits);
 
 // The same, but of the 32-bit depths the samples themselves, for files that can hold them.
 RowSource exactRowsOfImage(const MoxImage *image, int bits);
+
+// All samples of an image that is served in tiles, in memory, for what has to see it so; null for one that is there.
+// The region, channel of interest, mask and borders of the image are the copy's, too. Throws Failure where it is too
+// large.
+ImagePtr wholeOf(MoxImage *image);
+
+// The way back, of all samples.
+void putWhole(const ImagePtr &whole, MoxImage *image);
 
 // The address of a sample of an image in memory, at any depth but 1u.
 char *sampleAddress(const MoxImage *image, int x, int y, int channel);

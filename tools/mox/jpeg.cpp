@@ -12,6 +12,7 @@
 
 #include "failure.h"
 #include "formats.h"
+#include "memory.h"
 
 namespace {
 
@@ -154,6 +155,18 @@ RowSource withoutAlpha(RowSource source, const std::string &name) {
     return withChannels(std::move(checked), from.channels - 1);
 }
 
+// What comes in several scans, as a progressive picture does, is put together in memory, two bytes a sample.
+void checkScans(const Input &input, const jpeg_decompress_struct &codec) {
+    if (!jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&codec))) return;
+    std::uint64_t bytes = 0;
+    for (int c = 0; c < codec.num_components; c++) {
+        const jpeg_component_info &part = codec.comp_info[c];
+        bytes += std::uint64_t{part.width_in_blocks} * part.height_in_blocks * sizeof(JBLOCK);
+    }
+    if (bytes <= pixelMemory() / 2) return;
+    refuse(input, tooLargeText("what comes in several scans", bytes * 2));
+}
+
 }  // namespace
 
 RowSource readJpeg(const Input &input) {
@@ -168,7 +181,8 @@ RowSource readJpeg(const Input &input) {
         refuse(input, "its colours are for print (CMYK); gray and RGB are read");
     decoder->form = {0, 0, space == JCS_GRAYSCALE ? 1 : 3, 8, false};
     checkSize(input.name + ": cannot be read as a JPEG picture", codec.image_width, codec.image_height,
-              decoder->form.channels, 8);
+              decoder->form.channels);
+    checkScans(input, codec);
     decoder->form.width = static_cast<int>(codec.image_width);
     decoder->form.height = static_cast<int>(codec.image_height);
     decoder->bytes.resize(samplesOfRow(decoder->form));

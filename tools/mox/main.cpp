@@ -3,6 +3,7 @@
 
 #include <bit>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -16,7 +17,9 @@
 #include "histogram.h"
 #include "image.h"
 #include "manual.h"
+#include "memory.h"
 #include "reports.h"
+#include "store.h"
 
 namespace {
 
@@ -46,9 +49,10 @@ void tellKind(const std::string &name, const Form &form) {
 }
 
 // Of 32 bits a sample there are too many levels to be counted.
-void tellRange(MoxImage *image) {
+void tellRange(const Store &store) {
+    const MoxImage *image = store.image();
     const bool real = image->depth == MOX_DEPTH_32F;
-    RowSource rows = exactRowsOfImage(image, 16);
+    RowSource rows = exactRowsOfStore(store, 16);
     const auto channels = static_cast<std::size_t>(image->nChannels);
     std::vector<double> low(channels, INFINITY), high(channels, -INFINITY), sum(channels, 0);
     std::vector<std::uint32_t> row(samplesOfRow(rows.form));
@@ -74,14 +78,15 @@ void tellPicture(const std::string &name) {
     RowSource rows = readRows(name);
     const Form form = rows.form;
     // Alpha is told as any other channel.
-    const ImagePtr image = imageFromRows(std::move(rows), naturalDepth(form), false);
-    image->alphaChannel = 0;
+    const Store store = storeFromRows(std::move(rows), naturalDepth(form), {});
+    store.image()->alphaChannel = 0;
     if (form.bits == 32) {
         tellKind(name, form);
-        return tellRange(image.get());
+        return tellRange(store);
     }
     clearReports();
-    const LevelCounts counts = countLevels(image.get());
+    const LevelCounts counts = countLevels(store.image());
+    checkScratch();
     if (anyReport()) fail(exitOperation, name + ": " + reportsText());
     tellKind(name, form);
     std::fputs(levelsText(counts).c_str(), stdout);
@@ -105,6 +110,7 @@ ExitCode tellPictures(const std::vector<std::string> &names) {
 
 // Gives the exit code.
 ExitCode runCommand(const CommandLine &line) {
+    if (line.memory != 0) setMemoryBound(line.memory);
     switch (line.command) {
         case Command::done:
             break;
@@ -146,6 +152,8 @@ ExitCode runCommand(const CommandLine &line) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    // A file that may not grow is an error as any other.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         catchReports();
         const ExitCode code = runCommand(parseCommandLine(argc, argv));

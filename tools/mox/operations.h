@@ -74,6 +74,7 @@ struct Operation {
     const char *help;
     void (*run)(Call *call);
     std::vector<Example> examples;
+    void (*check)(const std::vector<Argument> &arguments) = nullptr;  // throws Failure for words that make no sense
 };
 
 struct Family {

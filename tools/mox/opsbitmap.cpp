@@ -32,7 +32,7 @@ const Family &bitmapFamily() {
         "Fewer levels, fewer bits, bitmaps",
         {
             {"reduce-bits",
-             {{K::depth, "DEPTH"}, {K::integer, "LEVELS"}, {K::dither, "DITHER"}, {K::integer, "NOISE"}},
+             {{K::depth, "DEPTH"}, {K::integer, "LEVELS", 2}, {K::dither, "DITHER"}, {K::integer, "NOISE", 0, 100}},
              "fewer levels at DEPTH: DITHER none, fs, jjh, stuckey or bayer, NOISE in percent",
              reduceBits,
              {{"Bits, the errors spread to four neighbours (Floyd and Steinberg).", "reduce-bits 1u 2 fs 0"},

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "bands.h"
 #include "failure.h"
 #include "image.h"
 #include "operations.h"
@@ -12,17 +13,6 @@
 namespace {
 
 using Conversion = void(MOX_CALL *)(MoxImage *, MoxImage *);
-
-struct Size {
-    int width, height;
-};
-
-Size regionOf(const MoxImage *image) {
-    const MoxROI *roi = image->roi;
-    if (!roi) return {image->width, image->height};
-    return {std::clamp(roi->width, 0, std::max(image->width - roi->xOffset, 0)),
-            std::clamp(roi->height, 0, std::max(image->height - roi->yOffset, 0))};
-}
 
 // All channels while this lives, whichever is of interest.
 class AllChannels {
@@ -41,7 +31,7 @@ class AllChannels {
 };
 
 ImagePtr emptyLike(const MoxImage *image, int channels, unsigned depth, const char *model) {
-    const Size size = regionOf(image);
+    const RegionSize size = regionOf(image);
     if (size.width == 0 || size.height == 0) fail(exitUsage, "colours need a region that is not empty");
     ImagePtr empty = makeImage(channels, depth, image->dataOrder == MOX_DATA_ORDER_PLANE, size.width, size.height);
     std::memcpy(empty->colorModel, model, 4);
@@ -49,9 +39,13 @@ ImagePtr emptyLike(const MoxImage *image, int channels, unsigned depth, const ch
     return empty;
 }
 
+void checkColours(const MoxImage *image) {
+    if (image->nChannels < 3) fail(exitOperation, "there is one channel, and colours need three");
+}
+
 // The three colours of the region, without alpha and mask.
 ImagePtr coloursOf(MoxImage *image, const char *model) {
-    if (image->nChannels < 3) fail(exitOperation, "there is one channel, and colours need three");
+    checkColours(image);
     ImagePtr copy = emptyLike(image, 3, image->depth, model);
     const AllChannels all(image);
     MoxImage *const mask = image->maskROI;
@@ -63,7 +57,7 @@ ImagePtr coloursOf(MoxImage *image, const char *model) {
 
 // A channel of interest takes its own of the result.
 void putBack(const ImagePtr &result, MoxImage *image) {
-    const Size size = regionOf(image);
+    const RegionSize size = regionOf(image);
     MoxROI roi = {image->roi ? image->roi->coi : 0, 0, 0, size.width, size.height};
     result->roi = &roi;
     moxCopy(result.get(), image);
@@ -93,20 +87,24 @@ void changeFloats(const ImagePtr &image, Change change) {
 
 template <Conversion convert>
 void toModel(Call *call) {
-    const ImagePtr copy = coloursOf(call->image, "RGB"), result = coloursOf(call->image, "RGB");
-    convert(copy.get(), result.get());
-    if (convert == moxRGB2LUV && result->depth == MOX_DEPTH_32F)
-        changeFloats(result, [](float value, Scale scale) { return (value - scale.offset) / scale.factor; });
-    putBack(result, call->image);
+    byBands(call->image, call->image, [call] {
+        const ImagePtr copy = coloursOf(call->image, "RGB"), result = coloursOf(call->image, "RGB");
+        convert(copy.get(), result.get());
+        if (convert == moxRGB2LUV && result->depth == MOX_DEPTH_32F)
+            changeFloats(result, [](float value, Scale scale) { return (value - scale.offset) / scale.factor; });
+        putBack(result, call->image);
+    });
 }
 
 template <Conversion convert>
 void fromModel(Call *call, const char *model) {
-    const ImagePtr copy = coloursOf(call->image, model), result = coloursOf(call->image, "RGB");
-    if (convert == moxLUV2RGB && copy->depth == MOX_DEPTH_32F)
-        changeFloats(copy, [](float value, Scale scale) { return value * scale.factor + scale.offset; });
-    convert(copy.get(), result.get());
-    putBack(result, call->image);
+    byBands(call->image, call->image, [call, model] {
+        const ImagePtr copy = coloursOf(call->image, model), result = coloursOf(call->image, "RGB");
+        if (convert == moxLUV2RGB && copy->depth == MOX_DEPTH_32F)
+            changeFloats(copy, [](float value, Scale scale) { return value * scale.factor + scale.offset; });
+        convert(copy.get(), result.get());
+        putBack(result, call->image);
+    });
 }
 void fromHsv(Call *call) {
     fromModel<moxHSV2RGB>(call, "HSV");
@@ -132,12 +130,14 @@ void fromLuv(Call *call) {
 
 // Beyond the region the picture is gray by other weights.
 void gray(Call *call) {
-    const ImagePtr copy = coloursOf(call->image, "RGB");
-    const ImagePtr result =
-        emptyLike(call->image, 1, copy->depth == MOX_DEPTH_8U ? MOX_DEPTH_8U : MOX_DEPTH_16U, "GRAY");
-    moxColorToGray(copy.get(), result.get());
-    MoxImage *const image = call->another(result->depth, 1);
-    putBack(result, image);
+    checkColours(call->image);
+    const unsigned depth = call->image->depth == MOX_DEPTH_8U ? MOX_DEPTH_8U : MOX_DEPTH_16U;
+    MoxImage *const image = call->another(depth, 1);
+    byBands(call->image, image, [call, image, depth] {
+        const ImagePtr copy = coloursOf(call->image, "RGB"), result = emptyLike(call->image, 1, depth, "GRAY");
+        moxColorToGray(copy.get(), result.get());
+        putBack(result, image);
+    });
 }
 
 void tint(Call *call) {
@@ -145,30 +145,36 @@ void tint(Call *call) {
     if (weights.size() != 3) fail(exitUsage, "tint: three weights are needed, one for each of R, G and B");
     MoxImage *image = call->image;
     if (image->nChannels > 2) image = call->another(image->depth, 1);
-    const ImagePtr copy = emptyLike(image, 1, image->depth, "GRAY");
-    moxCopy(image, copy.get());
     const unsigned depth = image->depth == MOX_DEPTH_1U ? MOX_DEPTH_8U : image->depth;
-    const ImagePtr result = emptyLike(image, 3, depth, "RGB");
-    moxGrayToColor(copy.get(), result.get(), static_cast<float>(weights[0]), static_cast<float>(weights[1]),
-                   static_cast<float>(weights[2]));
-    putBack(result, call->another(depth, 3));
+    MoxImage *const colours = call->another(depth, 3);
+    byBands(image, colours, [&] {
+        const ImagePtr copy = emptyLike(image, 1, image->depth, "GRAY");
+        moxCopy(image, copy.get());
+        const ImagePtr result = emptyLike(image, 3, depth, "RGB");
+        moxGrayToColor(copy.get(), result.get(), static_cast<float>(weights[0]), static_cast<float>(weights[1]),
+                       static_cast<float>(weights[2]));
+        putBack(result, colours);
+    });
 }
 
 void channel(Call *call) {
     const int number = call->arguments[0].integer;
     if (number < 1 || number > call->image->nChannels) fail(exitUsage, "channel: there is no channel of this number");
-    const ImagePtr only = emptyLike(call->image, 1, call->image->depth, "GRAY");
-    const Size size = regionOf(call->image);
-    MoxROI *const before = call->image->roi;
-    MoxImage *const mask = call->image->maskROI;
-    MoxROI roi = before ? *before : MoxROI{0, 0, 0, size.width, size.height};
-    roi.coi = number;
-    call->image->roi = &roi;
-    call->image->maskROI = nullptr;
-    moxCopy(call->image, only.get());
-    call->image->roi = before;
-    call->image->maskROI = mask;
-    putBack(only, call->another(call->image->depth, 1));
+    MoxImage *const result = call->another(call->image->depth, 1);
+    byBands(call->image, result, [call, result, number] {
+        const ImagePtr only = emptyLike(call->image, 1, call->image->depth, "GRAY");
+        const RegionSize size = regionOf(call->image);
+        MoxROI *const before = call->image->roi;
+        MoxImage *const mask = call->image->maskROI;
+        MoxROI roi = before ? *before : MoxROI{0, 0, 0, size.width, size.height};
+        roi.coi = number;
+        call->image->roi = &roi;
+        call->image->maskROI = nullptr;
+        moxCopy(call->image, only.get());
+        call->image->roi = before;
+        call->image->maskROI = mask;
+        putBack(only, result);
+    });
 }
 
 // ------------------------------------------------------------------------------------------------------------ matrices
@@ -231,10 +237,8 @@ void turnHues(const ImagePtr &hls, double degrees) {
     }
 }
 
-void turnHue(Call *call) {
-    const double degrees = static_cast<double>(call->arguments[0].real);
-    if (!(std::fabs(degrees) <= 36000)) fail(exitUsage, "hue: DEGREES must be within -36000 and 36000");
-    const ImagePtr copy = coloursOf(call->image, "RGB"), hls = coloursOf(call->image, "RGB");
+void turnHueOf(MoxImage *image, double degrees) {
+    const ImagePtr copy = coloursOf(image, "RGB"), hls = coloursOf(image, "RGB");
     moxRGB2HLS(copy.get(), hls.get());
     if (hls->depth == MOX_DEPTH_8U) {
         turnHues<unsigned char>(hls, degrees);
@@ -244,7 +248,13 @@ void turnHue(Call *call) {
         fail(exitOperation, "hue: the depth must be 8u or 16u");
     }
     moxHLS2RGB(hls.get(), copy.get());
-    putBack(copy, call->image);
+    putBack(copy, image);
+}
+
+void turnHue(Call *call) {
+    const double degrees = static_cast<double>(call->arguments[0].real);
+    if (!(std::fabs(degrees) <= 36000)) fail(exitUsage, "hue: DEGREES must be within -36000 and 36000");
+    byBands(call->image, call->image, [call, degrees] { turnHueOf(call->image, degrees); });
 }
 
 }  // namespace
@@ -310,7 +320,7 @@ const Family &colorModelFamily() {
              toModel<moxRGB2LUV>,
              {{"L*.", "--depth 32f to-luv channel 1"}, {"u* and v* beside it.", "--depth 32f to-luv"}}},
             {"from-luv", {}, "back from CIE L*u*v*", fromLuv, {{"There and back.", "--depth 32f to-luv from-luv"}}},
-            {"channel", {{K::integer, "N"}}, "channel N alone, as gray", channel, {{"Green.", "channel 2"}}},
+            {"channel", {{K::integer, "N", 1, 4}}, "channel N alone, as gray", channel, {{"Green.", "channel 2"}}},
             {"gray", {}, "gray of 54, 183 and 18 parts of 256 of red, green and blue", gray, {{"Gray.", "gray"}}},
             {"tint",
              {{K::samples, "R,G,B"}},

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "image.h"
 #include "operations.h"
 
 namespace {
@@ -77,7 +78,11 @@ void borderConstant(Call *call) {
 
 void blur(Call *call) {
     const int nCols = call->arguments[0].integer, nRows = call->arguments[1].integer;
-    moxBlur(call->image, call->image, nCols, nRows, nCols / 2, nRows / 2);
+    // Sums of floats begin anew with each tile, and their rounding errors with them.
+    const ImagePtr whole = call->image->depth == MOX_DEPTH_32F ? wholeOf(call->image) : nullptr;
+    MoxImage *const image = whole ? whole.get() : call->image;
+    moxBlur(image, image, nCols, nRows, nCols / 2, nRows / 2);
+    if (whole) putWhole(whole, call->image);
 }
 
 // As many values as a square has are a square; others are a row.
@@ -177,14 +182,14 @@ const Family &filterFamily() {
               {"In a region only: the pixels around it are seen all the same.",
                "--roi {w25},{h25},{w50},{h50} blur 21 21"}}},
             {"convolve",
-             {{K::integer, "N"}, {K::samples, "V,V,..."}},
+             {{K::integer, "N", 0, 31}, {K::samples, "V,V,..."}},
              "convolution with the values of a square (or a row), shifted right by N",
              convolve,
              {{"Drawn out along a row of eight.", "border-replicate convolve 3 1,1,1,1,1,1,1,1"},
               {"Bits: those with half of their neighbours set.",
                "--depth 1u border-replicate convolve 2 1,1,1,1,0,1,1,1,1"}}},
             {"convolve-sep",
-             {{K::integer, "N"}, {K::samples, "V,V,..."}, {K::samples, "W,W,..."}},
+             {{K::integer, "N", 0, 31}, {K::samples, "V,V,..."}, {K::samples, "W,W,..."}},
              "convolution with the column W,W,... and then the row V,V,..., shifted right by N at the end",
              convolveSeparable,
              {{"Gaussian weights along rows and columns.",
@@ -210,20 +215,20 @@ const Family &filterFamily() {
              laplace,
              {{"Edges alone.", "border-replicate convolve-laplace"}}},
             {"gradient-sobel",
-             {{K::integer, "N"}},
+             {{K::integer, "N", 0, 4}},
              "two kernels, combined: N 0 sum, 1 squares, 2 root of squares, 3 larger, 4 smaller",
              sobel,
              {{"The gradient's length.", "border-replicate gradient-sobel 2"},
               {"Its square, which soon saturates.", "border-replicate gradient-sobel 1"}}},
             {"gradient-prewitt",
-             {{K::integer, "N"}},
+             {{K::integer, "N", 0, 4}},
              "the same with kernels of equal weights",
              prewitt,
              {{"Both directions added.", "border-replicate gradient-prewitt 0"},
               {"The larger of both.", "border-replicate gradient-prewitt 3"},
               {"The smaller of both: what falls both ways.", "border-replicate gradient-prewitt 4"}}},
             {"gradient-roberts",
-             {{K::integer, "N"}},
+             {{K::integer, "N", 0, 4}},
              "the same with differences along the diagonals",
              roberts,
              {{"Thin edges.", "border-replicate gradient-roberts 2"}}},

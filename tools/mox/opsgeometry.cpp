@@ -1,6 +1,7 @@
 // Operations that put pixels into other places.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -8,11 +9,12 @@
 
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 #include "operations.h"
 
 namespace {
 
-constexpr int longestCanvasSide = 1 << 15;
+constexpr int longestCanvasSide = 1 << 20;
 
 using Quad = double[4][2];
 
@@ -91,6 +93,19 @@ MoxImage *emptyLike(Call *call, int width, int height) {
     return to ? to : call->another(call->image->depth, call->image->nChannels);
 }
 
+void checkWarp(const std::vector<Argument> &arguments) {
+    Quad quad;
+    readCorners(arguments[0], "warp", quad);
+}
+void checkWarpBilinear(const std::vector<Argument> &arguments) {
+    Quad quad;
+    readCorners(arguments[0], "warp-bilinear", quad);
+}
+void checkUpright(const std::vector<Argument> &arguments) {
+    Quad quad;
+    readCorners(arguments[1], "upright", quad);
+}
+
 void warp(Call *call) {
     Quad quad;
     readCorners(call->arguments[0], "warp", quad);
@@ -126,14 +141,22 @@ MoxImage *canvasFor(Call *call, const char *operation, double width, double heig
     return emptyLike(call, static_cast<int>(width), static_cast<int>(height));
 }
 
+struct Sides {
+    int width = 0, height = 0;
+};
+Sides resizedTo(const std::string &size) {
+    Sides sides;
+    int end = 0;
+    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &sides.width, &sides.height, &end) == 2 &&
+                            static_cast<std::size_t>(end) == size.size();
+    if (!understood || std::min(sides.width, sides.height) < 1)
+        fail(exitUsage, "resize: SIZE must be two sides, like 640x480, not '" + size + "'");
+    return sides;
+}
+
 // To a size, of the picture or of a region in it: the mean of areas where nothing gets larger, else cubic samples.
 void resize(Call *call) {
-    int width = 0, height = 0, end = 0;
-    const std::string &size = call->arguments[0].text;
-    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) == 2 &&
-                            static_cast<std::size_t>(end) == size.size();
-    if (!understood || std::min(width, height) < 1)
-        fail(exitUsage, "resize: SIZE must be two sides, like 640x480, not '" + size + "'");
+    const auto [width, height] = resizedTo(call->arguments[0].text);
     const MoxImage *from = call->image;
     const int fromWidth = from->roi ? from->roi->width : from->width;
     const int fromHeight = from->roi ? from->roi->height : from->height;
@@ -153,18 +176,40 @@ int kindOf(const std::string &word, const char *operation, bool means) {
 
 using Scale = std::function<void(MoxImage *, MoxImage *, int, int, int, int, int)>;
 
-void scaleBy(Call *call, const char *operation, const Scale &function, int kind) {
+struct Ratio {
+    int to, from;
+};
+Ratio ratioOf(const std::string &ratio, const char *operation) {
     int to = 0, from = 1, end = 0;
-    const std::string &ratio = call->arguments[0].text;
     bool understood = std::sscanf(ratio.c_str(), "%d%n", &to, &end) == 1;
     if (understood && static_cast<std::size_t>(end) < ratio.size())
         understood = std::sscanf(ratio.c_str(), "%d/%d%n", &to, &from, &end) == 2;
     if (!understood || static_cast<std::size_t>(end) != ratio.size() || std::min(to, from) < 1)
         fail(exitUsage, std::string(operation) + ": RATIO must be like 8 or 3/2, not '" + ratio + "'");
+    return {to, from};
+}
+
+// How a RATIO may be wrong is seen before the work.
+template <bool LARGER>
+void checkRatio(const std::vector<Argument> &arguments, const char *operation, bool means) {
+    const Ratio ratio = ratioOf(arguments[0].text, operation);
+    if (LARGER ? ratio.to < ratio.from : ratio.to > ratio.from) {
+        fail(exitUsage, std::string(operation) + ": RATIO must be " + (LARGER ? "1 or more" : "1 or less") + ", not '" +
+                            arguments[0].text + "'");
+    }
+    kindOf(arguments[1].text, operation, means);
+}
+
+void scaleBy(Call *call, const char *operation, const Scale &function, int kind) {
+    const auto [to, from] = ratioOf(call->arguments[0].text, operation);
     const MoxImage *image = call->image;
-    const auto scaled = [&](int side) { return std::floor(static_cast<double>(side) * to / from); };
+    const auto scaled = [to = to, from = from](int side) { return std::floor(static_cast<double>(side) * to / from); };
     MoxImage *result = canvasFor(call, operation, scaled(image->width), scaled(image->height));
-    function(call->image, result, to, from, to, from, kind);
+    const bool nearest = kind == MOX_INTER_NN || image->depth == MOX_DEPTH_1U;
+    // The nearest pixels are others in tiles.
+    const ImagePtr before = nearest ? wholeOf(call->image) : nullptr, after = nearest ? wholeOf(result) : nullptr;
+    function(before ? before.get() : call->image, after ? after.get() : result, to, from, to, from, kind);
+    if (after) putWhole(after, result);
 }
 
 void zoom(Call *call) {
@@ -204,6 +249,8 @@ MapWord mapOf(const Argument &argument, const char *name) {
 
 // A map of positions in one direction, for every pixel of a picture.
 ImagePtr makeMap(const MapWord &word, const MoxImage *image, bool down) {
+    checkMemory("a map of the picture's size",
+                8 * static_cast<std::uint64_t>(image->width) * static_cast<std::uint64_t>(image->height));
     ImagePtr map(moxCreateImageHeader(1, 0, static_cast<int>(MOX_DEPTH_32F), "GRAY", "G", MOX_DATA_ORDER_PIXEL,
                                       image->origin, 4, image->width, image->height, nullptr, nullptr, nullptr,
                                       nullptr));
@@ -247,7 +294,7 @@ const Family &geometryFamily() {
         "Geometry",
         {
             {"mirror",
-             {{K::integer, "AXIS"}},
+             {{K::integer, "AXIS", -1, 1}},
              "the mirror image: with 1 left and right change places, with 0 top and bottom, with -1 both",
              [](Call *call) { moxMirror(call->image, call->image, call->arguments[0].integer); },
              {{"Left and right change places.", "mirror 1"},
@@ -273,13 +320,15 @@ const Family &geometryFamily() {
              {{K::samples, "CORNERS"}, {K::keyword, "smooth"}},
              "the picture onto a quadrangle X,Y,X,Y,X,Y,X,Y, from its upper left corner on, as a lens sees it",
              warp,
-             {{"The picture on a wall that runs away.", "warp {w8},{h5},{w90},{h25},{w90},{h75},{w8},{h95} smooth"}}},
+             {{"The picture on a wall that runs away.", "warp {w8},{h5},{w90},{h25},{w90},{h75},{w8},{h95} smooth"}},
+             checkWarp},
             {"warp-bilinear",
              {{K::samples, "CORNERS"}, {K::keyword, "smooth"}},
              "the same, but distances along the sides stay even",
              warpBilinear,
              {{"No depth, however the sides run.",
-               "warp-bilinear {w8},{h5},{w90},{h25},{w90},{h75},{w8},{h95} smooth"}}},
+               "warp-bilinear {w8},{h5},{w90},{h25},{w90},{h75},{w8},{h95} smooth"}},
+             checkWarpBilinear},
             {"upright",
              {{K::word, "SIZE"}, {K::samples, "CORNERS"}, {K::keyword, "nearest"}},
              "what lies in a quadrangle, set upright as a picture of SIZE, like 640x480; nearest: pixel by pixel",
@@ -287,41 +336,51 @@ const Family &geometryFamily() {
              {{"A page that was photographed askew, read straight.",
                "upright 300x400 {w21},{h8},{w74},{h15},{w88},{h93},{w7},{h82}", "page.png"},
               {"A few pixels enlarged: cubic samples between them.", "upright 360x240 0,0,11,0,11,7,0,7", "tiny.png"},
-              {"The same, each the nearest pixel.", "upright 360x240 0,0,11,0,11,7,0,7 nearest", "tiny.png"}}},
+              {"The same, each the nearest pixel.", "upright 360x240 0,0,11,0,11,7,0,7 nearest", "tiny.png"}},
+             checkUpright},
             {"resize",
              {{K::word, "SIZE"}},
              "a picture of SIZE, like 640x480: means of areas where it gets smaller, cubic samples where it gets "
              "larger",
              resize,
              {{"A small picture of the whole.", "resize 160x100"},
-              {"A region grows into its own place.", "--roi {w52},{h65},{w20},{h20} resize 192x128"}}},
+              {"A region grows into its own place.", "--roi {w52},{h65},{w20},{h20} resize 192x128"}},
+             [](const std::vector<Argument> &arguments) { resizedTo(arguments[0].text); }},
             {"zoom",
              {{K::word, "RATIO"}, {K::word, "KIND"}},
              "RATIO times as large, like 8 or 3/2; KIND is nearest, linear or cubic",
              zoom,
              {{"A small picture eight times as large: the nearest pixel.", "decimate 1/8 super zoom 8 nearest"},
               {"Linear samples between the same pixels.", "decimate 1/8 super zoom 8 linear"},
-              {"Cubic ones.", "decimate 1/8 super zoom 8 cubic"}}},
+              {"Cubic ones.", "decimate 1/8 super zoom 8 cubic"}},
+             [](const std::vector<Argument> &arguments) { checkRatio<true>(arguments, "zoom", false); }},
             {"decimate",
              {{K::word, "RATIO"}, {K::word, "KIND"}},
              "RATIO times as large, like 1/3 or 2/3; KIND is nearest, linear, cubic or super, the mean of areas",
              decimate,
              {{"A quarter of the size: the mean of what each pixel covers.", "decimate 1/4 super"},
               {"One pixel of each sixteen; the others are lost.", "decimate 1/4 nearest"},
-              {"Two thirds, by cubic samples.", "decimate 2/3 cubic"}}},
+              {"Two thirds, by cubic samples.", "decimate 2/3 cubic"}},
+             [](const std::vector<Argument> &arguments) { checkRatio<false>(arguments, "decimate", true); }},
             {"decimate-blur",
-             {{K::word, "RATIO"}, {K::word, "KIND"}, {K::integer, "N"}},
+             {{K::word, "RATIO"}, {K::word, "KIND"}, {K::integer, "N", 0}},
              "RATIO times as large, like 1/3, from means of N x N pixels; 0 for as many as a pixel covers",
              decimateBlur,
              {{"A quarter of the size, from means as large as its pixels.", "decimate-blur 1/4 linear 0"},
-              {"From larger ones: blurred on the way.", "decimate-blur 1/4 cubic 15"}}},
+              {"From larger ones: blurred on the way.", "decimate-blur 1/4 cubic 15"}},
+             [](const std::vector<Argument> &arguments) { checkRatio<false>(arguments, "decimate-blur", false); }},
             {"remap",
              {{K::word, "XMAP"}, {K::word, "YMAP"}, {K::word, "KIND"}},
              "every pixel from where two maps say: lens:K, wave:PIXELS or shift:PIXELS in each direction",
              remap,
              {{"A lens draws the picture together towards its edges.", "remap lens:0.5 lens:0.5 cubic"},
               {"One that spreads them.", "remap lens:-0.5 lens:-0.5 cubic"},
-              {"Waves run down the picture.", "remap wave:8 shift:0 linear"}}},
+              {"Waves run down the picture.", "remap wave:8 shift:0 linear"}},
+             [](const std::vector<Argument> &arguments) {
+                 mapOf(arguments[0], "XMAP");
+                 mapOf(arguments[1], "YMAP");
+                 kindOf(arguments[2].text, "remap", false);
+             }},
         }};
     return family;
 }

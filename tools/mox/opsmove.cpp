@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "bands.h"
 #include "failure.h"
 #include "image.h"
 #include "operations.h"
@@ -141,16 +142,16 @@ const Family &movingFamily() {
             {"exchange",
              {{K::picture, "PICTURE"}},
              "swaps the samples of the two pictures; the first is what is written",
-             [](Call *call) { moxExchange(call->image, call->other); },
+             [](Call *call) { byBands(call->image, call->other, [call] { moxExchange(call->image, call->other); }); },
              {{"A region changes places with that of the negative.",
                "--roi {w25},{h15},{w50},{h70} exchange negative.png"}}},
             {"get-pixel",
-             {{K::integer, "X"}, {K::integer, "Y"}},
+             {{K::integer, "X", 0}, {K::integer, "Y", 0}},
              "prints the samples of one pixel; the picture stays as it is",
              getPixel,
              {{"The samples of the pixel at 3, 2.", "--no-output get-pixel 3 2", "tiny.png"}}},
             {"put-pixel",
-             {{K::integer, "X"}, {K::integer, "Y"}, {K::samples, "V,V,..."}},
+             {{K::integer, "X", 0}, {K::integer, "Y", 0}, {K::samples, "V,V,..."}},
              "one pixel gets the samples V,V,...: as many as there are channels, alpha included",
              putPixel,
              {{"Five pixels, one by one.",

@@ -174,14 +174,18 @@ void paste(Call *call) {
     if (mask) mask->roi = maskBefore;
 }
 
+void checkColor(const std::vector<Argument> &arguments) {
+    const std::vector<double> &color = arguments[0].samples;
+    const bool fits = color.size() == 1 || color.size() == 3;
+    if (!fits || !std::all_of(color.begin(), color.end(), [](double c) { return c >= 0 && c <= 255; }))
+        fail(exitUsage, "flatten: COLOR must be one or three numbers from 0 to 255, like 255,255,255");
+}
+
 // The picture before one colour, which the whole of it is: region and mask play no part.
 void flatten(Call *call) {
     MoxImage *image = call->image;
     checkOpacities(call, "flatten");
     const std::vector<double> &color = call->arguments[0].samples;
-    const bool fits = color.size() == 1 || color.size() == 3;
-    if (!fits || !std::all_of(color.begin(), color.end(), [](double c) { return c >= 0 && c <= 255; }))
-        fail(exitUsage, "flatten: COLOR must be one or three numbers from 0 to 255, like 255,255,255");
     const int channels = image->nChannels, scale = image->depth == MOX_DEPTH_16U ? 257 : 1;
     if (channels % 2 == 1) return;
     MoxImage *const before = call->another(image->depth, channels);
@@ -250,7 +254,8 @@ const Family &everydayFamily() {
              {{K::samples, "COLOR"}},
              "the picture before one colour, a gray or R,G,B from 0 to 255; its alpha goes",
              flatten,
-             {{"Jade before ivory.", "flatten 255,250,235", "jade.png"}}},
+             {{"Jade before ivory.", "flatten 255,250,235", "jade.png"}},
+             checkColor},
         }};
     return family;
 }

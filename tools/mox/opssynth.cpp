@@ -8,6 +8,7 @@
 
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 #include "operations.h"
 
 namespace {
@@ -98,9 +99,13 @@ void curve(Call *call) {
     }
 }
 
+void checkNoise(const std::vector<Argument> &arguments) {
+    const std::string &kind = arguments[0].text;
+    if (kind != "uniform" && kind != "gauss") fail(exitUsage, "noise: KIND is uniform or gauss");
+}
+
 void noise(Call *call) {
     const std::string &kind = call->arguments[0].text;
-    if (kind != "uniform" && kind != "gauss") fail(exitUsage, "noise: KIND is uniform or gauss");
     const bool floats = call->image->depth == MOX_DEPTH_32F;
     const auto seed = static_cast<unsigned>(call->arguments[1].integer);
     const float a = call->arguments[2].real, b = call->arguments[3].real;
@@ -114,7 +119,10 @@ void noise(Call *call) {
     } else {
         floats ? moxNoiseGaussianInitFP(&param, seed, a, b) : moxNoiseGaussianInit(&param, seed, whole(a), whole(b));
     }
-    moxNoiseImage(call->image, &param);
+    // The numbers go to the samples in their order, which is another one in tiles.
+    const ImagePtr copy = wholeOf(call->image);
+    moxNoiseImage(copy ? copy.get() : call->image, &param);
+    if (copy) putWhole(copy, call->image);
 }
 
 // The test image in each channel, at the region's corner.
@@ -125,6 +133,7 @@ void testImage(Call *call) {
     if (std::sscanf(size.c_str(), "%dx%d%c", &width, &height, &behind) != 2 || width < 1 || height < 1)
         fail(exitUsage, "testimage: " + size + " is no size, as 256x256 is one");
     MoxImage *image = call->image;
+    checkMemory("the test image", 4 * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height));
     const ImagePtr rings(moxCreateImageJaehne(static_cast<int>(image->depth), width, height));
     if (!rings) return;
     rings->origin = image->origin;
@@ -154,13 +163,15 @@ const Family &synthFamily() {
              "a smooth tone curve: level L becomes V; with hue the lightest channel's, which the others follow",
              curve,
              {{"Shadows and lights gain contrast, smoothly.", "curve 0,0,64,40,192,220,255,255"},
-              {"The same, hues kept.", "curve 0,0,64,40,192,220,255,255 hue"}}},
+              {"The same, hues kept.", "curve 0,0,64,40,192,220,255,255 hue"}},
+             [](const std::vector<Argument> &arguments) { Curve(arguments[0].samples); }},
             {"noise",
              {{K::word, "KIND"}, {K::count, "SEED"}, {K::real, "LOW"}, {K::real, "HIGH"}},
              "adds noise: uniform from LOW to HIGH, or gauss with the mean LOW and the deviation HIGH",
              noise,
              {{"Gaussian noise of deviation 25.", "noise gauss 1 0 25"},
-              {"Uniform noise, and a median of it.", "noise uniform 7 -60 60 border-replicate median-filter 3 3"}}},
+              {"Uniform noise, and a median of it.", "noise uniform 7 -60 60 border-replicate median-filter 3 3"}},
+             checkNoise},
             {"testimage",
              {{K::word, "WxH"}},
              "rings whose frequency grows outward, W x H large, from the corner on",

@@ -390,6 +390,10 @@ struct Wavelet {
     Wavelet &operator=(const Wavelet &) = delete;
 };
 
+void checkWavelet(const std::vector<Argument> &arguments) {
+    const Wavelet wavelet(arguments[0].text);
+}
+
 // Details are small and have both signs: gray is 0 in the picture of them.
 constexpr float GRAY = 128;
 
@@ -516,12 +520,14 @@ const Family &transformFamily() {
              {{K::word, "NAME"}},
              "one level: a half-size picture, and details across, down and both (haar, db4, sym6, coif2, bior2.2, ...)",
              wavelet,
-             {{"Haar's wavelet.", "wavelet haar"}, {"A spline pair.", "wavelet bior2.2"}}},
+             {{"Haar's wavelet.", "wavelet haar"}, {"A spline pair.", "wavelet bior2.2"}},
+             checkWavelet},
             {"iwavelet",
              {{K::word, "NAME"}},
              "the way back from such a picture",
              waveletBack,
-             {{"There and back; the details were rounded.", "wavelet db4 iwavelet db4"}}},
+             {{"There and back; the details were rounded.", "wavelet db4 iwavelet db4"}},
+             checkWavelet},
         }};
     return family;
 }

@@ -19,6 +19,12 @@ constexpr const char *bitmaps = "Bitmaps that are made";
 constexpr const char *ways = "Ways of working, which change nothing of the result";
 constexpr const char *formatWords = "png jpg tif pnm pbm pgm ppm pam bmp";
 
+Option memoryOption(const char *group) {
+    return {"--memory", "SIZE",
+            "Take no more for pictures, as in 300M or 2G: larger ones go through scratch files (half)", group,
+            "300M 1G 4G"};
+}
+
 std::vector<Option> runOptions() {
     return {
         {"--roi", "X,Y,W,H", "Work on this region only, the rest stays (to cut it out: crop); none ends it", steps,
@@ -50,6 +56,7 @@ std::vector<Option> runOptions() {
         {"--diffuse", nullptr,
          "To the palette's own colours, the errors spread to the neighbours, in place of --dither", bitmaps},
         {"--tiles", "WxH", "Serve pictures to the library in tiles, sides multiples of 8", ways},
+        memoryOption(ways),
         {"--planes", nullptr, "Keep channels in planes, not interleaved", ways},
     };
 }
@@ -57,12 +64,13 @@ std::vector<Option> runOptions() {
 std::vector<CommandTable> makeTables() {
     return {
         {"list", "", "Tell every operation with its arguments", {{"--names", nullptr, "Only the names, one a line"}}},
-        {"info", "PICTURE...", "Tell what pictures are", {}, "", "FILE"},
+        {"info", "PICTURE...", "Tell what pictures are", {memoryOption("")}, "", "FILE"},
         {"compare",
          "A B",
          "Tell how far two pictures differ; exit code 1 if they do",
          {{"--output", "DIFF", "Write a picture of the differences' absolute values", "", "FILE"},
-          {"--gain", "N", "Multiply them in that picture, so that small ones show (1)"}},
+          {"--gain", "N", "Multiply them in that picture, so that small ones show (1)"},
+          memoryOption("")},
          "Exit codes: 0 equal, 1 different, 2 and 3 as for all commands, 4 the comparison failed.\n",
          "FILE"},
         {"run",

@@ -3,9 +3,13 @@
 
 #include <algorithm>
 
+#include "memory.h"
 #include "rows.h"
 
 Picture makePicture(int width, int height, int channels, int bits) {
+    const std::uint64_t bytes = std::uint64_t{2} * static_cast<unsigned>(width) * static_cast<unsigned>(height) *
+                                static_cast<unsigned>(channels);
+    checkMemory("a picture of " + std::to_string(width) + " x " + std::to_string(height), bytes);
     Picture picture;
     picture.width = width;
     picture.height = height;

@@ -10,8 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include <unistd.h>
+
 #include "failure.h"
 #include "formats.h"
+#include "memory.h"
+#include "scratch.h"
 
 namespace {
 
@@ -22,16 +26,21 @@ struct Decoder {
     png_infop info = nullptr;
     Form form;
     std::size_t rowBytes = 0;
-    bool interlaced = false;
-    std::vector<png_byte> bytes;  // a row, or all of them where they come interlaced
-    std::vector<png_bytep> rows;
+    int passes = 1;               // more than one where it is interlaced
+    bool whole = false;           // all rows are in bytes, and not in a scratch file
+    std::vector<png_byte> bytes;  // a row, or all of them
+    int scratch = -1;             // of interlaced rows
+    std::string folder;           // where that file is
     int next = 0;
     char message[200] = "";
 
     Decoder() = default;
     Decoder(const Decoder &) = delete;
     Decoder &operator=(const Decoder &) = delete;
-    ~Decoder() { png_destroy_read_struct(&png, &info, nullptr); }
+    ~Decoder() {
+        png_destroy_read_struct(&png, &info, nullptr);
+        if (scratch >= 0) ::close(scratch);
+    }
 };
 
 void onError(png_structp png, png_const_charp message) {
@@ -81,52 +90,89 @@ bool beginRows(Decoder *decoder) {
     if (setjmp(png_jmpbuf(decoder->png))) return false;
     png_structp png = decoder->png;
     askForPlainSamples(decoder);
-    decoder->interlaced = png_set_interlace_handling(png) > 1;
+    decoder->passes = png_set_interlace_handling(png);
     png_read_update_info(png, decoder->info);
     decoder->form.channels = png_get_channels(png, decoder->info);
     decoder->rowBytes = png_get_rowbytes(png, decoder->info);
     return true;
 }
 
-void checkForm(const Decoder &decoder) {
-    checkSize(decoder.input.name + ": cannot be read as a PNG picture", static_cast<std::uint64_t>(decoder.form.width),
-              static_cast<std::uint64_t>(decoder.form.height), decoder.form.channels, decoder.form.bits);
+[[noreturn]] void refuse(const Decoder &decoder, const std::string &fault) {
+    fail(exitFile, decoder.input.name + ": cannot be read as a PNG picture: " + fault);
 }
 
-bool readAll(Decoder *decoder) {
+// A few bytes may tell of a picture that no memory has: at the utmost one byte becomes 1032.
+void checkForm(const Decoder &decoder) {
+    constexpr std::uint64_t mostInflated = 1032;
+    checkSize(decoder.input.name + ": cannot be read as a PNG picture", static_cast<std::uint64_t>(decoder.form.width),
+              static_cast<std::uint64_t>(decoder.form.height), decoder.form.channels);
+    const std::uint64_t height = static_cast<std::uint64_t>(decoder.form.height);
+    const std::uint64_t bytes = png_get_rowbytes(decoder.png, decoder.info) * height;
+    if (bytes / mostInflated <= decoder.input.size) return;
+    refuse(decoder, "the file is too short for a picture of " + std::to_string(decoder.form.width) + " x " +
+                        std::to_string(decoder.form.height));
+}
+
+bool readOne(Decoder *decoder, png_bytep row) {
     if (setjmp(png_jmpbuf(decoder->png))) return false;
-    png_read_image(decoder->png, decoder->rows.data());
-    png_read_end(decoder->png, nullptr);
+    png_read_row(decoder->png, row, nullptr);
     return true;
 }
 
 // What follows the last row may be wrong, too.
-bool readOne(Decoder *decoder) {
+bool readEnd(Decoder *decoder) {
     if (setjmp(png_jmpbuf(decoder->png))) return false;
-    png_read_row(decoder->png, decoder->bytes.data(), nullptr);
-    if (decoder->next == decoder->form.height - 1) png_read_end(decoder->png, nullptr);
+    png_read_end(decoder->png, nullptr);
     return true;
 }
 
-[[noreturn]] void refuse(const Decoder &decoder) {
-    fail(exitFile, decoder.input.name + ": cannot be read as a PNG picture: " + decoder.message);
+void moveRow(Decoder *decoder, int y, bool write) {
+    const std::uint64_t offset = std::uint64_t{decoder->rowBytes} * static_cast<unsigned>(y);
+    auto *const row = reinterpret_cast<char *>(decoder->bytes.data());
+    if (moveScratch(decoder->scratch, row, decoder->rowBytes, offset, write)) return;
+    fail(exitFile,
+         decoder->input.name + ": the scratch file in " + decoder->folder + " for it: " + std::strerror(errno));
+}
+
+// A pass has some rows, and some pixels of each; the others stay as they are.
+void readPass(Decoder *decoder, int pass) {
+    for (int y = 0; y < decoder->form.height; y++) {
+        png_bytep row = decoder->bytes.data();
+        if (decoder->whole) row += decoder->rowBytes * static_cast<std::size_t>(y);
+        const bool hasPart =
+            !decoder->whole && (pass == 0 || PNG_ROW_IN_INTERLACE_PASS(static_cast<unsigned>(y), pass));
+        if (hasPart && pass > 0) moveRow(decoder, y, false);
+        if (!readOne(decoder, row)) refuse(*decoder, decoder->message);
+        if (hasPart) moveRow(decoder, y, true);
+    }
+}
+
+// Interlaced rows are complete when all have been read.
+void readPasses(Decoder *decoder) {
+    const std::uint64_t all = std::uint64_t{decoder->rowBytes} * static_cast<unsigned>(decoder->form.height);
+    decoder->whole = all <= largestWhole();
+    if (decoder->whole) {
+        decoder->bytes.resize(static_cast<std::size_t>(all));
+    } else {
+        decoder->scratch = openScratch(&decoder->folder);
+        if (decoder->scratch < 0) failErrno("no scratch file can be made in " + decoder->folder, errno);
+    }
+    for (int pass = 0; pass < decoder->passes; pass++)
+        readPass(decoder, pass);
+    if (!readEnd(decoder)) refuse(*decoder, decoder->message);
 }
 
 const png_byte *nextRow(Decoder *decoder) {
-    const std::size_t rowBytes = decoder->rowBytes;
-    if (!decoder->interlaced) {
-        if (!readOne(decoder)) refuse(*decoder);
-        decoder->next++;
+    const int y = decoder->next++;
+    if (decoder->passes == 1) {
+        const bool last = decoder->next == decoder->form.height;
+        if (!readOne(decoder, decoder->bytes.data()) || (last && !readEnd(decoder))) refuse(*decoder, decoder->message);
         return decoder->bytes.data();
     }
-    if (decoder->next == 0) {
-        const auto height = static_cast<std::size_t>(decoder->form.height);
-        decoder->bytes.resize(rowBytes * height);
-        for (std::size_t y = 0; y < height; y++)
-            decoder->rows.push_back(decoder->bytes.data() + rowBytes * y);
-        if (!readAll(decoder)) refuse(*decoder);
-    }
-    return decoder->rows[static_cast<std::size_t>(decoder->next++)];
+    if (y == 0) readPasses(decoder);
+    if (decoder->whole) return decoder->bytes.data() + decoder->rowBytes * static_cast<std::size_t>(y);
+    moveRow(decoder, y, false);
+    return decoder->bytes.data();
 }
 
 void widen(const png_byte *from, std::size_t count, int bits, std::uint32_t *row) {
@@ -147,12 +193,12 @@ RowSource readPng(const Input &input) {
     decoder->png = png_create_read_struct(PNG_LIBPNG_VER_STRING, decoder.get(), onError, onWarning);
     if (decoder->png) decoder->info = png_create_info_struct(decoder->png);
     if (!decoder->info) fail(exitOperation, "not enough memory");
-    if (!readHeader(decoder.get())) refuse(*decoder);
+    if (!readHeader(decoder.get())) refuse(*decoder, decoder->message);
     checkForm(*decoder);
-    if (!beginRows(decoder.get())) refuse(*decoder);
+    if (!beginRows(decoder.get())) refuse(*decoder, decoder->message);
     checkForm(*decoder);
     const Form form = decoder->form;
-    if (!decoder->interlaced) decoder->bytes.resize(decoder->rowBytes);
+    decoder->bytes.resize(decoder->rowBytes);
     return {form, [decoder](std::uint32_t *row) {
                 widen(nextRow(decoder.get()), samplesOfRow(decoder->form), decoder->form.bits, row);
             }};

@@ -125,10 +125,22 @@ void readHeader(Reader *reader) {
     reader->wide = reader->maxval > 255;
     const bool bitonal = reader->maxval == 1 && size.channels == 1;
     reader->form = {0, 0, static_cast<int>(size.channels), bitonal ? 1 : reader->wide ? 16 : 8, false};
-    checkSize(reader->input.name + ": cannot be read as a PNM picture", size.width, size.height, reader->form.channels,
-              reader->form.bits);
+    checkSize(reader->input.name + ": cannot be read as a PNM picture", size.width, size.height, reader->form.channels);
     reader->form.width = static_cast<int>(size.width);
     reader->form.height = static_cast<int>(size.height);
+}
+
+std::size_t bytesOfRow(const Reader &reader) {
+    const std::size_t count = samplesOfRow(reader.form);
+    return reader.kind == 4 ? (count + 7) / 8 : count * (reader.wide ? 2 : 1);
+}
+
+// Told before the work where it can be told: letters may be more or fewer.
+void checkLength(const Reader &reader) {
+    const off_t begin = ftello(reader.input.file.get());
+    if (reader.kind < 4 || begin < 0) return;
+    const std::uint64_t bytes = std::uint64_t{bytesOfRow(reader)} * static_cast<unsigned>(reader.form.height);
+    if (static_cast<std::uint64_t>(begin) + bytes > reader.input.size) refuseEnd(reader);
 }
 
 // In letters bits may follow one another with no space between them.
@@ -143,7 +155,7 @@ std::uint32_t nextLetterBit(const Reader &reader) {
 
 void readPacked(Reader *reader, std::uint32_t *row, std::size_t count) {
     const bool packed = reader->kind == 4;
-    const std::size_t bytes = packed ? (count + 7) / 8 : count * (reader->wide ? 2 : 1);
+    const std::size_t bytes = bytesOfRow(*reader);
     reader->bytes.resize(bytes);
     const unsigned char *from = reader->bytes.data();
     if (std::fread(reader->bytes.data(), 1, bytes, reader->input.file.get()) != bytes) refuseEnd(*reader);
@@ -216,6 +228,7 @@ RowSource readPnm(const Input &input) {
     const auto reader = std::make_shared<Reader>();
     reader->input = input;
     readHeader(reader.get());
+    checkLength(*reader);
     return {reader->form, [reader](std::uint32_t *row) { readRow(reader.get(), row); }};
 }
 

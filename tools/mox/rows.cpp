@@ -9,11 +9,14 @@
 #include <vector>
 
 #include "failure.h"
+#include "memory.h"
 
 namespace {
 
-// The library counts the bytes of an image in memory with an int.
-constexpr std::uint64_t largestBytes = 0x7FFFFFFF;
+constexpr std::uint64_t mostPixels = std::uint64_t{1} << 40;
+
+// Of the memory for pixels, what a row of samples may take: there are several of them on the way.
+constexpr std::uint64_t rowShare = 16;
 
 std::uint32_t fromReal(std::uint32_t pattern, unsigned full) {
     const float value = std::bit_cast<float>(pattern);
@@ -129,10 +132,14 @@ Picture pictureFromRows(RowSource source) {
     return picture;
 }
 
-void checkSize(const std::string &what, std::uint64_t width, std::uint64_t height, int channels, int bits) {
-    const std::uint64_t pixelBytes =
-        static_cast<std::uint64_t>(channels) * static_cast<unsigned>(std::max(bits / 8, 1));
-    if (width <= 0x7FFFFFFF && height <= 0x7FFFFFFF && width * height <= largestBytes / pixelBytes) return;
-    fail(exitFile, what + ": the picture, " + std::to_string(width) + " x " + std::to_string(height) + " with " +
-                       std::to_string(channels) + " channels, is larger than 2 GB");
+void checkSize(const std::string &what, std::uint64_t width, std::uint64_t height, int channels) {
+    const std::string picture = ": the picture, " + std::to_string(width) + " x " + std::to_string(height) + " with " +
+                                std::to_string(channels) + (channels == 1 ? " channel" : " channels");
+    if (width > 0x7FFFFFFF || height > 0x7FFFFFFF || width * height > mostPixels)
+        fail(exitFile,
+             what + picture + ", has more than 2147483647 pixels a side, or " + std::to_string(mostPixels) + " in all");
+    const std::uint64_t rowBytes = 4 * width * static_cast<unsigned>(channels);
+    if (rowBytes <= pixelMemory() / rowShare) return;
+    fail(exitFile, what + picture + ", has rows for which --memory would have to allow " +
+                       megabytes(boundFor(rowBytes * rowShare)));
 }

@@ -46,5 +46,6 @@ RowSource rowsOfOwned(Picture picture);
 // At 16 bits where there are 32.
 Picture pictureFromRows(RowSource source);
 
-// Throws Failure in the name of the file where the picture is larger than what memory is taken for.
-void checkSize(const std::string &what, std::uint64_t width, std::uint64_t height, int channels, int bits);
+// Throws Failure in the name of the file where the picture is larger than any, or its rows than what memory is taken
+// for.
+void checkSize(const std::string &what, std::uint64_t width, std::uint64_t height, int channels);

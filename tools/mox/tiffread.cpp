@@ -12,11 +12,14 @@
 
 #include "failure.h"
 #include "formats.h"
+#include "memory.h"
 
 namespace {
 
 // What a file may ask for at a time.
-constexpr std::uint64_t largestPart = std::uint64_t{1} << 30;
+std::uint64_t largestPart() {
+    return std::min(std::uint64_t{1} << 30, pixelMemory() / 4);
+}
 
 enum class Alpha { none, straight, multiplied };
 
@@ -28,6 +31,7 @@ struct Reader {
     int fileChannels = 1;  // in the file, which may have more than are read
     bool apart = false;    // a plane for each channel
     bool tiled = false;
+    bool byLines = false;  // strips are too high to be read whole
     bool whiteIsZero = false;
     bool signedSamples = false;
     Alpha alpha = Alpha::none;
@@ -103,6 +107,23 @@ void readSamples(Reader *reader) {
     if (reader->palette[0]) reader->form.bits = 8;
 }
 
+// Strips that are too large are gone through by lines, where a line has all channels. libtiff still takes the bytes of
+// a strip as they stand in the file.
+void readLines(Reader *reader, std::uint64_t bandBytes) {
+    TIFF *const tiff = reader->handle.tiff;
+    if (reader->tiled || reader->apart || reader->rowBytes > largestPart())
+        refuse(reader->input, tooLargeText("each of its parts", bandBytes * 4));
+    std::uint64_t largest = 0;
+    for (std::uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); strip++)
+        largest = std::max<std::uint64_t>(largest, TIFFGetStrileByteCount(tiff, strip));
+    if (largest > largestPart()) refuse(reader->input, tooLargeText("each of its parts", largest * 4));
+    const tmsize_t line = TIFFScanlineSize(tiff);
+    if (line < 1 || static_cast<std::uint64_t>(line) > reader->rowBytes)
+        refuse(reader->input, "the size of its parts makes no sense");
+    reader->byLines = true;
+    reader->bandHeight = 1;
+}
+
 void readParts(Reader *reader) {
     TIFF *const tiff = reader->handle.tiff;
     std::uint32_t width = 0, height = 0;
@@ -111,7 +132,7 @@ void readParts(Reader *reader) {
     if (width < 1 || height < 1)
         refuse(reader->input, "its size is " + std::to_string(width) + " x " + std::to_string(height));
     checkSize(reader->input.name + ": cannot be read as a TIFF picture", width, height,
-              std::max(reader->form.channels, reader->fileChannels), reader->form.bits);
+              std::max(reader->form.channels, reader->fileChannels));
     reader->form.width = static_cast<int>(width);
     reader->form.height = static_cast<int>(height);
     reader->tiled = TIFFIsTiled(tiff) != 0;
@@ -127,9 +148,10 @@ void readParts(Reader *reader) {
     const auto inPlane = static_cast<std::uint64_t>(reader->apart ? 1 : reader->fileChannels);
     const std::uint64_t across = (std::uint64_t{width} + reader->partWidth - 1) / reader->partWidth;
     const std::uint64_t rowBytes = (across * reader->partWidth * inPlane * static_cast<unsigned>(reader->bits) + 7) / 8;
-    if (rowBytes > largestPart || rowBytes * reader->bandHeight > largestPart)
-        refuse(reader->input, "its parts are larger than 1 GB");
     reader->rowBytes = static_cast<std::size_t>(rowBytes);
+    const std::uint64_t bandBytes =
+        rowBytes * reader->bandHeight * static_cast<unsigned>(reader->apart ? reader->fileChannels : 1);
+    if (rowBytes > largestPart() || bandBytes > largestPart()) return readLines(reader, bandBytes);
     // What the library will write for a part is at most what there is room for.
     const tmsize_t part = reader->tiled ? TIFFTileSize(tiff) : TIFFStripSize(tiff);
     if (part < 1 || static_cast<std::uint64_t>(part) > rowBytes * reader->bandHeight)
@@ -172,7 +194,9 @@ void readBand(Reader *reader, std::uint32_t y) {
     reader->band.resize(planes);
     for (std::uint16_t plane = 0; plane < planes; plane++) {
         reader->band[plane].resize(reader->rowBytes * reader->bandHeight);
-        if (reader->tiled) {
+        if (reader->byLines) {
+            if (TIFFReadScanline(reader->handle.tiff, reader->band[plane].data(), y, plane) != 1) refusePart(*reader);
+        } else if (reader->tiled) {
             readTiles(reader, y, plane);
         } else {
             readStrip(reader, y, rows, plane);

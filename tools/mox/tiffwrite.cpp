@@ -60,7 +60,11 @@ void writeTiff(RowSource source, NewFile *file) {
     tiffClearFault();
     errno = 0;
     TiffHandle handle;
-    openTiff(&handle, file->stream, file->name, "w");
+    // Offsets of 32 bits end at 4 GB; how large the file will be is not known before.
+    constexpr std::uint64_t largestUsual = 4000000000;
+    const std::uint64_t all =
+        std::uint64_t{samplesOfRow(form)} * static_cast<unsigned>(form.bits) / 8 * static_cast<unsigned>(form.height);
+    openTiff(&handle, file->stream, file->name, all > largestUsual ? "w8" : "w");
     const auto check = [&](bool done) {
         if (done) return;
         const std::string fault = tiffFault();

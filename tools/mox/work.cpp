@@ -8,7 +8,9 @@
 #include "chain.h"
 #include "failure.h"
 #include "image.h"
+#include "memory.h"
 #include "reports.h"
+#include "store.h"
 #include "tiles.h"
 
 namespace {
@@ -19,11 +21,11 @@ std::string inFolder(const std::string &folder, const std::string &name) {
 
 // An image with all that the library sees of it. Served by tiles or not, the pixels are in store.
 struct Canvas {
-    ImagePtr store;
+    Store store;
     std::unique_ptr<TileServer> server;
     RoiPtr roi;
 
-    [[nodiscard]] MoxImage *image() const { return server ? server->image.get() : store.get(); }
+    [[nodiscard]] MoxImage *image() const { return server ? server->image.get() : store.image(); }
 };
 
 struct Mask {
@@ -61,11 +63,16 @@ void setBorder(MoxImage *image, const Border &border) {
     moxSetBorderMode(image, border.mode, MOX_SIDE_ALL, border.value);
 }
 
-Canvas makeCanvas(ImagePtr store, const Work &work) {
+Keeping keepingOf(const RunRequest &request) {
+    const Size tiles = request.tiles.value_or(Size{0, 0});
+    return {request.planes, {tiles.width, tiles.height}, false};
+}
+
+Canvas makeCanvas(Store store, const Work &work) {
     Canvas canvas;
     canvas.store = std::move(store);
-    if (work.request.tiles)
-        canvas.server = serveTiles(canvas.store.get(), work.request.tiles->width, work.request.tiles->height);
+    if (work.request.tiles && canvas.store.whole)
+        canvas.server = serveTiles(canvas.store.whole.get(), work.request.tiles->width, work.request.tiles->height);
     setBorder(canvas.image(), work.border);
     return canvas;
 }
@@ -74,7 +81,7 @@ void setRegion(Canvas *canvas, const std::optional<Region> &roi, const std::opti
     canvas->image()->roi = nullptr;
     canvas->roi.reset();
     if (!roi && coi == 0 && !corner) return;
-    Region region = roi.value_or(Region{0, 0, canvas->store->width, canvas->store->height});
+    Region region = roi.value_or(Region{0, 0, canvas->image()->width, canvas->image()->height});
     if (corner) {
         region.x = corner->x;
         region.y = corner->y;
@@ -96,7 +103,7 @@ void setMaskRegion(Work *work) {
 
 // All that holds, to the picture of the moment.
 void applySettings(Work *work) {
-    const int channels = work->canvas.store->nChannels;
+    const int channels = work->canvas.image()->nChannels;
     if (work->coi > channels) {
         fail(exitUsage, "--coi " + std::to_string(work->coi) + ": the picture has " + std::to_string(channels) +
                             (channels == 1 ? " channel" : " channels"));
@@ -107,34 +114,30 @@ void applySettings(Work *work) {
 }
 
 // A canvas with region and mask. Where a channel of interest was taken out of several there is none any more.
-Canvas makeWorkCanvas(const Work &work, ImagePtr image, int coi) {
-    Canvas canvas = makeCanvas(std::move(image), work);
+Canvas makeWorkCanvas(const Work &work, Store store, int coi) {
+    Canvas canvas = makeCanvas(std::move(store), work);
     setRegion(&canvas, work.roi, std::nullopt, coi);
     canvas.image()->maskROI = work.mask.image.get();
     return canvas;
 }
 
-ImagePtr imageAt(RowSource rows, unsigned depth, bool planes) {
-    return imageFromRows(std::move(rows), depth, planes);
+Store storeAt(RowSource rows, unsigned depth, const Work &work) {
+    return storeFromRows(std::move(rows), depth, keepingOf(work.request));
 }
 
 // The very samples where depth and channels stay.
-ImagePtr alike(const Work &work, unsigned depth, int channels) {
-    const MoxImage *like = work.canvas.store.get();
-    if (depth == like->depth && channels == like->nChannels) {
-        ImagePtr copy = makeImage(channels, depth, work.request.planes, like->width, like->height, false);
-        std::memcpy(copy->imageData, like->imageData, static_cast<std::size_t>(like->imageSize));
-        return copy;
-    }
-    RowSource rows = depth == like->depth ? exactRowsOfImage(like, work.bits) : rowsOfImage(like, work.bits);
-    rows = withChannels(std::move(rows), channels);
-    return imageAt(std::move(rows), depth, work.request.planes);
+Store alike(const Work &work, unsigned depth, int channels, const Keeping &keeping) {
+    const Store &store = work.canvas.store;
+    const MoxImage *like = store.image();
+    if (depth == like->depth && channels == like->nChannels) return copyOfStore(store, keeping);
+    RowSource rows = depth == like->depth ? exactRowsOfStore(store, work.bits) : rowsOfStore(store, work.bits);
+    return storeFromRows(withChannels(std::move(rows), channels), depth, keeping);
 }
 
 // ------------------------------------------------------------------------------------------------- the second picture
 
-bool isOpaque(const MoxImage *image) {
-    const RowSource rows = rowsOfImage(image, 8);
+bool isOpaque(const Store &store) {
+    const RowSource rows = rowsOfStore(store, 8);
     std::vector<std::uint32_t> row(samplesOfRow(rows.form));
     const auto step = static_cast<std::size_t>(rows.form.channels);
     for (int y = 0; y < rows.form.height; y++) {
@@ -147,7 +150,7 @@ bool isOpaque(const MoxImage *image) {
 }
 
 // What would show the colours that a picture hides is refused.
-void refuseHidden(const Step &step, const MoxImage *second) {
+void refuseHidden(const Step &step, const Store &second) {
     if (isOpaque(second)) return;
     fail(exitUsage,
          std::string(step.operation->name) + ": " + step.picture +
@@ -158,38 +161,38 @@ void refuseHidden(const Step &step, const MoxImage *second) {
 // The second picture of an operation is brought to the bits and channels of the first. The first gets alpha where that
 // of the second is to count; tells whether it did.
 bool loadSecond(const Step &step, const std::string &folder, Work *work, Canvas *second) {
-    const unsigned depth = work->canvas.store->depth;
+    const unsigned depth = work->canvas.image()->depth;
     RowSource rows = readRows(inFolder(folder, step.picture));
     if (rows.form.bits != 32 || depth != naturalDepth(rows.form))
         rows = withBits(std::move(rows), std::max(work->bits, 8));
-    const int channels = work->canvas.store->nChannels;
+    const int channels = work->canvas.image()->nChannels;
     const bool hides = hasAlpha(rows.form.channels) && !hasAlpha(channels);
     const bool layer = std::any_of(step.operation->arguments.begin(), step.operation->arguments.end(),
                                    [](const ArgumentSpec &spec) { return spec.kind == ArgumentKind::layer; });
     const bool grows = hides && layer && depth != MOX_DEPTH_1U;
     if (grows) {
-        work->canvas = makeWorkCanvas(*work, alike(*work, depth, channels + 1), work->coi);
+        work->canvas = makeWorkCanvas(*work, alike(*work, depth, channels + 1, keepingOf(work->request)), work->coi);
     }
     if (hides && !grows) {
-        const ImagePtr whole = imageAt(withChannels(rows, rows.form.channels),
-                                       depth == MOX_DEPTH_1U ? MOX_DEPTH_8U : depth, work->request.planes);
-        refuseHidden(step, whole.get());
-        rows = exactRowsOfImage(whole.get(), work->bits);
-        *second = makeCanvas(imageAt(withChannels(std::move(rows), channels), depth, work->request.planes), *work);
+        const Store all = storeAt(std::move(rows), depth == MOX_DEPTH_1U ? MOX_DEPTH_8U : depth, *work);
+        refuseHidden(step, all);
+        rows = exactRowsOfStore(all, work->bits);
+        *second = makeCanvas(storeAt(withChannels(std::move(rows), channels), depth, *work), *work);
     } else {
-        rows = withChannels(std::move(rows), work->canvas.store->nChannels);
-        *second = makeCanvas(imageAt(std::move(rows), depth, work->request.planes), *work);
+        rows = withChannels(std::move(rows), work->canvas.image()->nChannels);
+        *second = makeCanvas(storeAt(std::move(rows), depth, *work), *work);
     }
-    const int coi = work->coi > second->store->nChannels ? 0 : work->coi;
+    const int coi = work->coi > second->image()->nChannels ? 0 : work->coi;
     setRegion(second, work->roi, work->from, coi);
     return grows;
 }
 
 // An alpha that came with a layer goes again where it hides nothing.
 void dropOpaqueAlpha(Work *work) {
-    const MoxImage *store = work->canvas.store.get();
-    if (!hasAlpha(store->nChannels) || !isOpaque(store)) return;
-    work->canvas = makeWorkCanvas(*work, alike(*work, store->depth, store->nChannels - 1), work->coi);
+    const MoxImage *image = work->canvas.image();
+    if (!hasAlpha(image->nChannels) || !isOpaque(work->canvas.store)) return;
+    work->canvas =
+        makeWorkCanvas(*work, alike(*work, image->depth, image->nChannels - 1, keepingOf(work->request)), work->coi);
 }
 
 // ------------------------------------------------------------------------------------------------------------- a step
@@ -200,10 +203,10 @@ std::string describe(const MoxImage *image) {
 }
 
 void checkTilesReturned(const Canvas &canvas, const char *operation) {
-    if (canvas.server && !canvas.server->held.empty()) {
-        fail(exitOperation,
-             std::string(operation) + ": the library kept " + std::to_string(canvas.server->held.size()) + " tiles");
-    }
+    const long kept = canvas.server          ? static_cast<long>(canvas.server->held.size())
+                      : canvas.store.scratch ? canvas.store.scratch->inHand
+                                             : 0;
+    if (kept > 0) fail(exitOperation, std::string(operation) + ": the library kept " + std::to_string(kept) + " tiles");
 }
 
 // Operations change what lies beyond the edges, for those that follow.
@@ -211,25 +214,48 @@ Border borderOf(const MoxImage *image) {
     return {image->borderMode[0], image->borderConst[0]};
 }
 
+// What has become small goes on in memory.
+void settle(Work *work) {
+    if (!work->canvas.store.scratch) return;
+    const int coi = work->canvas.roi ? work->canvas.roi->coi : 0;
+    Store store = std::move(work->canvas.store);
+    settle(&store, keepingOf(work->request));
+    work->canvas = makeWorkCanvas(*work, std::move(store), coi);
+}
+
+// What is too large is told in the operation's name.
+template <typename Act>
+void naming(const Step &step, Act act) {
+    try {
+        act();
+    } catch (const TooLarge &failure) {
+        checkScratch();
+        fail(failure.code, std::string(step.operation->name) + ": " + failure.text);
+    }
+}
+
 std::string runOperation(const Step &step, Work *work, Canvas *second) {
     std::vector<Canvas> others;
+    // Between an image on disk and one in memory the library may take all of the former at once.
+    Keeping keeping = keepingOf(work->request);
+    keeping.onDisk = work->canvas.store.scratch != nullptr;
     const auto another = [&](unsigned depth, int channels) {
-        const bool fewer = channels < work->canvas.store->nChannels;
-        others.push_back(makeWorkCanvas(*work, alike(*work, depth, channels), fewer ? 0 : work->coi));
+        const bool fewer = channels < work->canvas.image()->nChannels;
+        others.push_back(makeWorkCanvas(*work, alike(*work, depth, channels, keeping), fewer ? 0 : work->coi));
         return others.back().image();
     };
     const auto canvas = [&](int width, int height) -> MoxImage * {
         if (work->roi || work->coi != 0 || work->mask.image) return nullptr;
-        const MoxImage *like = work->canvas.store.get();
-        others.push_back(
-            makeWorkCanvas(*work, makeImage(like->nChannels, like->depth, work->request.planes, width, height), 0));
+        const MoxImage *like = work->canvas.image();
+        others.push_back(makeWorkCanvas(*work, makeStore(like->nChannels, like->depth, width, height, keeping), 0));
         return others.back().image();
     };
     MoxImage *const other = second->store ? second->image() : nullptr;
-    const std::string picture = describe(work->canvas.store.get());
+    const std::string picture = describe(work->canvas.image());
     Call call{work->canvas.image(), other, step.arguments, "", another, canvas, work->form, {}};
     clearReports();
-    step.operation->run(&call);
+    naming(step, [&] { step.operation->run(&call); });
+    checkScratch();
     if (anyReport()) {
         fail(exitOperation, std::string(step.operation->name) + ": the library refuses it for this picture (" +
                                 picture + "): " + reportsText());
@@ -239,13 +265,17 @@ std::string runOperation(const Step &step, Work *work, Canvas *second) {
     for (const Canvas &asked : others)
         checkTilesReturned(asked, step.operation->name);
     work->border = borderOf(work->canvas.image());
-    if (!others.empty()) work->canvas = std::move(others.back());
+    if (!others.empty()) {
+        work->canvas = std::move(others.back());
+        settle(work);
+    }
     work->bitmap = std::move(call.bitmap);
     if (work->bitmap.bytes) {
-        const Picture made = pictureFromBitmap(work->bitmap, exitOperation, step.operation->name);
+        Picture made;
+        naming(step, [&] { made = pictureFromBitmap(work->bitmap, exitOperation, step.operation->name); });
         work->bits = made.bits;
         const int coi = work->coi > made.channels ? 0 : work->coi;
-        work->canvas = makeWorkCanvas(*work, imageAt(rowsOf(made), naturalDepth(made), work->request.planes), coi);
+        work->canvas = makeWorkCanvas(*work, storeAt(rowsOf(made), naturalDepth(made), *work), coi);
     }
     return call.printed;
 }
@@ -253,15 +283,19 @@ std::string runOperation(const Step &step, Work *work, Canvas *second) {
 void loadMask(const std::string &name, Work *work) {
     work->mask = {};
     if (name.empty()) return;
-    work->mask.image = imageFromRows(withChannels(readRows(name), 1), MOX_DEPTH_1U, false);
+    try {
+        work->mask.image = imageFromRows(withChannels(readRows(name), 1), MOX_DEPTH_1U, false);
+    } catch (const TooLarge &failure) {
+        fail(failure.code, "--mask: " + failure.text);
+    }
 }
 
 // The picture as it would be written and read at another depth.
 void changeDepth(unsigned depth, Work *work) {
-    const MoxImage *store = work->canvas.store.get();
-    if (store->depth == depth) return;
-    const int channels = depth == MOX_DEPTH_1U ? 1 : store->nChannels;
-    work->canvas = makeCanvas(alike(*work, depth, channels), *work);
+    const MoxImage *image = work->canvas.image();
+    if (image->depth == depth) return;
+    const int channels = depth == MOX_DEPTH_1U ? 1 : image->nChannels;
+    work->canvas = makeCanvas(alike(*work, depth, channels, keepingOf(work->request)), *work);
     work->bitmap = {};
 }
 
@@ -306,16 +340,9 @@ std::string runStep(const Step &step, const std::string &folder, Work *work) {
 // ------------------------------------------------------------------------------------------------------------ results
 
 // A picture that was not made a bitmap by the last step becomes one without more ado.
-void writeBitmap(Work *work, const std::string &name) {
-    if (!work->bitmap.bytes) {
-        Picture picture = pictureFromImage(work->canvas.store.get(), work->bits);
-        picture = withChannels(picture, channelsOfBitmap(picture.channels, work->form));
-        const ImagePtr image = imageFromPicture(picture, naturalDepth(picture), false);
-        clearReports();
-        work->bitmap = bitmapFromImage(image.get(), work->form);
-        if (!work->bitmap.bytes) fail(exitOperation, name + ": cannot be made a bitmap: " + reportsText());
-    }
-    writeBitmapFile(work->bitmap, name);
+void writeBitmap(const Work &work, const std::string &name) {
+    if (work.bitmap.bytes) return writeBitmapFile(work.bitmap, name);
+    writeBitmapRows(rowsOfStore(work.canvas.store, work.bits), work.form, name);
 }
 
 // The depth of the first step is the one that the picture is read at.
@@ -359,19 +386,19 @@ std::string runRequest(const RunRequest &request, const std::string &folder) {
         RowSource rows = readRows(inFolder(folder, request.input));
         work.bits = plainBits(rows.form);
         const unsigned depth = firstDepth(request, rows.form);
-        work.canvas = makeCanvas(imageFromRows(std::move(rows), depth, request.planes), work);
+        work.canvas = makeCanvas(storeAt(std::move(rows), depth, work), work);
     }
     std::string printed;
     for (const Step &step : request.steps)
         printed += runStep(step, folder, &work);
     if (request.output.empty()) return printed;
     const std::string output = inFolder(folder, request.output);
-    const MoxImage *store = work.canvas.store.get();
+    const Store &store = work.canvas.store;
     if (request.outputForm.format == Format::bmp) {
-        writeBitmap(&work, output);
+        writeBitmap(work, output);
     } else {
         const bool exact = request.outputForm.format == Format::tiff;
-        writeRows(exact ? exactRowsOfImage(store, work.bits) : rowsOfImage(store, work.bits), output,
+        writeRows(exact ? exactRowsOfStore(store, work.bits) : rowsOfStore(store, work.bits), output,
                   request.outputForm);
     }
     return printed;

@@ -1,0 +1,91 @@
+// How much memory is taken for pixels.
+#include "memory.h"
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr std::uint64_t million = std::uint64_t{1} << 20;
+constexpr std::uint64_t leastMemory = 100 << 10;
+constexpr std::uint64_t ownMemory = 40 * million;  // of the program with its libraries
+
+std::atomic<std::uint64_t> bound{0};
+thread_local std::uint64_t taken = 0;
+
+}  // namespace
+
+std::uint64_t usualMemory() {
+    const long pages = ::sysconf(_SC_PHYS_PAGES), pageBytes = ::sysconf(_SC_PAGESIZE);
+    if (pages <= 0 || pageBytes <= 0) return 1024 * million;
+    const std::uint64_t half = static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageBytes) / 2;
+    return std::min<std::uint64_t>(std::max(half, 256 * million), SIZE_MAX / 2);
+}
+
+std::uint64_t memoryBound() {
+    const std::uint64_t said = bound;
+    return said != 0 ? said : usualMemory();
+}
+
+void setMemoryBound(std::uint64_t bytes) {
+    bound = std::max(bytes, leastMemory);
+}
+
+std::uint64_t memoryFromText(const std::string &text) {
+    std::uint64_t number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || end - rest > 1) return 0;
+    const char unit = rest == end ? 'B' : *rest;
+    const int shift = unit == 'B' ? 0 : unit == 'K' || unit == 'k' ? 10 : unit == 'M' ? 20 : unit == 'G' ? 30 : -1;
+    if (shift < 0 || number > (std::uint64_t{1} << 50) >> shift) return 0;
+    number <<= shift;
+    return number < leastMemory ? 0 : number;
+}
+
+std::uint64_t pixelMemory() {
+    const std::uint64_t all = memoryBound();
+    return all - std::min(all / 2, ownMemory);
+}
+
+std::uint64_t largestWhole() {
+    return pixelMemory() / 6;
+}
+
+std::string megabytes(std::uint64_t bytes) {
+    if (bytes < 10 * million) return std::to_string(bytes / 1024 + (bytes % 1024 != 0 ? 1 : 0)) + " KB";
+    return std::to_string(bytes / million + (bytes % million != 0 ? 1 : 0)) + " MB";
+}
+
+std::uint64_t boundFor(std::uint64_t pixels) {
+    return pixels + std::min(pixels, ownMemory);
+}
+
+std::string tooLargeText(const std::string &what, std::uint64_t bytes) {
+    return what + " has to be in memory whole, which takes " + megabytes(boundFor(bytes)) +
+           " or more; --memory allows " + megabytes(memoryBound());
+}
+
+void failMemory(const std::string &what, std::uint64_t bytes) {
+    throw TooLarge{{exitOperation, tooLargeText(what, bytes)}};
+}
+
+void checkMemory(const std::string &what, std::uint64_t bytes) {
+    if (taken + bytes > pixelMemory()) failMemory(what, taken + bytes);
+}
+
+void takeMemory(const std::string &what, std::uint64_t bytes) {
+    checkMemory(what, bytes);
+    taken += bytes;
+}
+
+void giveMemory(std::uint64_t bytes) {
+    taken -= bytes;
+}
+
+std::uint64_t memoryTaken() {
+    return taken;
+}
