@@ -134,8 +134,12 @@ void columns(const uint8_t *const *rows, const OwnSepTaps &taps, void *sums, siz
     using Vector = typename Sums<cls>::Vector;
     constexpr size_t lanes = VECTOR / sizeof(Value), bytes = sizeof(typename D::Value);
     auto *const out = static_cast<Value *>(sums);
+    const Value begin = cls == OWN_SEP_16 ? static_cast<Value>(taps.begin) : Value{};
     const auto block = [&]<size_t vectors>(size_t i) __attribute__((always_inline)) {
-        Vector sum[vectors] = {};
+        Vector sum[vectors];
+#pragma GCC unroll 8
+        for (size_t k = 0; k < vectors; ++k)
+            sum[k] = Vector{} + begin;
         for (int j = 0; j < taps.count; ++j) {
             const Value tap = tapOf<cls>(taps, j);
             const uint8_t *row = rows[j] + i * bytes;
@@ -148,7 +152,7 @@ void columns(const uint8_t *const *rows, const OwnSepTaps &taps, void *sums, siz
             store(out + i + k * lanes, sum[k]);
     };
     const auto one = [&](size_t i) {
-        Value sum = 0;
+        Value sum = begin;
         for (int j = 0; j < taps.count; ++j) {
             const auto sample = reinterpret_cast<const typename D::Sample *>(rows[j])[i];
             sum = static_cast<Value>(sum + product<Value>(static_cast<Value>(sample), tapOf<cls>(taps, j)));
@@ -364,12 +368,13 @@ void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const Ow
     constexpr size_t lanes = VECTOR / 2;
     const auto *const from = static_cast<const int16_t *>(sums);
     auto *const out = static_cast<uint8_t *>(how.out);
+    const OwnVector begin = OWN_VECTOR(set1, epi32)(static_cast<int>(taps.begin));
     const int pairs = (taps.count + 1) / 2;
     const auto block = [&]<size_t vectors>(size_t i) __attribute__((always_inline)) {
         OwnVector low[vectors], high[vectors];
 #pragma GCC unroll 4
         for (size_t k = 0; k < vectors; ++k)
-            low[k] = high[k] = ownZero();
+            low[k] = high[k] = begin;
         for (int p = 0; p < pairs; ++p) {
             const OwnVector pair = OWN_VECTOR(set1, epi32)(static_cast<int>(taps.pairs[p]));
             const int16_t *a = from + i + static_cast<size_t>(2 * p) * step;
@@ -387,7 +392,7 @@ void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const Ow
             storeBytes<D>(low[k], high[k], how.shift, out + i + k * lanes);
     };
     const auto one = [&](size_t i) {
-        uint32_t sum = 0;
+        uint32_t sum = taps.begin;
         for (int j = 0; j < taps.count; ++j)
             sum +=
                 static_cast<uint32_t>(from[i + static_cast<size_t>(j) * step]) * static_cast<uint32_t>(taps.values[j]);
@@ -402,7 +407,7 @@ template <class D>
 void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const OwnSepStore &how) {
     const auto *const from = static_cast<const int16_t *>(sums);
     for (size_t i = 0; i < how.n; ++i) {
-        uint32_t sum = 0;
+        uint32_t sum = taps.begin;
         for (int j = 0; j < taps.count; ++j)
             sum +=
                 static_cast<uint32_t>(from[i + static_cast<size_t>(j) * step]) * static_cast<uint32_t>(taps.values[j]);
