@@ -73,6 +73,7 @@ const Family depthFamily = {
         to("convert-to-8u", convert, OWN_32S, OWN_8U),
         to("convert-to-16u", convert, OWN_8U, OWN_16U),
         to("convert-to-16s", convert, OWN_32S, OWN_16S),
+        to("convert-to-32s", convert, OWN_8U, OWN_32S),
         to("convert-to-32s", convert, OWN_16S, OWN_32S),
         to("scale-to-16u", scale, OWN_8U, OWN_16U),
         to("scale-to-8u", scale, OWN_16U, OWN_8U),

@@ -61,6 +61,13 @@ void convolveSeparable(MoxImage *const *images) {
     }
 }
 
+// Coefficients that sum up to 256, as bytes are smoothed by: a column's sums fill 16 bits.
+void convolveSeparableTo256(MoxImage *const *images) {
+    static int values[] = {2, 4, 8, 13, 19, 26, 31, 50, 31, 26, 19, 13, 8, 4, 2};
+    MoxConvKernel x = {15, 1, 7, 0, values, 8}, y = {1, 15, 0, 7, values, 8};
+    moxConvolveSep2D(images[0], images[1], &x, &y);
+}
+
 template <int side>
 void blur(MoxImage *const *images) {
     moxBlur(images[0], images[1], side, side, side / 2, side / 2);
@@ -97,6 +104,7 @@ const Operation CONVOLVE_5 = {.name = "convolve-5x5", .at = SOME, .call = convol
 const Operation CONVOLVE_9 = {.name = "convolve-9x9", .at = SOME, .call = convolve<9>};
 const Operation SEPARABLE_5 = {.name = "convolve-sep-5", .at = SOME, .call = convolveSeparable<5>};
 const Operation SEPARABLE_15 = {.name = "convolve-sep-15", .at = SOME, .call = convolveSeparable<15>};
+const Operation SEPARABLE_TO_256 = {.name = "convolve-sep-15-to-256", .at = {OWN_8U}, .call = convolveSeparableTo256};
 const Operation CORRELATE_8 = {.name = "correlate-8x8", .at = SOME, .call = correlate<8>};
 const Operation CORRELATE_16 = {.name = "correlate-16x16", .at = SOME, .call = correlate<16>};
 const Operation CORRELATE_TO_FLOAT = {
@@ -146,6 +154,7 @@ const Family filterFamily = {
         {.operation = GRADIENT},
         {.operation = SEPARABLE_5, .sizes = {256, 1024}},
         {.operation = SEPARABLE_15, .sizes = {256, 1024}},
+        {.operation = SEPARABLE_TO_256, .sizes = {256, 1024}},
         {.operation = CORRELATE_8, .sizes = {256}},
         {.operation = CORRELATE_16, .sizes = {256}, .goals = {{OWN_8U, 256, {GOAL_NS_PER_SAMPLE, 15}}}},
         {.operation = CORRELATE_TO_FLOAT, .sizes = {256}},

@@ -290,6 +290,7 @@ void MOX_CALL moxGrayToColor(MoxImage *src, MoxImage *dst, float weightR, float 
     OwnModelConversion conversion = conversionOf(caller, src, dst);
     conversion.srcCount = 1;
     conversion.operation = &weights;
+    conversion.equal = weights.weight[0] == weights.weight[1] && weights.weight[0] == weights.weight[2];
     ownFindChannelPlanes(dst, conversion.dstChannels);
     run(&conversion, kernel, "ownGrayToColor", INTEGER_DEPTHS);
 }

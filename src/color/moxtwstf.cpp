@@ -33,6 +33,27 @@ void fixTwist(OwnTwistFP *twist) {
     twist->point = 0;
 }
 
+// A row whose entries end soon makes many ties, unless they are whole.
+void directTwist(OwnTwistFP *twist) {
+    constexpr double ofBytes = 1 << 30, largest = 2147450880.0;
+    constexpr double ofUnit = 4294967296.0 / OwnTwistFP::unit;
+    twist->isDirect = false;
+    if (twist->point == 0 || !twist->hasRests) return;
+    for (int k = 0; k < 3; ++k) {
+        bool hasRests = false, isWhole = true;
+        for (int i = 0; i < 4; ++i) {
+            const double entry = twist->data[k][i];
+            const double product = i < 3 ? entry * ofBytes : (entry + 0.5) * ofUnit;
+            if (!(std::fabs(product) < largest) || product != std::floor(product)) return;
+            twist->direct[k][i] = static_cast<int>(product);
+            hasRests = hasRests || (i < 3 && twist->rest[k][i] != 0);
+            isWhole = isWhole && (i == 3 || entry == std::floor(entry));
+        }
+        if (!hasRests && !isWhole) return;
+    }
+    twist->isDirect = true;
+}
+
 }  // namespace
 
 void MOX_CALL moxColorTwistFP(MoxImage *srcImage, MoxImage *dstImage, const float *TwistFP) {
@@ -52,6 +73,7 @@ void MOX_CALL moxColorTwistFP(MoxImage *srcImage, MoxImage *dstImage, const floa
     for (int i = 0; i < 12; ++i)
         twist.data[i / 4][i % 4] = static_cast<double>(TwistFP[i]);
     fixTwist(&twist);
+    directTwist(&twist);
     const auto &kernels = ownTwistRows().real[ownDepthIndex(srcImage->depth)];
     ownRunTwist(caller, srcImage, dstImage, kernels[ownDepthIndex(dstImage->depth)], &twist);
 }

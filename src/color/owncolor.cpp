@@ -50,7 +50,7 @@ void runPlain(const OwnModelConversion &conversion, MoxImage *src, MoxImage *dst
     planes.width = static_cast<int>(width);
     planes.height = static_cast<int>(height);
     planes.images[0] = {src, conversion.srcCount, {}, false};
-    planes.images[1] = {dst, conversion.dstCount, {}, true};
+    planes.images[1] = {dst, conversion.dstCount, {}, true, conversion.equal};
     std::copy(conversion.srcChannels, conversion.srcChannels + OWN_MAX_PLANES, planes.images[0].channels);
     std::copy(conversion.dstChannels, conversion.dstChannels + OWN_MAX_PLANES, planes.images[1].channels);
     ownRunPlanes(planes, conversion.kernel, conversion.operation);

@@ -45,6 +45,7 @@ struct OwnModelConversion {
     int srcChannels[OWN_MAX_PLANES], dstChannels[OWN_MAX_PLANES];
     OwnPlaneKernel kernel;
     const void *operation;
+    bool equal = false;  // the channels of the destination get the same samples
 };
 
 // Where R, G and B of an image stand by its channelSeq.

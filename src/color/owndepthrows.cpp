@@ -35,6 +35,17 @@ struct Clamped {
             return OWN_VECTOR(sub, epi16)(a, OWN_VECTOR(subs, epu16)(a, most));
         }
     }
+    // Left to the compiler, a block that is stored past the caches comes in vectors of half the width.
+    [[gnu::always_inline]] OwnVector vector(const typename S::Sample *a) const requires(from == 1 && to == 4) {
+        const OwnVector bytes = ownLoadPart<sizeof(OwnVector) / 4>(reinterpret_cast<const char *>(a));
+#if defined(__AVX2__)
+        return isSigned(S::low) ? _mm256_cvtepi8_epi32(ownNarrow(bytes)) : _mm256_cvtepu8_epi32(ownNarrow(bytes));
+#else
+        if constexpr (!isSigned(S::low)) return _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, ownZero()), ownZero());
+        const OwnVector twice = _mm_unpacklo_epi8(bytes, bytes);
+        return _mm_srai_epi32(_mm_unpacklo_epi16(twice, twice), 24);
+#endif
+    }
     [[gnu::always_inline]] OwnVector vector(const typename S::Sample *a) const requires(from == 2 && to == 1) {
         return ownInOrder2(ownPackBytes<isSigned(T::low)>(limit(ownLoadAt(a, 0)), limit(ownLoadAt(a, 1))));
     }
@@ -69,6 +80,18 @@ struct Placed {
         }
     }
 #if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] OwnVector vector(const typename S::Sample *a) const requires(bits == 8 && wanted == 32) {
+        const OwnVector bytes = ownLoadPart<sizeof(OwnVector) / 4>(reinterpret_cast<const char *>(a));
+#if defined(__AVX2__)
+        const OwnVector places = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5,
+                                                  5, 6, 6, 6, 6, 7, 7, 7, 7);
+        const OwnVector words = _mm256_shuffle_epi8(_mm256_broadcastq_epi64(ownNarrow(bytes)), places);
+#else
+        const OwnVector twice = _mm_unpacklo_epi8(bytes, bytes);
+        const OwnVector words = _mm_unpacklo_epi16(twice, twice);
+#endif
+        return ownXor(ownXor(words, ownSplat<Own8U>(from)), ownSplat<T>(to));
+    }
     // Shifted down with their sign, the upper parts of samples are packed as they are.
     [[gnu::always_inline]] OwnVector vector(const typename S::Sample *a) const requires(bits == 16 && wanted == 8) {
         const OwnVector low = OWN_VECTOR(srai, epi16)(ownLoadAt(a, 0), 8),

@@ -58,6 +58,7 @@ void smallOfBytes(void *const *rows, size_t n, const void *operation) {
 #if defined(OWN_HAS_VECTORS)
     const OwnGrayWeights &weights = *static_cast<const OwnGrayWeights *>(operation);
     constexpr size_t width = sizeof(OwnVector);
+    const bool isOne = rows[1] == rows[2] && rows[1] == rows[3];
     OwnVector factors[3];
     for (int k = 0; k < 3; ++k)
         factors[k] = ownSplat<Own16U>(static_cast<uint32_t>(weights.weight[k]));
@@ -65,7 +66,7 @@ void smallOfBytes(void *const *rows, size_t n, const void *operation) {
         const OwnVector gray = ownLoad(static_cast<const char *>(rows[0]) + i);
         const OwnVector low = OWN_VECTOR(unpacklo, epi8)(ownZero(), gray),
                         high = OWN_VECTOR(unpackhi, epi8)(ownZero(), gray);
-        for (int k = 0; k < 3; ++k) {
+        for (int k = 0; k < (isOne ? 1 : 3); ++k) {
             const OwnVector product = OWN_VECTOR(packus, epi16)(OWN_VECTOR(mulhi, epu16)(low, factors[k]),
                                                                 OWN_VECTOR(mulhi, epu16)(high, factors[k]));
             ownStore(static_cast<char *>(rows[1 + k]) + i, product);

@@ -186,8 +186,7 @@ void toRgb(void *const *rows, size_t n, const void *operation) {
     size_t i = 0;
     for (; i + lanes <= n; i += lanes) {
         const OwnFloats lightness = ownFloatsAt(rows[0], i);
-        const OwnWide ls = ownWiden(lightness), us = ownWiden(ownFloatsAt(rows[1], i)),
-                      vs = ownWiden(ownFloatsAt(rows[2], i));
+        const OwnWide ls = ownWideAt(rows[0], i), us = ownWideAt(rows[1], i), vs = ownWideAt(rows[2], i);
         OwnWide red, green, blue;
         OWN_BOTH {
             const OwnReal l = ls.part[k], t = 1.0 / (13.0 * l), q = (l + 16.0) * 0.008620689655172414;

@@ -118,6 +118,20 @@ struct ToRealByParts {
         const float real = a;
         return real * upper + real * lower;
     }
+#if defined(OWN_HAS_VECTORS)
+    [[gnu::always_inline]] OwnVector vector(const Own8U::Sample *a) const {
+        const OwnVector bytes = ownLoadPart<FLOATS>(reinterpret_cast<const char *>(a));
+#if defined(__AVX2__)
+        const OwnVector words = _mm256_cvtepu8_epi32(ownNarrow(bytes));
+#else
+        const OwnVector words = _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, ownZero()), ownZero());
+#endif
+        const Floats real = REAL(cvtepi32_ps)(words);
+        const Floats sum =
+            REAL(add_ps)(REAL(mul_ps)(real, REAL(set1_ps)(upper)), REAL(mul_ps)(real, REAL(set1_ps)(lower)));
+        return reinterpret_cast<OwnVector>(sum);
+    }
+#endif
     float upper, lower;
 };
 

@@ -15,6 +15,11 @@ struct OwnTwistFP {
     int fixed[3][4], rest[3][4];
     int point;      // 0 where there is no such form
     bool hasRests;  // not all are 0
+
+    // For bytes times 4: entries times 2^30; and for a unit, offsets and a half times as much as makes up for it.
+    static constexpr int unit = 1024;
+    int direct[3][4];
+    bool isDirect;  // there is such a form, and ties are rare
 };
 
 // The rows are the first three channels of the source, then those of the destination.

@@ -57,23 +57,47 @@ bool fitsWords(const OwnTwist &twist) {
     return true;
 }
 
-// Bytes, and entries of 16 bits.
-size_t applyWords(void *const *rows, size_t n, const OwnTwist &twist) {
+// The places below a unit of 16 bits whose multiples of 16 bits the offsets are; -1 where there is none.
+int placesOfUnit(const OwnTwist &twist) {
+    for (int places = 0; places < 15; ++places) {
+        bool fits = true;
+        for (const auto &row : twist.data) {
+            const int multiple = row[3] >> places;
+            fits = fits && multiple == static_cast<int16_t>(multiple) && multiple * (1 << places) == row[3];
+        }
+        if (fits) return places;
+    }
+    return -1;
+}
+
+// Lanes shifted right by a count that is the same for all.
+[[gnu::always_inline]] inline OwnVector shiftedBy(OwnVector lanes, int count) {
+#if defined(__AVX2__)
+    return _mm256_srav_epi32(lanes, _mm256_set1_epi32(count));  // one step; that by a scalar takes two
+#else
+    return _mm_sra_epi32(lanes, _mm_cvtsi32_si128(count));
+#endif
+}
+
+// Bytes, and entries of 16 bits. Offsets are added by themselves unless they are multiples of a unit.
+template <bool apart>
+size_t applyWords(void *const *rows, size_t n, const OwnTwist &twist, int places) {
     constexpr size_t width = sizeof(OwnVector);
-    const __m128i shift = _mm_cvtsi32_si128(twist.shift);
+    const OwnVector unit = ownSplat<Own16S>(1u << places);
     OwnVector first[3], second[3], plus[3];
     for (int k = 0; k < 3; ++k) {
         first[k] = ownFactors(twist.data[k][0], twist.data[k][1]);
-        second[k] = ownFactors(twist.data[k][2], 0);
+        second[k] = ownFactors(twist.data[k][2], apart ? 0 : twist.data[k][3] >> places);
         plus[k] = ownSplat<Own32S>(static_cast<uint32_t>(twist.data[k][3]));
     }
     const auto words = [&](OwnVector a, OwnVector b, OwnVector c, OwnVector *result) {
-        const OwnPairs pairs = ownPair(a, b, c);
+        const OwnPairs pairs = ownPair(a, b, c, unit);
         for (int k = 0; k < 3; ++k) {
             const auto sum = [&](const OwnVector *of) {
-                const OwnVector some = OWN_VECTOR(add, epi32)(OWN_VECTOR(madd, epi16)(of[0], first[k]), plus[k]);
+                OwnVector some = OWN_VECTOR(madd, epi16)(of[0], first[k]);
+                if (apart) some = OWN_VECTOR(add, epi32)(some, plus[k]);
                 const OwnVector all = OWN_VECTOR(add, epi32)(some, OWN_VECTOR(madd, epi16)(of[1], second[k]));
-                return OWN_VECTOR(sra, epi32)(all, shift);
+                return shiftedBy(all, twist.shift);
             };
             result[k] = OWN_VECTOR(packs, epi32)(sum(pairs.low), sum(pairs.high));
         }
@@ -98,7 +122,10 @@ void applyBytes(void *const *rows, size_t n, const void *operation) {
     size_t i = 0;
 #if defined(OWN_HAS_VECTORS)
     const OwnTwist &twist = *static_cast<const OwnTwist *>(operation);
-    if (fitsWords(twist)) i = applyWords(rows, n, twist);
+    if (fitsWords(twist)) {
+        const int places = placesOfUnit(twist);
+        i = places < 0 ? applyWords<true>(rows, n, twist, 0) : applyWords<false>(rows, n, twist, places);
+    }
 #endif
     void *rest[6];
     for (int k = 0; k < 6; ++k)
@@ -196,20 +223,97 @@ struct FixedRows {
     }
 };
 
+// The rows of a vector of bytes: form.words(a, b, c, result), words in and words out.
+template <class Form>
+[[gnu::always_inline]] inline void realVector(void *const *rows, size_t i, const Form &form, OwnVector *results) {
+    const OwnVector a = ownLoad(static_cast<const char *>(rows[0]) + i),
+                    b = ownLoad(static_cast<const char *>(rows[1]) + i),
+                    c = ownLoad(static_cast<const char *>(rows[2]) + i);
+    OwnVector low[3], high[3];
+    form.words(ownWords<0>(a), ownWords<0>(b), ownWords<0>(c), low);
+    form.words(ownWords<1>(a), ownWords<1>(b), ownWords<1>(c), high);
+    for (int k = 0; k < 3; ++k)
+        results[k] = OWN_VECTOR(packus, epi16)(low[k], high[k]);
+}
+
+[[gnu::always_inline]] inline void putVector(void *const *rows, size_t i, const OwnVector *results) {
+    for (int k = 0; k < 3; ++k)
+        ownStore(static_cast<char *>(rows[3 + k]) + i, results[k]);
+}
+
 template <bool hasRests>
 size_t realWords(void *const *rows, size_t n, const OwnTwistFP &twist) {
-    constexpr size_t width = sizeof(OwnVector);
     const FixedRows<hasRests> fixed(twist);
     size_t i = 0;
-    for (; i + width <= n; i += width) {
-        const OwnVector a = ownLoad(static_cast<const char *>(rows[0]) + i),
-                        b = ownLoad(static_cast<const char *>(rows[1]) + i),
-                        c = ownLoad(static_cast<const char *>(rows[2]) + i);
-        OwnVector low[3], high[3];
-        fixed.words(ownWords<0>(a), ownWords<0>(b), ownWords<0>(c), low);
-        fixed.words(ownWords<1>(a), ownWords<1>(b), ownWords<1>(c), high);
+    for (; i + sizeof(OwnVector) <= n; i += sizeof(OwnVector)) {
+        OwnVector results[3];
+        realVector(rows, i, fixed, results);
+        putVector(rows, i, results);
+    }
+    return i;
+}
+
+// Sums with 32 places behind the point, in two parts of 16 bits. They are rounded up at ties, and tell of those: there
+// the lower words of both parts are 0.
+struct DirectRows {
+    OwnVector upper[3][2], lower[3][2];
+    mutable OwnVector tied = ownZero();  // lanes whose lower words are not 0 where one may be
+
+    explicit DirectRows(const OwnTwistFP &twist) {
+        for (int k = 0; k < 3; ++k) {
+            int above[4], below[4];
+            for (int i = 0; i < 4; ++i) {
+                below[i] = static_cast<int16_t>(twist.direct[k][i]);
+                above[i] = (twist.direct[k][i] - below[i]) / 65536;
+            }
+            for (int i = 0; i < 2; ++i) {
+                upper[k][i] = ownFactors(above[2 * i], above[2 * i + 1]);
+                lower[k][i] = ownFactors(below[2 * i], below[2 * i + 1]);
+            }
+        }
+    }
+
+    [[gnu::always_inline]] OwnVector sum(int k, const OwnVector *pairs) const {
+        const auto both = [&](const OwnVector *factors) {
+            return OWN_VECTOR(add, epi32)(OWN_VECTOR(madd, epi16)(pairs[0], factors[0]),
+                                          OWN_VECTOR(madd, epi16)(pairs[1], factors[1]));
+        };
+        const OwnVector rest = both(lower[k]);
+        const OwnVector all = OWN_VECTOR(add, epi32)(both(upper[k]), OWN_VECTOR(srai, epi32)(rest, 16));
+        const OwnVector test = OWN_VECTOR(add, epi32)(all, rest);
+        tied = ownOr(tied, OWN_VECTOR(cmpeq, epi16)(test, ownZero()));
+        return OWN_VECTOR(srai, epi32)(all, 16);
+    }
+    [[gnu::always_inline]] void words(OwnVector a, OwnVector b, OwnVector c, OwnVector *result) const {
+        const OwnPairs pairs =
+            ownPair(ownShiftLeft(a, 2), ownShiftLeft(b, 2), ownShiftLeft(c, 2), ownSplat<Own16S>(OwnTwistFP::unit));
         for (int k = 0; k < 3; ++k)
-            ownStore(static_cast<char *>(rows[3 + k]) + i, OWN_VECTOR(packus, epi16)(low[k], high[k]));
+            result[k] = OWN_VECTOR(packs, epi32)(sum(k, pairs.low), sum(k, pairs.high));
+    }
+    [[gnu::always_inline]] bool mayBeTied() const {
+        return (static_cast<unsigned>(OWN_VECTOR(movemask, epi8)(tied)) & 0x33333333) != 0;
+    }
+};
+
+[[gnu::noinline]] void realTied(void *const *rows, size_t i, const OwnTwistFP &twist) {
+    void *at[6];
+    for (int k = 0; k < 6; ++k)
+        at[k] = static_cast<char *>(rows[k]) + i;
+    realWords<true>(at, sizeof(OwnVector), twist);
+}
+
+size_t realDirect(void *const *rows, size_t n, const OwnTwistFP &twist) {
+    DirectRows direct(twist);
+    size_t i = 0;
+    for (; i + sizeof(OwnVector) <= n; i += sizeof(OwnVector)) {
+        OwnVector results[3];
+        direct.tied = ownZero();
+        realVector(rows, i, direct, results);
+        if (__builtin_expect(direct.mayBeTied(), 0)) {
+            realTied(rows, i, twist);
+        } else {
+            putVector(rows, i, results);
+        }
     }
     return i;
 }
@@ -220,7 +324,11 @@ void realBytes(void *const *rows, size_t n, const void *operation) {
     size_t i = 0;
 #if defined(OWN_HAS_VECTORS)
     const OwnTwistFP &twist = *static_cast<const OwnTwistFP *>(operation);
-    if (twist.point) i = twist.hasRests ? realWords<true>(rows, n, twist) : realWords<false>(rows, n, twist);
+    if (twist.isDirect) {
+        i = realDirect(rows, n, twist);
+    } else if (twist.point) {
+        i = twist.hasRests ? realWords<true>(rows, n, twist) : realWords<false>(rows, n, twist);
+    }
 #endif
     void *rest[6];
     for (int k = 0; k < 6; ++k)

@@ -9,14 +9,14 @@
 
 namespace {
 
-// The words of three channels, in pairs of channels, and of the third with a 1.
+// The words of three channels, in pairs of channels, and of the third with a unit.
 struct OwnPairs {
     OwnVector low[2], high[2];
 };
-[[gnu::always_inline]] inline OwnPairs ownPair(OwnVector a, OwnVector b, OwnVector c) {
-    const OwnVector one = ownSplat<Own16S>(1);
-    return {{OWN_VECTOR(unpacklo, epi16)(a, b), OWN_VECTOR(unpacklo, epi16)(c, one)},
-            {OWN_VECTOR(unpackhi, epi16)(a, b), OWN_VECTOR(unpackhi, epi16)(c, one)}};
+[[gnu::always_inline]] inline OwnPairs ownPair(OwnVector a, OwnVector b, OwnVector c,
+                                               OwnVector unit = ownSplat<Own16S>(1)) {
+    return {{OWN_VECTOR(unpacklo, epi16)(a, b), OWN_VECTOR(unpacklo, epi16)(c, unit)},
+            {OWN_VECTOR(unpackhi, epi16)(a, b), OWN_VECTOR(unpackhi, epi16)(c, unit)}};
 }
 
 // Two factors of 16 bits for the words of a pair.

@@ -132,15 +132,15 @@ void fromFloats(void *const *rows, size_t n, const void *operation) {
     size_t i = 0;
     for (; i + lanes <= n; i += lanes) {
         const OwnFloats r = ownFloatsAt(rows[0], i), g = ownFloatsAt(rows[1], i), b = ownFloatsAt(rows[2], i);
-        const OwnWide wideR = ownWiden(r), wideG = ownWiden(g), wideB = ownWiden(b);
+        const OwnWide wideR = ownWideAt(rows[0], i), wideG = ownWideAt(rows[1], i), wideB = ownWideAt(rows[2], i);
         OwnWide u, v;
         OWN_BOTH {
             u.part[k] = -0.146 * wideR.part[k] - 0.288 * wideG.part[k] + 0.434 * wideB.part[k];
             v.part[k] = 0.617 * wideR.part[k] - 0.517 * wideG.part[k] - 0.1 * wideB.part[k];
         }
         ownPutFloats(rows[3], i, 0.299f * r + 0.587f * g + 0.114f * b);
-        ownPutFloats(rows[4], i, ownNarrow(u));
-        ownPutFloats(rows[5], i, ownNarrow(v));
+        ownPutNarrow(rows[4], i, u);
+        ownPutNarrow(rows[5], i, v);
     }
     if (i < n) ownPixelsFrom<Own32F, FromRgb32F>(rows, i, n, operation);
 }
@@ -149,17 +149,16 @@ void toFloats(void *const *rows, size_t n, const void *operation) {
     constexpr size_t lanes = sizeof(OwnFloats) / 4;
     size_t i = 0;
     for (; i + lanes <= n; i += lanes) {
-        const OwnWide y = ownWiden(ownFloatsAt(rows[0], i)), u = ownWiden(ownFloatsAt(rows[1], i)),
-                      v = ownWiden(ownFloatsAt(rows[2], i));
+        const OwnWide y = ownWideAt(rows[0], i), u = ownWideAt(rows[1], i), v = ownWideAt(rows[2], i);
         OwnWide r, g, b;
         OWN_BOTH {
             r.part[k] = y.part[k] + 1.135920183 * v.part[k];
             g.part[k] = y.part[k] - 0.3959190767 * u.part[k] - 0.5782887929 * v.part[k];
             b.part[k] = y.part[k] + 2.041101518 * u.part[k];
         }
-        ownPutFloats(rows[3], i, ownNarrow(r));
-        ownPutFloats(rows[4], i, ownNarrow(g));
-        ownPutFloats(rows[5], i, ownNarrow(b));
+        ownPutNarrow(rows[3], i, r);
+        ownPutNarrow(rows[4], i, g);
+        ownPutNarrow(rows[5], i, b);
     }
     if (i < n) ownPixelsFrom<Own32F, ToRgb32F>(rows, i, n, operation);
 }

@@ -3,7 +3,6 @@
 // coefficients.
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 
 #include "core/owncpu.h"
 #include "filter/ownconv.h"
@@ -117,14 +116,26 @@ int64_t pairsOf(const Kernel &kernel) {
     return (int64_t{kernel.taps.count} + 1) / 2;
 }
 
-// Whether 16 bits hold every sum of the column kernel and every coefficient of the row kernel.
-bool fits16(const Separable &s) {
-    if (s.depth != OWN_1U && s.depth != OWN_8U && s.depth != OWN_8S) return false;
-    int64_t sum = s.y.given() ? 0 : 1;
-    for (int j = 0; s.y.given() && j < s.y.taps.count; ++j)
-        sum += std::abs(int64_t{s.y.taps.values[j]});
-    const int64_t largest = s.depth == OWN_1U ? 1 : s.depth == OWN_8U ? 255 : 128;
-    return sum * largest <= SHRT_MAX && (!s.x.given() || pairsOf(s.x) > 0);
+// Whether 16 bits hold every sum of the column kernel and every coefficient of the row kernel. Where sums leave signed
+// ones and a row kernel follows, they begin so low that they do not.
+bool fits16(Separable *s) {
+    if (s->depth != OWN_1U && s->depth != OWN_8U && s->depth != OWN_8S) return false;
+    if (s->x.given() && pairsOf(s->x) == 0) return false;
+    const int64_t low = s->depth == OWN_8S ? -128 : 0, high = s->depth == OWN_1U ? 1 : low + 255;
+    int64_t least = s->y.given() ? 0 : low, most = s->y.given() ? 0 : high;
+    for (int j = 0; s->y.given() && j < s->y.taps.count; ++j) {
+        const int64_t tap = s->y.taps.values[j];
+        least += tap * (tap < 0 ? high : low);
+        most += tap * (tap < 0 ? low : high);
+        if (most - least > USHRT_MAX) return false;
+    }
+    if (least >= SHRT_MIN && most <= SHRT_MAX) return true;
+    if (!s->x.given()) return false;
+    const auto below = static_cast<uint32_t>(least - SHRT_MIN);
+    s->y.taps.begin = 0 - below;
+    for (int j = 0; j < s->x.taps.count; ++j)
+        s->x.taps.begin += below * static_cast<uint32_t>(s->x.taps.values[j]);
+    return true;
 }
 
 void setTaps(Kernel *kernel, int count) {
@@ -206,7 +217,7 @@ MoxStatus convolve(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const 
     setTaps(&s.y, s.y.view.nRows);
     s.depth = ownDepthIndex(src->depth);
     s.shift = combinedShift(s);
-    s.sums = s.depth == OWN_32F ? OWN_SEP_FLOAT : fits16(s) ? OWN_SEP_16 : OWN_SEP_32;
+    s.sums = s.depth == OWN_32F ? OWN_SEP_FLOAT : fits16(&s) ? OWN_SEP_16 : OWN_SEP_32;
     s.kernels = &ownSepRows();
     const bool accepted = ownFindExcess(src) == MOX_StatusNoError && ownFindExcess(dst) == MOX_StatusNoError;
     run(caller, src, dst, &s);

@@ -87,7 +87,7 @@ constexpr int64_t EXTREME_ROWS = 512;
 
 OwnWindowResult runExtremes(OwnWindow *window, Rank *rank, OwnExtremes which) {
     rank->kernel = ownRankRows().extremes[which][ownRankKind(window->src->depth)];
-    window->rowsAtOnce = std::min({int64_t{rank->nRows}, window->height, EXTREME_ROWS});
+    window->rowsAtOnce = std::min({ownExtremeRows(rank->nRows), window->height, EXTREME_ROWS});
     rank->scratchStep = rowBytesOf(*window, rank->nCols, sampleBytes(*window));
     return runRank(window, rank, (window->rowsAtOnce + OWN_EXTREME_PARTS) * rank->scratchStep);
 }

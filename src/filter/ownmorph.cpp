@@ -91,7 +91,7 @@ void runTwice(void *filter, const OwnWindowRows &rows) {
     const auto &walk = *static_cast<const Walk *>(filter);
     const int64_t before = walk.side - 1, end = before + rows.height;
     for (int64_t r = rows.y == 0 ? 0 : before; r < end;) {
-        const int64_t height = std::min({end - r, walk.side, BLOCK_ROWS});
+        const int64_t height = std::min({end - r, ownExtremeRows(walk.side), BLOCK_ROWS});
         runFirst(walk, rows, r, height, walk.kept + r * walk.keptStep, walk.keptStep);
         r += height;
     }
@@ -115,7 +115,7 @@ void *allocate(const OwnWindow &window, Walk *walk) {
     if (columns > INT_MAX / pixel) return nullptr;
     walk->columnStep = lines(columns * pixel);
     walk->keptStep = lines((columns - (walk->side - 1)) * pixel);
-    const int64_t blockRows = std::min(walk->side, BLOCK_ROWS);
+    const int64_t blockRows = std::min(ownExtremeRows(walk->side), BLOCK_ROWS);
     const int64_t pointers = walk->side + blockRows, columnRows = blockRows + OWN_EXTREME_PARTS;
     const int64_t keptRows = walk->morph.twice ? walk->side - 1 + window.rowsAtOnce : 0;
     if (columnRows > INT_MAX / walk->columnStep || keptRows > INT_MAX / walk->keptStep) return nullptr;
@@ -142,7 +142,7 @@ OwnWindowResult runRows(OwnWindow *window, const OwnMorph &morph) {
     walk.kind = ownRankKind(window->src->depth);
     walk.sampleBytes = static_cast<size_t>(std::max(ownDepthBytes(window->src->depth), 1));
     window->left = window->top = window->right = window->bottom = walk.margin;
-    window->rowsAtOnce = std::min({walk.side, BLOCK_ROWS, window->height});
+    window->rowsAtOnce = std::min({ownExtremeRows(walk.side), BLOCK_ROWS, window->height});
     void *memory = allocate(*window, &walk);
     if (!memory) return OWN_WINDOW_NO_ROWS;
     window->function = morph.twice ? runTwice : runOnce;

@@ -40,6 +40,11 @@ enum OwnExtremes { OWN_LARGEST, OWN_SMALLEST, OWN_EXTREMES };
 // Extremes are taken down the columns of a block first, into as many rows of scratch as it is high, then along them.
 constexpr int OWN_EXTREME_PARTS = 2;  // rows of scratch that a row takes beside
 
+// The output rows of a block, at most: as many as the window is high, but windows of three rows take any number.
+constexpr int64_t ownExtremeRows(int64_t nRows) {
+    return nRows == 3 ? 8 : nRows;
+}
+
 // Rows of bits, the first on top of a byte: bytes first to first + count - 1 of each row of output get the extremes of
 // the bits up to reach before and behind each.
 struct OwnBitsAlong {
@@ -53,7 +58,7 @@ struct OwnBitsAlong {
 };
 
 struct OwnRankRows {
-    // Scratch: height + OWN_EXTREME_PARTS rows. Its height is that of the window at most.
+    // Scratch: height + OWN_EXTREME_PARTS rows. Its height is ownExtremeRows of the window's at most.
     void (*extremes[OWN_EXTREMES][OWN_RANK_KINDS])(const OwnRankBlock &block);
     // The same in two steps: the first into rows of scratch, the second from the rows that are there.
     void (*columns[OWN_EXTREMES][OWN_RANK_KINDS])(const OwnRankBlock &block);

@@ -8,9 +8,33 @@
 namespace OWN_LEVEL {
 namespace {
 
+// Windows of three rows, any number: each two rows in a row serve two windows.
+template <class D, bool largest>
+void columnsOfThree(const OwnRankBlock &b, size_t bytes) {
+    ownOverRow<D, 2>(bytes, [&]<class Stride, size_t blocks>(size_t at) {
+        using Vector = typename Stride::Vector;
+        const auto row = [&](int64_t r, size_t k) { return Stride::load(b.rows[r] + at + k * Stride::bytes); };
+        Vector before[blocks], pair[blocks];
+        for (size_t k = 0; k < blocks; ++k) {
+            before[k] = row(1, k);
+            pair[k] = ownExtremeOf<Stride, largest>(row(0, k), before[k]);
+        }
+        for (int64_t r = 0; r < b.height; ++r) {
+            for (size_t k = 0; k < blocks; ++k) {
+                const Vector entering = row(r + 2, k);
+                Stride::store(b.scratch + r * b.scratchStep + at + k * Stride::bytes,
+                              ownExtremeOf<Stride, largest>(pair[k], entering));
+                pair[k] = ownExtremeOf<Stride, largest>(before[k], entering);
+                before[k] = entering;
+            }
+        }
+    });
+}
+
 // The windows' columns, into rows of scratch.
 template <class D, bool largest>
 void columnsOf(const OwnRankBlock &b, size_t bytes) {
+    if (b.nRows == 3) return columnsOfThree<D, largest>(b, bytes);
     ownOverRow<D, 4>(bytes, [&]<class Stride, size_t blocks>(size_t at) {
         using Vector = typename Stride::Vector;
         const auto row = [&](int64_t r, size_t k) { return Stride::load(b.rows[r] + at + k * Stride::bytes); };

@@ -4,8 +4,8 @@
 #include "core/owncore.h"
 #include "frame/ownkernel.h"
 
-// What column sums are kept in: 16 bits where no sum of bytes leaves them and no coefficient of the row kernel does
-// either, 32 bits that wrap, or floats.
+// What column sums are kept in: 16 bits where all sums of bytes lie within 65536 numbers in a row and no coefficient of
+// the row kernel is wider, 32 bits that wrap, or floats.
 enum OwnSepClass { OWN_SEP_16, OWN_SEP_32, OWN_SEP_FLOAT, OWN_SEP_CLASSES };
 
 // The coefficients of one kernel, in the order in which they are stored.
@@ -15,6 +15,8 @@ struct OwnSepTaps {
     const uint32_t
         *pairs;  // two of 16 bits side by side, the last one of an odd number beside 0; null where they are wider
     const float *real;
+    uint32_t
+        begin;  // what sums begin with, by way of OWN_SEP_16: columns so that they are signed, rows to make up for it
 };
 
 // What becomes of n sums; bits are bytes 0 and 1. Integers are shifted and saturated, floats stay.

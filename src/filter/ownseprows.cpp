@@ -8,10 +8,12 @@
 namespace OWN_LEVEL {
 namespace {
 
+// Vectors of sums that hide what a tap takes beside. At the baseline, where a product takes a register for its factor,
+// more than four cost more than they bring.
 #if defined(__AVX2__)
-constexpr size_t VECTOR = 32;
+constexpr size_t VECTOR = 32, SIDE_BY_SIDE = 8;
 #else
-constexpr size_t VECTOR = 16;
+constexpr size_t VECTOR = 16, SIDE_BY_SIDE = 4;
 #endif
 
 template <class Value, size_t bytes = VECTOR>
@@ -134,8 +136,12 @@ void columns(const uint8_t *const *rows, const OwnSepTaps &taps, void *sums, siz
     using Vector = typename Sums<cls>::Vector;
     constexpr size_t lanes = VECTOR / sizeof(Value), bytes = sizeof(typename D::Value);
     auto *const out = static_cast<Value *>(sums);
+    const Value begin = cls == OWN_SEP_16 ? static_cast<Value>(taps.begin) : Value{};
     const auto block = [&]<size_t vectors>(size_t i) __attribute__((always_inline)) {
-        Vector sum[vectors] = {};
+        Vector sum[vectors];
+#pragma GCC unroll 8
+        for (size_t k = 0; k < vectors; ++k)
+            sum[k] = Vector{} + begin;
         for (int j = 0; j < taps.count; ++j) {
             const Value tap = tapOf<cls>(taps, j);
             const uint8_t *row = rows[j] + i * bytes;
@@ -148,14 +154,14 @@ void columns(const uint8_t *const *rows, const OwnSepTaps &taps, void *sums, siz
             store(out + i + k * lanes, sum[k]);
     };
     const auto one = [&](size_t i) {
-        Value sum = 0;
+        Value sum = begin;
         for (int j = 0; j < taps.count; ++j) {
             const auto sample = reinterpret_cast<const typename D::Sample *>(rows[j])[i];
             sum = static_cast<Value>(sum + product<Value>(static_cast<Value>(sample), tapOf<cls>(taps, j)));
         }
         out[i] = sum;
     };
-    ownInBlocks<lanes, 4>(n, block, one);
+    ownInBlocks<lanes, SIDE_BY_SIDE>(n, block, one);
 }
 
 #if defined(OWN_HAS_VECTORS)
@@ -321,7 +327,7 @@ void across(const void *sums, size_t step, const OwnSepTaps &taps, const OwnSepS
             sum += product<Value>(from[i + static_cast<size_t>(j) * step], tapOf<cls>(taps, j));
         put(i, &sum, 1);
     };
-    ownInBlocks<lanes, 4>(how.n, block, one);
+    ownInBlocks<lanes, SIDE_BY_SIDE>(how.n, block, one);
 }
 
 #if defined(OWN_HAS_VECTORS)
@@ -364,12 +370,13 @@ void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const Ow
     constexpr size_t lanes = VECTOR / 2;
     const auto *const from = static_cast<const int16_t *>(sums);
     auto *const out = static_cast<uint8_t *>(how.out);
+    const OwnVector begin = OWN_VECTOR(set1, epi32)(static_cast<int>(taps.begin));
     const int pairs = (taps.count + 1) / 2;
     const auto block = [&]<size_t vectors>(size_t i) __attribute__((always_inline)) {
         OwnVector low[vectors], high[vectors];
 #pragma GCC unroll 4
         for (size_t k = 0; k < vectors; ++k)
-            low[k] = high[k] = ownZero();
+            low[k] = high[k] = begin;
         for (int p = 0; p < pairs; ++p) {
             const OwnVector pair = OWN_VECTOR(set1, epi32)(static_cast<int>(taps.pairs[p]));
             const int16_t *a = from + i + static_cast<size_t>(2 * p) * step;
@@ -387,7 +394,7 @@ void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const Ow
             storeBytes<D>(low[k], high[k], how.shift, out + i + k * lanes);
     };
     const auto one = [&](size_t i) {
-        uint32_t sum = 0;
+        uint32_t sum = taps.begin;
         for (int j = 0; j < taps.count; ++j)
             sum +=
                 static_cast<uint32_t>(from[i + static_cast<size_t>(j) * step]) * static_cast<uint32_t>(taps.values[j]);
@@ -402,7 +409,7 @@ template <class D>
 void acrossPairs(const void *sums, size_t step, const OwnSepTaps &taps, const OwnSepStore &how) {
     const auto *const from = static_cast<const int16_t *>(sums);
     for (size_t i = 0; i < how.n; ++i) {
-        uint32_t sum = 0;
+        uint32_t sum = taps.begin;
         for (int j = 0; j < taps.count; ++j)
             sum +=
                 static_cast<uint32_t>(from[i + static_cast<size_t>(j) * step]) * static_cast<uint32_t>(taps.values[j]);

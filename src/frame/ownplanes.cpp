@@ -192,6 +192,8 @@ void PlaneRunner::shareScratch() {
         if (side.way == IN_PLACE && !side.aside) continue;
         for (int k = 0; k < side.rows; ++k)
             side.scratch[k] = take(std::max(side.span.bytes, 1));
+        for (int k = 1; side.of->equal && side.way == SPLIT && k < side.of->count; ++k)
+            side.scratch[side.order[k]] = side.scratch[side.order[0]];
     }
 }
 

@@ -20,6 +20,7 @@ struct OwnPlaneImage {
     int count;
     int channels[OWN_MAX_PLANES];
     bool written;
+    bool equal = false;  // the kernel writes the same samples to each of its rows, which may be one row then
 };
 
 // The images of an operation, all plain; the mask, or null; the size that they have in common. width and height come
@@ -43,7 +44,8 @@ void ownSetPlaneSize(OwnPlanes *planes);
 // come through a scratch on the stack, a stretch of some hundred pixels at a time.
 void ownRunPlanes(const OwnPlanes &planes, OwnPlaneKernel kernel, const void *operation);
 
-// Between pixels of 3 or 4 samples and rows, by OwnSampleSize and by the samples of a pixel less 3.
+// Between pixels of 3 or 4 samples and rows, by OwnSampleSize and by the samples of a pixel less 3. Rows that are
+// joined may be the same one.
 struct OwnPlaneMoves {
     void (*split[OWN_SAMPLE_SIZES][2])(const void *pixels, void *const *rows, size_t n);
     void (*join[OWN_SAMPLE_SIZES][2])(const void *const *rows, void *pixels, size_t n);

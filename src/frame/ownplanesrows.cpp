@@ -141,6 +141,29 @@ size_t joinTriples(const void *const *rows, uint8_t *dst, size_t n) {
     return at / bytes;
 }
 
+// Each byte of a row three times.
+struct Thrice {
+    alignas(WHOLE) uint8_t places[3][WHOLE];
+
+    constexpr Thrice() : places() {
+        for (size_t at = 0; at < 3 * WHOLE; ++at)
+            places[at / WHOLE][at % WHOLE] = static_cast<uint8_t>(at / 3 % HALF);
+    }
+};
+size_t joinSame(const uint8_t *row, uint8_t *dst, size_t n) {
+    static constexpr Thrice order;
+    const auto places = [](size_t k) { return _mm256_load_si256(reinterpret_cast<const __m256i *>(order.places[k])); };
+    size_t i = 0;
+    for (; i + WHOLE <= n; i += WHOLE, dst += 3 * WHOLE) {
+        const __m256i both = load(row + i), low = loadHalves(row + i, row + i),
+                      high = loadHalves(row + i + HALF, row + i + HALF);
+        store(dst, _mm256_shuffle_epi8(low, places(0)));
+        store(dst + WHOLE, _mm256_shuffle_epi8(both, places(1)));
+        store(dst + 2 * WHOLE, _mm256_shuffle_epi8(high, places(2)));
+    }
+    return i;
+}
+
 // Pixels of four samples, four vectors at a time. Each half has the samples of a channel side by side first; then
 // groups of four bytes change places with those of the other vectors.
 template <int bytes>
@@ -212,6 +235,8 @@ template <class D, int step>
 size_t joinVectors(const void *const *rows, void *pixels, size_t n) {
     constexpr int bytes = sizeof(typename D::Value);
     uint8_t *dst = static_cast<uint8_t *>(pixels);
+    if (bytes == 1 && step == 3 && rows[0] == rows[1] && rows[0] == rows[2])
+        return joinSame(static_cast<const uint8_t *>(rows[0]), dst, n);
     return step == 3 ? joinTriples<bytes>(rows, dst, n) : joinQuads<bytes>(rows, dst, n);
 }
 

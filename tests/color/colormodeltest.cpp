@@ -194,7 +194,8 @@ TEST(ColorGray, toColorAgrees) {
             options.anyOrder = true;
             if (random.oneIn(12)) options.maxWidth = 1500;
             ColorPair pair(random, options);
-            const float weights[3] = {drawWeight(random), drawWeight(random), drawWeight(random)};
+            float weights[3] = {drawWeight(random), drawWeight(random), drawWeight(random)};
+            if (random.oneIn(3)) weights[1] = weights[2] = weights[0];
             SCOPED_TRACE(pair.describe() + std::string(pair.dst().header()->channelSeq, 4) + " weights " +
                          std::to_string(weights[0]) + " " + std::to_string(weights[1]) + " " +
                          std::to_string(weights[2]));

@@ -292,6 +292,31 @@ TEST(TwistFP, roundsToNearestWithTiesToEven) {
     EXPECT_EQ(dst.get(2, 0, 0), 255u);
 }
 
+// Entries that end soon beside those that do not: bytes make ties where the others are 0, and come near them elsewhere.
+TEST(TwistFP, tiesOfBytesAmongOtherSums) {
+    const float entries[] = {0.3f, 0.5f, 0.25f, -0.05f, 0.8f, 1.9999f, -1.75f, 1 / 3.0f, 1, 0, 0.0078125f};
+    const float offsets[] = {0, 0.5f, -0.25f, 12, -300, 0.0009765625f, 0.1f, 511.5f};
+    forEachCase(150, [&](Random &random) {
+        TestImage src(TestLayout::of(MOX_DEPTH_8U, 200, 5, 3), random.next());
+        TestImage dst(TestLayout::of(MOX_DEPTH_8U, 200, 5, 3), 2);
+        for (int x = 0; x < 200; ++x) {
+            for (int y = 0; y < 5; ++y)
+                src.set(random.below(3), x, y, random.oneIn(2) ? 0u : static_cast<uint32_t>(random.below(256)));
+        }
+        float matrix[16] = {};
+        for (int i = 0; i < 12; ++i)
+            matrix[i] = i % 4 == 3 ? offsets[random.below(8)] : entries[random.below(11)];
+        for (int row = 0; row < 3; ++row)
+            matrix[row * 4 + random.below(3)] = 0.3f;
+        const RefResult wanted = refApplyTwistFP(src, dst, matrix);
+        forEachCpuLevel([&] {
+            moxSet(dst.header(), 1);
+            moxColorTwistFP(src.header(), dst.header(), matrix);
+            EXPECT_TRUE(dst.holds(wanted.expected));
+        });
+    });
+}
+
 // --- against the model
 
 struct TwistPairOptions {

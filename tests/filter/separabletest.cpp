@@ -1,5 +1,6 @@
 // Separable convolution: results that are told.
 #include <bit>
+#include <cstring>
 
 #include "filter/kernelset.h"
 
@@ -136,6 +137,31 @@ TEST(SeparableConvolution, floatSumsAreInTheOrderOfTheTaps) {
         EXPECT_EQ(moxConvolveSep2DFP(src.header(), dst.header(), nullptr, &y), 0);
         EXPECT_EQ(std::bit_cast<float>(dst.get(0, 20, 4)), 16777218.0f);
     });
+}
+
+// Columns whose sums take all of 65536 numbers in a row, wherever these begin, and one more; bytes at both of their
+// ends.
+TEST(SeparableConvolution, columnSumsOfSixteenBits) {
+    const std::vector<int> columns[] = {{1, 256},    {2, 256}, {-1, -256}, {-2, -256},     {100, -157},
+                                        {100, -158}, {0, 128}, {0, 129},   {-129, 1, 127}, {40, 60, -70, 80, 7}};
+    Row x({32767, -32768, 3, -500, 1}, 2, 9);
+    const RefKernel xModel = {{5, 1, 2, 0}, {1, -500, 3, -32768, 32767}, 9};
+    for (const unsigned depth : {MOX_DEPTH_8U, MOX_DEPTH_8S}) {
+        TestImage src(TestLayout::of(depth, 61, 9, 1, MOX_DATA_ORDER_PIXEL), 1), dst(src.layout(), 2);
+        const int rows[] = {0, 255, 0, 255, 255, 128, 127, 128};
+        for (int y = 0; y < 8; ++y)
+            std::memset(src.header()->imageData + y * src.header()->widthStep, rows[y], 61);
+        for (const std::vector<int> &taps : columns) {
+            Column y(taps);
+            const RefKernel yModel = {{1, y.nRows, 0, y.nRows - 1}, {taps.rbegin(), taps.rend()}, 0};
+            const RefResult wanted = refConvolveSep2D(src, dst, &xModel, &yModel);
+            forEachCpuLevel([&] {
+                moxSet(dst.header(), 1);
+                EXPECT_EQ(moxConvolveSep2D(src.header(), dst.header(), &x, &y), 0);
+                EXPECT_TRUE(dst.holds(wanted.expected)) << depth << ' ' << taps[0];
+            });
+        }
+    }
 }
 
 // In pixel order there may be 32 channels, in plane order any number.
