@@ -48,6 +48,20 @@ template <class D>
     return a != a ? a : b;
 }
 
+// What an operation on floats gives where it is NaN: the first operand that is one, quieted, and the negative quiet NaN
+// where neither is. So have it processors with SSE2 by themselves, as long as no operands are exchanged; others look
+// for signalling operands first, and make the positive one.
+[[gnu::always_inline]] inline float settled(float result, [[maybe_unused]] float a, [[maybe_unused]] float b) {
+#if defined(__SSE2__)
+    return result;
+#else
+    constexpr uint32_t quiet = 0x00400000, negative = 0xFFC00000;
+    const uint32_t second = b != b ? __builtin_bit_cast(uint32_t, b) | quiet : negative;
+    const uint32_t nan = a != a ? __builtin_bit_cast(uint32_t, a) | quiet : second;
+    return __builtin_bit_cast(float, result != result ? nan : __builtin_bit_cast(uint32_t, result));
+#endif
+}
+
 #if defined(OWN_HAS_VECTORS)
 typedef float Floats __attribute__((vector_size(sizeof(OwnVector))));
 
@@ -73,7 +87,7 @@ struct Add {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         if constexpr (isFloat<D>) {
-            return a + firstIfNan(a, b);
+            return settled(a + firstIfNan(a, b), a, b);
         } else if constexpr (isSigned<D>) {
             using Bits = typename D::Lane;
             const auto sum = as<D>(static_cast<Bits>(static_cast<Bits>(a) + static_cast<Bits>(b)));
@@ -98,7 +112,7 @@ struct Subtract {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         if constexpr (isFloat<D>) {
-            return a - b;
+            return settled(a - b, a, b);
         } else if constexpr (isSigned<D>) {
             using Bits = typename D::Lane;
             const auto difference = as<D>(static_cast<Bits>(static_cast<Bits>(a) - static_cast<Bits>(b)));
@@ -146,7 +160,7 @@ struct Multiply {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, typename D::Value b, const OwnConstant &) {
         if constexpr (isFloat<D>) {
-            return a * firstIfNan(a, b);
+            return settled(a * firstIfNan(a, b), a, b);
         } else if constexpr (sizeof(typename D::Value) == 4) {
             return clampedProduct(a, b);
         } else {
@@ -169,7 +183,7 @@ struct MultiplyS {
     template <class D>
     [[gnu::always_inline]] static typename D::Value f(typename D::Value a, const OwnConstant &c) {
         if constexpr (isFloat<D>) {
-            return a * firstIfNan(a, c.real);
+            return settled(a * firstIfNan(a, c.real), a, c.real);
         } else if constexpr (sizeof(typename D::Value) == 4) {
             return clampedProduct(a, static_cast<int32_t>(c.value));
         } else {
