@@ -242,13 +242,13 @@ def closing(a: AnyImage, iterations: int = 1, out: Optional[AnyImage] = None, *,
 
 
 def correlate(a: AnyImage, template: AnyImage, out: Optional[AnyImage] = None, *,
-              dtype=np.float32, border: Border = None, mask: Optional[Mask] = None,
+              dtype=None, border: Border = None, mask: Optional[Mask] = None,
               channel: Channel = None, alpha: bool = False, planes: bool = False) -> AnyImage:
     """Where a template fits: normalised cross-correlation, 1 (or the top of dtype) where it does
     perfectly. The window of a pixel begins half the template's size to its upper left.
 
     a, template  one dtype and number of channels
-    dtype        that of the result: float32, or a's own
+    dtype        that of the result: a's own, or of uint8 float32, which it is if not told
     """
     height, width, channels = size_of(a, planes)
     if dtype_of(template) != dtype_of(a):
@@ -259,6 +259,8 @@ def correlate(a: AnyImage, template: AnyImage, out: Optional[AnyImage] = None, *
 
     if out is not None:
         dtype = dtype_of(out)
+    elif dtype is None:
+        dtype = FLOAT if dtype_of(a) == np.uint8 else dtype_of(a)
     return run(templates_first, (a, template), out,
                result=(height, width, channels, np.dtype(dtype)), mask=mask, channel=channel,
                alpha=alpha, planes=planes, border=border, mode=WINDOW, in_place=False,
