@@ -10,8 +10,8 @@ import numpy as np
 
 from . import _records as records
 from ._errors import fail, thread
-from ._images import (BOOL, FLOAT, PLAIN, POINT, Image, Layout, _pools, address, give_back, lend,
-                      ndarray, plain_array, size_of_shape, whole)
+from ._images import (BOOL, FLOAT, PLAIN, POINT, REGION, Image, Layout, _pools, address,
+                      give_back, lend, ndarray, plain_array, size_of_shape, whole)
 
 _empty = np.empty
 
@@ -169,7 +169,7 @@ def set_mask(lent, mask):
 
 
 def run(function, sources, out, arguments=(), *, mask=None, channel=None, alpha=False,
-        planes=False, border=None, mode=POINT, out_mode=POINT, result=None, in_place=True,
+        planes=False, border=None, mode=REGION, out_mode=REGION, result=None, in_place=True,
         before=(), check=None, same_size=True, turn=False, plain=None, models=None):
     """Calls function(*before, sources..., out, *arguments) and returns out.
 
@@ -181,7 +181,7 @@ def run(function, sources, out, arguments=(), *, mask=None, channel=None, alpha=
     plain      from this source on they are images of one channel that no keyword is about
     """
     if turn and channel is None and _all_reversed(sources, out, planes):
-        return _run_turned(function, sources, out, arguments, mask, alpha, planes)
+        return _run_turned(function, sources, out, arguments, mask, alpha, planes, mode, out_mode)
     first = sources[0]
     height, width, channels = size_of(first, planes)
     dtype = dtype_of(first)
@@ -211,7 +211,7 @@ def run(function, sources, out, arguments=(), *, mask=None, channel=None, alpha=
     out_layout = Layout(planes, alpha, out_coi, None, *out_names)
     if not fresh:
         sources = [source if source is out and in_place
-                   else _apart(source, out, mode == POINT and in_place) for source in sources]
+                   else _apart(source, out, mode <= REGION and in_place) for source in sources]
         if not in_place:
             sources = [copy_with_region(source) if source is out else source
                        for source in sources]
@@ -235,7 +235,7 @@ def _all_reversed(sources, out, planes):
     return True
 
 
-def _run_turned(function, sources, out, arguments, mask, alpha, planes):
+def _run_turned(function, sources, out, arguments, mask, alpha, planes, mode, out_mode):
     """run() on the images upside down. The result is upside down as well: a reversed view."""
     turned = [_turned(source, planes) for source in sources]
     target = None if out is None else _turned(out, planes)
@@ -243,7 +243,8 @@ def _run_turned(function, sources, out, arguments, mask, alpha, planes):
         mask = mask[::-1]
     elif mask is not None:
         mask = mask.unpack()[::-1]
-    done = run(function, turned, target, arguments, mask=mask, alpha=alpha, planes=planes)
+    done = run(function, turned, target, arguments, mask=mask, alpha=alpha, planes=planes,
+               mode=mode, out_mode=out_mode)
     return out if out is not None else _turned(done, planes)
 
 
@@ -297,7 +298,7 @@ def _usable(out, shape, strides, dtype):
             and out.dtype == dtype and out.flags.writeable)
 
 
-def binary(function, a, b, out, mask, channel, alpha, planes):
+def binary(function, a, b, out, mask, channel, alpha, planes, mode=POINT):
     """function(a, b, out) of three images of one shape and dtype."""
     if (mask is None and channel is None and not alpha and not planes and type(a) is ndarray
             and type(b) is ndarray):
@@ -312,7 +313,7 @@ def binary(function, a, b, out, mask, channel, alpha, planes):
                 second = pool.pop()
                 third = pool.pop()
             except (KeyError, IndexError):
-                return run(function, (a, b), out, turn=True)
+                return run(function, (a, b), out, mode=mode, out_mode=mode, turn=True)
             at_a = first.record.imageData = address(a)
             at_b = second.record.imageData = address(b)
             if out is None:
@@ -323,7 +324,7 @@ def binary(function, a, b, out, mask, channel, alpha, planes):
                 size = a.nbytes
                 if -size < at_out - at_a < size and at_a != at_out or (
                         -size < at_out - at_b < size and at_b != at_out):
-                    return run(function, (a, b), out, turn=True)
+                    return run(function, (a, b), out, mode=mode, out_mode=mode, turn=True)
             reports = thread.reports
             function(first.ref, second.ref, third.ref)
             pool += first, second, third
@@ -331,7 +332,7 @@ def binary(function, a, b, out, mask, channel, alpha, planes):
                 fail()
             return out
     return run(function, (a, b), out, (), mask=mask, channel=channel, alpha=alpha, planes=planes,
-               turn=True)
+               mode=mode, out_mode=mode, turn=True)
 
 
 def unary(function, a, out, arguments, mask, channel, alpha, planes, mode=POINT, border=None,
@@ -348,8 +349,9 @@ def unary(function, a, out, arguments, mask, channel, alpha, planes, mode=POINT,
                 first = pool.pop()
                 second = pool.pop()
             except (KeyError, IndexError):
-                return run(function, (a,), out, arguments, mode=mode, in_place=in_place,
-                           turn=mode == POINT)
+                return run(function, (a,), out, arguments, mode=mode,
+                           out_mode=min(mode, REGION), in_place=in_place,
+                           turn=mode <= REGION)
             at_a = first.record.imageData = address(a)
             if out is None:
                 out = _empty(shape, dtype)
@@ -358,8 +360,9 @@ def unary(function, a, out, arguments, mask, channel, alpha, planes, mode=POINT,
                 at_out = second.record.imageData = address(out)
                 size = a.nbytes
                 if -size < at_out - at_a < size:
-                    return run(function, (a,), out, arguments, mode=mode, in_place=in_place,
-                               turn=mode == POINT)
+                    return run(function, (a,), out, arguments, mode=mode,
+                               out_mode=min(mode, REGION), in_place=in_place,
+                               turn=mode <= REGION)
             reports = thread.reports
             function(first.ref, second.ref, *arguments)
             pool += first, second
@@ -367,4 +370,5 @@ def unary(function, a, out, arguments, mask, channel, alpha, planes, mode=POINT,
                 fail()
             return out
     return run(function, (a,), out, arguments, mask=mask, channel=channel, alpha=alpha,
-               planes=planes, mode=mode, border=border, in_place=in_place, turn=mode == POINT)
+               planes=planes, mode=mode, out_mode=min(mode, REGION), border=border,
+               in_place=in_place, turn=mode <= REGION)

@@ -32,9 +32,10 @@ BOOL = np.dtype(np.bool_)
 FLOAT = np.dtype(np.float32)
 
 # What an operation needs of an image.
-POINT = 0   #: each sample by itself: a region of a larger image is as good as an image
-WINDOW = 1  #: neighbours as well: where the array ends the image ends
-WHOLE = 2   #: the whole image, without a region: arrays with gaps are copied
+POINT = 0   #: each sample by itself: one channel of a region of a larger image is as good
+REGION = 1  #: a region of a larger image is as good, all channels of it
+WINDOW = 2  #: neighbours as well: where the array ends the image ends
+WHOLE = 3   #: the whole image, without a region: arrays with gaps are copied
 
 
 class Layout(NamedTuple):
@@ -94,7 +95,7 @@ def _find_address():
 address = _find_address()
 
 
-def lend(array, layout=None, mode=POINT, write=False):
+def lend(array, layout=None, mode=REGION, write=False):
     """The header of an array, an Image or a Tiled; give_back() takes it when the call is over."""
     if type(array) is ndarray:
         try:
@@ -305,7 +306,7 @@ def _place(array, layout, mode):
     across = 1
     if column != pixel:
         # One channel out of pixels of several.
-        if channels > 1 or column <= 0 or column % item or mode != POINT or layout.alpha:
+        if channels > 1 or column <= 0 or column % item or mode != POINT or layout.alpha or layout.coi:
             return None
         across = column // item
     if height == 1:
@@ -317,7 +318,7 @@ def _place(array, layout, mode):
     if across == 1 and (channels == 1 or not layout.planes or plane == step * height):
         if _covers(owner, start, step * height * (channels if layout.planes else 1)):
             return start, step, 0, 0, 0, (height, width, channels)
-    if mode != POINT:
+    if mode > REGION:
         return None
     return _place_in_owner(owner, start, layout, (height, width, channels), step, plane, column,
                            item)

@@ -12,7 +12,7 @@ from . import _records as records
 from ._calls import (check_out, choice, copy_of, dtype_of, lend_mask, memory_of, new_image, run,
                      set_mask, size_of)
 from ._errors import check
-from ._images import Image, Layout, give_back, lend, whole
+from ._images import REGION, WINDOW, Image, Layout, give_back, lend, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Mask
 
@@ -57,12 +57,12 @@ class _Composition:
             self.cover = lend_mask(mask, height, width)
             set_mask(self.out_lent, self.cover)
 
-    def take(self, image, write=False):
+    def take(self, image, write=False, mode=REGION):
         """The header of an image, the same one for the same image."""
         if image is None:
             return None
         if id(image) not in self._by_image:
-            lent = lend(image, _layout(image, self.planes), write=write)
+            lent = lend(image, _layout(image, self.planes), mode, write)
             self._by_image[id(image)] = lent
             self.lents.append(lent)
         return self._by_image[id(image)]
@@ -97,14 +97,15 @@ def composite(a: AnyImage, b: AnyImage, out: Optional[AnyImage] = None, *, rule:
             raise ValueError("opacities have the size of the images")
     if alpha_out is not None:
         check_out(alpha_out, *size_of(b, planes)[:2], dtype_of(b))
-    opacity_out = call.take(alpha_out, True)
+    # Regions of opacities count, but not their channels of interest.
+    opacity_out = call.take(alpha_out, True, WINDOW)
     if alpha_out is not None and size_of(alpha_out)[2] == 1:
         # The library writes opacities to an alpha channel.
         opacity_out.record.alphaChannel = 1
         opacity_out.pool = None
     lib.moxAlphaComposite(call.a.ref, call.b.ref, call.out_lent.ref,
-                          choice(rule, _RULES, "rule"), _reference(call.take(alpha_a)),
-                          _reference(call.take(alpha_b)), _reference(opacity_out),
+                          choice(rule, _RULES, "rule"), _reference(call.take(alpha_a, mode=WINDOW)),
+                          _reference(call.take(alpha_b, mode=WINDOW)), _reference(opacity_out),
                           int(bool(premultiplied)), int(bool(divide)))
     return call.done()
 

@@ -11,7 +11,7 @@ from ctypes import c_float
 from typing import Optional, Union
 
 from ._calls import binary, dtype_of, unary
-from ._images import FLOAT, ndarray, whole
+from ._images import FLOAT, REGION, ndarray, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Constant, Mask
 
@@ -114,7 +114,7 @@ def square(a: AnyImage, out: Optional[AnyImage] = None, *, mask: Optional[Mask] 
 def absolute(a: AnyImage, out: Optional[AnyImage] = None, *, mask: Optional[Mask] = None,
              channel: Channel = None, alpha: bool = False, planes: bool = False) -> AnyImage:
     """|a|; the most negative integer becomes the largest one."""
-    return unary(lib.moxAbs, a, out, (), mask, channel, alpha, planes)
+    return unary(lib.moxAbs, a, out, (), mask, channel, alpha, planes, REGION)
 
 
 def left_shift(a: AnyImage, shift: int, out: Optional[AnyImage] = None, *,

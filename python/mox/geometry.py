@@ -18,7 +18,7 @@ import numpy as np
 from . import _records as records
 from ._calls import choice, dtype_of, new_image, run, size_of
 from ._errors import check
-from ._images import FLOAT, POINT, WINDOW, give_back, lend, whole
+from ._images import FLOAT, REGION, WINDOW, give_back, lend, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Mask, Pair
 from .filters import pair
@@ -164,7 +164,8 @@ def _scaled(function, a, size, out, kind, more, mask, channel, alpha, planes):
     if out is not None:
         channels = size_of(out, planes)[2]
     return _zeroed(function, a, out, (rows, columns, channels, dtype_of(a)),
-                   (columns, width, rows, height, kind, *more), mask, channel, alpha, planes, POINT)
+                   (columns, width, rows, height, kind, *more), mask, channel, alpha, planes,
+                   REGION)
 
 
 def resize(a: AnyImage, size: Size = None, out: Optional[AnyImage] = None, *,

@@ -9,12 +9,12 @@ import numpy as np
 from . import _records as records
 from ._calls import (choice, coi_of, dtype_of, lend_mask, run, set_mask, size_of)
 from ._errors import check
-from ._images import BOOL, FLOAT, POINT, WINDOW, Layout, give_back, lend, whole
+from ._images import BOOL, FLOAT, REGION, WINDOW, Layout, give_back, lend, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Constant, Mask
 
 
-def _measured(a, mask, channel, alpha, planes, mode=POINT):
+def _measured(a, mask, channel, alpha, planes, mode=REGION):
     """The header of an image that is only looked at, under a mask."""
     lent = lend(a, Layout(planes, alpha, coi_of(channel, a, planes)), mode)
     if mask is not None:

@@ -7,7 +7,7 @@ import numpy as np
 
 from ._calls import (check_out, coi_of, dtype_of, lend_mask, memory_of, run, set_mask, size_of)
 from ._errors import check
-from ._images import (BOOL, FLOAT, Layout, give_back, lend, whole)
+from ._images import (BOOL, FLOAT, POINT, Layout, give_back, lend, whole)
 from ._library import lib
 from ._types import AnyImage, Channel, Constant, Mask
 
@@ -21,7 +21,7 @@ def copy(a: AnyImage, out: Optional[AnyImage] = None, *, mask: Optional[Mask] = 
     # It does nothing while a fault is stored, even one that other users of the library have left.
     lib.moxSetErrStatus(0)
     return run(lib.moxCopy, (a,), out, mask=mask, channel=channel, alpha=alpha, planes=planes,
-               turn=True)
+               mode=POINT, out_mode=POINT, turn=True)
 
 
 def fill(out: AnyImage, value: Constant, *, mask: Optional[Mask] = None, channel: Channel = None,
@@ -34,7 +34,7 @@ def fill(out: AnyImage, value: Constant, *, mask: Optional[Mask] = None, channel
         function, number = lib.moxSetFP, c_float(value)
     else:
         function, number = lib.moxSet, whole(value)
-    lent = lend(out, Layout(planes, alpha, coi_of(channel, out, planes)), write=True)
+    lent = lend(out, Layout(planes, alpha, coi_of(channel, out, planes)), POINT, True)
     cover = None
     if mask is not None:
         cover = lend_mask(mask, height, width)
@@ -55,7 +55,7 @@ def exchange(a: AnyImage, b: AnyImage, *, mask: Optional[Mask] = None, channel: 
     if memory_of(a) is not None and np.may_share_memory(memory_of(a), memory_of(b)):
         raise ValueError("images that are exchanged must not overlap")
     layout = Layout(planes, alpha, coi_of(channel, a, planes))
-    first, second = lend(a, layout, write=True), lend(b, layout, write=True)
+    first, second = lend(a, layout, POINT, True), lend(b, layout, POINT, True)
     cover = None
     if mask is not None:
         cover = lend_mask(mask, height, width)
