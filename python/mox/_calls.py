@@ -147,6 +147,9 @@ def _apart(image, out, same_position):
 
 
 def copy_with_region(image):
+    """A copy of an image, with what lies around its region."""
+    if memory_of(image) is None:
+        raise ValueError("this function does not work in place over tiles")
     return image._with(image.array.copy()) if isinstance(image, Image) else np.array(image)
 
 
