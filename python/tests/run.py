@@ -6,12 +6,17 @@ from pathlib import Path
 
 SKIPPED = 77
 
-missing = [name for name in ("numpy", "pytest") if importlib.util.find_spec(name) is None]
-if missing:
-    print(f"skipped: {' and '.join(missing)} missing here (Debian: "
-          f"{' '.join('python3-' + name for name in missing)})")
-    sys.exit(SKIPPED)
 
-import pytest  # noqa: E402  (it may be missing)
+def main():
+    missing = [name for name in ("numpy", "pytest") if importlib.util.find_spec(name) is None]
+    if missing:
+        packages = " ".join(f"python3-{name}" for name in missing)
+        print(f"skipped: {' and '.join(missing)} missing here (Debian: {packages})")
+        return SKIPPED
+    import pytest
+    return pytest.main(["-q", "-p", "no:cacheprovider", str(Path(__file__).parent), *sys.argv[1:]])
 
-sys.exit(pytest.main(["-q", "-p", "no:cacheprovider", str(Path(__file__).parent), *sys.argv[1:]]))
+
+# Worker processes import this file again.
+if __name__ == "__main__":
+    sys.exit(main())
