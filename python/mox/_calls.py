@@ -10,10 +10,12 @@ import numpy as np
 
 from . import _records as records
 from ._errors import fail, thread
-from ._images import (BOOL, FLOAT, PLAIN, POINT, REGION, Image, Layout, _pools, address,
-                      give_back, lend, ndarray, plain_array, size_of_shape, whole)
+from ._images import (BOOL, DATA_WORDS, FLOAT, PLAIN, POINT, REGION, Image, Layout, address,
+                      give_back, lend, make_set, make_sets, ndarray, plain_array, sets,
+                      size_of_shape, whole)
 
 _empty = np.empty
+_FIRST, _SECOND, _THIRD = DATA_WORDS
 
 _BORDERS = {"constant": records.MOX_BORDER_CONSTANT, "replicate": records.MOX_BORDER_REPLICATE,
             "reflect": records.MOX_BORDER_REFLECT, "wrap": records.MOX_BORDER_WRAP}
@@ -298,7 +300,7 @@ def _narrowed(layout, image):
 def _usable(out, shape, strides, dtype):
     """Whether a result of the caller's is of the same kind as the source."""
     return (type(out) is ndarray and out.shape == shape and out.strides == strides
-            and out.dtype == dtype and out.flags.writeable)
+            and (out.dtype is dtype or out.dtype == dtype) and out.flags.writeable)
 
 
 def binary(function, a, b, out, mask, channel, alpha, planes, mode=POINT):
@@ -308,32 +310,31 @@ def binary(function, a, b, out, mask, channel, alpha, planes, mode=POINT):
         shape = a.shape
         strides = a.strides
         dtype = a.dtype
-        if (b.shape == shape and b.strides == strides and b.dtype == dtype
+        if (b.shape == shape and b.strides == strides and (b.dtype is dtype or b.dtype == dtype)
                 and (out is None or _usable(out, shape, strides, dtype))):
-            try:
-                pool = _pools[shape, strides, dtype, None]
-                first = pool.pop()
-                second = pool.pop()
-                third = pool.pop()
-            except (KeyError, IndexError):
-                return run(function, (a, b), out, mode=mode, out_mode=mode, turn=True)
-            at_a = first.record.imageData = address(a)
-            at_b = second.record.imageData = address(b)
-            if out is None:
-                out = _empty(shape, dtype)
-                third.record.imageData = address(out)
-            else:
-                at_out = third.record.imageData = address(out)
-                size = a.nbytes
-                if -size < at_out - at_a < size and at_a != at_out or (
-                        -size < at_out - at_b < size and at_b != at_out):
-                    return run(function, (a, b), out, mode=mode, out_mode=mode, turn=True)
-            reports = thread.reports
-            function(first.ref, second.ref, third.ref)
-            pool += first, second, third
-            if reports:
-                fail()
-            return out
+            kept = sets.get((shape, strides, dtype, 3))
+            if kept is None:
+                kept = make_sets(a, 3)
+            if kept is not None:
+                headers = kept.pop() if kept else make_set(a, 3)
+                words, first, second, third = headers
+                at_a = words[_FIRST] = address(a)
+                at_b = words[_SECOND] = address(b)
+                if out is None:
+                    out = _empty(shape, dtype)
+                    words[_THIRD] = address(out)
+                else:
+                    at_out = words[_THIRD] = address(out)
+                    size = a.nbytes
+                    if -size < at_out - at_a < size and at_a != at_out or (
+                            -size < at_out - at_b < size and at_b != at_out):
+                        return run(function, (a, b), out, mode=mode, out_mode=mode, turn=True)
+                reports = thread.reports
+                function(first, second, third)
+                kept.append(headers)
+                if reports:
+                    fail()
+                return out
     return run(function, (a, b), out, (), mask=mask, channel=channel, alpha=alpha, planes=planes,
                mode=mode, out_mode=mode, turn=True)
 
@@ -347,31 +348,29 @@ def unary(function, a, out, arguments, mask, channel, alpha, planes, mode=POINT,
         strides = a.strides
         dtype = a.dtype
         if out is None or _usable(out, shape, strides, dtype):
-            try:
-                pool = _pools[shape, strides, dtype, None]
-                first = pool.pop()
-                second = pool.pop()
-            except (KeyError, IndexError):
-                return run(function, (a,), out, arguments, mode=mode,
-                           out_mode=min(mode, REGION), in_place=in_place,
-                           turn=mode <= REGION)
-            at_a = first.record.imageData = address(a)
-            if out is None:
-                out = _empty(shape, dtype)
-                second.record.imageData = address(out)
-            else:
-                at_out = second.record.imageData = address(out)
-                size = a.nbytes
-                if -size < at_out - at_a < size:
-                    return run(function, (a,), out, arguments, mode=mode,
-                               out_mode=min(mode, REGION), in_place=in_place,
-                               turn=mode <= REGION)
-            reports = thread.reports
-            function(first.ref, second.ref, *arguments)
-            pool += first, second
-            if reports:
-                fail()
-            return out
+            kept = sets.get((shape, strides, dtype, 2))
+            if kept is None:
+                kept = make_sets(a, 2)
+            if kept is not None:
+                headers = kept.pop() if kept else make_set(a, 2)
+                words, first, second = headers
+                at_a = words[_FIRST] = address(a)
+                if out is None:
+                    out = _empty(shape, dtype)
+                    words[_SECOND] = address(out)
+                else:
+                    at_out = words[_SECOND] = address(out)
+                    size = a.nbytes
+                    if -size < at_out - at_a < size:
+                        return run(function, (a,), out, arguments, mode=mode,
+                                   out_mode=min(mode, REGION), in_place=in_place,
+                                   turn=mode <= REGION)
+                reports = thread.reports
+                function(first, second, *arguments)
+                kept.append(headers)
+                if reports:
+                    fail()
+                return out
     return run(function, (a,), out, arguments, mask=mask, channel=channel, alpha=alpha,
                planes=planes, mode=mode, out_mode=min(mode, REGION), border=border,
                in_place=in_place, turn=mode <= REGION)

@@ -109,6 +109,36 @@ def lend(array, layout=None, mode=REGION, write=False):
     return _lend_anew(plain_array(array), layout or PLAIN, mode, write)
 
 
+#: Headers side by side for calls of several arrays of one kind, by shape, strides, dtype and number.
+sets = {}
+_WORD = sizeof(c_void_p)
+#: Where in a set imageData stands, in words: of the first, second and third header.
+DATA_WORDS = tuple((number * sizeof(MoxImage) + MoxImage.imageData.offset) // _WORD
+                   for number in range(3))
+
+
+def make_sets(array, number):
+    """The list of kept sets of so many headers for arrays of this one's kind; None for kinds that
+    have no headers to keep."""
+    if (not array.flags.c_contiguous or array.dtype not in DEPTHS or array.dtype == BOOL
+            or array.ndim not in (2, 3) or not array.size):
+        return None
+    if len(sets) > 500:
+        sets.clear()
+    return sets.setdefault((array.shape, array.strides, array.dtype, number), [])
+
+
+def make_set(array, number):
+    """Headers for so many arrays of this one's kind: their words, and the reference of each."""
+    height, width, channels = size_of_shape(array.shape, False)
+    template = new_record(DEPTHS[array.dtype], height, width, channels,
+                          width * channels * array.itemsize, PLAIN, None)
+    memory = bytearray(bytes(template) * number)
+    references = [byref(MoxImage.from_buffer(memory, index * sizeof(MoxImage)))
+                  for index in range(number)]
+    return memoryview(memory).cast("N"), *references
+
+
 def give_back(lent):
     """Ends the use of a header after a call that went well."""
     if lent.after is not None:

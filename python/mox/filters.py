@@ -10,6 +10,7 @@ pixels around it are input.
 """
 
 import ctypes
+import functools
 from typing import Optional, Sequence, Union
 
 import numpy as np
@@ -32,11 +33,23 @@ def pair(value, name):
     return number, number
 
 
-def _window(size, anchor):
+def _make_window(size, anchor):
     columns, rows = pair(size, "size")
     if anchor is None:
         return columns, rows, columns // 2, rows // 2
     return (columns, rows, *pair(anchor, "anchor"))
+
+
+_known_window = functools.lru_cache(256, typed=True)(_make_window)
+
+
+def _window(size, anchor):
+    """A window as the library takes it: columns, rows, x and y of the anchor."""
+    try:
+        return _known_window(size, anchor)
+    except TypeError:
+        # Lists cannot be remembered, and what is no window says so here.
+        return _make_window(size, anchor)
 
 
 def blur(a: AnyImage, size: Pair, out: Optional[AnyImage] = None, *, anchor: Optional[Pair] = None,

@@ -175,14 +175,14 @@ def test_overlaps():
 
 
 def test_headers_are_kept_and_bounded():
-    _images._pools.clear()
+    _images.sets.clear()
     for size in range(1, 600):
         mox.invert(np.zeros((1, size), np.uint8))
-    assert 0 < len(_images._pools) <= 501
+    assert 0 < len(_images.sets) <= 501
     a = np.zeros((4, 4), np.uint8)
     for _ in range(50):
         mox.add(a, a)
-    assert len(_images._pools[a.shape, a.strides, a.dtype, None]) == 3
+    assert len(_images.sets[a.shape, a.strides, a.dtype, 3]) == 1
 
 
 def test_address():
