@@ -1,9 +1,9 @@
 #!/usr/bin/python3
 """What a call costs from Python: small arrays beside other libraries, large ones beside the C call.
 
-The C call is a loop in C over the same function with the headers ready, compiled here by cc. All that
-stands in one row is measured in turns, in one run; numbers are medians, the last column of calls one by
-one. OpenCV and Pillow are left
+The C call is a loop in C over the same function with the headers ready, compiled here by cc. All
+that stands in one row is measured in turns, in one run; numbers are medians, the last column of
+calls one by one. OpenCV and Pillow are left
 out where they are not installed.
 """
 
@@ -44,7 +44,8 @@ double loop(void *call, void *a, void *b, void *c, long d, long e, long f, long 
     clock_gettime(CLOCK_MONOTONIC, &begin);
     for (long i = 0; i < count; i++) ((Call)call)(a, b, c, d, e, f);
     clock_gettime(CLOCK_MONOTONIC, &end);
-    return ((double)(end.tv_sec - begin.tv_sec) + 1e-9 * (double)(end.tv_nsec - begin.tv_nsec)) / (double)count;
+    double seconds = (double)(end.tv_sec - begin.tv_sec);
+    return (seconds + 1e-9 * (double)(end.tv_nsec - begin.tv_nsec)) / (double)count;
 }
 """
 
@@ -57,7 +58,8 @@ def c_loop(folder):
     source = Path(folder) / "loop.c"
     source.write_text(LOOP)
     library = Path(folder) / "loop.so"
-    subprocess.run([compiler, "-O2", "-shared", "-fPIC", str(source), "-o", str(library)], check=True)
+    subprocess.run([compiler, "-O2", "-shared", "-fPIC", str(source), "-o", str(library)],
+                   check=True)
     loop = ctypes.CDLL(str(library)).loop
     loop.restype = ctypes.c_double
     loop.argtypes = [ctypes.c_void_p] * 4 + [ctypes.c_long] * 4

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A picture larger than memory, over worker processes: planned at 10^10 pixels, run at a smaller size.
+"""A picture larger than memory, over worker processes: planned at 10^10 pixels, run at fewer.
 
     python3 large.py [SIDE]
 
@@ -30,7 +30,8 @@ def smooth_outlines(picture):
 def tell(name, picture):
     result = smooth_outlines(picture)
     block = max(np.prod([max(sides) for sides in picture.chunks]), 1)
-    print(f"{name}: {picture.shape[1]} x {picture.shape[0]} pixels in {picture.npartitions} blocks of "
+    height, width = picture.shape
+    print(f"{name}: {width} x {height} pixels in {picture.npartitions} blocks of "
           f"{block / 2**20:.0f} MB, {len(result.__dask_graph__())} tasks")
     return result
 

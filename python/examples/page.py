@@ -3,8 +3,8 @@
 
     python3 page.py [FOLDER]
 
-The pictures begin with a scene that is computed here. tests/test_examples.py makes the page anew and
-compares.
+The pictures begin with a scene that is computed here. tests/test_examples.py makes the page anew
+and compares.
 """
 
 import struct
@@ -22,8 +22,8 @@ WIDTH, HEIGHT = 192, 128
 
 INTRODUCTION = """# Pictures from Python
 
-All of this is made by [page.py](page.py), which draws the scene that it begins with. Each piece of code stands
-here as it was run, after
+All of this is made by [page.py](page.py), which draws the scene that it begins with. Each piece of
+code stands here as it was run, after
 
 ```python
 import numpy as np
@@ -36,10 +36,10 @@ and with `scene`, an array (128, 192, 3) of uint8:
 """
 
 EXAMPLES = [
-    ("blur", "Blur", "Windows are (columns, rows); what they see beyond the image is told by `border`.",
+    ("blur", "Blur", "Windows are (columns, rows); what lies beyond the image is up to `border`.",
      "picture = mox.blur(scene, (9, 9), border=\"reflect\")"),
-    ("region", "A slice", "A slice is handed over where it stands: nothing is copied, nothing around it is "
-     "written.",
+    ("region", "A slice", "A slice is handed over where it stands: nothing is copied, and nothing "
+     "around it is written.",
      "picture = scene.copy()\n"
      "part = picture[24:104, 40:152]\n"
      "mox.invert(part, out=part)"),
@@ -51,7 +51,8 @@ EXAMPLES = [
     ("edges", "Edges", "Two kernels, combined to the length of the gradient, on gray.",
      "gray = mox.rgb_to_gray(scene)\n"
      "across = np.array([[1, 0, -1], [2, 0, -2], [1, 0, -1]])\n"
-     "picture = mox.convolve(gray, [across, across.T], combine=\"sumsqroot\", border=\"replicate\")"),
+     "picture = mox.convolve(gray, [across, across.T], combine=\"sumsqroot\",\n"
+     "                       border=\"replicate\")"),
     ("warp", "Onto a quadrangle", "Four corners, from the upper left one on.",
      "quad = [(30, 8), (160, 30), (186, 120), (6, 100)]\n"
      "picture = mox.warp_perspective(scene, quad, interpolation=\"cubic\")"),
@@ -69,10 +70,11 @@ EXAMPLES = [
      "light = np.zeros((128, 192, 4), np.uint8)\n"
      "light[32:96, 48:144] = 255, 250, 120, 255\n"
      "light = mox.blur(light, (33, 33))\n"
-     "picture = mox.composite(light, scene, premultiplied=True, alpha_b=np.full((128, 192), 255, np.uint8))"),
+     "opaque = np.full((128, 192), 255, np.uint8)\n"
+     "picture = mox.composite(light, scene, premultiplied=True, alpha_b=opaque)"),
     ("dots", "Dots", "Bits are bool arrays.",
      "picture = mox.reduce_bits(gray, bool, dither=\"fs\")"),
-    ("spectrum", "Low frequencies", "The spectrum without all but its lowest frequencies, and back.",
+    ("spectrum", "Low frequencies", "The spectrum, without all but its lowest part, and back.",
      "packed = mox.fft(gray)\n"
      "low = np.zeros_like(packed)\n"
      "for part in np.s_[:24, :24], np.s_[-24:, :24]:\n"
@@ -80,7 +82,7 @@ EXAMPLES = [
      "picture = mox.ifft(low, out=np.empty_like(gray))"),
     ("levels", "Levels", "Each level becomes its share of what is as dark or darker.",
      "picture = mox.equalize(mox.multiply_scale(gray, 90))"),
-    ("opening", "Morphology", "Bright details that a square of five pixels does not fit into are gone.",
+    ("opening", "Morphology", "Bright details that a square of five does not fit into are gone.",
      "picture = mox.opening(mox.threshold(gray, 120), 2, border=\"replicate\")"),
 ]
 
@@ -120,7 +122,8 @@ def write_png(path, picture):
 
     kind = {2: 0, 3: 2}[picture.ndim]
     Path(path).write_bytes(
-        b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0))
+        b"\x89PNG\r\n\x1a\n"
+        + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0))
         + chunk(b"IDAT", zlib.compress(rows.tobytes(), 9)) + chunk(b"IEND", b""))
 
 

@@ -3,8 +3,8 @@
 
     python3 threads.py [THREADS]
 
-Each band is a region of the same two images. To a filter the rows around a region are input, so that
-the bands together are the plain call, bit for bit.
+Each band is a region of the same two images. To a filter the rows around a region are input, so
+that the bands together are the plain call, bit for bit.
 """
 
 import os

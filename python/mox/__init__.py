@@ -9,8 +9,8 @@ int32, float32 or bool. Most functions have these keywords:
     alpha    the last channel is alpha, and left alone
     planes   the channels are planes
 
-What an operation leaves alone (beyond the mask, other channels, alpha) is in a new result what it is
-in the first image, or 0 where the two differ in dtype or shape.
+What an operation leaves alone (beyond the mask, other channels, alpha) is in a new result what it
+is in the first image, or 0 where the two differ in dtype or shape.
 
 A call that the library refuses raises mox.Error with status, function and message. The GIL is
 released during calls.

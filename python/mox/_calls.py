@@ -1,7 +1,7 @@
 """How a function of the package becomes a call of the library.
 
-run() takes any images and all keywords. unary() and binary() are the quick way for plain arrays of a
-kind that has been seen before, which is what loops over small images consist of.
+run() takes any images and all keywords. unary() and binary() are the quick way for plain arrays of
+a kind that has been seen before, which is what loops over small images consist of.
 """
 
 import ctypes

@@ -109,7 +109,7 @@ def lend(array, layout=None, mode=REGION, write=False):
     return _lend_anew(plain_array(array), layout or PLAIN, mode, write)
 
 
-#: Headers side by side for calls of several arrays of one kind, by shape, strides, dtype and number.
+#: Headers side by side for calls of several arrays of one kind, by shape, strides, dtype, number.
 sets = {}
 _WORD = sizeof(c_void_p)
 #: Where in a set imageData stands, in words: of the first, second and third header.
@@ -279,6 +279,8 @@ def _lend_bits(array, layout, write):
 def _lend_packed(array, layout):
     """Rows of packed bits, most significant bit first, as they stand."""
     height, row_bytes = array.shape
+    if layout.width > 8 * row_bytes:
+        raise ValueError(f"rows of {row_bytes} bytes do not hold {layout.width} bits")
     step = array.strides[0] if height > 1 else max(array.strides[0], row_bytes)
     if array.strides[1] != 1 and row_bytes > 1 or step < row_bytes:
         raise ValueError("packed rows are bytes that follow one another, from the top down")
@@ -336,7 +338,9 @@ def _place(array, layout, mode):
     across = 1
     if column != pixel:
         # One channel out of pixels of several.
-        if channels > 1 or column <= 0 or column % item or mode != POINT or layout.alpha or layout.coi:
+        if channels > 1 or column <= 0 or column % item:
+            return None
+        if mode != POINT or layout.alpha or layout.coi:
             return None
         across = column // item
     if height == 1:
@@ -479,12 +483,25 @@ class Image:
                                  model=self.model.encode() or layout.model,
                                  sequence=self.sequence.encode() or layout.sequence,
                                  bottom_up=self.bottom_up)
-        lent = lend(self.array, layout, WHOLE if self.region else mode, write)
-        if self.region:
-            lent.pool = None
-            coi = lent.record.roi.contents.coi if lent.record.roi else 0
-            set_region(lent, coi, *self.region)
+        if self.region is None:
+            return lend(self.array, layout, mode, write)
+        if mode == WHOLE:
+            return lend(self._cut(), layout, mode, write)
+        lent = lend(self.array, layout, WHOLE, write)
+        lent.pool = None
+        coi = lent.record.roi.contents.coi if lent.record.roi else 0
+        set_region(lent, coi, *self.region)
         return lent
+
+    def _cut(self):
+        """The region by itself, for functions that take no regions."""
+        if self.bits:
+            raise ValueError("this function takes no regions of packed bits")
+        x, y, width, height = self.region
+        place = slice(y, y + height), slice(x, x + width)
+        if self.planes and self.array.ndim == 3:
+            return self.array[(slice(None), *place)]
+        return self.array[place]
 
     def __repr__(self):
         told = [f"{name}={getattr(self, name)!r}" for name in self.__slots__[1:]

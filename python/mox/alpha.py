@@ -1,7 +1,7 @@
 """Composition by opacities, at uint8 and uint16.
 
-Here an array of 2 or 4 channels has alpha as its last one, and an array of 1 or 3 has none; an Image
-says it by itself.
+Here an array of 2 or 4 channels has alpha as its last one, and an array of 1 or 3 has none; an
+Image says it by itself.
 """
 
 from typing import Optional

@@ -1,8 +1,8 @@
 """Colour models, gray, and the colour matrix.
 
 Images are (h, w, 3), or with more channels, of which the first three count; with planes=True
-(3, h, w). Red comes first, or with bgr=True blue. The other model's channels are in the order of its
-name. Slices and other arrays with gaps are copied.
+(3, h, w). Red comes first, or with bgr=True blue. The other model's channels are in the order of
+its name. Slices and other arrays with gaps are copied.
 """
 
 import ctypes

@@ -188,7 +188,7 @@ color_twist.__doc__ = _document(_color.color_twist, "Block by block.")
 contrast_stretch.__doc__ = _document(_measures.contrast_stretch, "Block by block.")
 
 
-# Filters --------------------------------------------------------------------------------------------
+# Filters -----------------------------------------------------------
 
 def _sides(border):
     return tuple(border) if isinstance(border, (tuple, list)) else (border,) * 4
@@ -318,8 +318,8 @@ def convolve_separable(a: da.Array, x_kernel, y_kernel, *, anchor=None, border=N
 def correlate(a: da.Array, template: np.ndarray, *, border=None, mask=None, planes: bool = False,
               **keywords) -> da.Array:
     if a.dtype.itemsize == 4:
-        raise TypeError("sums of 32-bit samples round on their way over the image: correlation over "
-                        "blocks is for 8 and 16 bits")
+        raise TypeError("sums of 32-bit samples round on their way over the image: correlation "
+                        "over blocks is for 8 and 16 bits")
     height, width, _ = size_of_shape(template.shape, planes)
     call = functools.partial(_filters.correlate, template=template, border=border, planes=planes,
                              **keywords)
@@ -331,7 +331,7 @@ for _planned in (fixed_filter, convolve, convolve_separable, correlate):
                                  "With as much of the neighbouring blocks as it reaches.")
 
 
-# Measures -------------------------------------------------------------------------------------------
+# Measures -----------------------------------------------------------
 
 def _parts(part, arrays, mask, planes):
     """Delayed calls part(x, y, *blocks, mask) of all blocks."""
@@ -503,7 +503,7 @@ def _finish_moments(total, width, height):
 
 
 def moments(a: da.Array, *, mask=None, channel=None, alpha: bool = False, planes: bool = False):
-    """The moments of one channel in parts: a Delayed of mox.Moments. For dtypes of up to 16 bits."""
+    """The moments of one channel in parts: a Delayed of mox.Moments. Dtypes of up to 16 bits."""
     if a.dtype.itemsize > 2:
         raise TypeError("moments of 32-bit samples round on their way over the image: parts would "
                         "not give the same")

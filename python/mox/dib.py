@@ -100,8 +100,8 @@ def to_dib(a: AnyImage, bits: int = 24, *, palette: Union[str, np.ndarray] = "me
 
     a           (h, w), (h, w, 3), or (h, w, 4) with alpha; bool, uint8 or uint16
     bits        1, 4, 8, 16, 24 or 32
-    palette     up to 8 bits: "medcut" from the picture's own colours, "fixed", or an array (n, 3) of
-                uint8, red first
+    palette     up to 8 bits: "medcut" from the picture's own colours, "fixed", or an array (n, 3)
+                of uint8, red first
     dither      "none", "fs", "jjh", "stuckey" or "bayer"
     compressed  run lengths, at 4 and 8 bits, if they are shorter
     bgr         blue comes first in a

@@ -115,10 +115,10 @@ def convolve(a: AnyImage, kernels: Union[np.ndarray, Sequence], out: Optional[An
              alpha: bool = False, planes: bool = False) -> AnyImage:
     """Convolution with 1 to 10 kernels (rows, columns); the kernel is mirrored, as the word says.
 
-    Images of integers take kernels of integers, whose sums are shifted right by `shift` and limited;
-    float32 takes kernels of numbers of any kind. Several kernels' results become one by `combine`:
-    "sum", "sumsq", "sumsqroot", "max" or "min". Of a single kernel "sum", "max" and "min" are the
-    result itself, "sumsq" its square, "sumsqroot" its absolute value.
+    Images of integers take kernels of integers, whose sums are shifted right by `shift` and
+    limited; float32 takes kernels of numbers of any kind. Several kernels' results become one by
+    `combine`: "sum", "sumsq", "sumsqroot", "max" or "min". Of a single kernel "sum", "max" and
+    "min" are the result itself, "sumsq" its square, "sumsqroot" its absolute value.
     """
     floating = dtype_of(a) == FLOAT
     made = [_Kernel(kernel, floating, whole(shift, "shift", 0, 31), anchor)

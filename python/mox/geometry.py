@@ -2,8 +2,8 @@
 
 Points are (x, y): columns first, pixel centres at whole numbers, whatever the direction of y. Sizes
 are (columns, rows). A quadrangle is four points, in the order of the corners top left, top right,
-bottom right, bottom left. Pixels that nothing is mapped to keep what out holds; in a new result they
-are 0.
+bottom right, bottom left. Pixels that nothing is mapped to keep what out holds; in a new result
+they are 0.
 
 Interpolation is "nearest", "linear" or "cubic"; where images get smaller "super" too, which is the
 mean of the area that a pixel comes from. Dtypes are bool, uint8, uint16 and float32.
@@ -234,7 +234,7 @@ def remap(a: AnyImage, x_map: AnyImage, y_map: AnyImage, out: Optional[AnyImage]
                result=result, in_place=False, same_size=False, plain=1)
 
 
-# Quadrangles and maps, without a pixel touched ------------------------------------------------------
+# Quadrangles and maps, without a pixel touched --------------------------------
 
 _SHAPES = {"affine": (2, 3), "bilinear": (2, 4), "perspective": (3, 3)}
 _QUADS = {"affine": (lib.moxGetAffineQuad, lib.moxGetAffineQuadROI),

@@ -144,7 +144,7 @@ def normalized_central_moment(a: AnyImage, m: int, n: int, *, mask: Optional[Mas
     return _moment(lib.moxNormalizedCentralMoment, a, m, n, mask, channel, alpha, planes)
 
 
-# Tables of levels -----------------------------------------------------------------------------------
+# Tables of levels -----------------------------------------------------------
 
 class _Tables:
     """Tables of each channel, in the form that the library reads."""
@@ -239,6 +239,8 @@ def equalize(a: AnyImage, out: Optional[AnyImage] = None, *, keys=None,
     """Equalises each channel by its histogram, or by that of a reference image; uint8, uint16."""
     tables = _Tables(size_of(a, planes)[2], _all_levels(dtype_of(a)) if keys is None else keys)
     counted = a if reference is None else reference
+    if size_of(counted, planes)[2] != size_of(a, planes)[2] or dtype_of(counted) != dtype_of(a):
+        raise ValueError("the reference has the channels and the dtype of the image")
     lent = _measured(counted, mask if reference is None else None, channel, alpha, planes)
     lib.moxComputeHisto(lent.ref, tables.pointer)
     check()
@@ -247,7 +249,7 @@ def equalize(a: AnyImage, out: Optional[AnyImage] = None, *, keys=None,
                alpha=alpha, planes=planes)
 
 
-# Comparisons ----------------------------------------------------------------------------------------
+# Comparisons -----------------------------------------------------------
 
 Operand = Union[AnyImage, Constant]
 

@@ -58,13 +58,13 @@ def _small(value):
 
 
 def process_pixels(a: AnyImage, function: Callable[[np.ndarray, np.ndarray], None],
-                   out: Optional[AnyImage] = None, *, dtype=None, mask: Optional[Mask] = None,
+                   out: Optional[AnyImage] = None, *, mask: Optional[Mask] = None,
                    channel: Channel = None, alpha: bool = False,
                    planes: bool = False) -> AnyImage:
     """function(pixel, result) of every pixel: two arrays of its samples, of which it writes the
     second. They are valid during the call alone. An exception ends the work and comes out here."""
-    height, width, channels = size_of(a, planes)
-    count = 1 if channel is not None else channels - (1 if alpha else 0)
+    left_out = alpha or getattr(a, "alpha", False) or getattr(out, "alpha", False)
+    count = 1 if channel is not None else size_of(a, planes)[2] - (1 if left_out else 0)
     source_dtype = dtype_of(a)
     result_dtype = source_dtype if out is None else dtype_of(out)
 

@@ -18,7 +18,7 @@ class Tiled:
 
     source  what has shape, dtype, and source[rows, columns] to read and to write: numpy.memmap, a
             zarr or HDF5 array. (h, w) or (h, w, c), with planes (c, h, w)
-    tile    (columns, rows) of a tile, multiples of 8; the source's chunks if they are such, else 256
+    tile    (columns, rows) of a tile, multiples of 8; the source's chunks if they are such, or 256
     cache   tiles that are kept after their release, beside those that are in hand
 
     Operations take it wherever they take an array, and read and write through its index, one tile

@@ -1,7 +1,7 @@
 """Fourier and cosine transforms, and wavelets.
 
-They take plain arrays, not tiles, at every dtype but bool, and leave masks alone. Results are float32
-unless out says otherwise.
+They take plain arrays, not tiles, at every dtype but bool, and leave masks alone. Results are
+float32 unless out says otherwise.
 """
 
 import ctypes

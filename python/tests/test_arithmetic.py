@@ -25,10 +25,12 @@ def model(name, a, b):
 @pytest.mark.parametrize("dtype", DTYPES)
 @pytest.mark.parametrize("name", [*EXACT, *LOGIC])
 def test_two_images(name, dtype):
-    if name in LOGIC and dtype == "float32":
-        pytest.skip("logic is for integers")
     shape = (19, 23) if dtype == "bool" else (19, 23, 3)
     a, b = random_image(1, shape, dtype), random_image(2, shape, dtype)
+    if name in LOGIC and dtype == "float32":
+        with pytest.raises(mox.Error, match="32F"):
+            getattr(mox, name)(a, b)
+        return
     for _ in range(3):  # the quick way comes with the second call
         result = getattr(mox, name)(a, b)
         assert result.dtype == a.dtype and result.shape == a.shape

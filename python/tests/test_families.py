@@ -9,7 +9,7 @@ from conftest import DTYPES, INTEGERS, clamp, random_image
 import mox
 
 
-# Moving ---------------------------------------------------------------------------------------------
+# Moving -----------------------------------------------------------
 
 @pytest.mark.parametrize("dtype", DTYPES)
 def test_copy_fill_exchange(dtype):
@@ -42,7 +42,7 @@ def test_channels_in_and_out(rgb):
     assert target[2, 3].tolist() == [1, 2, 3]
 
 
-# Geometry -------------------------------------------------------------------------------------------
+# Geometry -----------------------------------------------------------
 
 @pytest.mark.parametrize("dtype", DTYPES)
 def test_mirror(dtype):
@@ -134,7 +134,7 @@ def test_remap(rgb):
         mox.remap(rgb, x[:5], y)
 
 
-# Transforms -----------------------------------------------------------------------------------------
+# Transforms -----------------------------------------------------------
 
 @pytest.mark.parametrize("shape", [(16, 16), (15, 20), (21, 33), (8, 1), (1, 9), (2, 2), (1, 1)])
 def test_fourier(shape):
@@ -186,14 +186,15 @@ def test_wavelets(gray):
                                   gray[:40, :52].reshape(20, 2, 26, 2).astype(float).mean((1, 3)))
     for name, more in (("daubechies", (2,)), ("9/7", ()), ("coiflet", (1,))):
         wavelet = mox.Wavelet(name, *more)
-        np.testing.assert_array_equal(wavelet.reconstruct(wavelet.decompose(gray), gray.shape), gray)
+        parts = wavelet.decompose(gray)
+        np.testing.assert_array_equal(wavelet.reconstruct(parts, gray.shape), gray)
     with pytest.raises(mox.Error, match="par1"):
         mox.Wavelet("daubechies", 99)
     with pytest.raises(ValueError, match="four"):
         mox.Wavelet.from_filters([[1, 1]], [0])
 
 
-# Colour ---------------------------------------------------------------------------------------------
+# Colour -----------------------------------------------------------
 
 def test_gray(rgb):
     shares = rgb.astype(int) @ [54, 183, 18]
@@ -259,7 +260,7 @@ def test_color_twist(rgb):
         mox.color_twist(rgb, np.eye(4, dtype=int), scaling=40)
 
 
-# Depths ---------------------------------------------------------------------------------------------
+# Depths -----------------------------------------------------------
 
 @pytest.mark.parametrize("target", INTEGERS)
 @pytest.mark.parametrize("source", INTEGERS)
@@ -317,7 +318,7 @@ def test_reduce_bits(gray):
     assert set(np.unique(few)) <= {0, 85, 170, 255}
 
 
-# Opacities ------------------------------------------------------------------------------------------
+# Opacities -----------------------------------------------------------
 
 def test_composite():
     a, b = (random_image(seed, (9, 13, 4), np.uint8) for seed in (12, 13))
@@ -354,7 +355,7 @@ def test_fractions():
     assert (filled[..., 3] == 100).all()
 
 
-# Measures -------------------------------------------------------------------------------------------
+# Measures -----------------------------------------------------------
 
 @pytest.mark.parametrize("dtype", ["uint8", "int8", "uint16", "int16"])
 def test_norms(dtype):
@@ -450,7 +451,7 @@ def test_comparisons(dtype):
                                       np.abs(a[..., 0] - np.float32(5)) < 100)
 
 
-# Functions, noise, a test image ---------------------------------------------------------------------
+# Functions, noise, a test image -----------------------------------------------------------
 
 def test_functions(gray, rgb):
     np.testing.assert_array_equal(mox.process(gray, lambda v: 300 - v),
@@ -517,7 +518,7 @@ def test_rings(dtype):
         np.testing.assert_allclose(image, (s + 1) * 0.49999, atol=1e-6)
 
 
-# Bitmaps --------------------------------------------------------------------------------------------
+# Bitmaps -----------------------------------------------------------
 
 def test_bitmaps_there_and_back(rgb, gray):
     data = mox.to_dib(rgb)
@@ -565,3 +566,11 @@ def test_bitmaps_that_are_not_all_there(rgb):
     struct.pack_into("<ii", huge, 4, 2**31 - 1, -2**31)
     with pytest.raises(ValueError, match="not all there"):
         mox.from_dib(huge)
+
+
+def test_a_reference_for_levels(gray, rgb):
+    half = (gray // 2).astype(np.uint8)
+    assert mox.equalize(gray, reference=gray).tolist() == mox.equalize(gray).tolist()
+    assert mox.equalize(half, reference=gray).max() < 140
+    with pytest.raises(ValueError, match="reference"):
+        mox.equalize(gray, reference=rgb)

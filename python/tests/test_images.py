@@ -270,3 +270,42 @@ def test_one_channel_of_pixels_goes_everywhere(base):
         changed = base.copy()
         changed[3:, 2:, 2] = expected
         np.testing.assert_array_equal(target, changed)
+
+
+def test_regions_of_functions_that_take_none(base):
+    region = (4, 2, 10, 12)
+    part = np.s_[2:14, 4:14]
+    image = mox.Image(base, region=region)
+    np.testing.assert_array_equal(mox.convert(image, np.int16, np.empty((12, 10, 3), np.int16)),
+                                  base[part])
+    target = np.zeros(base.shape, np.int16)
+    mox.convert(image, out=mox.Image(target, region=region))
+    np.testing.assert_array_equal(target[part], base[part])
+    target[part] = 0
+    assert not target.any()
+    np.testing.assert_array_equal(mox.rgb_to_hls(image).array, mox.rgb_to_hls(base[part].copy()))
+    np.testing.assert_array_equal(mox.dct(image, np.empty((12, 10, 3), np.float32)),
+                                  mox.dct(base[part].copy()))
+    with pytest.raises(ValueError, match="packed"):
+        mox.convert(mox.Image(np.zeros((9, 9), np.uint8), bits=70, region=(1, 1, 5, 5)), np.uint8)
+
+
+def test_pixels_of_planes_with_alpha(base):
+    planes = mox.Image(base.transpose(2, 0, 1).copy(), planes=True, alpha=True)
+    seen = set()
+
+    def look(pixel, result):
+        seen.add(pixel.size)
+        result[:] = 255 - pixel
+
+    result = mox.process_pixels(planes, look)
+    assert seen == {2}
+    np.testing.assert_array_equal(result.array[:2], ~planes.array[:2])
+    np.testing.assert_array_equal(result.array[2], planes.array[2])
+
+
+def test_a_changed_image_is_looked_at_again():
+    image = mox.Image(np.zeros((4, 2), np.uint8), bits=16)
+    image.bits = 999
+    with pytest.raises(ValueError, match="bits"):
+        mox.invert(image)

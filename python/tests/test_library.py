@@ -1,4 +1,4 @@
-"""The library is found beside the package, by MOX_LIBRARY or on the system; else it is said where not."""
+"""The library is found beside the package, by MOX_LIBRARY or on the system, or it is told."""
 
 import os
 import shutil

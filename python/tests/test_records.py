@@ -28,7 +28,8 @@ def header_constants():
 def header_records():
     """The members of each record, by its name."""
     records = {}
-    for body, name in re.findall(r"typedef struct \w+ \{([^}]*)\} (\w+);", header_without_comments()):
+    text = header_without_comments()
+    for body, name in re.findall(r"typedef struct \w+ \{([^}]*)\} (\w+);", text):
         members = []
         for line in body.split(";"):
             found = re.search(r"(\w+)(\[\d+\])*\s*$", line.strip())
@@ -45,7 +46,8 @@ def ask_header(compiler, folder, expressions):
     source.write_text("#include <mox.h>\n#include <stddef.h>\n#include <stdio.h>\n"
                       "int main(void) {\n" + lines + "    return 0;\n}\n")
     program = folder / "ask"
-    subprocess.run([compiler, "-I", str(HEADER.parent), str(source), "-o", str(program)], check=True)
+    subprocess.run([compiler, "-I", str(HEADER.parent), str(source), "-o", str(program)],
+                   check=True)
     answer = subprocess.run([str(program)], check=True, capture_output=True, text=True).stdout
     return [int(line) for line in answer.split()]
 

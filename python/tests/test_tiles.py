@@ -94,7 +94,8 @@ def test_memory_mapped(tmp_path):
 def test_zarr(tmp_path):
     zarr = pytest.importorskip("zarr")
     a = image("gray")
-    source = zarr.open(str(tmp_path / "in.zarr"), "w", shape=a.shape, chunks=(24, 16), dtype=a.dtype)
+    source = zarr.open(str(tmp_path / "in.zarr"), "w", shape=a.shape, chunks=(24, 16),
+                       dtype=a.dtype)
     source[:] = a
     target = zarr.open(str(tmp_path / "out.zarr"), "w", shape=a.shape, chunks=(24, 16),
                        dtype=a.dtype)
