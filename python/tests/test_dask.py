@@ -160,6 +160,13 @@ def test_large_numbers():
     blocks = da.from_array(a, chunks=(256, 333))
     np.testing.assert_array_equal(mxd.moments(blocks).compute().cells(), mox.moments(a).cells())
     assert mxd.norm(blocks).compute() == mox.norm(a)
+    large = np.full((4000, 3000), 65535, np.uint16)
+    large[0, 0] = 2
+    keywords = {"channel": None, "alpha": False, "planes": False}
+    exact = (large.size - 1) * 65535**2 + 4
+    assert exact != int(float(exact))
+    part = mxd._norm_part(0, 0, large, mask=None, kind="l2", keywords=keywords)
+    assert part == exact
 
 
 def test_refusals(blocks, a):

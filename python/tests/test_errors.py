@@ -7,6 +7,7 @@ import numpy as np
 import pytest
 
 import mox
+from mox import _records as records
 from mox._library import lib
 
 
@@ -154,7 +155,7 @@ def test_masks():
 def test_every_thread_is_set_up():
     """A new thread's mode would end the process with the first report."""
     a = np.zeros((4, 5), np.float32)
-    caught = []
+    caught, modes = [], []
 
     def work():
         for _ in range(20):
@@ -163,6 +164,7 @@ def test_every_thread_is_set_up():
             except mox.Error as error:
                 caught.append(error.function)
             mox.add(a, a)
+        modes.append(lib.moxGetErrMode())
 
     threads = [threading.Thread(target=work) for _ in range(8)]
     for thread in threads:
@@ -170,6 +172,7 @@ def test_every_thread_is_set_up():
     for thread in threads:
         thread.join()
     assert caught == ["moxAnd"] * 160
+    assert modes == [records.MOX_ErrModeParent] * 8
 
 
 def test_threads_do_not_share_headers():

@@ -309,3 +309,15 @@ def test_a_changed_image_is_looked_at_again():
     image.bits = 999
     with pytest.raises(ValueError, match="bits"):
         mox.invert(image)
+
+
+def test_windows_of_reversed_rows(base):
+    kernel = np.array([[1, 2, 3], [0, 0, 0], [0, 0, 0]])
+    turned = base[::-1]
+    expected = mox.convolve(turned.copy(), kernel, shift=2)
+    assert (expected != mox.convolve(base, kernel, shift=2)[::-1]).any()
+    np.testing.assert_array_equal(mox.convolve(turned, kernel, shift=2), expected)
+    target = np.zeros_like(base)[::-1]
+    mox.convolve(turned, kernel, target, shift=2)
+    np.testing.assert_array_equal(target, expected)
+    np.testing.assert_array_equal(mox.rotate(turned, 30), mox.rotate(turned.copy(), 30))

@@ -5,6 +5,7 @@ import pytest
 from conftest import random_image
 
 import mox
+from mox import _images
 
 SHAPES = {"gray": (53, 71), "rgb": (53, 71, 3), "bits": (53, 71)}
 
@@ -165,3 +166,31 @@ def test_wrong_shapes_of_tiles():
 
     with pytest.raises(ValueError):
         mox.blur(mox.Tiled(Short(a), 16), 3)
+
+
+def test_one_image_in_every_place_of_a_call():
+    """The same tile is in hand several times, and goes when as many releases have come."""
+    a = random_image(4, (40, 50), np.uint8)
+    store = Store(a.copy())
+    tiled = mox.Tiled(store, 16, cache=0)
+    assert mox.bitwise_xor(tiled, tiled, tiled) is tiled
+    assert not store.array.any()
+    store = Store(a.copy())
+    tiled = mox.Tiled(store, (64, 8), cache=0)
+    mox.add(tiled, tiled, tiled)
+    np.testing.assert_array_equal(store.array, mox.add(a, a))
+    mox.dilate(tiled, 3, tiled)
+    np.testing.assert_array_equal(store.array, mox.dilate(mox.add(a, a), 3))
+    assert len(store.read) <= 5 * 4 * 8
+
+
+def test_a_tile_stays_until_its_last_release():
+    serving = mox.Tiled(Store(random_image(5, (40, 50), np.uint8)), 16)._lend(
+        _images.PLAIN, _images.REGION, False).keep[0]
+    place = serving._request(1, 1, False)
+    assert serving._request(1, 1, True) == place
+    serving._release(1, 1)
+    assert (1, 1) in serving.in_hand and not serving.tiled.source.written
+    serving._release(1, 1)
+    assert (1, 1) not in serving.in_hand and len(serving.tiled.source.written) == 1
+    assert serving._request(1, 1, False) == place and len(serving.tiled.source.read) == 1
