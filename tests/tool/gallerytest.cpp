@@ -71,6 +71,12 @@ TEST_F(Gallery, ShowsEveryOperationAndNothingFromElsewhereNorWhatChangesNothing)
         if (!words.back().ends_with(".png")) continue;
         EXPECT_NE(read("made/here/" + words[2]).samples, read("made/here/" + words.back()).samples) << command;
     }
+    // The README's pictures are copies of the gallery's.
+    for (const auto &entry : fs::directory_iterator(MOX_SOURCE_FOLDER "/docs/gallery")) {
+        const std::string file = entry.path().filename().string();
+        fs::copy_file(entry.path(), path("copy.png"), fs::copy_options::overwrite_existing);
+        EXPECT_EQ(read("copy.png").samples, read("made/here/" + file).samples) << "docs/gallery/" << file << " is another";
+    }
 }
 
 TEST_F(Gallery, EachCommandMakesTheSameBytes) {
