@@ -6,6 +6,7 @@ over as it stands; any other is copied once, before the call, and if it is writt
 """
 
 import operator
+import sys
 from ctypes import byref, c_void_p, pointer, sizeof
 from typing import NamedTuple, Optional
 
@@ -86,10 +87,10 @@ def _find_address():
     def direct(array):
         return at(id(array) + offset).value
 
+    if sys.implementation.name != "cpython" or object.__basicsize__ != offset:
+        return documented
     probes = [np.zeros(5, np.uint8), np.zeros((4, 3), np.float32)[1:, 1:]]
-    if object.__basicsize__ == offset and all(direct(a) == documented(a) for a in probes):
-        return direct
-    return documented
+    return direct if all(direct(a) == documented(a) for a in probes) else documented
 
 
 address = _find_address()

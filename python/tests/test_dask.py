@@ -192,36 +192,52 @@ def test_a_picture_of_ten_thousand_million_pixels_is_planned():
     assert corner.shape == (10, 10) and not corner.any()
 
 
-def slowly(block):
-    time.sleep(0.02)
+def until_told(block, folder):
+    """Leaves a mark in a folder; behind the first blocks it waits for a word to go on."""
+    done = len(os.listdir(folder))
+    mark = f"{os.getpid()}-{time.monotonic_ns()}"
+    if done < 20:
+        open(os.path.join(folder, mark), "w").close()
+        return block
+    open(os.path.join(folder, f"{mark}.waits"), "w").close()
+    while not os.path.exists(os.path.join(folder, "go")):
+        time.sleep(0.02)
     return block
 
 
+def wait_for(condition, seconds=60):
+    end = time.monotonic() + seconds
+    while not condition():
+        assert time.monotonic() < end, "the workers do not get there"
+        time.sleep(0.02)
+
+
 def test_a_worker_is_killed(tmp_path):
-    """Two processes over a chunked store; one is killed in the middle."""
+    """Two processes over a chunked store; one is killed with a block in hand and others done."""
     distributed = pytest.importorskip("distributed")
     zarr = pytest.importorskip("zarr")
-    a = random_image(7, (512, 640), np.uint8)
-    store = zarr.open(str(tmp_path / "in.zarr"), "w", shape=a.shape, chunks=(64, 64), dtype=a.dtype)
-    store[:] = a
     import dask
+    a = random_image(7, (512, 640), np.uint8)
+    stored, result_at = str(tmp_path / "in.zarr"), str(tmp_path / "out.zarr")
+    zarr.open(stored, "w", shape=a.shape, chunks=(64, 64), dtype=a.dtype)[:] = a
+    marks = tmp_path / "marks"
+    marks.mkdir()
+
+    def waiting():
+        return {name.split("-")[0] for name in os.listdir(marks) if name.endswith(".waits")}
+
     with dask.config.set({"distributed.scheduler.allowed-failures": 9}), \
             distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
                                      dashboard_address=None) as cluster, \
             distributed.Client(cluster) as client:
-        picture = mxd.map_blocks(slowly, da.from_zarr(str(tmp_path / "in.zarr")))
+        picture = mxd.map_blocks(until_told, da.from_zarr(stored), folder=str(marks))
         result = mxd.blur(mxd.add(picture, 9), (7, 5), border="reflect")
-        saved = result.to_zarr(str(tmp_path / "out.zarr"), compute=False)
-        waiting = client.compute(saved)
-        pids = list(client.run(os.getpid).values())
-        deadline = time.time() + 30
-        while len([name for name in os.listdir(tmp_path / "out.zarr") if name[0] != "."]) < 8:
-            assert time.time() < deadline
-            time.sleep(0.02)
-        assert not waiting.done(), "the work was over before a worker could be killed"
-        os.kill(pids[0], signal.SIGKILL)
-        waiting.result(timeout=40)
-        total = mxd.norm(da.from_zarr(str(tmp_path / "out.zarr"))).compute(scheduler=client)
+        running = client.compute(result.to_zarr(result_at, compute=False))
+        wait_for(lambda: len(waiting()) == 2)
+        os.kill(int(min(waiting())), signal.SIGKILL)
+        (marks / "go").touch()
+        running.result(timeout=90)
+        total = mxd.norm(da.from_zarr(result_at)).compute(scheduler=client)
     expected = mox.blur(mox.add(a, 9), (7, 5), border="reflect")
-    np.testing.assert_array_equal(zarr.open(str(tmp_path / "out.zarr"))[:], expected)
+    np.testing.assert_array_equal(zarr.open(result_at)[:], expected)
     assert total == mox.norm(expected)

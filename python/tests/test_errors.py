@@ -191,3 +191,16 @@ def test_threads_do_not_share_headers():
     for thread in threads:
         thread.join()
     assert not wrong
+
+
+def test_images_in_memory_end_at_two_gigabytes():
+    """The zeros are not in memory until they are touched, which nothing does here."""
+    a = np.zeros((47000, 47000), np.uint8)
+    for call in (lambda: mox.invert(a, a), lambda: mox.norm(a), lambda: mox.blur(a, 3, a)):
+        with pytest.raises(mox.Error) as caught:
+            call()
+        assert caught.value.status == -10
+    part = a[46000:, 46000:]
+    mox.invert(part, part)
+    assert (part == 255).all() and not a[45999, 45999]
+    assert mox.get_pixel(mox.Tiled(a), 46999, 46999) == 255
