@@ -124,6 +124,44 @@ void downCubic(const void *const *rows, const OwnScalePlace &place, uint8_t *out
 
 // -------------------------------------------------------------------------------------------------------------- means
 
+#if defined(__AVX2__)
+// Eight means of two or three floats each that follow one another in the row, without a gap. False where they do not.
+template <int width>
+[[gnu::always_inline]] inline bool meansOfEight(const uint8_t *src, const OwnScaleColumns &columns, size_t i,
+                                                float *to) {
+    const auto load = [&](const int32_t *p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p + i)); };
+    const __m256i step = _mm256_set1_epi32(4 * width), index = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m256i there = _mm256_add_epi32(_mm256_set1_epi32(columns.at[i]), _mm256_mullo_epi32(index, step));
+    const __m256i same = _mm256_and_si256(_mm256_cmpeq_epi32(load(columns.at), there),
+                                          _mm256_cmpeq_epi32(load(columns.count), _mm256_set1_epi32(width)));
+    if (_mm256_movemask_epi8(same) != -1) return false;
+    const float *from = reinterpret_cast<const float *>(src + columns.at[i]);
+    __m256 v[width], tap[width];
+    for (int k = 0; k < width; ++k)
+        v[k] = _mm256_loadu_ps(from + 8 * k);
+    if constexpr (width == 2) {
+        const auto inOrder = [](__m256 w) {
+            return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(w), 0xD8));
+        };
+        tap[0] = inOrder(_mm256_shuffle_ps(v[0], v[1], 0x88));
+        tap[1] = inOrder(_mm256_shuffle_ps(v[0], v[1], 0xDD));
+    } else {
+        // Of each three, one vector's lanes are in no other's way.
+        tap[0] = _mm256_blend_ps(_mm256_blend_ps(v[0], v[1], 0x92), v[2], 0x24);
+        tap[1] = _mm256_blend_ps(_mm256_blend_ps(v[0], v[1], 0x24), v[2], 0x49);
+        tap[2] = _mm256_blend_ps(_mm256_blend_ps(v[0], v[1], 0x49), v[2], 0x92);
+        tap[0] = _mm256_permutevar8x32_ps(tap[0], _mm256_setr_epi32(0, 3, 6, 1, 4, 7, 2, 5));
+        tap[1] = _mm256_permutevar8x32_ps(tap[1], _mm256_setr_epi32(1, 4, 7, 2, 5, 0, 3, 6));
+        tap[2] = _mm256_permutevar8x32_ps(tap[2], _mm256_setr_epi32(2, 5, 0, 3, 6, 1, 4, 7));
+    }
+    __m256 sum = _mm256_mul_ps(tap[0], _mm256_loadu_ps(columns.weights[0] + i));
+    if constexpr (width == 3) sum = _mm256_add_ps(sum, tap[1]);
+    sum = _mm256_add_ps(sum, _mm256_mul_ps(tap[width - 1], _mm256_loadu_ps(columns.weights[1] + i)));
+    _mm256_storeu_ps(to + i, sum);
+    return true;
+}
+#endif
+
 template <class D>
 void acrossMeans(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     float *to = static_cast<float *>(row);
@@ -134,7 +172,14 @@ void acrossMeans(const uint8_t *src, void *row, const OwnScaleColumns &columns) 
         if (columns.base) return acrossPicked<4, false>(src, to, columns);
     }
 #endif
-    for (size_t i = 0; i < columns.n; ++i) {
+    size_t i = 0;
+#if defined(__AVX2__)
+    if constexpr (sizeof(typename D::Value) == 4) {
+        while (i < columns.n && (meansOfEight<3>(src, columns, i, to) || meansOfEight<2>(src, columns, i, to)))
+            i += 8;
+    }
+#endif
+    for (; i < columns.n; ++i) {
         const uint8_t *p = src + columns.at[i];
         const int32_t count = columns.count[i];
         float sum = static_cast<float>(ownSampleOf<D>(p)) * head[i];

@@ -158,6 +158,7 @@ void ownSetSampler(OwnSampler *sampler, const MoxImage *src, const MoxImage *dst
     source.rowStep = from.rowStep;
     source.pixelStep = from.step * from.bytes;
     source.bit = from.bytes == 0 ? from.bit : 0;
+    source.ahead = OWN_ROWS_AHEAD * from.rowStep;
     source.left = source.originX = static_cast<int>(rect.x);
     source.top = source.originY = static_cast<int>(rect.y);
     source.right = static_cast<int>(rect.x + rect.width - 1);

@@ -57,6 +57,9 @@ struct OwnSampler {
 void ownSetSampler(OwnSampler *sampler, const MoxImage *src, const MoxImage *dst, const MoxImage *mask,
                    OwnSampling sampling);
 
+// Rows of a destination that come between a pixel and what is asked for while it is made.
+constexpr int OWN_ROWS_AHEAD = 6;
+
 // Pixels x to x + n - 1 of the row y, both counted from the corner of the destination's region, from n positions. Under
 // keep, bits of which the first is on top of a byte, and under the sampler's mask pixels whose bit is 0 are not
 // written; keep may be null. n is at least 0.

@@ -15,6 +15,9 @@ struct OwnSampled {
     int bit;                // of the pixel (originX, originY) in its byte, at depth 1
     int originX, originY;   // no pixel before it is in the region
     int left, top, right, bottom;
+    // About so many bytes from the samples of a pixel to those of the pixel some rows further down the destination: the
+    // source is asked for so far ahead.
+    int64_t ahead;
 };
 
 // A kernel: n pixels, one after the other in out without a gap; of bits the first on top of a byte, and those behind

@@ -325,7 +325,10 @@ bool Scaler::allocate(int64_t width) {
         return at;
     };
     constexpr auto block = static_cast<int64_t>(OWN_SCALE_BLOCK);
-    const int64_t samples = width * channels_, n = (samples + block - 1) / block * block;
+    // What is only moved goes by bytes.
+    const int unitBytes = method_.moves ? 1 : bytes_;
+    const int64_t units = int64_t{channels_} * (bytes_ / unitBytes);
+    const int64_t samples = width * units, n = (samples + block - 1) / block * block;
     const bool means = !method_.down;
     const int64_t sourceBytes = pixels_ * channels_ * bytes_;
     if (n > INT_MAX / 64 || sourceBytes > INT_MAX / 4 || planes_ > INT_MAX / 64) return false;
@@ -335,7 +338,7 @@ bool Scaler::allocate(int64_t width) {
     if (rows > INT_MAX / ringBytes_) return false;
     const int64_t tables = add(ownColumnBytes(method_, static_cast<size_t>(n)));
     const int64_t held = add(rows * static_cast<int64_t>(sizeof(*held_))), ring = add(rows * ringBytes_);
-    const int64_t out = add(n * bytes_), packed = add(n / 8 + 8);
+    const int64_t out = add(n * unitBytes), packed = add(n / 8 + 8);
     const int64_t maskBits = add(width / 8 + 8), maskAt = add(scale_.sourceMask.image ? 4 * width : 0);
     const int64_t sourceRow = add(source_.inPlace() ? 0 : sourceBytes + 16);
     const int64_t sum = add(means ? 4 * n : 0), boxes = add(scale_.box > 0 ? 2 * sourceBytes + 64 : 0);
@@ -355,7 +358,7 @@ bool Scaler::allocate(int64_t width) {
 
     samples_ = static_cast<size_t>(samples);
     if (scale_.box == 0) {
-        const OwnColumnSource from = {firstPixel_, pixels_, channels_, bytes_};
+        const OwnColumnSource from = {firstPixel_, pixels_, static_cast<int>(units), unitBytes};
         ownMakeColumns(method_, places_, static_cast<size_t>(width), from, memory_ + tables, &columns_);
     }
     return true;

@@ -1,5 +1,5 @@
 // Tables of columns. All entries of a pixel's samples are alike but for where they stand in it; those behind the last
-// sample repeat it.
+// pixel repeat it.
 #include "geometry/ownscalecolumns.h"
 
 #include <algorithm>
@@ -262,8 +262,8 @@ void ownMakeColumns(const OwnScaleMethod &method, const OwnScalePlace *places, s
         }
     }
     for (size_t i = samples; i < columns->n; ++i) {
-        tables.at[i] = tables.at[samples - 1];
-        if (method.taps == 0) tables.count[i] = tables.count[samples - 1];
+        tables.at[i] = tables.at[i - channels];
+        if (method.taps == 0) tables.count[i] = tables.count[i - channels];
     }
     if (columns->lead == samples) columns->lead = columns->n;
     const bool picked = makeLanes(method, tables, source.pixels * columns->pixel, columns);

@@ -73,6 +73,7 @@ struct OwnScaleMethod {
     OwnScaleWeights weights;
     OwnScalePick pick;
     OwnScaleBoth both = nullptr;  // by shuffles, or null
+    bool moves = false;           // samples of any depth as so many bytes, which columns and counts are then of
 };
 
 // Depths that are scaled. Bits come as bytes 0 and 1.

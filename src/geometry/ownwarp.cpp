@@ -97,9 +97,19 @@ struct MaskSize {
     }
 };
 
+// Where rows further down the destination come from, by an affine map. What is far away stays as it is set.
+void lookAhead(const OwnWarp &warp, OwnSampled *source) {
+    constexpr double FAR = 1e4;
+    if (warp.map.kind != OWN_AFFINE) return;
+    const double across = OWN_ROWS_AHEAD * warp.map.c[1], down = OWN_ROWS_AHEAD * warp.map.c[4];
+    if (!(std::fabs(across) < FAR && std::fabs(down) < FAR)) return;
+    source->ahead = std::lrint(down) * source->rowStep + std::lrint(across) * source->pixelStep;
+}
+
 void drawPlain(const OwnWarp &warp, const MoxImage *src, const MoxImage *dst) {
     OwnSampler sampler;
     ownSetSampler(&sampler, src, dst, dst->maskROI, warp.sampling);
+    lookAhead(warp, &sampler.source);
     const OwnCorners &d = warp.destination;
     Canvas canvas(warp, sampler, d.left, d.top);
     if (dst->maskROI) {

@@ -6,15 +6,15 @@ namespace {
 
 // ------------------------------------------------------------------------------------------------- nearest neighbour
 
+// The columns are those of bytes, of which so many are a sample.
 template <class Value>
-void pickEach(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
-    uint8_t *to = static_cast<uint8_t *>(row);
-    for (size_t i = 0; i < columns.n; ++i)
-        __builtin_memcpy(to + i * sizeof(Value), src + columns.at[i], sizeof(Value));
+void pickEach(const uint8_t *src, uint8_t *to, const OwnScaleColumns &columns) {
+    for (size_t i = 0; i < columns.n; i += sizeof(Value))
+        __builtin_memcpy(to + i, src + columns.at[i], sizeof(Value));
 }
 
 #if defined(__AVX2__)
-// 32 samples from so many vectors.
+// 32 bytes from so many vectors.
 template <size_t vectors>
 [[gnu::always_inline]] inline void pickVectors(const uint8_t *src, uint8_t *to, const OwnScaleColumns &columns) {
     for (size_t k = 0; k < columns.n / 32; ++k) {
@@ -26,19 +26,77 @@ template <size_t vectors>
 }
 #endif
 
-void pickBytes(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
-#if defined(__AVX2__)
+template <class Value>
+void pickSamples(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     uint8_t *to = static_cast<uint8_t *>(row);
+#if defined(__AVX2__)
     if (columns.base && columns.step == 16) return pickVectors<1>(src, to, columns);
     if (columns.base && columns.step == 8) return pickVectors<2>(src, to, columns);
     if (columns.base) return pickVectors<4>(src, to, columns);
 #endif
-    pickEach<uint8_t>(src, row, columns);
+    pickEach<Value>(src, to, columns);
 }
 
-template <size_t bytes>
 void copyRow(const void *const *rows, const OwnScalePlace &, uint8_t *out, size_t n) {
-    __builtin_memcpy(out, rows[0], n * bytes);
+    __builtin_memcpy(out, rows[0], n);
+}
+
+template <class Value>
+constexpr OwnScaleMethod nearestOf() {
+    return {pickSamples<Value>, copyRow, 1, 1, 1, OWN_WEIGHTS_NONE, OWN_PICK_BYTES, nullptr, true};
+}
+
+// ---------------------------------------------------------------------------------------------------------- neighbours
+
+#if defined(__AVX2__)
+// Eight neighbours of one channel that lie close together, from a vector that begins with the first one's window.
+template <class D>
+struct Neighbours {
+    static constexpr int bytes = sizeof(typename D::Value);
+    __m256i samples, at;
+
+    // False where their windows of so many pixels reach beyond a vector, or the vector beyond the row.
+    [[gnu::always_inline]] inline bool find(const uint8_t *src, const OwnScaleColumns &columns, size_t i, int taps) {
+        const int32_t first = columns.at[i], end = columns.at[columns.n - 1] + taps * bytes;
+        if (columns.pixel != bytes || columns.at[i + 7] - first > (8 - taps) * bytes || end - first < 8 * bytes)
+            return false;
+        const __m128i *from = reinterpret_cast<const __m128i *>(src + first);
+        if constexpr (bytes == 2) {
+            samples = _mm256_cvtepu16_epi32(_mm_loadu_si128(from));
+        } else {
+            samples = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(from));
+        }
+        at = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.at + i));
+        at = _mm256_srli_epi32(_mm256_sub_epi32(at, _mm256_set1_epi32(first)), bytes / 2);
+        return true;
+    }
+    // The k-th pixel of each window.
+    [[gnu::always_inline]] inline __m256i tap(int k) const {
+        return _mm256_permutevar8x32_epi32(samples, _mm256_add_epi32(at, _mm256_set1_epi32(k)));
+    }
+    [[gnu::always_inline]] inline OwnFloats number(int k) const {
+        if constexpr (bytes == 2) return reinterpret_cast<OwnFloats>(_mm256_cvtepi32_ps(tap(k)));
+        return reinterpret_cast<OwnFloats>(tap(k));
+    }
+};
+#endif
+
+// Calls eight(i) for eight samples from i on that it does, and one(i) for the others: for all where the first eight are
+// not done.
+template <class Eight, class One>
+[[gnu::always_inline]] inline void forEachEight(size_t n, [[maybe_unused]] const Eight &eight, const One &one) {
+#if defined(__AVX2__)
+    if (eight(0)) {
+        for (size_t i = 8; i < n; i += 8) {
+            if (eight(i)) continue;
+            for (size_t k = i; k < i + 8; ++k)
+                one(k);
+        }
+        return;
+    }
+#endif
+    for (size_t i = 0; i < n; ++i)
+        one(i);
 }
 
 // ------------------------------------------------------------------------------------------------------------- linear
@@ -155,11 +213,26 @@ constexpr OwnScaleBoth bothLinear8 = nullptr;
 
 void acrossLinear16(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     int32_t *to = static_cast<int32_t *>(row);
-    for (size_t i = 0; i < columns.n; ++i) {
+    const auto eight = [&]([[maybe_unused]] size_t i) {
+#if defined(__AVX2__)
+        Neighbours<Own16U> samples;
+        if (!samples.find(src, columns, i, 2)) return false;
+        const __m256i pairs = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(columns.pairs + 2 * i));
+        // The second weight is -1 just before a sample.
+        const __m256i a = _mm256_and_si256(pairs, _mm256_set1_epi32(0xFFFF)), b = _mm256_srai_epi32(pairs, 16);
+        const __m256i sum =
+            _mm256_add_epi32(_mm256_mullo_epi32(samples.tap(0), a), _mm256_mullo_epi32(samples.tap(1), b));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + i), _mm256_srai_epi32(sum, 15));
+        return true;
+#else
+        return false;
+#endif
+    };
+    forEachEight(columns.n, eight, [&](size_t i) {
         const uint8_t *p = src + columns.at[i];
         const int32_t v = ownSampleOf<Own16U>(p) * columns.pairs[2 * i];
         to[i] = (v + ownSampleOf<Own16U>(p + columns.pixel) * columns.pairs[2 * i + 1]) >> 15;
-    }
+    });
 }
 
 void downLinear16(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
@@ -176,10 +249,20 @@ void downLinear16(const void *const *rows, const OwnScalePlace &place, uint8_t *
 void acrossLinear32(const uint8_t *src, void *row, const OwnScaleColumns &columns) {
     float *to = static_cast<float *>(row);
     const float *a = columns.weights[0], *b = columns.weights[1];
-    for (size_t i = 0; i < columns.n; ++i) {
+    const auto eight = [&]([[maybe_unused]] size_t i) {
+#if defined(__AVX2__)
+        Neighbours<Own32F> samples;
+        if (!samples.find(src, columns, i, 2)) return false;
+        ownStoreFloats(to + i, samples.number(0) * ownLoadFloats(a + i) + samples.number(1) * ownLoadFloats(b + i));
+        return true;
+#else
+        return false;
+#endif
+    };
+    forEachEight(columns.n, eight, [&](size_t i) {
         const uint8_t *p = src + columns.at[i];
         to[i] = ownSampleOf<Own32F>(p) * a[i] + ownSampleOf<Own32F>(p + columns.pixel) * b[i];
-    }
+    });
 }
 
 void downLinear32(const void *const *rows, const OwnScalePlace &place, uint8_t *out, size_t n) {
@@ -233,13 +316,26 @@ void acrossCubic(const uint8_t *src, void *row, const OwnScaleColumns &columns) 
         if (columns.base) return acrossCubicPicked<false>(src, to, columns);
     }
 #endif
+    const auto eight = [&]([[maybe_unused]] size_t i) {
+#if defined(__AVX2__)
+        if constexpr (sizeof(typename D::Value) > 1) {
+            Neighbours<D> samples;
+            if (!samples.find(src, columns, i, 4)) return false;
+            const auto weight = [&](int of) { return ownLoadFloats(columns.weights[of] + i); };
+            ownStoreFloats(to + i, newton(samples.number(0), samples.number(1), samples.number(2), samples.number(3),
+                                          weight(0), weight(1), weight(2)));
+            return true;
+        }
+#endif
+        return false;
+    };
     const int64_t pixel = columns.pixel;
-    for (size_t i = 0; i < columns.n; ++i) {
+    forEachEight(columns.n, eight, [&](size_t i) {
         const uint8_t *p = src + columns.at[i];
         const auto sample = [&](int64_t k) { return static_cast<float>(ownSampleOf<D>(p + k * pixel)); };
         to[i] = newton(sample(0), sample(1), sample(2), sample(3), columns.weights[0][i], columns.weights[1][i],
                        columns.weights[2][i]);
-    }
+    });
 }
 
 template <class D>
@@ -260,9 +356,7 @@ constexpr OwnScaleMethod cubicOf(OwnScalePick pick) {
 namespace OWN_LEVEL {
 extern const OwnZoomRows zoomRows;
 const OwnZoomRows zoomRows = {
-    {{pickBytes, copyRow<1>, 1, 1, 1, OWN_WEIGHTS_NONE, OWN_PICK_BYTES},
-     {pickEach<uint16_t>, copyRow<2>, 1, 2, 1, OWN_WEIGHTS_NONE, OWN_PICK_NONE},
-     {pickEach<uint32_t>, copyRow<4>, 1, 4, 1, OWN_WEIGHTS_NONE, OWN_PICK_NONE}},
+    {nearestOf<uint8_t>(), nearestOf<uint16_t>(), nearestOf<uint32_t>()},
     {{acrossLinear8, downLinear8, 2, 2, 2, OWN_WEIGHTS_PAIRS, OWN_PICK_PAIRS, bothLinear8},
      {acrossLinear16, downLinear16, 2, 4, 2, OWN_WEIGHTS_PAIRS, OWN_PICK_NONE},
      {acrossLinear32, downLinear32, 2, 4, 2, OWN_WEIGHTS_LINEAR, OWN_PICK_NONE}},
