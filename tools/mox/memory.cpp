@@ -15,6 +15,7 @@ constexpr std::uint64_t ownMemory = 40 * million;  // of the program with its li
 
 std::atomic<std::uint64_t> bound{0};
 thread_local std::uint64_t taken = 0;
+thread_local int scratchFiles = 0;
 
 }  // namespace
 
@@ -73,8 +74,18 @@ void failMemory(const std::string &what, std::uint64_t bytes) {
     throw TooLarge{{exitOperation, tooLargeText(what, bytes)}};
 }
 
+std::uint64_t tileMemory() {
+    return pixelMemory() / 3;
+}
+
+void countScratch(int more) {
+    scratchFiles += more;
+}
+
 void checkMemory(const std::string &what, std::uint64_t bytes) {
-    if (taken + bytes > pixelMemory()) failMemory(what, taken + bytes);
+    const bool shares = scratchFiles > 0;
+    const std::uint64_t all = taken + bytes, most = pixelMemory() - (shares ? tileMemory() : 0);
+    if (all > most) failMemory(what, shares ? all + all / 2 : all);
 }
 
 void takeMemory(const std::string &what, std::uint64_t bytes) {

@@ -32,6 +32,10 @@ struct TooLarge : Failure {};
 std::string tooLargeText(const std::string &what, std::uint64_t bytes);
 [[noreturn]] void failMemory(const std::string &what, std::uint64_t bytes);
 
+// A third of it is for the tiles of scratch files, where there are any: each of them tells when it comes and goes.
+std::uint64_t tileMemory();
+void countScratch(int more);
+
 // Throws TooLarge where so much more cannot be had.
 void checkMemory(const std::string &what, std::uint64_t bytes);
 

@@ -28,10 +28,6 @@ struct Cache {
 };
 thread_local Cache cache;
 
-std::uint64_t cacheBytes() {
-    return pixelMemory() / 3;
-}
-
 std::size_t pixelBits(const MoxImage *image) {
     const std::size_t bits = image->depth & ~MOX_DEPTH_SIGN;
     return image->dataOrder == MOX_DATA_ORDER_PLANE ? bits : bits * static_cast<std::size_t>(image->nChannels);
@@ -80,7 +76,7 @@ void forget(ScratchTiles::iterator tile) {
 // than there should be, rather than an operation that cannot be done.
 bool makeRoom(std::size_t bytes, std::vector<char> *buffer) {
     auto tile = cache.tiles.end();
-    while (cache.bytes + bytes > cacheBytes() && tile != cache.tiles.begin()) {
+    while (cache.bytes + bytes > tileMemory() && tile != cache.tiles.begin()) {
         --tile;
         if (tile->inHand > 0) continue;
         if (!store(&*tile)) return false;
@@ -161,12 +157,12 @@ TileSize suitedTile(std::uint64_t pixelBits, TileSize wanted, int width, int hei
     };
     if (wanted.width == 0) {
         wanted.width = width < widePicture ? smallTileWidth : usualTileWidth;
-        const std::uint64_t rows = cacheBytes() / rowsAtOnce / bytesAcross(wanted.width) / 8 * 8;
+        const std::uint64_t rows = tileMemory() / rowsAtOnce / bytesAcross(wanted.width) / 8 * 8;
         wanted.height = static_cast<int>(std::clamp<std::uint64_t>(rows, 8, highestTile));
     }
     // What must be there: a row of tiles of two sources and the result.
     const std::uint64_t least = 3 * bytesAcross(wanted.width) * static_cast<std::uint64_t>(wanted.height);
-    if (least > cacheBytes()) {
+    if (least > tileMemory()) {
         throw TooLarge{{exitOperation, "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
                                            " takes " + megabytes(boundFor(3 * least)) +
                                            " or more where it goes through scratch files; --memory allows " +
@@ -255,6 +251,7 @@ Scratch::~Scratch() {
     while (!inMemory.empty())
         forget(inMemory.begin()->second);
     if (descriptor >= 0) ::close(descriptor);
+    if (counted) countScratch(-1);
 }
 
 std::unique_ptr<Scratch> makeScratch(int channels, unsigned depth, bool planes, int width, int height, TileSize tiles) {
@@ -276,6 +273,8 @@ std::unique_ptr<Scratch> makeScratch(int channels, unsigned depth, bool planes, 
     if (scratch->descriptor < 0) failErrno("no scratch file can be made in " + scratch->folder, errno);
     checkSpace(*scratch, count * scratch->tileBytes);
     scratch->kept.resize(static_cast<std::size_t>(count));
+    countScratch(1);
+    scratch->counted = true;
     return scratch;
 }
 

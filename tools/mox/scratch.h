@@ -47,6 +47,7 @@ struct Scratch {
     std::vector<bool> kept;        // tiles that the file has; others are 0
     std::unordered_map<std::size_t, ScratchTiles::iterator> inMemory;
     long inHand = 0;
+    bool counted = false;
 
     Scratch() = default;
     Scratch(const Scratch &) = delete;

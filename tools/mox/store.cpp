@@ -12,7 +12,7 @@ namespace {
 
 // Two thirds are for whole images, and the rest for tiles.
 bool fits(std::uint64_t bytes) {
-    return bytes <= largestWhole() && bytes <= 0x7FFFFFFF && memoryTaken() + bytes <= pixelMemory() / 3 * 2;
+    return bytes <= largestWhole() && bytes <= 0x7FFFFFFF && memoryTaken() + bytes <= pixelMemory() - tileMemory();
 }
 
 Store emptyStore(int channels, unsigned depth, int width, int height, const Keeping &keeping, bool black) {
