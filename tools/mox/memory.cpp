@@ -5,7 +5,7 @@
 #include <atomic>
 #include <charconv>
 
-#include <unistd.h>
+#include "scratchfile.h"
 
 namespace {
 
@@ -20,10 +20,9 @@ thread_local int scratchFiles = 0;
 }  // namespace
 
 std::uint64_t usualMemory() {
-    const long pages = ::sysconf(_SC_PHYS_PAGES), pageBytes = ::sysconf(_SC_PAGESIZE);
-    if (pages <= 0 || pageBytes <= 0) return 1024 * million;
-    const std::uint64_t half = static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageBytes) / 2;
-    return std::min<std::uint64_t>(std::max(half, 256 * million), SIZE_MAX / 2);
+    const std::uint64_t all = machineMemory();
+    if (all == 0) return 1024 * million;
+    return std::min<std::uint64_t>(std::max(all / 2, 256 * million), SIZE_MAX / 2);
 }
 
 std::uint64_t memoryBound() {

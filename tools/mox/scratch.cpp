@@ -3,11 +3,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
-#include <fcntl.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "failure.h"
@@ -172,9 +169,7 @@ TileSize suitedTile(std::uint64_t pixelBits, TileSize wanted, int width, int hei
 }
 
 void checkSpace(const Scratch &scratch, std::uint64_t bytes) {
-    struct statvfs status;
-    if (::fstatvfs(scratch.descriptor, &status) != 0) return;
-    const std::uint64_t unit = status.f_frsize, free = std::uint64_t{status.f_bavail} * unit;
+    const std::uint64_t free = freeSpace(scratch.descriptor);
     if (bytes <= free) return;
     fail(exitFile, "the scratch file in " + scratch.folder + ": " + megabytes(bytes) + " are needed and " +
                        megabytes(free) + " are free (TMPDIR names another folder)");
@@ -206,46 +201,6 @@ void moveBand(Scratch *scratch, int tileRow, MoxImage *band, bool toTiles) {
 }
 
 }  // namespace
-
-int openScratch(std::string *folder) {
-    const char *const said = std::getenv("TMPDIR");
-    for (const char *place : {said && *said ? said : "/var/tmp", "/tmp"}) {
-        *folder = place;
-        std::string name = *folder + "/mox-XXXXXX";
-        const int nameless = ::open(place, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-        if (nameless >= 0) return nameless;
-        const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
-        if (descriptor >= 0) {
-            ::unlink(name.c_str());
-            return descriptor;
-        }
-        if (said && *said) break;
-    }
-    return -1;
-}
-
-std::FILE *scratchStream() {
-    std::string folder;
-    const int descriptor = openScratch(&folder);
-    if (descriptor < 0) return nullptr;
-    std::FILE *const stream = ::fdopen(descriptor, "w+b");
-    if (!stream) ::close(descriptor);
-    return stream;
-}
-
-bool moveScratch(int descriptor, char *bytes, std::size_t count, std::uint64_t offset, bool write) {
-    while (count > 0) {
-        const auto at = static_cast<off_t>(offset);
-        const ssize_t moved = write ? ::pwrite(descriptor, bytes, count, at) : ::pread(descriptor, bytes, count, at);
-        if (moved < 0 && errno == EINTR) continue;
-        if (moved == 0) errno = EIO;
-        if (moved <= 0) return false;
-        bytes += moved;
-        count -= static_cast<std::size_t>(moved);
-        offset += static_cast<std::uint64_t>(moved);
-    }
-    return true;
-}
 
 Scratch::~Scratch() {
     while (!inMemory.empty())

@@ -5,7 +5,6 @@
 #include <mox.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <list>
 #include <memory>
 #include <string>
@@ -13,16 +12,7 @@
 #include <vector>
 
 #include "image.h"
-
-// A file that has no name, in TMPDIR, or where large files that do not last belong. Gives the descriptor, or -1 and
-// errno; folder is set in any case.
-int openScratch(std::string *folder);
-
-// The same as a stream; null and errno.
-std::FILE *scratchStream();
-
-// Reads or writes all of it, or gives false and errno.
-bool moveScratch(int descriptor, char *bytes, std::size_t count, std::uint64_t offset, bool write);
+#include "scratchfile.h"
 
 struct Scratch;
 
