@@ -90,7 +90,7 @@ void writeBitmapRows(RowSource rows, const BitmapForm &form, const std::string &
             header.biHeight = height;
             header.biSizeImage = static_cast<unsigned>(pixels);
             put(&file, &header, sizeof header);
-            put(&file, slice.bytes.get() + sizeof header, front - sizeof header);
+            put(&file, slice.bytes.get() + sizeof header, static_cast<std::size_t>(front) - sizeof header);
         }
         // The last row comes first in the file.
         const std::uint64_t at = fileHeaderBytes + front + rowBytes * static_cast<unsigned>(height - y - count);

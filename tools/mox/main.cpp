@@ -153,7 +153,9 @@ ExitCode runCommand(const CommandLine &line) {
 
 int main(int argc, char **argv) {
     // A file that may not grow is an error as any other.
+#ifdef SIGXFSZ  // Windows has none
     std::signal(SIGXFSZ, SIG_IGN);
+#endif
     try {
         catchReports();
         const ExitCode code = runCommand(parseCommandLine(argc, argv));
