@@ -9,7 +9,7 @@ import ctypes
 import numpy as np
 
 from . import _records as records
-from ._errors import fail, thread
+from ._errors import fail, invoke, thread
 from ._images import (BOOL, DATA_WORDS, FLOAT, PLAIN, POINT, REGION, Image, Layout, address,
                       give_back, lend, make_set, make_sets, ndarray, plain_array, sets,
                       size_of_shape, whole)
@@ -104,6 +104,8 @@ def copy_of(image):
         if image.region:
             raise ValueError("an Image with a region needs out= here")
         return image._with(array.copy())
+    if memory_of(image) is None and hasattr(image, "_lend"):
+        raise ValueError("tiles need out= here, which may be the same")
     return np.array(plain_array(image))
 
 
@@ -121,14 +123,17 @@ def check_out(out, height, width, dtype, channels=None, planes=False):
 
 
 def coi_of(channel, image, planes):
-    """The channel of interest as the library counts, from 1."""
+    """The channel of interest as the library counts, from 1; 0 where there is but one.
+
+    That of a single channel would make a region into a run of bytes, what lies beside it included.
+    """
     if channel is None:
         return 0
     channels = size_of(image, planes)[2]
     index = whole(channel, "channel")
     if not -channels <= index < channels:
         raise ValueError(f"there is no channel {index} among {channels}")
-    return index % channels + 1
+    return index % channels + 1 if channels > 1 else 0
 
 
 def memory_of(image):
@@ -137,13 +142,14 @@ def memory_of(image):
     return image if isinstance(image, ndarray) else None
 
 
-def _apart(image, out, same_position):
+def apart(image, out, same_position):
     """The image, or a copy of it where writing to out would change it too early."""
     mine, its = memory_of(image), memory_of(out)
     if mine is None or its is None or not np.may_share_memory(mine, its):
         return image
     if (same_position and address(mine) == address(its) and mine.strides == its.strides
-            and mine.shape == its.shape and type(image) is type(out)):
+            and mine.shape == its.shape and type(image) is type(out)
+            and getattr(image, "region", None) == getattr(out, "region", None)):
         return image
     return copy_with_region(image)
 
@@ -180,7 +186,7 @@ def run(function, sources, out, arguments=(), *, mask=None, channel=None, alpha=
 
     result     (height, width, channels, dtype) of what comes out, as the first source if not told
     in_place   the destination may be the source itself
-    check      what is called behind the function in place of the usual look at reports
+    check      what is called behind the function, beside the usual look at reports
     models     (model, sequence) of the sources, and of the destination
     turn       rows may be taken from below, as long as they are in all images
     plain      from this source on they are images of one channel that no keyword is about
@@ -216,7 +222,7 @@ def run(function, sources, out, arguments=(), *, mask=None, channel=None, alpha=
     out_layout = Layout(planes, alpha, out_coi, None, *out_names)
     if not fresh:
         sources = [source if source is out and in_place
-                   else _apart(source, out, mode <= REGION and in_place) for source in sources]
+                   else apart(source, out, mode <= REGION and in_place) for source in sources]
         if not in_place:
             sources = [copy_with_region(source) if source is out else source
                        for source in sources]
@@ -275,14 +281,13 @@ def _call(function, sources, out, arguments, mask, mode, out_mode, layouts, out_
         target.pool = None
     if mask is not None:
         size = size_of(out, bool(out_layout and out_layout.planes))
+        if isinstance(mask, Image):
+            mask = apart(mask, out, False)
         lent_mask = lend_mask(mask, *size[:2])
         set_mask(target, lent_mask)
-    reports = thread.reports
-    status = function(*before, *[lent.ref for lent in lents], target.ref, *arguments)
+    status = invoke(function, *before, *[lent.ref for lent in lents], target.ref, *arguments)
     if check is not None:
         check(status)
-    elif reports:
-        fail()
     give_back(target)
     for lent in lents:
         if lent is not target:
@@ -292,7 +297,7 @@ def _call(function, sources, out, arguments, mask, mode, out_mode, layouts, out_
 
 def _narrowed(layout, image):
     """The layout of a source of one channel, which has no other channel of interest."""
-    if layout is not None and layout.coi > 1 and size_of(image, layout.planes)[2] == 1:
+    if layout is not None and layout.coi and size_of(image, layout.planes)[2] == 1:
         return layout._replace(coi=0)
     return layout
 

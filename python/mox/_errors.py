@@ -4,6 +4,7 @@ Status, error mode and report function belong to a thread, so each thread that c
 reports come to a function here, which notes them, and the call that was made raises what it finds.
 """
 
+import signal
 import threading
 
 from . import _records as records
@@ -39,6 +40,8 @@ class _Thread(threading.local):
         self.reports = []
         #: The exception that a callback of the running call has left.
         self.exception = None
+        #: Whether the next call has callbacks in Python.
+        self.serves = False
         lib.moxSetErrMode(records.MOX_ErrModeParent)
         lib.moxRedirectError(_note)
         lib.moxSetErrStatus(0)
@@ -62,50 +65,116 @@ def fail():
     state.exception = None
     lib.moxSetErrStatus(0)
     if exception is not None:
-        raise exception
+        try:
+            raise exception
+        finally:
+            # Its traceback leads here, and from here to it: what it holds would stay for long.
+            del exception
     cause = next((report for report in reports if report[0] != records.MOX_StatusBacktrace),
                  reports[0])
     raise Error(*cause, reports)
 
 
-def check():
-    """Raises if the running call has left anything."""
-    if thread.reports:
+def invoke(function, *arguments):
+    """Calls a function of the library on a thread that is set up, and raises what it leaves."""
+    state = thread
+    if state.serves:
+        state.serves = False
+        if threading.current_thread() is threading.main_thread():
+            with _HeldSignals():
+                return invoke(function, *arguments)
+    value = function(*arguments)
+    if state.reports:
         fail()
+    return value
 
 
 def check_status(function):
     """Raises if the last call has failed without a report, which a few do when memory runs out."""
-    check()
     status = lib.moxGetErrStatus()
     if status < 0:
         lib.moxSetErrStatus(0)
         raise Error(status, function, "")
 
 
-class callback:
-    """A stretch of Python within a running call.
+class _HeldSignals:
+    """A call whose callbacks are Python, on the main thread, where Python runs signal handlers.
 
-    Calls of the library that are made meanwhile have reports and a status of their own. An
-    exception ends up with the call.
+    What a handler raises must reach the call. As a callback begins it would be lost: ctypes prints
+    it and goes on, without a result. So signals wait until a callback can take their exceptions, or
+    the call is over.
     """
 
-    __slots__ = ("reports", "exception", "status")
+    #: The one of the innermost call.
+    current = None
 
     def __enter__(self):
-        state = thread
-        self.reports, self.exception = state.reports, state.exception
-        self.status = lib.moxGetErrStatus()
-        state.reports, state.exception = [], None
-        lib.moxSetErrStatus(0)
+        self.handlers = {}
+        self.waiting = []
+        self.open = False
+        self.outer, _HeldSignals.current = _HeldSignals.current, self
+        try:
+            for number in signal.valid_signals():
+                handler = signal.getsignal(number)
+                if callable(handler):
+                    self.handlers[number] = handler
+                    signal.signal(number, self.take)
+        except ValueError:
+            pass  # An interpreter beside the main one has no signals.
         return self
 
-    def __exit__(self, kind, exception, trace):
-        state = thread
-        state.reports, state.exception = self.reports, self.exception
-        lib.moxSetErrStatus(self.status)
-        if exception is not None:
-            if state.exception is None:
-                state.exception = exception
-            state.reports.append((records.MOX_StatusGeneral, "", "exception in a callback"))
-        return True
+    def take(self, number, frame):
+        if self.open:
+            self.handlers[number](number, frame)
+        else:
+            self.waiting.append((number, frame))
+
+    def deliver(self):
+        while self.waiting:
+            number, frame = self.waiting.pop(0)
+            self.handlers[number](number, frame)
+
+    def __exit__(self, *_):
+        _HeldSignals.current = self.outer
+        for number, handler in self.handlers.items():
+            if signal.getsignal(number) == self.take:
+                signal.signal(number, handler)
+        self.deliver()
+
+
+def call_back(function, *arguments):
+    """Runs Python within a running call.
+
+    Calls of the library that are made meanwhile have reports and a status of their own. An
+    exception ends up with the call, and the result is None.
+    """
+    state = thread
+    held = _HeldSignals.current
+    if threading.current_thread() is not threading.main_thread():
+        held = None
+    reports, earlier, status = state.reports, state.exception, lib.moxGetErrStatus()
+    state.reports, state.exception = [], None
+    lib.moxSetErrStatus(0)
+    result = raised = None
+    try:
+        try:
+            if held:
+                held.open = True
+                held.deliver()
+            result = function(*arguments)
+        finally:
+            if held:
+                held.open = False
+    except BaseException as exception:
+        if held:
+            held.open = False
+        raised = exception
+    state.reports, state.exception = reports, earlier
+    lib.moxSetErrStatus(status)
+    if raised is None:
+        return result
+    if earlier is None:
+        state.exception = raised
+    del raised
+    reports.append((records.MOX_StatusGeneral, "", "exception in a callback"))
+    return None

@@ -99,6 +99,8 @@ address = _find_address()
 def lend(array, layout=None, mode=REGION, write=False):
     """The header of an array, an Image or a Tiled; give_back() takes it when the call is over."""
     if type(array) is ndarray:
+        if layout is not None and layout == PLAIN:
+            layout = None
         try:
             lent = _pools[array.shape, array.strides, array.dtype, layout].pop()
         except (KeyError, IndexError):
@@ -260,11 +262,19 @@ def _lend_copy(array, layout, mode, write):
     return lent
 
 
+def pack_rows(plane):
+    """The packed rows of a bool array (h, w), one behind the other in memory.
+
+    Of columns that stand in memory one behind the other packbits() makes just such an array.
+    """
+    return np.packbits(np.ascontiguousarray(plane), axis=1)
+
+
 def _lend_bits(array, layout, write):
     """A bool array goes over packed, as a copy."""
     plane = array.reshape(array.shape[:2] if not layout.planes else array.shape[-2:])
     height, width = plane.shape
-    packed = np.packbits(plane, axis=1)
+    packed = pack_rows(plane)
     lent = Lent(new_record(records.MOX_DEPTH_1U, height, width, 1, packed.shape[1], layout,
                            address(packed)))
     lent.keep = packed
@@ -419,6 +429,9 @@ class Image:
     def __init__(self, array, *, planes=False, alpha=False, bits=0, model="", sequence="",
                  bottom_up=False, region=None):
         array = plain_array(array)
+        for name in (model, sequence):
+            if len(name) > 4 or not name.isascii():
+                raise ValueError(f"models and sequences have up to four letters: {name!r} has not")
         if bits:
             bits = whole(bits, "bits", 1)
             if array.dtype != np.uint8 or array.ndim != 2 or array.shape[1] * 8 < bits:
@@ -429,6 +442,8 @@ class Image:
             depth_of(array.dtype)
             size_of_shape(array.shape, planes)
         if region is not None:
+            if not isinstance(region, (tuple, list, ndarray)) or len(region) != 4:
+                raise ValueError(f"a region is (x, y, width, height), not {region!r}")
             x, y, width, height = region
             region = (whole(x, "x", 0), whole(y, "y", 0), whole(width, "width", 1),
                       whole(height, "height", 1))
@@ -451,7 +466,7 @@ class Image:
         array = plain_array(array)
         if array.dtype != BOOL or array.ndim != 2:
             raise TypeError("a bool array of (h, w) can be packed")
-        return cls(np.packbits(array, axis=1), bits=array.shape[1])
+        return cls(pack_rows(array), bits=array.shape[1])
 
     def unpack(self):
         """The bool array (h, w) of an image of packed bits."""

@@ -4,17 +4,19 @@ Here an array of 2 or 4 channels has alpha as its last one, and an array of 1 or
 Image says it by itself.
 """
 
+from copy import copy as shallow_copy
 from typing import Optional
 
 import numpy as np
 
 from . import _records as records
-from ._calls import (check_out, choice, copy_of, dtype_of, lend_mask, memory_of, new_image, run,
+from ._calls import (apart, check_out, choice, copy_of, dtype_of, lend_mask, new_image, run,
                      set_mask, size_of)
-from ._errors import check
+from ._errors import invoke
 from ._images import REGION, WINDOW, Image, Layout, give_back, lend, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Mask
+from .moving import copy
 
 _RULES = {"over": records.MOX_COMPOSITE_OVER, "in": records.MOX_COMPOSITE_IN,
           "out": records.MOX_COMPOSITE_OUT, "atop": records.MOX_COMPOSITE_ATOP,
@@ -47,7 +49,10 @@ class _Composition:
                 out = copy_of(b)
         else:
             check_out(out, height, width, dtype_of(b), planes=planes)
+            a, b = (image if image is out else apart(image, out, True) for image in (a, b))
         self.out = out
+        # Copies live as long as their headers.
+        self.sources = a, b
         self.planes = planes
         self.lents = []
         self._by_image = {}
@@ -68,7 +73,6 @@ class _Composition:
         return self._by_image[id(image)]
 
     def done(self):
-        check()
         for lent in self.lents:
             give_back(lent)
         return self.out
@@ -95,6 +99,8 @@ def composite(a: AnyImage, b: AnyImage, out: Optional[AnyImage] = None, *, rule:
     for opacity in (alpha_a, alpha_b, alpha_out):
         if opacity is not None and size_of(opacity)[:2] != size_of(b, planes)[:2]:
             raise ValueError("opacities have the size of the images")
+    alpha_a, alpha_b = (opacity if opacity is None else apart(opacity, call.out, False)
+                        for opacity in (alpha_a, alpha_b))
     if alpha_out is not None:
         check_out(alpha_out, *size_of(b, planes)[:2], dtype_of(b))
     # Regions of opacities count, but not their channels of interest.
@@ -103,10 +109,10 @@ def composite(a: AnyImage, b: AnyImage, out: Optional[AnyImage] = None, *, rule:
         # The library writes opacities to an alpha channel.
         opacity_out.record.alphaChannel = 1
         opacity_out.pool = None
-    lib.moxAlphaComposite(call.a.ref, call.b.ref, call.out_lent.ref,
-                          choice(rule, _RULES, "rule"), _reference(call.take(alpha_a, mode=WINDOW)),
-                          _reference(call.take(alpha_b, mode=WINDOW)), _reference(opacity_out),
-                          int(bool(premultiplied)), int(bool(divide)))
+    invoke(lib.moxAlphaComposite, call.a.ref, call.b.ref, call.out_lent.ref,
+           choice(rule, _RULES, "rule"), _reference(call.take(alpha_a, mode=WINDOW)),
+           _reference(call.take(alpha_b, mode=WINDOW)), _reference(opacity_out),
+           int(bool(premultiplied)), int(bool(divide)))
     return call.done()
 
 
@@ -116,10 +122,19 @@ def composite_constant(a: AnyImage, b: AnyImage, alpha_a: int = -1, alpha_b: int
                        mask: Optional[Mask] = None, planes: bool = False) -> AnyImage:
     """composite() by constant opacities; a negative one stands for the image's own alpha."""
     call = _Composition(a, b, out, mask, planes)
-    lib.moxAlphaCompositeC(call.a.ref, call.b.ref, call.out_lent.ref,
-                           choice(rule, _RULES, "rule"), whole(alpha_a, "alpha_a"),
-                           whole(alpha_b, "alpha_b"), int(bool(premultiplied)), int(bool(divide)))
+    invoke(lib.moxAlphaCompositeC, call.a.ref, call.b.ref, call.out_lent.ref,
+           choice(rule, _RULES, "rule"), whole(alpha_a, "alpha_a"),
+           whole(alpha_b, "alpha_b"), int(bool(premultiplied)), int(bool(divide)))
     return call.done()
+
+
+def _whole_pixels(image):
+    """An image whose alpha is a channel like the others."""
+    if not getattr(image, "alpha", False):
+        return image
+    image = shallow_copy(image)
+    image.alpha = False
+    return image
 
 
 def premultiply(a: AnyImage, alpha: int = -1, out: Optional[AnyImage] = None, *,
@@ -131,7 +146,7 @@ def premultiply(a: AnyImage, alpha: int = -1, out: Optional[AnyImage] = None, *,
     elif out is not a:
         height, width, channels = size_of(a, planes)
         check_out(out, height, width, dtype_of(a), channels, planes)
-        np.copyto(memory_of(out), memory_of(a))
+        copy(_whole_pixels(a), _whole_pixels(out), mask=mask, planes=planes)
     height, width, _ = size_of(out, planes)
     check_out(out, height, width, None, planes=planes)
     lent = lend(out, _layout(out, planes), write=True)
@@ -139,8 +154,7 @@ def premultiply(a: AnyImage, alpha: int = -1, out: Optional[AnyImage] = None, *,
     if mask is not None:
         cover = lend_mask(mask, height, width)
         set_mask(lent, cover)
-    lib.moxPreMultiplyAlpha(lent.ref, whole(alpha, "alpha"))
-    check()
+    invoke(lib.moxPreMultiplyAlpha, lent.ref, whole(alpha, "alpha"))
     give_back(lent)
     return out
 

@@ -12,7 +12,7 @@ from typing import Optional, Sequence
 import numpy as np
 
 from ._calls import dtype_of, run, size_of
-from ._errors import check
+from ._errors import invoke
 from ._images import BOOL, WHOLE, Image, whole
 from ._library import lib
 from ._types import AnyImage, Mask
@@ -191,8 +191,7 @@ def color_twist(a: AnyImage, matrix, out: Optional[AnyImage] = None, *, scaling:
     if values.dtype.kind not in "iu":
         raise TypeError("with scaling the matrix is of integers")
     numbers = np.ascontiguousarray(values, np.int32)
-    twist = lib.moxCreateColorTwist(numbers.ctypes, whole(scaling, "scaling"))
-    check()
+    twist = invoke(lib.moxCreateColorTwist, numbers.ctypes, whole(scaling, "scaling"))
     try:
         return run(lib.moxApplyColorTwist, (a,), out, (ctypes.c_void_p(twist), 0), mask=mask,
                    alpha=alpha, planes=planes, result=result)

@@ -8,7 +8,7 @@ import numpy as np
 
 from . import _records as records
 from ._calls import check_out, choice, size_of
-from ._errors import check
+from ._errors import invoke
 from ._images import WHOLE, Layout, give_back, lend
 from ._library import lib
 from ._types import AnyImage
@@ -67,13 +67,11 @@ def from_dib(data: Union[bytes, bytearray, memoryview], out: Optional[AnyImage] 
         height, width, channels = size_of(out)
         check_out(out, height, width, None)
         lent = lend(out, _layout(channels, bgr), WHOLE, True)
-        lib.moxConvertFromDIB(header, lent.ref)
-        check()
+        invoke(lib.moxConvertFromDIB, header, lent.ref)
         give_back(lent)
         return out
     clone = ctypes.c_int(1)
-    made = lib.moxTranslateDIB(header, ctypes.byref(clone))
-    check()
+    made = invoke(lib.moxTranslateDIB, header, ctypes.byref(clone))
     try:
         picture = copy_of_header(made.contents)
         if made.contents.origin == records.MOX_ORIGIN_BL:
@@ -136,9 +134,8 @@ def to_dib(a: AnyImage, bits: int = 24, *, palette: Union[str, np.ndarray] = "me
         entries[:, :3] = colours[:, ::-1]
         ctypes.memmove(ctypes.addressof(buffer) + _HEADER, entries.tobytes(), entries.nbytes)
     lent = lend(a, _layout(channels, bgr), WHOLE)
-    lib.moxConvertToDIB(lent.ref, header, choice(dither, _DITHERS, "dither"),
-                        choice(palette, _PALETTES, "palette"))
-    check()
+    invoke(lib.moxConvertToDIB, lent.ref, header, choice(dither, _DITHERS, "dither"),
+           choice(palette, _PALETTES, "palette"))
     give_back(lent)
     start = _pixels_at(bits, info.biCompression, info.biClrUsed)
     size = info.biSizeImage if info.biCompression in _COMPRESSED else rows

@@ -2,8 +2,8 @@
 
 Windows are (columns, rows), or one number for both; anchor is the pixel of the window that the
 result belongs to, as (column, row), its middle if not told. What a window reads beyond the image
-follows border: a constant (0 if not told), "replicate", "reflect" or "wrap", or four of these for
-the top, bottom, left and right.
+follows border: a constant (0 if not told), "replicate", "reflect" (which doubles the edge, as
+"symmetric" of numpy.pad does) or "wrap", or four of these for the top, bottom, left and right.
 
 A slice is an image of its own: where it ends its border begins. The region of an Image is not: the
 pixels around it are input.
@@ -17,7 +17,7 @@ import numpy as np
 
 from . import _records as records
 from ._calls import choice, dtype_of, run, size_of, unary
-from ._errors import check
+from ._errors import invoke
 from ._images import FLOAT, WINDOW, ndarray, whole
 from ._library import lib
 from ._types import AnyImage, Border, Channel, Mask, Pair
@@ -57,6 +57,8 @@ def blur(a: AnyImage, size: Pair, out: Optional[AnyImage] = None, *, anchor: Opt
          alpha: bool = False, planes: bool = False) -> AnyImage:
     """The mean of a window, cut off towards zero. All dtypes; of bits what half of them are.
 
+    The sum, which has 32 bits, is multiplied by the float32 1 / n: 5 x 5 samples of 10 give 9.
+
     a        (h, w) or (h, w, c)
     size     (columns, rows)
     returns  an array of the same shape and dtype, or out, which may be a
@@ -87,7 +89,7 @@ class _Kernel:
         x, y = (columns // 2, rows // 2) if anchor is None else pair(anchor, "anchor")
         if floating:
             data = np.ascontiguousarray(values, np.float32)
-            self.address = lib.moxCreateConvKernelFP(columns, rows, x, y, data.ctypes)
+            self.address = invoke(lib.moxCreateConvKernelFP, columns, rows, x, y, data.ctypes)
             self._delete = lib.moxDeleteConvKernelFP
         else:
             if values.dtype.kind not in "iub":
@@ -95,9 +97,8 @@ class _Kernel:
             if values.size and not -2**31 <= values.min() <= values.max() < 2**31:
                 raise ValueError("coefficients are of 32 bits")
             data = np.ascontiguousarray(values, np.int32)
-            self.address = lib.moxCreateConvKernel(columns, rows, x, y, data.ctypes, shift)
+            self.address = invoke(lib.moxCreateConvKernel, columns, rows, x, y, data.ctypes, shift)
             self._delete = lib.moxDeleteConvKernel
-        check()
 
     def __del__(self):
         if getattr(self, "address", None):
@@ -181,7 +182,7 @@ def median_filter(a: AnyImage, size: Pair, out: Optional[AnyImage] = None, *,
                   anchor: Optional[Pair] = None, border: Border = None,
                   mask: Optional[Mask] = None, channel: Channel = None, alpha: bool = False,
                   planes: bool = False) -> AnyImage:
-    """The median of a window, the lower one of two; every dtype but float32."""
+    """The median of a window, the lower one of two, of bits True; every dtype but float32."""
     return _rank(lib.moxMedianFilter, a, size, out, anchor, border, mask, channel, alpha, planes)
 
 

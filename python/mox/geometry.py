@@ -17,7 +17,7 @@ import numpy as np
 
 from . import _records as records
 from ._calls import choice, dtype_of, new_image, run, size_of
-from ._errors import check
+from ._errors import invoke
 from ._images import FLOAT, REGION, WINDOW, give_back, lend, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Mask, Pair
@@ -131,9 +131,8 @@ def rotate_shift(center: Sequence[float], angle: float,
                  shift: Sequence[float] = (0.0, 0.0)) -> Tuple[float, float]:
     """The shift that makes a rotation by angle turn about a centre (x, y), added to shift."""
     x, y = c_double(shift[0]), c_double(shift[1])
-    lib.moxGetRotateShift(c_double(center[0]), c_double(center[1]), c_double(angle),
-                          ctypes.byref(x), ctypes.byref(y))
-    check()
+    invoke(lib.moxGetRotateShift, c_double(center[0]), c_double(center[1]), c_double(angle),
+           ctypes.byref(x), ctypes.byref(y))
     return x.value, y.value
 
 
@@ -255,12 +254,10 @@ def _ask(functions, region, first, second):
         x, y, width, height = region
         roi = records.MoxROI(0, whole(x, "x"), whole(y, "y"), whole(width, "width"),
                              whole(height, "height"))
-        of_region(ctypes.byref(roi), first, second)
-        check()
+        invoke(of_region, ctypes.byref(roi), first, second)
     else:
         lent = lend(region, None, WINDOW)
-        of_image(lent.ref, first, second)
-        check()
+        invoke(of_image, lent.ref, first, second)
         give_back(lent)
 
 

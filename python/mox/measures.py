@@ -8,7 +8,7 @@ import numpy as np
 
 from . import _records as records
 from ._calls import (choice, coi_of, dtype_of, lend_mask, run, set_mask, size_of)
-from ._errors import check
+from ._errors import invoke
 from ._images import BOOL, FLOAT, REGION, WINDOW, Layout, give_back, lend, whole
 from ._library import lib
 from ._types import AnyImage, Channel, Constant, Mask
@@ -44,8 +44,7 @@ def norm(a: AnyImage, b: Optional[AnyImage] = None, kind: str = "l2", *, relativ
         if dtype_of(b) != dtype_of(a):
             raise TypeError("the images differ in dtype")
         second = _measured(b, None, channel, alpha, planes)
-    value = lib.moxNorm(first.ref, second.ref if second else None, number)
-    check()
+    value = invoke(lib.moxNorm, first.ref, second.ref if second else None, number)
     give_back(first)
     if second:
         give_back(second)
@@ -57,8 +56,7 @@ def min_max(a: AnyImage, *, channel: Channel = None, alpha: bool = False,
     """The smallest and the largest sample of float32; NaN is left out unless all samples are."""
     low, high = c_float(), c_float()
     lent = _measured(a, None, channel, alpha, planes)
-    lib.moxMinMaxFP(lent.ref, ctypes.byref(low), ctypes.byref(high))
-    check()
+    invoke(lib.moxMinMaxFP, lent.ref, ctypes.byref(low), ctypes.byref(high))
     give_back(lent)
     return low.value, high.value
 
@@ -72,8 +70,7 @@ class Moments:
         self._state = records.MoxMomentState()
 
     def _ask(self, function, m, n):
-        value = function(ctypes.byref(self._state), whole(m, "m"), whole(n, "n"))
-        check()
+        value = invoke(function, ctypes.byref(self._state), whole(m, "m"), whole(n, "n"))
         return value
 
     def spatial(self, m: int, n: int) -> float:
@@ -104,16 +101,14 @@ def moments(a: AnyImage, *, mask: Optional[Mask] = None, channel: Channel = None
     Image x and y are those of the whole image."""
     lent = _measured(a, mask, channel, alpha, planes, WINDOW)
     result = Moments()
-    lib.moxMoments(lent.ref, ctypes.byref(result._state))
-    check()
+    invoke(lib.moxMoments, lent.ref, ctypes.byref(result._state))
     give_back(lent)
     return result
 
 
 def _moment(function, a, m, n, mask, channel, alpha, planes):
     lent = _measured(a, mask, channel, alpha, planes, WINDOW)
-    value = function(lent.ref, whole(m, "m"), whole(n, "n"))
-    check()
+    value = invoke(function, lent.ref, whole(m, "m"), whole(n, "n"))
     give_back(lent)
     return value
 
@@ -207,14 +202,13 @@ def histogram(a: AnyImage, keys=None, *, mask: Optional[Mask] = None, channel: C
     channels = size_of(a, planes)[2]
     tables = _Tables(channels, _all_levels(dtype_of(a)) if keys is None else keys)
     lent = _measured(a, mask, channel, alpha, planes)
-    lib.moxComputeHisto(lent.ref, tables.pointer)
-    check()
+    invoke(lib.moxComputeHisto, lent.ref, tables.pointer)
     give_back(lent)
     counts = [row[:-1] for row in tables.values]
     if alpha and channel is None:
         counts = counts[:-1]
     if channel is not None:
-        return counts[coi_of(channel, a, planes) - 1]
+        return counts[max(coi_of(channel, a, planes) - 1, 0)]
     if len(counts) == 1:
         return counts[0]
     if len({row.size for row in counts}) > 1:
@@ -242,8 +236,7 @@ def equalize(a: AnyImage, out: Optional[AnyImage] = None, *, keys=None,
     if size_of(counted, planes)[2] != size_of(a, planes)[2] or dtype_of(counted) != dtype_of(a):
         raise ValueError("the reference has the channels and the dtype of the image")
     lent = _measured(counted, mask if reference is None else None, channel, alpha, planes)
-    lib.moxComputeHisto(lent.ref, tables.pointer)
-    check()
+    invoke(lib.moxComputeHisto, lent.ref, tables.pointer)
     give_back(lent)
     return run(lib.moxHistoEqualize, (a,), out, (tables.pointer,), mask=mask, channel=channel,
                alpha=alpha, planes=planes)

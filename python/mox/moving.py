@@ -6,7 +6,7 @@ from typing import Optional
 import numpy as np
 
 from ._calls import (check_out, coi_of, dtype_of, lend_mask, memory_of, run, set_mask, size_of)
-from ._errors import check
+from ._errors import invoke
 from ._images import (BOOL, FLOAT, POINT, Layout, give_back, lend, whole)
 from ._library import lib
 from ._types import AnyImage, Channel, Constant, Mask
@@ -39,8 +39,7 @@ def fill(out: AnyImage, value: Constant, *, mask: Optional[Mask] = None, channel
     if mask is not None:
         cover = lend_mask(mask, height, width)
         set_mask(lent, cover)
-    function(lent.ref, number)
-    check()
+    invoke(function, lent.ref, number)
     give_back(lent)
     return out
 
@@ -60,8 +59,7 @@ def exchange(a: AnyImage, b: AnyImage, *, mask: Optional[Mask] = None, channel: 
     if mask is not None:
         cover = lend_mask(mask, height, width)
         set_mask(second, cover)
-    lib.moxExchange(first.ref, second.ref)
-    check()
+    invoke(lib.moxExchange, first.ref, second.ref)
     give_back(first)
     give_back(second)
 
@@ -73,10 +71,22 @@ def get_pixel(a: AnyImage, x: int, y: int, *, planes: bool = False):
     dtype = dtype_of(a)
     pixel = np.zeros(channels, np.uint8 if dtype == BOOL else dtype)
     lent = lend(a, Layout(planes))
-    lib.moxGetPixel(lent.ref, whole(x, "x"), whole(y, "y"), pixel.ctypes)
-    check()
+    invoke(lib.moxGetPixel, lent.ref, whole(x, "x"), whole(y, "y"), pixel.ctypes)
     give_back(lent)
     return pixel.astype(dtype)
+
+
+def _samples_of(value, dtype):
+    """Numbers that a dtype has; numpy would cut others, or turn them over."""
+    if dtype == FLOAT:
+        return value
+    numbers = np.asarray(value)
+    if numbers.dtype.kind not in "iub":
+        raise TypeError(f"samples of {dtype} are whole numbers, not {value!r}")
+    low, high = (0, 1) if dtype == BOOL else (np.iinfo(dtype).min, np.iinfo(dtype).max)
+    if numbers.size and not low <= numbers.min() <= numbers.max() <= high:
+        raise ValueError(f"samples of {dtype} lie within {low} to {high}: {value!r}")
+    return numbers
 
 
 def put_pixel(out: AnyImage, x: int, y: int, value, *, planes: bool = False) -> None:
@@ -85,8 +95,7 @@ def put_pixel(out: AnyImage, x: int, y: int, value, *, planes: bool = False) -> 
     check_out(out, height, width, None, planes=planes)
     dtype = dtype_of(out)
     samples = np.empty(channels, np.uint8 if dtype == BOOL else dtype)
-    samples[:] = value
+    samples[:] = _samples_of(value, dtype)
     lent = lend(out, Layout(planes), write=True)
-    lib.moxPutPixel(lent.ref, whole(x, "x"), whole(y, "y"), samples.ctypes)
-    check()
+    invoke(lib.moxPutPixel, lent.ref, whole(x, "x"), whole(y, "y"), samples.ctypes)
     give_back(lent)

@@ -7,10 +7,11 @@ import numpy as np
 
 from . import _records as records
 from ._calls import check_out, coi_of, copy_of, dtype_of, lend_mask, run, set_mask, size_of
-from ._errors import callback, check, thread
+from ._errors import call_back, invoke, thread
 from ._images import (DTYPES, FLOAT, Layout, depth_of, give_back, lend, whole)
 from ._library import lib
 from ._types import AnyImage, Channel, Mask
+from .moving import copy
 
 
 def process(a: AnyImage, function: Callable[[int], int], out: Optional[AnyImage] = None, *,
@@ -34,21 +35,16 @@ def process_float(a: AnyImage, function: Callable[[float], float],
 
 
 def _process(operation, prototype, function, a, out, mask, channel, alpha, planes):
-    stopped = []
+    checked = float if prototype is records.MoxUserFuncFP else _small
 
     def call(sample):
-        if not stopped:
-            with callback():
-                try:
-                    result = function(sample)
-                    prototype_value(result)
-                    return result
-                except BaseException:
-                    stopped.append(True)
-                    raise
+        if thread.exception is None:
+            result = call_back(lambda: checked(function(sample)))
+            if result is not None:
+                return result
         return sample
 
-    prototype_value = float if prototype is records.MoxUserFuncFP else _small
+    thread.serves = True
     return run(operation, (a,), out, (prototype(call),), mask=mask, channel=channel, alpha=alpha,
                planes=planes)
 
@@ -73,13 +69,12 @@ def process_pixels(a: AnyImage, function: Callable[[np.ndarray, np.ndarray], Non
         return np.frombuffer(buffer, dtype)
 
     def call(_source, pixel, _target, result):
-        state = callback()
-        with state:
-            function(samples(pixel, source_dtype), samples(result, result_dtype))
+        call_back(lambda: function(samples(pixel, source_dtype), samples(result, result_dtype)))
         if thread.exception is not None:
             # A status that the function leaves ends the work.
             lib.moxSetErrStatus(records.MOX_StatusGeneral)
 
+    thread.serves = True
     return run(lib.moxUserProcessPixel, (a,), out, (records.MoxUserFuncPixel(call),), mask=mask,
                channel=channel, alpha=alpha, planes=planes)
 
@@ -90,15 +85,14 @@ def _noise(record, a, out, mask, channel, alpha, planes):
         out = copy_of(a)
     elif out is not a:
         check_out(out, height, width, dtype_of(a), channels, planes)
-        run(lib.moxCopy, (a,), out, planes=planes)
+        copy(a, out, mask=mask, channel=channel, alpha=alpha, planes=planes)
     check_out(out, height, width, None, planes=planes)
     lent = lend(out, Layout(planes, alpha, coi_of(channel, out, planes)), write=True)
     cover = None
     if mask is not None:
         cover = lend_mask(mask, height, width)
         set_mask(lent, cover)
-    lib.moxNoiseImage(lent.ref, ctypes.byref(record))
-    check()
+    invoke(lib.moxNoiseImage, lent.ref, ctypes.byref(record))
     give_back(lent)
     return out
 
@@ -111,11 +105,11 @@ def uniform_noise(a: AnyImage, seed: int, low: float, high: float,
     record = records.MoxNoiseParam()
     number = ctypes.c_uint(whole(seed, "seed", 0, 2**32 - 1))
     if dtype_of(a) == FLOAT:
-        lib.moxNoiseUniformInitFP(ctypes.byref(record), number, ctypes.c_float(low),
-                                  ctypes.c_float(high))
+        invoke(lib.moxNoiseUniformInitFP, ctypes.byref(record), number, ctypes.c_float(low),
+               ctypes.c_float(high))
     else:
-        lib.moxNoiseUniformInit(ctypes.byref(record), number, whole(low, "low"),
-                                whole(high, "high"))
+        invoke(lib.moxNoiseUniformInit, ctypes.byref(record), number, whole(low, "low"),
+               whole(high, "high"))
     return _noise(record, a, out, mask, channel, alpha, planes)
 
 
@@ -127,20 +121,19 @@ def gaussian_noise(a: AnyImage, seed: int, mean: float, deviation: float,
     record = records.MoxNoiseParam()
     number = ctypes.c_uint(whole(seed, "seed", 0, 2**32 - 1))
     if dtype_of(a) == FLOAT:
-        lib.moxNoiseGaussianInitFP(ctypes.byref(record), number, ctypes.c_float(mean),
-                                   ctypes.c_float(deviation))
+        invoke(lib.moxNoiseGaussianInitFP, ctypes.byref(record), number, ctypes.c_float(mean),
+               ctypes.c_float(deviation))
     else:
-        lib.moxNoiseGaussianInit(ctypes.byref(record), number, whole(mean, "mean"),
-                                 whole(deviation, "deviation"))
+        invoke(lib.moxNoiseGaussianInit, ctypes.byref(record), number, whole(mean, "mean"),
+               whole(deviation, "deviation"))
     return _noise(record, a, out, mask, channel, alpha, planes)
 
 
 def rings(width: int, height: int, dtype=np.uint8) -> np.ndarray:
     """A test image of rings that grow finer outward: (height, width) of any dtype."""
     depth = depth_of(np.dtype(dtype))
-    made = lib.moxCreateImageJaehne(ctypes.c_uint(depth), whole(width, "width"),
-                                    whole(height, "height"))
-    check()
+    made = invoke(lib.moxCreateImageJaehne, ctypes.c_uint(depth), whole(width, "width"),
+                  whole(height, "height"))
     try:
         return copy_of_header(made.contents)
     finally:

@@ -7,8 +7,8 @@ from typing import Tuple
 import numpy as np
 
 from . import _records as records
-from ._errors import callback, thread
-from ._images import (BOOL, Lent, address, depth_of, new_record, set_region,
+from ._errors import call_back, thread
+from ._images import (BOOL, FLOAT, Lent, address, depth_of, new_record, set_region,
                       size_of_shape, whole)
 from .filters import pair
 
@@ -28,6 +28,9 @@ class Tiled:
 
     def __init__(self, source, tile=None, *, planes: bool = False, alpha: bool = False,
                  cache: int = 16):
+        if not all(hasattr(source, name) for name in ("shape", "dtype", "__getitem__")):
+            raise TypeError("what is served as tiles has shape, dtype and an index, as arrays "
+                            f"have: {type(source).__name__} has not")
         self.shape: Tuple[int, ...] = tuple(whole(side, "shape", 0) for side in source.shape)
         self.dtype = np.dtype(source.dtype)
         depth_of(self.dtype)
@@ -65,10 +68,13 @@ class Tiled:
         height, width, channels = self._size()
         record = new_record(depth_of(self.dtype), height, width, channels, 1, layout, None)
         serving = _Serving(self, height, width, channels)
-        info = records.MoxTileInfo(serving.callback, None, None, *self.tile)
+        thread.serves = True
+        # Nothing in `serving` leads back to the callback: its tiles go with the header, at once.
+        callback = records.MoxTileCallback(serving.serve)
+        info = records.MoxTileInfo(callback, None, None, *self.tile)
         record.tileInfo = ctypes.pointer(info)
         lent = Lent(record)
-        lent.keep = serving, info
+        lent.keep = serving, callback, info
         if layout.coi:
             set_region(lent, layout.coi, 0, 0, width, height)
         return lent
@@ -96,19 +102,16 @@ class _Serving:
         self.planes = tiled.planes and len(tiled.shape) == 3
         self.in_hand = {}
         self.kept = OrderedDict()
-        self.callback = records.MoxTileCallback(self._serve)
 
-    def _serve(self, image, x, y, mode):
+    def serve(self, image, x, y, mode):
         info = image.contents.tileInfo.contents
         if mode == records.MOX_TileRelease:
-            with callback():
-                self._release(x, y)
+            call_back(self._release, x, y)
             return 0
         info.tileData = None
         if thread.exception is not None:
             return 0
-        with callback():
-            info.tileData = self._request(x, y, mode == records.MOX_TileWrite)
+        info.tileData = call_back(self._request, x, y, mode == records.MOX_TileWrite)
         return 0
 
     def _request(self, x, y, write):
@@ -147,6 +150,13 @@ class _Serving:
         columns, rows = self.tiled.tile
         place, used = self._place(x, y)
         pixels = np.asarray(self.tiled.source[place])
+        expected = *(side.stop for side in used[-2:]), *self.tiled.shape[2:]
+        if self.planes:
+            expected = self.channels, *expected[:2]
+        if pixels.shape != expected:
+            raise ValueError(f"the source gave pixels of {pixels.shape} in place of {expected}")
+        if pixels.dtype.kind not in "biu" and self.tiled.dtype != FLOAT:
+            raise TypeError(f"the source gave pixels of {pixels.dtype} for {self.tiled.dtype}")
         if self.tiled.dtype == BOOL:
             pixels = pixels.reshape(pixels.shape[:2])
             memory = np.zeros((rows, (columns // 8 + 3) // 4 * 4), np.uint8)

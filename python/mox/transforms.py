@@ -11,7 +11,7 @@ import numpy as np
 
 from . import _records as records
 from ._calls import choice, dtype_of, run, size_of
-from ._errors import check, check_status
+from ._errors import check_status, invoke
 from ._images import FLOAT, WHOLE, give_back, lend, plain_array, whole
 from ._library import lib
 from ._types import AnyImage, Channel
@@ -58,6 +58,8 @@ def spectrum(packed: np.ndarray) -> np.ndarray:
     """The complex numbers of a packed spectrum (h, w): an array (h, w // 2 + 1), as of
     numpy.fft.rfft2."""
     packed = plain_array(packed).astype(np.float64)
+    if packed.ndim != 2:
+        raise ValueError("a spectrum is unpacked by channels, which are (h, w)")
     height, width = packed.shape
     full = np.zeros((height, width // 2 + 1), np.complex128)
     middle = packed[:, 1:width - 1 if width % 2 == 0 else width]
@@ -98,9 +100,8 @@ def _dct(a, out, flags, channel, alpha, planes):
 
 def free_tables() -> None:
     """Gives back the tables that transforms keep for the calling thread."""
-    lib.moxRealFft2D(None, None, records.MOX_FFT_FREE)
-    lib.moxDCT2D(None, None, records.MOX_DCT_FREE)
-    check()
+    invoke(lib.moxRealFft2D, None, None, records.MOX_FFT_FREE)
+    invoke(lib.moxDCT2D, None, None, records.MOX_DCT_FREE)
 
 
 _WAVELETS = {"haar": records.MOX_WT_HAAR, "daubechies": records.MOX_WT_DAUBECHIES,
@@ -119,9 +120,8 @@ class Wavelet:
 
     def __init__(self, kind: str, par1: int = 0, par2: int = 0):
         self._kernel = records.MoxWtKernel()
-        lib.moxWtInit(choice(kind, _WAVELETS, "kind"), whole(par1, "par1"), whole(par2, "par2"),
-                      ctypes.byref(self._kernel))
-        check()
+        invoke(lib.moxWtInit, choice(kind, _WAVELETS, "kind"), whole(par1, "par1"),
+               whole(par2, "par2"), ctypes.byref(self._kernel))
 
     @classmethod
     def from_filters(cls, taps: Sequence[Sequence[float]], offsets: Sequence[int]) -> "Wavelet":
@@ -131,11 +131,11 @@ class Wavelet:
         arrays = [np.ascontiguousarray(filter_taps, np.float32) for filter_taps in taps]
         made = cls.__new__(cls)
         made._kernel = records.MoxWtKernel()
-        lib.moxWtInitUserTaps((ctypes.c_void_p * 4)(*[array.ctypes.data for array in arrays]),
-                              (ctypes.c_int * 4)(*[array.size for array in arrays]),
-                              (ctypes.c_int * 4)(*[whole(offset, "offset") for offset in offsets]),
-                              ctypes.byref(made._kernel))
-        check()
+        invoke(lib.moxWtInitUserTaps,
+               (ctypes.c_void_p * 4)(*[array.ctypes.data for array in arrays]),
+               (ctypes.c_int * 4)(*[array.size for array in arrays]),
+               (ctypes.c_int * 4)(*[whole(offset, "offset") for offset in offsets]),
+               ctypes.byref(made._kernel))
         return made
 
     def __del__(self):
@@ -149,8 +149,7 @@ class Wavelet:
         parts = tuple(np.empty(((height + 1) // 2, (width + 1) // 2), np.float32)
                       for _ in range(4))
         lents = [lend(image) for image in (a, *parts)]
-        lib.moxWtDecompose(ctypes.byref(self._kernel), *[lent.ref for lent in lents])
-        check()
+        invoke(lib.moxWtDecompose, ctypes.byref(self._kernel), *[lent.ref for lent in lents])
         for lent in lents:
             give_back(lent)
         return parts
@@ -165,8 +164,8 @@ class Wavelet:
             out = np.zeros(shape or (2 * height, 2 * width), np.uint8)
         lents = [lend(np.ascontiguousarray(part)) for part in parts]
         target = lend(out, write=True)
-        lib.moxWtReconstruct(ctypes.byref(self._kernel), *[lent.ref for lent in lents], target.ref)
-        check()
+        invoke(lib.moxWtReconstruct, ctypes.byref(self._kernel), *[lent.ref for lent in lents],
+               target.ref)
         for lent in (*lents, target):
             give_back(lent)
         return out

@@ -69,6 +69,8 @@ TEST_F(Errors, CommandLines) {
     expectLineError("run a.png add-s 40 not", 2, {"'not' is an operation"});
     expectLineError("run a.png add-s out.png", 2, {"add-s: VALUE is missing (add-s VALUE)"});
     expectLineError("run a.png pixels out.png", 2, {"there is no operation 'pixels'"});
+    expectLineError("run a.png out.png not", 2, {"no operation 'out.png'; the file to write stands last"});
+    expectLineError("blur a.png out.png", 2, {"'blur' is an operation: mox run PICTURE blur ... RESULT"});
     expectLineError("run a.png add-s 4x out.png", 2, {"add-s: VALUE must be a whole number, not '4x'"});
     expectLineError("run a.png add-s 2147483648 out.png", 2, {"add-s: VALUE"});
     expectLineError("run a.png add-s 99999999999999999999999 out.png", 2, {"add-s: VALUE"});

@@ -314,13 +314,14 @@ TEST_F(Memory, AScratchFileThatHasNoPlace) {
 
 TEST_F(Memory, SizesThatMakeNoSense) {
     write("a.png", randomPng(9, 7, 3, 8, 1));
-    for (const char *size : {"0", "99K", "-5M", "12X", "M", "5MB", "1.5G", "99999999999999999999G", "9999999999G"}) {
+    for (const char *size :
+         {"0", "99K", "-5M", "12X", "M", "5MBB", "5IB", "9999999BB", "1.5G", "99999999999999999999G", "9999999999G"}) {
         const Outcome outcome = runLine(std::string("run a.png not --memory ") + size + " out.png");
         EXPECT_EQ(outcome.code, 2) << size;
         EXPECT_NE(outcome.err.find("--memory: wants a size from 100K on, as 300M or 2G, not '"), std::string::npos)
             << outcome.err;
     }
-    for (const char *size : {"100K", "102400", "5M", "3G", "500k"}) {
+    for (const char *size : {"100K", "102400", "5M", "3G", "500k", "500KB", "5MB", "3GiB", "5m"}) {
         runLineWell(std::string("run a.png not --memory ") + size + " out.png");
     }
 }

@@ -25,6 +25,12 @@ TEST_F(Usage, HelpNamesEveryCommandAndExitCode) {
     }
 }
 
+TEST_F(Usage, HelpIsACommandToo) {
+    EXPECT_EQ(runWell({"help"}), runWell({"--help"}));
+    EXPECT_EQ(runWell({"help", "compare"}), runWell({"compare", "--help"}));
+    EXPECT_EQ(run({"help", "nothing"}).code, 2);
+}
+
 TEST_F(Usage, HelpOfRunNamesEveryOption) {
     const std::string text = runWell({"run", "--help"});
     for (const char *word : {"--roi", "--coi", "--mask", "--from", "--depth", "--tiles", "--planes", "--bits", "--rle",

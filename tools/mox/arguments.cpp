@@ -105,6 +105,10 @@ CommandLine parseCommandLine(int argc, char **argv) {
         std::fputs(first == "--version" ? versionText().c_str() : generalHelp().c_str(), stdout);
         return {};
     }
+    if (first == "help") {
+        std::fputs(all.empty() ? generalHelp().c_str() : helpOf(commandTable(all.front())).c_str(), stdout);
+        return {};
+    }
     const CommandTable &table = commandTable(first);
     const Words words = parseWords(table, all);
     if (words.help) {

@@ -235,6 +235,9 @@ std::vector<Step> parseChain(const std::vector<std::string> &words, const std::v
         settings(first + next + 1);
         const Operation *operation = findOperation(words[next]);
         if (!operation) {
+            if (words[next].find('.') != std::string::npos)
+                fail(exitUsage, "there is no operation '" + words[next] +
+                                    "'; the file to write stands last (see: mox list, mox run --help)");
             fail(exitUsage, "there is no operation '" + words[next] + "'" + suggestion(words[next], operationNames()) +
                                 " (see: mox list)");
         }

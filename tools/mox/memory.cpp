@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <charconv>
 
 #include "scratchfile.h"
@@ -38,9 +39,16 @@ std::uint64_t memoryFromText(const std::string &text) {
     std::uint64_t number = 0;
     const char *const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || end - rest > 1) return 0;
-    const char unit = rest == end ? 'B' : *rest;
-    const int shift = unit == 'B' ? 0 : unit == 'K' || unit == 'k' ? 10 : unit == 'M' ? 20 : unit == 'G' ? 30 : -1;
+    if (error != std::errc()) return 0;
+    std::string unit(rest, end);
+    for (char &letter : unit)
+        letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+    int shift = unit.empty() || unit == "B" ? 0 : -1;
+    // As people write it: 300M, 300MB and 300MiB are the same here.
+    for (int power = 1; power <= 3; power++) {
+        const std::string prefix(1, " KMG"[power]);
+        if (unit == prefix || unit == prefix + "B" || unit == prefix + "IB") shift = 10 * power;
+    }
     if (shift < 0 || number > (std::uint64_t{1} << 50) >> shift) return 0;
     number <<= shift;
     return number < leastMemory ? 0 : number;

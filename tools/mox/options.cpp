@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "failure.h"
+#include "operations.h"
 
 namespace {
 
@@ -131,6 +132,8 @@ const CommandTable &commandTable(const std::string &name) {
         if (name == table.name) return table;
         names.emplace_back(table.name);
     }
+    if (findOperation(name))
+        fail(exitUsage, "'" + name + "' is an operation: mox run PICTURE " + name + " ... RESULT (see: mox list)");
     fail(exitUsage, "there is no command '" + name + "'" + suggestion(name, names) + " (see: mox --help)");
 }
 
