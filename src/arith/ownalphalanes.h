@@ -87,11 +87,11 @@ struct OwnManyLanes<Own16U> {
     [[gnu::always_inline]] static OwnVector narrow(Lanes v) { return v; }
     [[gnu::always_inline]] static Lanes load(const Sample *p) { return ownLoad(reinterpret_cast<const char *>(p)); }
     [[gnu::always_inline]] static void store(Sample *p, Lanes v) { ownStore(reinterpret_cast<char *>(p), v); }
-    // The high half of the product, and 1 where low half + high half + 1 carries.
+    // The high half of the product, and 1 where low half + high half + 1 carries: where their mean, rounded up, has its
+    // highest bit.
     [[gnu::always_inline]] static Lanes multiply(Lanes x, Lanes y) {
         const OwnVector low = OWN_VECTOR(mullo, epi16)(x, y), high = OWN_VECTOR(mulhi, epu16)(x, y);
-        const OwnVector carries = OWN_VECTOR(cmpeq, epi16)(OWN_VECTOR(subs, epu16)(ownNot(high), low), ownZero());
-        return OWN_VECTOR(sub, epi16)(high, carries);
+        return OWN_VECTOR(add, epi16)(high, OWN_VECTOR(srli, epi16)(OWN_VECTOR(avg, epu16)(low, high), 15));
     }
     [[gnu::always_inline]] static Lanes add(Lanes x, Lanes y) { return OWN_VECTOR(adds, epu16)(x, y); }
     [[gnu::always_inline]] static Lanes rest(Lanes x) { return ownNot(x); }
