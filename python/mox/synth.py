@@ -97,19 +97,25 @@ def _noise(record, a, out, mask, channel, alpha, planes):
     return out
 
 
+def _record(a, integers, floats, seed, **bounds):
+    """What noise of the dtype is drawn by: integers(record, seed, ...) or floats(...)."""
+    record = records.MoxNoiseParam()
+    number = ctypes.c_uint(whole(seed, "seed", 0, 2**32 - 1))
+    if dtype_of(a) == FLOAT:
+        invoke(floats, ctypes.byref(record), number, *map(ctypes.c_float, bounds.values()))
+    else:
+        invoke(integers, ctypes.byref(record), number,
+               *(whole(value, name) for name, value in bounds.items()))
+    return record
+
+
 def uniform_noise(a: AnyImage, seed: int, low: float, high: float,
                   out: Optional[AnyImage] = None, *, mask: Optional[Mask] = None,
                   channel: Channel = None, alpha: bool = False, planes: bool = False) -> AnyImage:
     """a with uniform noise from low to high, the same from the same seed; every dtype but bool.
     In place with out=a."""
-    record = records.MoxNoiseParam()
-    number = ctypes.c_uint(whole(seed, "seed", 0, 2**32 - 1))
-    if dtype_of(a) == FLOAT:
-        invoke(lib.moxNoiseUniformInitFP, ctypes.byref(record), number, ctypes.c_float(low),
-               ctypes.c_float(high))
-    else:
-        invoke(lib.moxNoiseUniformInit, ctypes.byref(record), number, whole(low, "low"),
-               whole(high, "high"))
+    record = _record(a, lib.moxNoiseUniformInit, lib.moxNoiseUniformInitFP, seed, low=low,
+                     high=high)
     return _noise(record, a, out, mask, channel, alpha, planes)
 
 
@@ -118,14 +124,8 @@ def gaussian_noise(a: AnyImage, seed: int, mean: float, deviation: float,
                    channel: Channel = None, alpha: bool = False, planes: bool = False) -> AnyImage:
     """a with Gaussian noise, the same from the same seed; every dtype but bool. In place with
     out=a."""
-    record = records.MoxNoiseParam()
-    number = ctypes.c_uint(whole(seed, "seed", 0, 2**32 - 1))
-    if dtype_of(a) == FLOAT:
-        invoke(lib.moxNoiseGaussianInitFP, ctypes.byref(record), number, ctypes.c_float(mean),
-               ctypes.c_float(deviation))
-    else:
-        invoke(lib.moxNoiseGaussianInit, ctypes.byref(record), number, whole(mean, "mean"),
-               whole(deviation, "deviation"))
+    record = _record(a, lib.moxNoiseGaussianInit, lib.moxNoiseGaussianInitFP, seed, mean=mean,
+                     deviation=deviation)
     return _noise(record, a, out, mask, channel, alpha, planes)
 
 

@@ -79,6 +79,7 @@ class PlaneRunner {
   private:
     void setSide(const OwnPlaneImage &of, Side *side) const;
     void joinRows();
+    int64_t bytesOfAll() const;
     bool shouldStream() const;
     void shareScratch();
     int64_t firstStretch(int64_t y) const;
@@ -147,35 +148,42 @@ void PlaneRunner::joinRows() {
     height_ = 1;
 }
 
-// Storing past the caches pays where they could not keep what is written, unless it was read before.
-bool PlaneRunner::shouldStream() const {
-    if (planes_.mask) return false;
+// What the operation passes over, but for bits.
+int64_t PlaneRunner::bytesOfAll() const {
     int64_t bytes = 0;
     for (int i = 0; i < planes_.count; ++i) {
         const Side &side = sides_[i];
         if (!side.bits) bytes += width_ * height_ * side.span.bytes * std::max(side.rows, 1);
+    }
+    return bytes;
+}
+
+// Storing past the caches pays where they could not keep what is written, unless it was read before.
+bool PlaneRunner::shouldStream() const {
+    if (planes_.mask) return false;
+    for (int i = 0; i < planes_.count; ++i) {
+        const Side &side = sides_[i];
         for (int k = 0; k < planes_.count; ++k) {
             if (side.of->written && !sides_[k].of->written && sides_[k].span.start == side.span.start) return false;
         }
     }
-    return bytes >= ownStreamBounds().bytes;
+    return bytesOfAll() >= ownStreamBounds().bytes;
 }
 
 // A row of the scratch for each that does not stand by itself; their length is what the scratch holds of all.
 void PlaneRunner::shareScratch() {
-    int64_t perPixel = 0, pixelBytes = 0, sampleBytes = 0, bytesOfAll = 0;
+    int64_t perPixel = 0, pixelBytes = 0, sampleBytes = 0;
     for (int i = 0; i < planes_.count; ++i) {
         Side &side = sides_[i];
         const int64_t bytes = std::max(side.span.bytes, 1);
         side.aside = side.of->written && (planes_.mask || streams_);
-        bytesOfAll += width_ * height_ * bytes * side.rows;
         if (side.way != IN_PLACE || side.aside) perPixel += bytes * side.rows;
         if (side.aside && side.way == SPLIT) pixelBytes = std::max(pixelBytes, side.pixelBytes());
         if (side.aside && side.way == ONE_BY_ONE && !side.bits) sampleBytes = std::max(sampleBytes, bytes);
     }
     perPixel += pixelBytes + sampleBytes;
     direct_ = perPixel == 0;
-    const int64_t room = bytesOfAll < FAR_BYTES ? SCRATCH_BYTES : FAR_SCRATCH_BYTES;
+    const int64_t room = bytesOfAll() < FAR_BYTES ? SCRATCH_BYTES : FAR_SCRATCH_BYTES;
     const int64_t units = direct_ ? 0 : std::max<int64_t>(room / perPixel / STRETCH_UNIT, 1);
     stretch_ = direct_ ? INT32_MAX : std::min(LONGEST_STRETCH, units * STRETCH_UNIT);
     uint8_t *at = scratch_;

@@ -27,14 +27,4 @@ int rename(const char *from, const char *to) {
     return -1;
 }
 
-// In the user's folder for such files, not in the root of the disk; it goes when it is closed.
-FILE *tmpfile() {
-    char folder[MAX_PATH + 1], name[MAX_PATH + 1];
-    if (GetTempPathA(sizeof folder, folder) == 0 || GetTempFileNameA(folder, "mox", 0, name) == 0) {
-        errno = EACCES;
-        return nullptr;
-    }
-    return fopen(name, "w+bTD");
-}
-
 }  // extern "C"
