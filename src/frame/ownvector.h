@@ -18,7 +18,13 @@ inline void ownStore(char *p, OwnVector v) {
     _mm256_storeu_si256(reinterpret_cast<OwnVector *>(p), v);
 }
 inline OwnVector ownNot(OwnVector v) {
-    return _mm256_xor_si256(v, _mm256_set1_epi32(-1));
+    OwnVector ones = _mm256_set1_epi32(-1);
+#if defined(__AVX512VL__)
+    // The compiler would make it one of the logic instructions that read the register they write, so that every turn of
+    // a loop waited for the one before.
+    __asm__("" : "+v"(ones));
+#endif
+    return _mm256_xor_si256(v, ones);
 }
 inline OwnVector ownAnd(OwnVector a, OwnVector b) {
     return _mm256_and_si256(a, b);
