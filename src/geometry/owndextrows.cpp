@@ -39,7 +39,22 @@ void accumulate(const uint32_t *columns, int step, uint32_t *out, size_t n) {
         out[i + lag] = out[i] + columns[i];
 }
 
-// The sum of a window of columns, of one channel.
+// Means of whole windows are made of so many at a time.
+constexpr size_t BLOCK = 256;
+
+// out[i] is what stands at i, i + step, ... in columns, added up in this order.
+template <class Sum>
+[[gnu::always_inline]] inline void addUp(const Sum *columns, size_t step, size_t size, Sum *out, size_t n) {
+    for (size_t i = 0; i < n; ++i)
+        out[i] = 0;
+    for (size_t j = 0; j < size; ++j) {
+        const Sum *column = columns + j * step;
+        for (size_t i = 0; i < n; ++i)
+            out[i] += column[i];
+    }
+}
+
+// The sum of a window of columns, of one channel; and the sums of the windows from n neighbouring values on.
 struct Whole {
     using Sum = uint32_t;
     [[gnu::always_inline]] static float sum(const uint32_t *columns, int64_t step, int64_t from, int64_t to) {
@@ -48,11 +63,21 @@ struct Whole {
             all += columns[j * step];
         return static_cast<float>(static_cast<int32_t>(all));
     }
+    static void sums(const uint32_t *columns, size_t step, size_t size, float *out, size_t n) {
+        uint32_t all[BLOCK];
+        addUp(columns, step, size, all, n);
+        for (size_t i = 0; i < n; ++i)
+            out[i] = static_cast<float>(static_cast<int32_t>(all[i]));
+    }
 };
 struct Accumulated {
     using Sum = uint32_t;
     [[gnu::always_inline]] static float sum(const uint32_t *columns, int64_t step, int64_t from, int64_t to) {
         return static_cast<float>(static_cast<int32_t>(columns[to * step] - columns[from * step]));
+    }
+    static void sums(const uint32_t *columns, size_t step, size_t size, float *out, size_t n) {
+        for (size_t i = 0; i < n; ++i)
+            out[i] = static_cast<float>(static_cast<int32_t>(columns[i + size * step] - columns[i]));
     }
 };
 struct Real {
@@ -62,6 +87,9 @@ struct Real {
         for (int64_t j = from; j < to; ++j)
             all += columns[j * step];
         return all;
+    }
+    static void sums(const float *columns, size_t step, size_t size, float *out, size_t n) {
+        addUp(columns, step, size, out, n);
     }
 };
 
@@ -82,17 +110,18 @@ template <int taps>
     }
 }
 
+// The pixels i to end - 1, one by one.
 template <class From, int taps>
-void across(const OwnDextAcross &by, int channels, float *out, size_t n) {
+float *acrossEach(const OwnDextAcross &by, int channels, float *out, size_t i, size_t end) {
     const auto *columns = static_cast<const typename From::Sum *>(by.columns);
     const int64_t half = by.size >> 1, step = by.step;
-    for (size_t i = 0; i < n; ++i) {
+    for (; i < end; ++i) {
         int64_t from[taps], to[taps];
         float cells[taps];
         for (int k = 0; k < taps; ++k) {
-            const int64_t first = by.base[i] + k - half, end = first + by.size;
+            const int64_t first = by.base[i] + k - half, last = first + by.size;
             from[k] = (first > 0 ? first : 0) - by.origin;
-            to[k] = (end < by.width ? end : by.width) - by.origin;
+            to[k] = (last < by.width ? last : by.width) - by.origin;
             cells[k] = static_cast<float>((to[k] - from[k]) * by.rows);
         }
         for (int c = 0; c < channels; ++c) {
@@ -100,6 +129,56 @@ void across(const OwnDextAcross &by, int channels, float *out, size_t n) {
             for (int k = 0; k < taps; ++k)
                 means[k] = From::sum(columns + c, step, from[k], to[k]) / cells[k];
             *out++ = between<taps>(means, by.fraction[i]);
+        }
+    }
+    return out;
+}
+
+// The same for pixels whose windows are whole, by the means of all windows from the first one's on, count values.
+template <class From, int taps>
+float *acrossTogether(const OwnDextAcross &by, int channels, float *out, size_t i, size_t end, size_t count) {
+    const int64_t half = by.size >> 1, step = by.step, first = by.base[i];
+    const auto *columns = static_cast<const typename From::Sum *>(by.columns) + (first - half - by.origin) * step;
+    const auto cells = static_cast<float>(by.size * by.rows);
+    float means[BLOCK];
+    From::sums(columns, static_cast<size_t>(step), static_cast<size_t>(by.size), means, count);
+    for (size_t k = 0; k < count; ++k)
+        means[k] /= cells;
+    for (; i < end; ++i) {
+        const float *at = means + (by.base[i] - first) * step;
+        for (int c = 0; c < channels; ++c) {
+            float own[taps];
+            for (int k = 0; k < taps; ++k)
+                own[k] = at[k * step + c];
+            *out++ = between<taps>(own, by.fraction[i]);
+        }
+    }
+    return out;
+}
+
+// The windows of neighbouring pixels overlap: where that is enough, all between the first and the last are made by
+// vectors.
+template <class From, int taps>
+void across(const OwnDextAcross &by, int channels, float *out, size_t n) {
+    constexpr int64_t SPARE = 4;  // a window made among others costs so much less
+    const int64_t half = by.size >> 1;
+    const auto whole = [&](size_t i) {
+        return by.base[i] >= half && by.base[i] + taps - 1 - half + by.size <= by.width;
+    };
+    for (size_t i = 0, end; i < n; i = end) {
+        int64_t values = 0;
+        end = i;
+        while (end < n && whole(end)) {
+            const int64_t more = (by.base[end] - by.base[i] + taps) * by.step;
+            if (more > static_cast<int64_t>(BLOCK)) break;
+            values = more;
+            ++end;
+        }
+        if (end > i && values <= SPARE * taps * channels * static_cast<int64_t>(end - i)) {
+            out = acrossTogether<From, taps>(by, channels, out, i, end, static_cast<size_t>(values));
+        } else {
+            if (end == i) end = i + 1;
+            out = acrossEach<From, taps>(by, channels, out, i, end);
         }
     }
 }
