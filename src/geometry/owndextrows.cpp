@@ -31,16 +31,32 @@ void subtractBits(const uint8_t *row, int bit, uint32_t *columns, size_t n) {
         columns[i] -= bitAt(row, i + static_cast<size_t>(bit));
 }
 
+// Running sums of so many samples side by side, as far as whole columns go.
+template <size_t lag>
+size_t accumulateColumns(const uint32_t *columns, uint32_t *out, size_t n) {
+    uint32_t sums[lag] = {};
+    size_t i = 0;
+    for (; i + lag <= n; i += lag) {
+        for (size_t c = 0; c < lag; ++c)
+            out[i + lag + c] = sums[c] += columns[i + c];
+    }
+    return i;
+}
+
 void accumulate(const uint32_t *columns, int step, uint32_t *out, size_t n) {
     const auto lag = static_cast<size_t>(step);
     for (size_t i = 0; i < lag; ++i)
         out[i] = 0;
-    for (size_t i = 0; i < n; ++i)
+    size_t i = lag == 1   ? accumulateColumns<1>(columns, out, n)
+               : lag == 3 ? accumulateColumns<3>(columns, out, n)
+               : lag == 4 ? accumulateColumns<4>(columns, out, n)
+                          : 0;
+    for (; i < n; ++i)
         out[i + lag] = out[i] + columns[i];
 }
 
 // Means of whole windows are made of so many at a time.
-constexpr size_t BLOCK = 256;
+constexpr int64_t MOST = 256;
 
 // out[i] is what stands at i, i + step, ... in columns, added up in this order.
 template <class Sum>
@@ -64,7 +80,7 @@ struct Whole {
         return static_cast<float>(static_cast<int32_t>(all));
     }
     static void sums(const uint32_t *columns, size_t step, size_t size, float *out, size_t n) {
-        uint32_t all[BLOCK];
+        uint32_t all[MOST];
         addUp(columns, step, size, all, n);
         for (size_t i = 0; i < n; ++i)
             out[i] = static_cast<float>(static_cast<int32_t>(all[i]));
@@ -140,47 +156,48 @@ float *acrossTogether(const OwnDextAcross &by, int channels, float *out, size_t 
     const int64_t half = by.size >> 1, step = by.step, first = by.base[i];
     const auto *columns = static_cast<const typename From::Sum *>(by.columns) + (first - half - by.origin) * step;
     const auto cells = static_cast<float>(by.size * by.rows);
-    float means[BLOCK];
+    float means[MOST];
     From::sums(columns, static_cast<size_t>(step), static_cast<size_t>(by.size), means, count);
     for (size_t k = 0; k < count; ++k)
         means[k] /= cells;
-    for (; i < end; ++i) {
-        const float *at = means + (by.base[i] - first) * step;
-        for (int c = 0; c < channels; ++c) {
-            float own[taps];
-            for (int k = 0; k < taps; ++k)
-                own[k] = at[k * step + c];
-            *out++ = between<taps>(own, by.fraction[i]);
+    const auto pick = [&](const int samples) {
+        for (; i < end; ++i) {
+            const float *at = means + (by.base[i] - first) * step, fraction = by.fraction[i];
+            for (int c = 0; c < samples; ++c) {
+                float own[taps];
+                for (int k = 0; k < taps; ++k)
+                    own[k] = at[k * step + c];
+                *out++ = between<taps>(own, fraction);
+            }
         }
-    }
+    };
+    channels == 1 ? pick(1) : pick(channels);
     return out;
 }
 
 // The windows of neighbouring pixels overlap: where that is enough, all between the first and the last are made by
-// vectors.
+// vectors. Those that the region cuts are at both ends.
 template <class From, int taps>
 void across(const OwnDextAcross &by, int channels, float *out, size_t n) {
     constexpr int64_t SPARE = 4;  // a window made among others costs so much less
-    const int64_t half = by.size >> 1;
-    const auto whole = [&](size_t i) {
-        return by.base[i] >= half && by.base[i] + taps - 1 - half + by.size <= by.width;
-    };
-    for (size_t i = 0, end; i < n; i = end) {
-        int64_t values = 0;
-        end = i;
-        while (end < n && whole(end)) {
-            const int64_t more = (by.base[end] - by.base[i] + taps) * by.step;
-            if (more > static_cast<int64_t>(BLOCK)) break;
-            values = more;
+    const int64_t half = by.size >> 1, most = MOST / by.step - taps;
+    size_t whole = 0, cut = n;
+    while (whole < n && by.base[whole] < half)
+        ++whole;
+    while (cut > whole && by.base[cut - 1] + taps - 1 - half + by.size > by.width)
+        --cut;
+    out = acrossEach<From, taps>(by, channels, out, 0, whole);
+    for (size_t i = whole, end; i < cut; i = end) {
+        for (end = i + 1; end < cut && by.base[end] - by.base[i] <= most;)
             ++end;
-        }
-        if (end > i && values <= SPARE * taps * channels * static_cast<int64_t>(end - i)) {
+        const int64_t values = (by.base[end - 1] - by.base[i] + taps - 1) * by.step + channels;
+        if (values <= MOST && values <= SPARE * taps * channels * static_cast<int64_t>(end - i)) {
             out = acrossTogether<From, taps>(by, channels, out, i, end, static_cast<size_t>(values));
         } else {
-            if (end == i) end = i + 1;
             out = acrossEach<From, taps>(by, channels, out, i, end);
         }
     }
+    acrossEach<From, taps>(by, channels, out, cut, n);
 }
 
 template <int taps>
