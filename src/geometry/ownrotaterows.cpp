@@ -177,10 +177,13 @@ template <size_t bytes>
 [[gnu::always_inline]] inline void copyRow(uint8_t *to, const uint8_t *from) {
 #if defined(__AVX2__)
     if constexpr (bytes % 32 == 0) {
+        // In this order, which memory is read ahead in: the compiler may not begin with another line.
 #pragma GCC unroll 8
-        for (size_t k = 0; k < bytes; k += 32)
+        for (size_t k = 0; k < bytes; k += 32) {
             _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + k),
                                 _mm256_loadu_si256(reinterpret_cast<const __m256i *>(from + k)));
+            __asm__("" ::: "memory");
+        }
         return;
     }
 #endif
@@ -235,8 +238,8 @@ void turnBlock(const uint8_t *src, const Side &from, uint8_t *dst, const Side &t
 #if defined(__SSE2__)
     if constexpr (bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8) {
         constexpr size_t high = 16 / bytes * HALVES;
-        const bool inPlace = full && !collides(from.step, high * (side * bytes / 64));
-        // A quarter of a block's lines may drive others out: that costs less than another copy.
+        // A quarter of the lines may drive others out: that costs less than another copy.
+        const bool inPlace = full && !collides(from.step, high * (side * bytes / 64) * 3 / 4);
         const bool direct = full && !streams && !collides(to.step, side * 3 / 4);
         if (!inPlace) copyIn<bytes>(src, from, in, columns, rows);
         const Side fromIn = {step, 0}, toOut = {step, 0};
