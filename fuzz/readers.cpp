@@ -62,7 +62,8 @@ static Bytes bitmapFile(int channels, int bits, bool compressed) {
 
 static std::vector<Bytes> makeSeeds() {
     std::vector<Bytes> seeds;
-    for (const auto &[channels, bits] : {std::pair{1, 1}, {1, 8}, {3, 8}, {4, 16}}) {
+    for (const std::pair<int, int> &kind : {std::pair{1, 1}, {1, 8}, {3, 8}, {4, 16}}) {
+        const int channels = kind.first, bits = kind.second;
         seeds.push_back(written([&](NewFile *file) { writePng(seedRows(channels, bits, false), file); }));
         seeds.push_back(written([&](NewFile *file) { writeTiff(seedRows(channels, bits, false), file); }));
         seeds.push_back(written([&](NewFile *file) { writePnm(seedRows(channels, bits, false), file, "pam"); }));
