@@ -15,28 +15,30 @@ constexpr int64_t LINE = 64, UNIT = 256;
 class OrderRunner {
   public:
     OrderRunner(const OwnRows &rows, const OwnMixedForms &kernel, const OwnConstant &constant)
-        : rows_(rows),
-          kernel_(kernel),
+        : kernel_(kernel),
           constant_(constant),
           channels_(rows.planes),
           toPlanes_(rows.spans[0].step == rows.planes),
           src_(rows.spans[0]),
           dst_(rows.spans[1]),
           size_(ownSampleSize(dst_.bytes)),
-          copy_(ownMoveRows().copy[size_]) {
-        const int64_t samples = int64_t{rows.width} * rows.height * channels_;
+          copy_(ownMoveRows().copy[size_]),
+          width_(rows.width),
+          height_(rows.height) {
+        const int64_t samples = width_ * height_ * channels_;
         const int64_t all = std::max(rows.whole, samples * (src_.bytes + dst_.bytes));
-        streaming_ = all >= ownStreamBounds().bytes && rows.width * dst_.bytes >= 4 * UNIT;
+        streaming_ = all >= ownStreamBounds().bytes && width_ * dst_.bytes >= 4 * UNIT;
+        joinRows();
         most_ = streaming_ ? UNIT : OWN_SCRATCH_BYTES / (std::max(src_.bytes, dst_.bytes) * channels_) & -UNIT;
     }
 
     void run() {
-        for (int row = 0; row < rows_.height; ++row) {
+        for (int64_t row = 0; row < height_; ++row) {
             const uint8_t *src = src_.start + row * src_.rowStep;
             uint8_t *dst = dst_.start + row * dst_.rowStep;
             int64_t count = first(dst);
-            for (int64_t x = 0; x < rows_.width; x += count, count = most_) {
-                count = std::min(count, rows_.width - x);
+            for (int64_t x = 0; x < width_; x += count, count = most_) {
+                count = std::min(count, width_ - x);
                 const uint8_t *from = src + x * src_.step * src_.bytes;
                 uint8_t *to = dst + x * dst_.step * dst_.bytes;
                 if (toPlanes_) {
@@ -50,6 +52,13 @@ class OrderRunner {
     }
 
   private:
+    // Rows without padding between them are one.
+    void joinRows() {
+        if (src_.rowStep != width_ * src_.step * src_.bytes || dst_.rowStep != width_ * dst_.step * dst_.bytes) return;
+        width_ *= height_;
+        height_ = 1;
+    }
+
     // Pixels of the first stretch: as many as bring the destination to a cache line, if pixels do.
     int64_t first(const uint8_t *dst) const {
         const int64_t toLine = -reinterpret_cast<intptr_t>(dst) & (LINE - 1), step = dst_.bytes * dst_.step;
@@ -92,7 +101,6 @@ class OrderRunner {
 
     uint8_t *rows(int channel) { return rowsOf_ + channel * most_ * dst_.bytes; }
 
-    const OwnRows &rows_;
     const OwnMixedForms &kernel_;
     const OwnConstant &constant_;
     const int channels_;
@@ -100,6 +108,7 @@ class OrderRunner {
     const OwnSpan &src_, &dst_;
     const OwnSampleSize size_;
     const OwnRowForms &copy_;
+    int64_t width_, height_;
     bool streaming_;
     int64_t most_;  // pixels of a stretch
     alignas(64) uint8_t results_[OWN_SCRATCH_BYTES];
