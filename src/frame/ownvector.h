@@ -11,6 +11,14 @@ namespace {
 #if defined(__AVX2__)
 using OwnVector = __m256i;
 #define OWN_VECTOR(name, width) _mm256_##name##_##width
+// A value that no instruction takes apart again: what the compiler knows of it, a constant or an operand in memory, is
+// not folded into those that use it.
+inline OwnVector ownInRegister(OwnVector v) {
+#if defined(__AVX512VL__)
+    __asm__("" : "+v"(v));
+#endif
+    return v;
+}
 inline OwnVector ownLoad(const char *p) {
     return _mm256_loadu_si256(reinterpret_cast<const OwnVector *>(p));
 }
@@ -18,13 +26,9 @@ inline void ownStore(char *p, OwnVector v) {
     _mm256_storeu_si256(reinterpret_cast<OwnVector *>(p), v);
 }
 inline OwnVector ownNot(OwnVector v) {
-    OwnVector ones = _mm256_set1_epi32(-1);
-#if defined(__AVX512VL__)
     // The compiler would make it one of the logic instructions that read the register they write, so that every turn of
     // a loop waited for the one before.
-    __asm__("" : "+v"(ones));
-#endif
-    return _mm256_xor_si256(v, ones);
+    return _mm256_xor_si256(v, ownInRegister(_mm256_set1_epi32(-1)));
 }
 inline OwnVector ownAnd(OwnVector a, OwnVector b) {
     return _mm256_and_si256(a, b);
@@ -50,6 +54,9 @@ inline __m128i ownNarrow(OwnVector v) {
 #else
 using OwnVector = __m128i;
 #define OWN_VECTOR(name, width) _mm_##name##_##width
+inline OwnVector ownInRegister(OwnVector v) {
+    return v;
+}
 inline OwnVector ownLoad(const char *p) {
     return _mm_loadu_si128(reinterpret_cast<const OwnVector *>(p));
 }

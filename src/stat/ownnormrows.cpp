@@ -184,7 +184,9 @@ template <class D, bool two>
     for (size_t from = 0; from < vectors; from += most) {
         OwnVector sums[SIDES] = {};
         bySides(from, vectors - from > most ? from + most : vectors, [&](size_t k, size_t side) {
-            const OwnVector d = row.distance(k), low = ownAnd(d, even), high = OWN_VECTOR(srli, epi16)(d, 8);
+            // Shifts of memory find one port, shifts of a register two.
+            const OwnVector d = ownInRegister(row.distance(k));
+            const OwnVector low = ownAnd(d, even), high = OWN_VECTOR(srli, epi16)(d, 8);
             const OwnVector pairs =
                 OWN_VECTOR(add, epi32)(OWN_VECTOR(madd, epi16)(low, low), OWN_VECTOR(madd, epi16)(high, high));
             sums[side] = OWN_VECTOR(add, epi32)(sums[side], pairs);
