@@ -91,7 +91,7 @@ TEST_P(FftFailure, isReportedInTheOrderOfTheTests) {
 
     d->imageData = nullptr;
     d->tileInfo = dst->tileInfo();
-    *dst->tileInfo() = {[](MoxImage *, int, int, int) { return 0; }, nullptr, nullptr, 8, 8};
+    *dst->tileInfo() = {serveNoTile, nullptr, nullptr, 8, 8};
     expect(-5, "dstImage->imageData == 0");
     d->nChannels = 1;
     d->depth = MOX_DEPTH_1U;

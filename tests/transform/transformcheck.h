@@ -10,6 +10,12 @@
 #include "support/imagepair.h"
 #include "support/reports.h"
 
+// Serves no tile, and fails the test that asks for one: transforms refuse tiled images before.
+inline int MOX_CALL serveNoTile(MoxImage *, int, int, int) {
+    ADD_FAILURE() << "a tile was asked for";
+    return 0;
+}
+
 struct TransformPairOptions {
     unsigned depths[2] = {MOX_DEPTH_8U, MOX_DEPTH_8U};  // source, destination
     int inPlace = 0;                                    // 0 two images, 1 one, -1 draws

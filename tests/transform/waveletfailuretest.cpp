@@ -3,6 +3,7 @@
 
 #include "support/allocations.h"
 #include "support/reports.h"
+#include "transform/transformcheck.h"
 #include "transform/waveletcheck.h"
 
 namespace {
@@ -339,7 +340,7 @@ TEST_P(WaveletCall, isReportedInTheOrderOfTheTests) {
         h[i]->roi = &whole;
         expect(-25, "Error " + name[i] + "->roi != NULL.");
     }
-    MoxTileInfo tiles = {[](MoxImage *, int, int, int) { return 0; }, nullptr, nullptr, 8, 8};
+    MoxTileInfo tiles = {serveNoTile, nullptr, nullptr, 8, 8};
     for (int i = 4; i >= 0; --i) {
         h[i]->tileInfo = &tiles;
         h[i]->imageData = nullptr;
