@@ -234,8 +234,8 @@ void turnBlock(const uint8_t *src, const Side &from, uint8_t *dst, const Side &t
                bool streams) {
     constexpr size_t side = SIDE<bytes>, step = STEP<bytes>;
     alignas(64) uint8_t in[side * step], out[side * step];
-    const bool full = columns == side && rows == side;
 #if defined(__SSE2__)
+    const bool full = columns == side && rows == side;
     if constexpr (bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8) {
         constexpr size_t high = 16 / bytes * HALVES;
         // A quarter of the lines may drive others out: that costs less than another copy.
