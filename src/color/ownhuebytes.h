@@ -20,10 +20,10 @@ struct OwnHueBytes {
     OwnVector max, min, delta;
     OwnVector hue, saturation;
 
-    [[gnu::always_inline]] OwnHueBytes(OwnVector r, OwnVector g, OwnVector b) {
-        max = OWN_VECTOR(max, epu8)(r, OWN_VECTOR(max, epu8)(g, b));
-        min = OWN_VECTOR(min, epu8)(r, OWN_VECTOR(min, epu8)(g, b));
-        delta = OWN_VECTOR(sub, epi8)(max, min);
+    [[gnu::always_inline]] OwnHueBytes(OwnVector r, OwnVector g, OwnVector b)
+        : max(OWN_VECTOR(max, epu8)(r, OWN_VECTOR(max, epu8)(g, b))),
+          min(OWN_VECTOR(min, epu8)(r, OWN_VECTOR(min, epu8)(g, b))),
+          delta(OWN_VECTOR(sub, epi8)(max, min)) {
         const OwnVector isR = OWN_VECTOR(cmpeq, epi8)(r, max), isG = OWN_VECTOR(cmpeq, epi8)(g, max);
         first_ = ownChoose(isR, g, ownChoose(isG, b, r));
         second_ = ownChoose(isR, b, ownChoose(isG, r, g));

@@ -175,9 +175,8 @@ struct FixedRows {
     OwnVector factors[3][3], plus[3], rests[3][2];
     __m128i point, fraction;
 
-    explicit FixedRows(const OwnTwistFP &twist) {
-        point = _mm_cvtsi32_si128(twist.point);
-        fraction = _mm_cvtsi32_si128(32 - twist.point);
+    explicit FixedRows(const OwnTwistFP &twist)
+        : point(_mm_cvtsi32_si128(twist.point)), fraction(_mm_cvtsi32_si128(32 - twist.point)) {
         const int half = 1 << (twist.point - 1);
         for (int k = 0; k < 3; ++k) {
             for (int i = 0; i < 3; ++i) {

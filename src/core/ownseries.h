@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+// The angles of ownTurnBack are below.
+constexpr double OWN_TURNS_END = 0x1p20;
+
 namespace {
 
 // Sine and cosine of x + rest by Taylor's series, for |x + rest| <= pi / 4 or very little more, rest being below the
@@ -38,7 +41,6 @@ namespace {
 
 // An angle below OWN_TURNS_END as a multiple of a quarter turn and x + rest beside it. pi / 2 comes in three parts, of
 // 33 bits but the last: multiples of the first two are exact.
-constexpr double OWN_TURNS_END = 0x1p20;
 struct OwnTurned {
     double quarters, x, rest;
 };

@@ -72,24 +72,24 @@ void rankRows(void *filter, const OwnWindowRows &rows) {
     rank.kernel(block);
 }
 
-OwnWindowResult runRank(OwnWindow *window, Rank *rank, int64_t scratchBytes) {
+OwnWindowResult runRank(OwnWindow window, Rank *rank, int64_t scratchBytes) {
     const Scratch scratch(scratchBytes);
     if (!scratch.data()) return OWN_WINDOW_NO_ROWS;
     if (rank->counts) std::memset(scratch.data(), 0, static_cast<size_t>(scratchBytes));
     rank->scratch = scratch.data();
-    window->function = rankRows;
-    window->filter = rank;
-    return ownRunWindow(*window);
+    window.function = rankRows;
+    window.filter = rank;
+    return ownRunWindow(window);
 }
 
 // Blocks as high as the window, but for windows that are higher than an image's part should be.
 constexpr int64_t EXTREME_ROWS = 512;
 
-OwnWindowResult runExtremes(OwnWindow *window, Rank *rank, OwnExtremes which) {
-    rank->kernel = ownRankRows().extremes[which][ownRankKind(window->src->depth)];
-    window->rowsAtOnce = std::min({ownExtremeRows(rank->nRows), window->height, EXTREME_ROWS});
-    rank->scratchStep = rowBytesOf(*window, rank->nCols, sampleBytes(*window));
-    return runRank(window, rank, (window->rowsAtOnce + OWN_EXTREME_PARTS) * rank->scratchStep);
+OwnWindowResult runExtremes(OwnWindow window, Rank *rank, OwnExtremes which) {
+    rank->kernel = ownRankRows().extremes[which][ownRankKind(window.src->depth)];
+    window.rowsAtOnce = std::min({ownExtremeRows(rank->nRows), window.height, EXTREME_ROWS});
+    rank->scratchStep = rowBytesOf(window, rank->nCols, sampleBytes(window));
+    return runRank(window, rank, (window.rowsAtOnce + OWN_EXTREME_PARTS) * rank->scratchStep);
 }
 
 // Output rows of a median that share what they compute, and of one that shares the rows that it reads.
@@ -115,31 +115,31 @@ bool isSearched(int depth, int64_t size) {
     }
 }
 
-OwnWindowResult runMedian(OwnWindow *window, Rank *rank) {
+OwnWindowResult runMedian(OwnWindow window, Rank *rank) {
     const OwnMedianRows &kernels = ownMedianRows();
-    const OwnRankKind kind = ownRankKind(window->src->depth);
+    const OwnRankKind kind = ownRankKind(window.src->depth);
     const int nCols = rank->nCols, nRows = rank->nRows;
     if (nCols == nRows && (nCols == 3 || nCols == 5)) {
         rank->kernel = nCols == 3 ? kernels.three[kind] : kernels.five[kind];
-        window->rowsAtOnce = MEDIAN_ROWS;
+        window.rowsAtOnce = MEDIAN_ROWS;
         return runRank(window, rank, 1);
     }
-    if (isSearched(ownDepthIndex(window->src->depth), int64_t{nCols} * nRows)) {
+    if (isSearched(ownDepthIndex(window.src->depth), int64_t{nCols} * nRows)) {
         rank->kernel = kernels.search[kind];
-        window->rowsAtOnce = std::min(SEARCH_ROWS, window->height);
-        rank->scratchStep = rowBytesOf(*window, nCols, sampleBytes(*window));
-        return runRank(window, rank, (window->rowsAtOnce + nRows - 1) * rank->scratchStep);
+        window.rowsAtOnce = std::min(SEARCH_ROWS, window.height);
+        rank->scratchStep = rowBytesOf(window, nCols, sampleBytes(window));
+        return runRank(window, rank, (window.rowsAtOnce + nRows - 1) * rank->scratchStep);
     }
-    if (ownDepthBits(window->src->depth) == 8 && int64_t{nCols} * nRows <= OWN_MEDIAN_COLUMNS) {
+    if (ownDepthBits(window.src->depth) == 8 && int64_t{nCols} * nRows <= OWN_MEDIAN_COLUMNS) {
         rank->kernel = ownMedianColumns().constant[kind];
         // A block begins with counting whole columns.
-        window->rowsAtOnce = std::min<int64_t>(3 * int64_t{nRows} + 32, window->height);
-        rank->scratchStep = std::min(std::max<int64_t>(MEDIAN_STRIP, 2 * int64_t{nCols}), window->width);
+        window.rowsAtOnce = std::min<int64_t>(3 * int64_t{nRows} + 32, window.height);
+        rank->scratchStep = std::min(std::max<int64_t>(MEDIAN_STRIP, 2 * int64_t{nCols}), window.width);
         return runRank(window, rank, (rank->scratchStep + nCols - 1) * OWN_MEDIAN_COLUMN_BYTES);
     }
     rank->kernel = kernels.slide[kind];
     rank->counts = true;
-    window->rowsAtOnce = 1;
+    window.rowsAtOnce = 1;
     return runRank(window, rank, OWN_MEDIAN_COUNTS);
 }
 
@@ -165,9 +165,9 @@ void majorityRow(void *filter, const OwnWindowRows &rows) {
     bits.kernels->majority(bits.columns, bits.nCols, bits.least, rows.out, rows.width);
 }
 
-OwnWindowResult runMajority(OwnWindow *window, const Rank &rank) {
+OwnWindowResult runMajority(OwnWindow window, const Rank &rank) {
     const int64_t size = int64_t{rank.nCols} * rank.nRows;
-    const Scratch scratch(rowBytesOf(*window, rank.nCols, sizeof(uint32_t)));
+    const Scratch scratch(rowBytesOf(window, rank.nCols, sizeof(uint32_t)));
     if (!scratch.data() || size > INT_MAX) return OWN_WINDOW_NO_ROWS;
     Majority bits = {};
     bits.kernels = &ownMedianRows();
@@ -175,10 +175,10 @@ OwnWindowResult runMajority(OwnWindow *window, const Rank &rank) {
     bits.nRows = rank.nRows;
     bits.least = static_cast<uint32_t>((size >> 1) + (size & 1));
     bits.columns = reinterpret_cast<uint32_t *>(scratch.data());
-    window->rowsAtOnce = 1;
-    window->function = majorityRow;
-    window->filter = &bits;
-    return ownRunWindow(*window);
+    window.rowsAtOnce = 1;
+    window.function = majorityRow;
+    window.filter = &bits;
+    return ownRunWindow(window);
 }
 
 // ------------------------------------------------------------------------------------------------------ fixed filters
@@ -198,17 +198,17 @@ void fixedRows(void *filter, const OwnWindowRows &rows) {
     }
 }
 
-OwnWindowResult runFixed(OwnWindow *window, int filter) {
+OwnWindowResult runFixed(OwnWindow window, int filter) {
     Fixed fixed = {};
-    fixed.sumStep = rowBytesOf(*window, 2 * window->left + 1, sizeof(int32_t));
+    fixed.sumStep = rowBytesOf(window, 2 * window.left + 1, sizeof(int32_t));
     const Scratch scratch(OWN_FIXED_SUMS * fixed.sumStep);
     if (!scratch.data()) return OWN_WINDOW_NO_ROWS;
     fixed.sums = scratch.data();
-    fixed.kernel = ownFixedRows().filter[filter][ownDepthIndex(window->src->depth)];
-    window->rowsAtOnce = 1;
-    window->function = fixedRows;
-    window->filter = &fixed;
-    return ownRunWindow(*window);
+    fixed.kernel = ownFixedRows().filter[filter][ownDepthIndex(window.src->depth)];
+    window.rowsAtOnce = 1;
+    window.function = fixedRows;
+    window.filter = &fixed;
+    return ownRunWindow(window);
 }
 
 // ------------------------------------------------------------------------------------------------------ colour median
@@ -226,13 +226,13 @@ void colorMedianRows(void *filter, const OwnWindowRows &rows) {
     }
 }
 
-OwnWindowResult runColorMedian(OwnWindow *window, int nCols, int nRows) {
-    ColorMedian median = {nCols, nRows, ownColorMedianRows().row[ownDepthIndex(window->src->depth)]};
-    window->rowsAtOnce = 1;
-    window->together = true;
-    window->function = colorMedianRows;
-    window->filter = &median;
-    return ownRunWindow(*window);
+OwnWindowResult runColorMedian(OwnWindow window, int nCols, int nRows) {
+    ColorMedian median = {nCols, nRows, ownColorMedianRows().row[ownDepthIndex(window.src->depth)]};
+    window.rowsAtOnce = 1;
+    window.together = true;
+    window.function = colorMedianRows;
+    window.filter = &median;
+    return ownRunWindow(window);
 }
 
 // ------------------------------------------------------------------------------------------------------------- checks
@@ -318,7 +318,7 @@ MoxStatus runFilter(const OwnCaller &caller, MoxImage *src, MoxImage *dst, const
         window.mask = mask.image();
         ownWindowSize(&window);
         if (window.width < 1 || window.height < 1) return MOX_StatusNoError;
-        result = run(&window);
+        result = run(window);
     }
     if (result == OWN_WINDOW_NO_ROWS) return refuse(caller, MOX_StatusNoMemory, "Allocation failure");
     if (result == OWN_WINDOW_NO_TILE)
@@ -347,7 +347,7 @@ MoxStatus filterRanks(const OwnCaller &caller, MoxImage *src, MoxImage *dst, int
     rank.nCols = nCols;
     rank.nRows = nRows;
     return runFilter(caller, src, dst, reachOf(nCols, nRows, anchorX, anchorY),
-                     [&](OwnWindow *window) { return run(window, &rank); });
+                     [&](const OwnWindow &window) { return run(window, &rank); });
 }
 
 }  // namespace
@@ -356,22 +356,23 @@ MoxStatus MOX_CALL moxMaxFilter(MoxImage *srcImage, MoxImage *dstImage, int nCol
                                 int anchorY) {
     const OwnCaller caller = OWN_CALLER("moxMaxFilter");
     return filterRanks(caller, srcImage, dstImage, nCols, nRows, anchorX, anchorY,
-                       [](OwnWindow *window, Rank *rank) { return runExtremes(window, rank, OWN_LARGEST); });
+                       [](const OwnWindow &window, Rank *rank) { return runExtremes(window, rank, OWN_LARGEST); });
 }
 
 MoxStatus MOX_CALL moxMinFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
                                 int anchorY) {
     const OwnCaller caller = OWN_CALLER("moxMinFilter");
     return filterRanks(caller, srcImage, dstImage, nCols, nRows, anchorX, anchorY,
-                       [](OwnWindow *window, Rank *rank) { return runExtremes(window, rank, OWN_SMALLEST); });
+                       [](const OwnWindow &window, Rank *rank) { return runExtremes(window, rank, OWN_SMALLEST); });
 }
 
 MoxStatus MOX_CALL moxMedianFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
                                    int anchorY) {
     const OwnCaller caller = OWN_CALLER("moxMedianFilter");
-    return filterRanks(caller, srcImage, dstImage, nCols, nRows, anchorX, anchorY, [](OwnWindow *window, Rank *rank) {
-        return window->src->depth == MOX_DEPTH_1U ? runMajority(window, *rank) : runMedian(window, rank);
-    });
+    return filterRanks(
+        caller, srcImage, dstImage, nCols, nRows, anchorX, anchorY, [](const OwnWindow &window, Rank *rank) {
+            return window.src->depth == MOX_DEPTH_1U ? runMajority(window, *rank) : runMedian(window, rank);
+        });
 }
 
 MoxStatus MOX_CALL moxColorMedianFilter(MoxImage *srcImage, MoxImage *dstImage, int nCols, int nRows, int anchorX,
@@ -381,7 +382,7 @@ MoxStatus MOX_CALL moxColorMedianFilter(MoxImage *srcImage, MoxImage *dstImage, 
     if (const MoxStatus fault = checkAnchor(caller, nCols, nRows, anchorX, anchorY)) return fault;
     if (const MoxStatus fault = checkColors(caller, srcImage, dstImage)) return fault;
     return runFilter(caller, srcImage, dstImage, reachOf(nCols, nRows, anchorX, anchorY),
-                     [&](OwnWindow *window) { return runColorMedian(window, nCols, nRows); });
+                     [&](const OwnWindow &window) { return runColorMedian(window, nCols, nRows); });
 }
 
 MoxStatus MOX_CALL moxFixedFilter(MoxImage *srcImage, MoxImage *dstImage, int filter) {
@@ -401,6 +402,6 @@ MoxStatus MOX_CALL moxFixedFilter(MoxImage *srcImage, MoxImage *dstImage, int fi
         filter == MOX_FILTER_LAPLACIAN_5X5 || filter == MOX_FILTER_GAUSSIAN_5X5 || filter == MOX_FILTER_HIPASS_5X5;
     const int side = large ? 5 : 3;
     runFilter(caller, srcImage, dstImage, reachOf(side, side, side / 2, side / 2),
-              [&](OwnWindow *window) { return runFixed(window, filter); });
+              [&](const OwnWindow &window) { return runFixed(window, filter); });
     return moxGetErrStatus();
 }

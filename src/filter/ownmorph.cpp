@@ -130,24 +130,24 @@ void *allocate(const OwnWindow &window, Walk *walk) {
     return memory;
 }
 
-OwnWindowResult runRows(OwnWindow *window, const OwnMorph &morph) {
+OwnWindowResult runRows(OwnWindow window, const OwnMorph &morph) {
     Walk walk = {};
     walk.morph = morph;
     walk.side = 2 * morph.reach + 1;
     walk.margin = morph.twice ? 2 * morph.reach : morph.reach;
     walk.ring = morph.twice ? morph.reach + 1 : 1;
-    walk.width = window->width;
-    walk.height = window->height;
+    walk.width = window.width;
+    walk.height = window.height;
     walk.kernels = &ownRankRows();
-    walk.kind = ownRankKind(window->src->depth);
-    walk.sampleBytes = static_cast<size_t>(std::max(ownDepthBytes(window->src->depth), 1));
-    window->left = window->top = window->right = window->bottom = walk.margin;
-    window->rowsAtOnce = std::min({ownExtremeRows(walk.side), BLOCK_ROWS, window->height});
-    void *memory = allocate(*window, &walk);
+    walk.kind = ownRankKind(window.src->depth);
+    walk.sampleBytes = static_cast<size_t>(std::max(ownDepthBytes(window.src->depth), 1));
+    window.left = window.top = window.right = window.bottom = walk.margin;
+    window.rowsAtOnce = std::min({ownExtremeRows(walk.side), BLOCK_ROWS, window.height});
+    void *memory = allocate(window, &walk);
     if (!memory) return OWN_WINDOW_NO_ROWS;
-    window->function = morph.twice ? runTwice : runOnce;
-    window->filter = &walk;
-    const OwnWindowResult result = ownRunWindow(*window);
+    window.function = morph.twice ? runTwice : runOnce;
+    window.filter = &walk;
+    const OwnWindowResult result = ownRunWindow(window);
     moxFree(memory);
     return result;
 }
@@ -183,11 +183,11 @@ bool check(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, in
     return true;
 }
 
-OwnWindowResult run(OwnWindow *window, OwnMorph morph) {
+OwnWindowResult run(const OwnWindow &window, OwnMorph morph) {
     // Around a region and its ring there is nothing new to be found.
-    if (!morph.twice) morph.reach = std::min(morph.reach, std::max(window->width, window->height));
-    const bool bits = window->src->depth == MOX_DEPTH_1U && !window->src->tileInfo && !window->dst->tileInfo;
-    return bits ? ownMorphBits(*window, morph) : runRows(window, morph);
+    if (!morph.twice) morph.reach = std::min(morph.reach, std::max(window.width, window.height));
+    const bool bits = window.src->depth == MOX_DEPTH_1U && !window.src->tileInfo && !window.dst->tileInfo;
+    return bits ? ownMorphBits(window, morph) : runRows(window, morph);
 }
 
 void runMorph(const OwnCaller &caller, MoxImage *src, MoxImage *dst, int nIterations, const OwnMorph &kind) {
@@ -206,7 +206,7 @@ void runMorph(const OwnCaller &caller, MoxImage *src, MoxImage *dst, int nIterat
         if (window.width < 1 || window.height < 1) return;
         OwnMorph morph = kind;
         morph.reach = nIterations;
-        if (nIterations <= (INT_MAX - 1) / 2) result = run(&window, morph);
+        if (nIterations <= (INT_MAX - 1) / 2) result = run(window, morph);
     }
     if (result == OWN_WINDOW_NO_ROWS) ownReport(caller, MOX_StatusNoMemory, "Allocation failure");
     if (result == OWN_WINDOW_NO_TILE) ownReport(caller, MOX_StatusBadArgument, "(dstImage->tileInfo->tileData == 0)");

@@ -36,7 +36,8 @@ void combineRow(const MaskSource *sources, int count, int64_t row, uint8_t *out,
 // Those of the three that there are, and the size that they have in common.
 struct MaskSet {
     MaskSet(const MoxImage *maskA, const MoxImage *maskB, const MoxImage *maskC) {
-        for (const MoxImage *mask : {maskA, maskB, maskC}) {
+        const MoxImage *const all[] = {maskA, maskB, maskC};
+        for (const MoxImage *mask : all) {
             if (!mask) continue;
             masks[count++] = mask;
             OwnImageRect rect;

@@ -77,8 +77,8 @@ class MeasureRunner {
     int channels_;
     int channel_;
 
-    alignas(64) uint8_t scratch_[MAX_IMAGES][OWN_SCRATCH_BYTES];
     uint8_t bits_[OWN_SCRATCH_BYTES + 8];
+    alignas(64) uint8_t scratch_[MAX_IMAGES][OWN_SCRATCH_BYTES];
 };
 
 // ------------------------------------------------------------------------------------------------------------- tiles
@@ -121,9 +121,9 @@ bool MeasureRunner::runTile(int tiled, const OwnTileGrid &grid, char *tile) {
 // -------------------------------------------------------------------------------------------------------------- rows
 
 void MeasureRunner::runArea(const Area &area, int64_t width, int64_t height) {
-    const bool together = !measure_.apart && std::all_of(area.images, area.images + count_, [](const MoxImage *image) {
-        return image->dataOrder == MOX_DATA_ORDER_PIXEL;
-    });
+    bool together = !measure_.apart;
+    for (int i = 0; i < count_; ++i)
+        together = together && area.images[i]->dataOrder == MOX_DATA_ORDER_PIXEL;
     // Lanes of a mask are made for pixels of up to four samples, and a scratch holds some of the widest pixels.
     const int most = area.mask ? 4 : OWN_SCRATCH_BYTES / 4 / OWN_FOLD_LANES;
     if (together && measure_.channels <= most) {

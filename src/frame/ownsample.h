@@ -17,6 +17,9 @@
 #define OWN_ELEMENTWISE _Pragma("GCC ivdep")
 #endif
 
+// What a streamed kernel computes aside at a time: a cache line.
+constexpr size_t OWN_STREAM_BLOCK = 64;
+
 namespace {
 
 typedef uint16_t OwnAnyU16 __attribute__((aligned(1), may_alias));
@@ -82,9 +85,6 @@ template <class D>
         return lane != 0 ? result : before;
     }
 }
-
-// What a streamed kernel computes aside at a time: a cache line.
-constexpr size_t OWN_STREAM_BLOCK = 64;
 
 // Stores a block past the caches, where the processor can. Both are aligned to 64 bytes. The block comes in vectors as
 // wide as those that it was computed in, or narrower: a wider load would wait for their stores.

@@ -95,8 +95,11 @@ class StretchRunner {
             through_ = through_ && rows.spans[i].step == dst.step && rows.spans[i].first == dst.first;
         }
         samples_ = through_ ? dst.step : rows.channels;
-        for (int i = 0; i < rows.count; ++i)
+        bool allDirect = true;
+        for (int i = 0; i < rows.count; ++i) {
             direct_[i] = through_ || ownIsContiguous(rows.spans[i], samples_);
+            allDirect = allDirect && direct_[i];
+        }
         const bool one = rowsAreOne(rows);
         width_ = one ? rows.width * rows.height : rows.width;
         height_ = one ? 1 : rows.height;
@@ -105,7 +108,6 @@ class StretchRunner {
         pixels_ = OWN_SCRATCH_BYTES / (dst.bytes * samples_) & ~7;
         // A kernel that reads the mask itself needs no scratch, if nobody else does.
         readsMask_ = rows.masked && !through_ && samples_ == 1 && kernel.underBits;
-        const bool allDirect = std::all_of(direct_, direct_ + rows.count, [](bool direct) { return direct; });
         if (readsMask_ && allDirect && !packed_ && rows.mask.bit == 0) pixels_ = width_;
         if (through_) makePattern();
         if (through_ && !rows.masked) makeLanes(nullptr, std::min(pixels_, width_));

@@ -64,11 +64,12 @@ struct Places {
         axis.size = ratio.size();
         const double step = ratio.step(length);
         double p = 0;
-        for (int i = 0; i < n; ++i, p += step) {
+        for (int i = 0; i < n; ++i) {
             const auto ix = std::min(static_cast<int64_t>(std::rint(p - 0.49999)), length - 1);
             const Place place = placeOf(taps, p, ix, length);
             axis.base[i] = static_cast<int32_t>(place.base);
             axis.fraction[i] = place.fraction;
+            p += step;
         }
         return true;
     }

@@ -246,6 +246,10 @@ class Quarter {
     bool masked_;
 };
 
+bool isTiled(const MoxImage *image) {
+    return image && image->tileInfo;
+}
+
 void rotateCopy(const OwnCaller &caller, const MoxImage *src, const MoxImage *dst, const Turn &turn, bool reachable) {
     if (!ownAcceptWarp(caller, src, dst, nullptr)) return;
     OwnCorners unused;
@@ -280,8 +284,7 @@ void MOX_CALL moxRotate(MoxImage *srcImage, MoxImage *dstImage, double angle, do
     Turn turn = {0, 1, -1, 0, 0, 0};
     if (turned == 180) turn = {-1, 0, 0, -1, 0, 0};
     if (turned == 270) turn = {0, -1, 1, 0, 0, 0};
-    const bool isTiled = (srcImage && srcImage->tileInfo) || (dstImage && dstImage->tileInfo);
-    if (isTiled || xShift != std::floor(xShift) || yShift != std::floor(yShift)) {
+    if (isTiled(srcImage) || isTiled(dstImage) || xShift != std::floor(xShift) || yShift != std::floor(yShift)) {
         double coeffs[2][3] = {{static_cast<double>(turn.a), static_cast<double>(turn.b), xShift},
                                {static_cast<double>(turn.c), static_cast<double>(turn.d), yShift}};
         moxWarpAffine(srcImage, dstImage, coeffs, interpolate);

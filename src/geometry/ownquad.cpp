@@ -115,7 +115,7 @@ void ownFitBilinear(const OwnCorners &corners, const double quad[4][2], double c
     const OwnSides s = ownSides(quad);
     const double sides[2][4] = {{s.a, s.b, s.c, s.d}, {s.e, s.f, s.g, s.h}};
     for (int k = 0; k < 2; ++k) {
-        const auto [left, top, bottom, right] = sides[k];
+        const auto &[left, top, bottom, right] = sides[k];
         double *c = coeffs + 4 * k;
         c[0] = -(top + bottom) * scale;
         c[1] = (top * r.bottom + bottom * r.top) * scale;

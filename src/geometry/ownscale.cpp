@@ -391,8 +391,8 @@ OwnScaleResult Scaler::runArea(const OwnShare &area, int64_t x, const Axes &rows
 // The rows of the next window that this one does not have.
 void Scaler::askForNext(OwnScaleAxis rows, const OwnScalePlace &place) const {
     const OwnScalePlace next = rows.next(&rows);
-    for (int64_t y = std::max<int64_t>(next.first, int64_t{place.first} + place.count);
-         y < int64_t{next.first} + std::min(next.count, 4); ++y) {
+    const int64_t end = int64_t{next.first} + std::min(next.count, 4);
+    for (int64_t y = std::max<int64_t>(next.first, int64_t{place.first} + place.count); y < end; ++y) {
         for (int plane = 0; plane < planes_; ++plane)
             source_.askFor(plane, y);
     }

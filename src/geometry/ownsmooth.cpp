@@ -98,8 +98,11 @@ class Smoother {
         const double slope = length[minor] / length[major];
         // Inside is to the right of a side of the first orientation, y pointing down.
         const bool floorIsInside = (major == 0) == ((length[major] > 0) != orientation_);
-        const double last = std::floor(std::max(p[major], q[major]));
-        for (double step = std::ceil(std::min(p[major], q[major])); step <= last; step += 1) {
+        // Sides have been cut to the region.
+        const auto first = static_cast<int64_t>(std::ceil(std::min(p[major], q[major])));
+        const auto last = static_cast<int64_t>(std::floor(std::max(p[major], q[major])));
+        for (int64_t place = first; place <= last; ++place) {
+            const auto step = static_cast<double>(place);
             const double crossing = p[minor] + (step - p[major]) * slope;
             const double below = std::floor(crossing), above = std::ceil(crossing);
             if (!(below < above)) continue;

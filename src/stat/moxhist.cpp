@@ -28,7 +28,8 @@ class Block {
 class Tests {
   public:
     explicit Tests(const OwnCaller &caller) : caller_(caller) {}
-    void header(const MoxImage *image) { passed_ = ownAcceptImage(caller_, image) && passed_; }
+    // Without an image none is passed.
+    void header(const MoxImage *image) { passed_ = ownAcceptImage(caller_, image) && image && passed_; }
     void refuseIf(bool fault, const char *message) {
         if (!fault) return;
         ownReport(caller_, MOX_StatusBadArgument, message);

@@ -24,11 +24,10 @@ struct OwnNoise {
     // span over 2^32 and the lower bound.
     double scale, bias;
 
-    bool hasWords;  // those of the next batch, where they are drawn beforehand
+    int next, count;  // of the numbers
+    bool hasWords;    // those of the next batch, where they are drawn beforehand
     alignas(64) uint32_t words[OWN_NOISE_WORDS];
-
-    int next, count;     // of the numbers
-    union alignas(64) {  // by the depth
+    union alignas(64) {  // the numbers, by the depth
         int16_t shorts[OWN_NOISE_WORDS];
         int32_t ints[OWN_NOISE_WORDS];
         double reals[OWN_NOISE_WORDS];

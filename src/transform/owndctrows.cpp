@@ -176,7 +176,8 @@ constexpr float COSINES[] = {1.0f,
                              0.70710678118654752440f,
                              0.55557023301960222474f,
                              0.38268343236508977173f,
-                             0.19509032201612826785f};
+                             0.19509032201612826785f,
+                             0.0f};
 // cos((2n + 1)(2k + 1) pi / 16), which is the same for n and k exchanged.
 constexpr float oddCosine(int n, int k) {
     const int turn = (2 * n + 1) * (2 * k + 1) % 32;

@@ -6,9 +6,9 @@
 
 #include "core/ownseries.h"
 
-namespace {
-
 constexpr double OWN_QUARTER_PI = 0.78539816339744830962;
+
+namespace {
 
 // Taylor's series, for 0 <= x <= pi / 4: what is left out is below 1e-17. The tables of all transforms are made of
 // these places, to the last one; the sine's are those of ownSineSeries.

@@ -336,6 +336,27 @@ TEST_F(Files, WhatCanBeSeenIsSeenBeforeAnyWork) {
     EXPECT_NE(runLine("run a.png blurr 3 3 out.png").err.find("did you mean blur?"), std::string::npos);
 }
 
+// Their lowest 32 bits are sizes as any.
+TEST_F(Files, SizesAndRatiosThatNoIntHoldsAreRefused) {
+    write("a.png", randomPng(9, 7, 3, 8, 1));
+    const auto expect = [&](const std::string &line, const std::string &message) {
+        const Outcome outcome = runLine("run a.png " + line + " out.png");
+        EXPECT_EQ(outcome.code, 2) << line << "\n" << outcome.err;
+        EXPECT_NE(outcome.err.find(message), std::string::npos) << line << "\n" << outcome.err;
+    };
+    expect("resize 4294967297x5", "resize: SIZE must be two sides, like 640x480, not '4294967297x5'");
+    expect("resize 5x-4294967291", "resize: SIZE must be two sides");
+    expect("upright 4294967312x16 0,0,8,0,8,6,0,6", "upright: SIZE must be two sides from 2 on, like 640x480, not '4");
+    expect("zoom 4294967298 linear", "zoom: RATIO must be like 8 or 3/2, not '4294967298'");
+    expect("zoom 3/4294967298 linear", "zoom: RATIO must be like 8 or 3/2, not '3/4294967298'");
+    expect("testimage 4294967312x16", "testimage: 4294967312x16 is no size");
+    for (const char *line : {"resize 5x4x", "resize 5x", "resize x5", "zoom 3/ linear", "zoom 3/2/ linear"})
+        expect(line, "must be");
+    runLineWell("run a.png resize 5x4 zoom 3/2 linear out.png");
+    EXPECT_EQ(read("out.png").width, 7);
+    EXPECT_EQ(read("out.png").height, 6);
+}
+
 TEST_F(Files, TruncatedIsSaidInWords) {
     write("a.png", randomPng(40, 40, 3, 8, 1));
     for (const char *ending : {"png", "jpg", "tif", "ppm", "bmp"}) {

@@ -66,7 +66,8 @@ void writeBitmapFile(const Bitmap &bitmap, const std::string &name) {
 
 void writeBitmapRows(RowSource rows, const BitmapForm &form, const std::string &name) {
     constexpr std::uint64_t share = 16;
-    rows = withChannels(std::move(rows), channelsOfBitmap(rows.form.channels, form));
+    const int channels = channelsOfBitmap(rows.form.channels, form);
+    rows = withChannels(std::move(rows), channels);
     const std::uint64_t samples = samplesOfRow(rows.form);
     const int height = rows.form.height;
     const auto most = std::max<std::uint64_t>(pixelMemory() / share / (2 * samples), 1);

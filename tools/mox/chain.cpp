@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "image.h"
 #include "memory.h"
+#include "numbers.h"
 
 namespace {
 
@@ -105,19 +106,6 @@ Argument parseArgument(const Operation &operation, const ArgumentSpec &spec, con
 
 [[noreturn]] void badSetting(const GivenOption &given, const char *wanted) {
     fail(exitUsage, std::string(given.option->name) + ": wants " + wanted + ", not '" + given.value + "'");
-}
-
-// count whole numbers with a mark between them.
-bool parseNumbers(const std::string &text, char mark, int *numbers, int count) {
-    const char *next = text.data();
-    const char *const end = text.data() + text.size();
-    for (int i = 0; i < count; i++) {
-        if (i > 0 && (next == end || *next++ != mark)) return false;
-        const auto [rest, error] = std::from_chars(next, end, numbers[i]);
-        if (error != std::errc()) return false;
-        next = rest;
-    }
-    return next == end;
 }
 
 // A number of an option; low where it was not given.
@@ -290,7 +278,7 @@ bool parses(const std::vector<std::string> &words) {
 std::string takeResult(std::vector<std::string> *words, const std::string &format) {
     constexpr const char *usage = ": mox run PICTURE [OPERATION [ARGUMENT...]]... RESULT";
     if (words->empty()) fail(exitUsage, std::string("RESULT is missing") + usage);
-    const std::string last = words->back();
+    std::string last = words->back();
     if (last.empty()) fail(exitUsage, "the name of the file to write is empty");
     if (format.empty() && parses(*words)) {
         const std::string taken =

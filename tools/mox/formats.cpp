@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include <fcntl.h>
@@ -89,13 +90,14 @@ std::shared_ptr<std::FILE> opened(const std::string &name) {
 }  // namespace
 
 Format formatOfBytes(const unsigned char *begin, std::size_t size) {
-    const auto is = [&](const char *bytes, std::size_t count) {
-        return size >= count && std::memcmp(begin, bytes, count) == 0;
+    using namespace std::string_view_literals;
+    const auto is = [&](std::string_view mark) {
+        return size >= mark.size() && std::memcmp(begin, mark.data(), mark.size()) == 0;
     };
-    if (is("\x89PNG\r\n\x1a\n", 8)) return Format::png;
-    if (is("\xFF\xD8\xFF", 3)) return Format::jpeg;
-    if (is("II*\0", 4) || is("MM\0*", 4) || is("II+\0", 4) || is("MM\0+", 4)) return Format::tiff;
-    if (is("BM", 2)) return Format::bmp;
+    if (is("\x89PNG\r\n\x1a\n"sv)) return Format::png;
+    if (is("\xFF\xD8\xFF"sv)) return Format::jpeg;
+    if (is("II*\0"sv) || is("MM\0*"sv) || is("II+\0"sv) || is("MM\0+"sv)) return Format::tiff;
+    if (is("BM"sv)) return Format::bmp;
     const bool pnm = size >= 3 && begin[0] == 'P' && begin[1] >= '1' && begin[1] <= '7';
     if (pnm && (std::isspace(begin[2]) || begin[2] == '#')) return Format::pnm;
     return Format::none;
@@ -211,13 +213,13 @@ void writeRows(RowSource source, const std::string &name, const OutputForm &form
             writeJpeg(std::move(source), &file, form.quality);
             break;
         case Format::tiff:
-            writeTiff(std::move(source), &file);
+            writeTiff(source, &file);
             break;
         case Format::pnm:
             writePnm(std::move(source), &file, form.kind);
             break;
         default:
-            writePng(std::move(source), &file);
+            writePng(source, &file);
             break;
     }
     commitFile(&file);

@@ -56,8 +56,9 @@ void multiplySScale(Call *call) {
     moxMultiplySScale(call->image, call->image, call->arguments[0].integer);
 }
 
-const std::vector<ArgumentSpec> onPicture = {{ArgumentKind::layer, "PICTURE"},
-                                             {ArgumentKind::keyword, "premultiplied"}};
+std::vector<ArgumentSpec> onPicture() {
+    return {{ArgumentKind::layer, "PICTURE"}, {ArgumentKind::keyword, "premultiplied"}};
+}
 
 }  // namespace
 
@@ -67,33 +68,33 @@ const Family &alphaFamily() {
         "Opacities and fractions of white",
         {
             {"over",
-             onPicture,
+             onPicture(),
              "A before B; straight colours, or colours that are multiplied by their opacities",
              compose<MOX_COMPOSITE_OVER>,
              {{"Ruby before jade.", "over jade.png", "ruby.png"},
               {"Ruby before the picture.", "over picture.png", "ruby.png"}}},
             {"in",
-             onPicture,
+             onPicture(),
              "A where B is",
              compose<MOX_COMPOSITE_IN>,
              {{"Ruby within jade.", "in jade.png", "ruby.png"}}},
             {"out",
-             onPicture,
+             onPicture(),
              "A where B is not",
              compose<MOX_COMPOSITE_OUT>,
              {{"Ruby without jade.", "out jade.png", "ruby.png"}}},
             {"atop",
-             onPicture,
+             onPicture(),
              "A where B is, before B",
              compose<MOX_COMPOSITE_ATOP>,
              {{"Ruby on jade, and nowhere else.", "atop jade.png", "ruby.png"}}},
             {"exclude",
-             onPicture,
+             onPicture(),
              "A and B, each where the other is not",
              compose<MOX_COMPOSITE_XOR>,
              {{"Ruby or jade, not both.", "exclude jade.png", "ruby.png"}}},
             {"plus",
-             onPicture,
+             onPicture(),
              "A + B with their opacities",
              compose<MOX_COMPOSITE_PLUS>,
              {{"Ruby and jade.", "plus jade.png", "ruby.png"}}},

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -10,6 +9,7 @@
 #include "failure.h"
 #include "image.h"
 #include "memory.h"
+#include "numbers.h"
 #include "operations.h"
 
 namespace {
@@ -120,16 +120,15 @@ void warpBilinear(Call *call) {
 }
 
 void upright(Call *call) {
-    int width = 0, height = 0, end = 0;
+    int sides[2];
     const std::string &size = call->arguments[0].text;
-    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &width, &height, &end) == 2 &&
-                            static_cast<std::size_t>(end) == size.size();
-    if (!understood || std::min(width, height) < 2 || std::max(width, height) > longestCanvasSide)
+    if (!parseNumbers(size, 'x', sides, 2) || std::min(sides[0], sides[1]) < 2 ||
+        std::max(sides[0], sides[1]) > longestCanvasSide)
         fail(exitUsage, "upright: SIZE must be two sides from 2 on, like 640x480, not '" + size + "'");
     Quad quad;
     readCorners(call->arguments[1], "upright", quad);
     const int kind = call->arguments[2].integer != 0 ? MOX_INTER_NN : MOX_INTER_CUBIC;
-    moxWarpPerspectiveQ(call->image, emptyLike(call, width, height), quad, 1, kind);
+    moxWarpPerspectiveQ(call->image, emptyLike(call, sides[0], sides[1]), quad, 1, kind);
 }
 
 // ------------------------------------------------------------------------------------------------------------ scaling
@@ -142,16 +141,13 @@ MoxImage *canvasFor(Call *call, const char *operation, double width, double heig
 }
 
 struct Sides {
-    int width = 0, height = 0;
+    int width, height;
 };
 Sides resizedTo(const std::string &size) {
-    Sides sides;
-    int end = 0;
-    const bool understood = std::sscanf(size.c_str(), "%dx%d%n", &sides.width, &sides.height, &end) == 2 &&
-                            static_cast<std::size_t>(end) == size.size();
-    if (!understood || std::min(sides.width, sides.height) < 1)
+    int sides[2];
+    if (!parseNumbers(size, 'x', sides, 2) || std::min(sides[0], sides[1]) < 1)
         fail(exitUsage, "resize: SIZE must be two sides, like 640x480, not '" + size + "'");
-    return sides;
+    return {sides[0], sides[1]};
 }
 
 // To a size, of the picture or of a region in it: the mean of areas where nothing gets larger, else cubic samples.
@@ -180,13 +176,11 @@ struct Ratio {
     int to, from;
 };
 Ratio ratioOf(const std::string &ratio, const char *operation) {
-    int to = 0, from = 1, end = 0;
-    bool understood = std::sscanf(ratio.c_str(), "%d%n", &to, &end) == 1;
-    if (understood && static_cast<std::size_t>(end) < ratio.size())
-        understood = std::sscanf(ratio.c_str(), "%d/%d%n", &to, &from, &end) == 2;
-    if (!understood || static_cast<std::size_t>(end) != ratio.size() || std::min(to, from) < 1)
+    int terms[] = {0, 1};
+    const int count = ratio.find('/') == std::string::npos ? 1 : 2;
+    if (!parseNumbers(ratio, '/', terms, count) || std::min(terms[0], terms[1]) < 1)
         fail(exitUsage, std::string(operation) + ": RATIO must be like 8 or 3/2, not '" + ratio + "'");
-    return {to, from};
+    return {terms[0], terms[1]};
 }
 
 // How a RATIO may be wrong is seen before the work.

@@ -1,6 +1,7 @@
 // Comparisons, measures that are printed, and levels mapped by tables.
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 #include <cstdint>
 #include <cstdio>
 #include <numeric>
@@ -41,9 +42,10 @@ void withReal(Call *call) {
     compare(call->image, call->arguments[0].real, makeBits(call));
 }
 
-void print(Call *call, const char *format, double a, double b = 0, double c = 0, double d = 0) {
+template <std::same_as<double>... Numbers>
+void print(Call *call, const char *format, Numbers... numbers) {
     char text[200];
-    std::snprintf(text, sizeof text, format, a, b, c, d);
+    std::snprintf(text, sizeof text, format, numbers...);
     call->printed += text;
 }
 

@@ -2,13 +2,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "failure.h"
 #include "image.h"
 #include "memory.h"
+#include "numbers.h"
 #include "operations.h"
 
 namespace {
@@ -58,7 +59,7 @@ class Curve {
 };
 
 // The library's functions are told nothing but samples.
-const Curve *curveAtWork;
+std::optional<Curve> curveAtWork;
 int brightest;
 int channelsAtWork;
 
@@ -83,8 +84,7 @@ void MOX_CALL curvePixel(MoxImage *, void *, MoxImage *, void *pixel) {
 
 void curve(Call *call) {
     MoxImage *image = call->image;
-    const Curve points(call->arguments[0].samples);
-    curveAtWork = &points;
+    curveAtWork.emplace(call->arguments[0].samples);
     if (call->arguments[1].integer != 0) {
         const bool bytes = image->depth == MOX_DEPTH_8U;
         if (!bytes && image->depth != MOX_DEPTH_16U) fail(exitOperation, "curve: hues are kept at depths 8u and 16u");
@@ -127,11 +127,11 @@ void noise(Call *call) {
 
 // The test image in each channel, at the region's corner.
 void testImage(Call *call) {
-    int width = 0, height = 0;
-    char behind = 0;
+    int sides[2];
     const std::string &size = call->arguments[0].text;
-    if (std::sscanf(size.c_str(), "%dx%d%c", &width, &height, &behind) != 2 || width < 1 || height < 1)
+    if (!parseNumbers(size, 'x', sides, 2) || std::min(sides[0], sides[1]) < 1)
         fail(exitUsage, "testimage: " + size + " is no size, as 256x256 is one");
+    const auto [width, height] = sides;
     MoxImage *image = call->image;
     checkMemory("the test image", 4 * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height));
     const ImagePtr rings(moxCreateImageJaehne(static_cast<int>(image->depth), width, height));

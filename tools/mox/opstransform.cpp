@@ -1,7 +1,6 @@
 // Transforms: spectra, for the eyes and for the way back; convolution by spectra; cosine blocks; wavelets. The library
 // transforms plain images only, so that an operation works on a copy of the picture's region and puts its result back.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +9,7 @@
 
 #include "failure.h"
 #include "image.h"
+#include "numbers.h"
 #include "operations.h"
 
 namespace {
@@ -357,23 +357,12 @@ constexpr const char *WAVELET_NAMES =
     "haar, db1 to db10, sym4 to sym10, coif1 to coif5, vaidyanathan, bior1.1, 1.3, 1.5, 2.2, 2.4, 2.6, 2.8, 3.1, 3.3, "
     "3.5, 3.7, 3.9, dual with the same numbers, 5-3 or 9-7";
 
-// So many numbers with points between them, and nothing behind.
-bool parseNumbers(const std::string &text, int count, int *numbers) {
-    const char *at = text.data(), *const end = at + text.size();
-    for (int i = 0; i < count; ++i) {
-        if (i > 0 && (at == end || *at++ != '.')) return false;
-        const auto [rest, error] = std::from_chars(at, end, numbers[i]);
-        if (error != std::errc()) return false;
-        at = rest;
-    }
-    return at == end;
-}
-
 bool findWavelet(const std::string &name, MoxWtKernel *kernel) {
     for (const WaveletName &family : WAVELETS) {
         const std::string prefix = family.prefix;
         int numbers[2] = {0, 0};
-        if (!name.starts_with(prefix) || !parseNumbers(name.substr(prefix.size()), family.numbers, numbers)) continue;
+        if (!name.starts_with(prefix) || !parseNumbers(name.substr(prefix.size()), '.', numbers, family.numbers))
+            continue;
         return moxWtInit(family.type, numbers[0] - family.first, numbers[1], kernel) == 0;
     }
     return false;

@@ -79,7 +79,7 @@ void narrow(const std::vector<std::uint32_t> &row, int bits, png_byte *to) {
 
 }  // namespace
 
-void writePng(RowSource source, NewFile *file) {
+void writePng(const RowSource &source, NewFile *file) {
     Encoder encoder;
     encoder.form = source.form;
     encoder.stream = file->stream;

@@ -430,9 +430,11 @@ Picture drawPage(int width, int height) {
     for (int y = 0; y < height; y++) {
         for (int x = 0; x < width; x++) {
             Color sum = {0, 0, 0};
-            for (int k = 0; k < finer * finer; k++)
-                sum = plus(sum, pagePictureAt((x + (k % finer + 0.5) / finer - 0.5) / width,
-                                              (y + (k / finer + 0.5) / finer - 0.5) / height));
+            for (int down = 0; down < finer; down++) {
+                for (int across = 0; across < finer; across++)
+                    sum = plus(sum, pagePictureAt((x + (across + 0.5) / finer - 0.5) / width,
+                                                  (y + (down + 0.5) / finer - 0.5) / height));
+            }
             const double values[] = {sum.r, sum.g, sum.b};
             for (int c = 0; c < 3; c++) {
                 const double value = std::clamp(values[c] / (finer * finer), 0.0, 1.0);

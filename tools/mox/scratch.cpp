@@ -38,6 +38,12 @@ void noteFault(const Scratch &scratch, int error) {
     if (cache.fault.empty()) cache.fault = "the scratch file in " + scratch.folder + ": " + std::strerror(error);
 }
 
+[[noreturn]] void failScratch() {
+    const std::string fault = cache.fault;
+    cache.fault.clear();
+    fail(exitFile, fault);
+}
+
 bool store(ScratchTile *tile) {
     if (!tile->changed) return true;
     Scratch *const scratch = tile->owner;
@@ -175,6 +181,13 @@ void checkSpace(const Scratch &scratch, std::uint64_t bytes) {
                        megabytes(free) + " are free (TMPDIR names another folder)");
 }
 
+// Throws Failure where the scratch file fails.
+ScratchTile *neededTile(Scratch *scratch, std::size_t number, bool willChange) {
+    ScratchTile *const tile = tileOf(scratch, number, willChange);
+    if (!tile) failScratch();
+    return tile;
+}
+
 // Moves the rows of a band into its tiles, or out of them. Tiles begin at multiples of 8 pixels, so at whole bytes; at
 // one bit a sample the bits behind the picture in its last byte go along.
 void moveBand(Scratch *scratch, int tileRow, MoxImage *band, bool toTiles) {
@@ -183,15 +196,15 @@ void moveBand(Scratch *scratch, int tileRow, MoxImage *band, bool toTiles) {
     for (int column = 0; column < scratch->columns; column++) {
         const auto number = static_cast<std::size_t>(tileRow) * static_cast<std::size_t>(scratch->columns) +
                             static_cast<std::size_t>(column);
-        ScratchTile *const tile = tileOf(scratch, number, toTiles);
-        if (!tile) checkScratch();
+        ScratchTile *const tile = neededTile(scratch, number, toTiles);
         const int x = column * scratch->info.width;
         const auto columns = static_cast<std::size_t>(std::min(scratch->info.width, image->width - x));
         const std::size_t bytes = (columns * pixelBits(image) + 7) / 8;
         const std::size_t xBytes = static_cast<std::size_t>(x) * pixelBits(image) / 8;
         for (int plane = 0; plane < planesOf(image); plane++) {
             for (int row = 0; row < rows; row++) {
-                const auto line = static_cast<std::size_t>(plane * scratch->info.height + row);
+                const auto line = static_cast<std::size_t>(plane) * static_cast<std::size_t>(scratch->info.height) +
+                                  static_cast<std::size_t>(row);
                 char *const inBand = band->imageData + line * static_cast<std::size_t>(band->widthStep) + xBytes;
                 char *const inTile = tile->bytes.data() + line * scratch->tileRowBytes;
                 std::memcpy(toTiles ? inTile : inBand, toTiles ? inBand : inTile, bytes);
@@ -251,20 +264,16 @@ void writeBand(Scratch *scratch, int tileRow, const MoxImage *band) {
 bool copyScratch(Scratch *from, Scratch *to) {
     if (from->tileBytes != to->tileBytes || from->kept.size() != to->kept.size()) return false;
     for (std::size_t number = 0; number < from->kept.size(); number++) {
-        ScratchTile *const source = tileOf(from, number, false);
-        if (!source) checkScratch();
+        ScratchTile *const source = neededTile(from, number, false);
         source->inHand++;
         ScratchTile *const target = tileOf(to, number, true);
         source->inHand--;
-        if (!target) checkScratch();
+        if (!target) failScratch();
         std::memcpy(target->bytes.data(), source->bytes.data(), from->tileBytes);
     }
     return true;
 }
 
 void checkScratch() {
-    if (cache.fault.empty()) return;
-    const std::string fault = cache.fault;
-    cache.fault.clear();
-    fail(exitFile, fault);
+    if (!cache.fault.empty()) failScratch();
 }

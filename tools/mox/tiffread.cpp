@@ -242,8 +242,8 @@ void divide(const Reader &reader, std::uint32_t *pixel) {
             if (alpha > 0) pixel[c] = std::bit_cast<std::uint32_t>(color / alpha);
         } else if (pixel[last] > 0 && reader.form.bits < 32) {
             const std::uint32_t full = fullValue(reader.form.bits);
-            pixel[c] = static_cast<std::uint32_t>(
-                std::min<std::uint64_t>((std::uint64_t{pixel[c]} * full + pixel[last] / 2) / pixel[last], full));
+            const std::uint64_t color = (std::uint64_t{pixel[c]} * full + pixel[last] / 2) / pixel[last];
+            pixel[c] = static_cast<std::uint32_t>(std::min<std::uint64_t>(color, full));
         }
     }
 }

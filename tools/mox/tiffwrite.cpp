@@ -55,7 +55,7 @@ void pack(const std::vector<std::uint32_t> &row, int bits, unsigned char *to) {
 
 }  // namespace
 
-void writeTiff(RowSource source, NewFile *file) {
+void writeTiff(const RowSource &source, NewFile *file) {
     const Form form = source.form;
     tiffClearFault();
     errno = 0;
