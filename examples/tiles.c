@@ -6,16 +6,16 @@
 #include <stdio.h>
 
 static const char *const fileName = "example-tiles.tmp";
-enum { width = 40, height = 24, tileWidth = 16, tileHeight = 16, columns = 3, rows = 2 };
+enum { width = 40, height = 40, tileWidth = 16, tileHeight = 16, columns = 3, rows = 3 };
 
 /* Tiles at the edge are whole, too. Align 8: a row of a tile of 16 bytes is not padded. */
 enum { tileBytes = tileWidth * tileHeight };
 
 /*
- * A filter has as many tiles of its source in hand as a row of tiles has, and one of its destination. Fewer places than
- * that, and a request could not be answered.
+ * Where all images have tiles of one size, no operation has more of an image in hand than a row of tiles and two. With
+ * fewer places than that a request could remain without an answer.
  */
-enum { places = columns + 1 };
+enum { places = columns + 2 };
 
 typedef struct Place {
     char bytes[tileBytes];

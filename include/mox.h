@@ -279,16 +279,22 @@ struct MoxImage;
  * returns is not used.
  *
  * A tile is in hand from its request until its release, and must stay where it is, whatever else is requested
- * meanwhile. How many tiles of an image are in hand at once:
+ * meanwhile. Where all tiled images of a call have tiles of one size, no operation has more of an image in hand than a
+ * row of tiles, which are as many as the image has columns of them, and two. In detail, at most:
  *
- *   element by element   arithmetic and logic, moxSet, moxReduceBits, moxNoiseImage, single pixels: one, released before
- *                        the next is requested. An image that is both sources of a call is served for each of them,
- *                        which makes two, and these may be the same tile.
- *   rectangles           a source of moxConvertToDIB, of moxUserProcess and its like, or of a neighbourhood filter
- *                        (moxBlur to moxClose), that of moxCopy or moxMirror between two tiled images, an image that
- *                        moxMirror mirrors in place, and the first image of moxExchange between two: a row of tiles, as
- *                        far as the rectangle reaches, at most all columns of the image. They are requested one after
- *                        the other, in either direction, and released together, the last one first. A destination: one.
+ *   one     for each part that the image has in the call (a source, the other one, the destination), given back before
+ *           the next one is requested: arithmetic and logic, except moxAbs where it copies; moxSet, moxSetFP,
+ *           moxGetPixel, moxPutPixel; moxConvert, moxBitonalToGray, moxScale, moxScaleFP, moxThreshold, moxReduceBits;
+ *           moxApplyColorTwist, moxColorTwistFP; moxPreMultiplyAlpha; moxMinMaxFP, moxMoments, moxSpatialMoment,
+ *           moxNormalizedSpatialMoment, moxCentralMoment, moxNormalizedCentralMoment; moxComputeHisto,
+ *           moxContrastStretch, moxHistoEqualize; moxNoiseImage. Both parts may have the same tile.
+ *   row     a row of tiles, and one for each further part: all other operations, which read rectangles, except those
+ *           below. The tiles of a row are requested one after the other, in either direction, and released together,
+ *           the last one first. Of an image that is only written there is one.
+ *   block   moxAlphaComposite, moxAlphaCompositeC, moxMultiplyScale, moxMultiplySScale: all that one of the largest
+ *           tiles in the call touches. Of tiles of 8 x 8 beside others of 64 x 64 these are 9 x 9, of tiles of one size
+ *           2 x 2: the larger width over the image's own, rounded up, and one; likewise the height; never more than the
+ *           image has. They are requested row by row, and released together in the same order, once for all parts.
  *
  * A tile may be requested several times in an operation. A release does not say what for the tile was requested: what
  * has been requested by MOX_TileWrite since it was last kept may have changed. After a request has been refused, the
@@ -620,7 +626,8 @@ MOX_EXPORT void MOX_CALL moxAbs(MoxImage *srcImage, MoxImage *dstImage);
  * The destination may be any of the sources.
  *
  * Tiles are taken block by block, within those of the first tiled image, destinations before sources. A block that
- * straddles tiles of another image goes through a copy, which moxCopy makes: not while the status word is negative.
+ * straddles tiles of another image has all of them in hand, and goes through a copy, which moxCopy makes: not while the
+ * status word is negative.
  *
  * Failures behind those of each function, in this order:
  *
@@ -1866,8 +1873,8 @@ MOX_EXPORT MoxStatus MOX_CALL moxWtReconstruct(MoxWtKernel *wtKernel, MoxImage *
 /* ------------------------------------------------------------------------------------------------------------------
  * Measures: numbers, tables and bits from images. None of these writes to a source.
  *
- * What is measured is the region, all processed channels together unless told otherwise, where the mask's bit is 1. Tiles
- * are read one at a time for each image. Results at integer depths are exact, and the same plain or tiled.
+ * What is measured is the region, all processed channels together unless told otherwise, where the mask's bit is 1.
+ * Results at integer depths are exact, and the same plain or tiled.
  * ---------------------------------------------------------------------------------------------------------------- */
 
 /** Norms of moxNorm. MOX_NORM_RELATIVE is added to one of the others. */

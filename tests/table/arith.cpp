@@ -215,21 +215,29 @@ std::vector<Example> arithExamples() {
     std::vector<Example> examples;
     for (const RefOperation &operation : operations)
         examples.push_back(exampleOf(operation));
-    const Example::More releases = {.releasesTiles = true};
+    const Example::More releases = {.releasesTiles = true, .tiles = TilesInHand::BLOCK};
     for (const Example &example :
-         {Example{"moxAlphaComposite", Touches::PIXELS, 3, alphaComposite, {.releasesTiles = true, .tool = "over"}},
-          Example{"moxAlphaCompositeC", Touches::PIXELS, 3, alphaCompositeC, {.releasesTiles = true, .tool = "blend"}},
+         {Example{"moxAlphaComposite",
+                  Touches::PIXELS,
+                  3,
+                  alphaComposite,
+                  {.releasesTiles = true, .tiles = TilesInHand::BLOCK, .tool = "over"}},
+          Example{"moxAlphaCompositeC",
+                  Touches::PIXELS,
+                  3,
+                  alphaCompositeC,
+                  {.releasesTiles = true, .tiles = TilesInHand::BLOCK, .tool = "blend"}},
           Example{"moxPreMultiplyAlpha",
                   Touches::PIXELS,
                   1,
                   preMultiplyAlpha,
-                  {.releasesTiles = true, .tool = "premultiply"}},
+                  {.releasesTiles = true, .tiles = TilesInHand::ONE, .tool = "premultiply"}},
           Example{"moxMultiplyScale", Touches::PIXELS, 3, multiplyScale, releases},
           Example{"moxMultiplySScale",
                   Touches::PIXELS,
                   2,
                   multiplySScale,
-                  {.releasesTiles = true, .tool = "multiply-s-scale"}}})
+                  {.releasesTiles = true, .tiles = TilesInHand::BLOCK, .tool = "multiply-s-scale"}}})
         examples.push_back(example);
     return examples;
 }

@@ -130,13 +130,21 @@ void scaleFP(Call &call) {
 
 std::vector<Example> colorExamples() {
     return {
-        {"moxReduceBits", PIXELS, 2, reduceBits, {.quietMemory = true, .processDraws = true, .neighbours = true}},
+        {"moxReduceBits",
+         PIXELS,
+         2,
+         reduceBits,
+         {.quietMemory = true, .processDraws = true, .tiles = TilesInHand::ONE, .neighbours = true}},
 
         {"moxConvert",
          PIXELS,
          2,
          [](Call &c) { moxConvert(c.src(), c.dst()); },
-         {.depth = MOX_DEPTH_16S, .resultDepth = MOX_DEPTH_8U, .wholeImages = true, .sameSize = true}},
+         {.depth = MOX_DEPTH_16S,
+          .resultDepth = MOX_DEPTH_8U,
+          .tiles = TilesInHand::ONE,
+          .wholeImages = true,
+          .sameSize = true}},
         {"moxBitonalToGray",
          PIXELS,
          2,
@@ -144,14 +152,22 @@ std::vector<Example> colorExamples() {
              const int zero = c.number(3);
              moxBitonalToGray(c.src(), c.dst(), zero, c.number(200));
          },
-         {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U, .sameSize = true}},
-        {"moxScale", PIXELS, 2, [](Call &c) { moxScale(c.src(), c.dst()); }, {.resultDepth = MOX_DEPTH_16S}},
-        {"moxScaleFP", PIXELS, 2, scaleFP, {.resultDepth = MOX_DEPTH_32F, .tiledOneSize = true}},
+         {.depth = MOX_DEPTH_1U, .resultDepth = MOX_DEPTH_8U, .tiles = TilesInHand::ONE, .sameSize = true}},
+        {"moxScale",
+         PIXELS,
+         2,
+         [](Call &c) { moxScale(c.src(), c.dst()); },
+         {.resultDepth = MOX_DEPTH_16S, .tiles = TilesInHand::ONE}},
+        {"moxScaleFP",
+         PIXELS,
+         2,
+         scaleFP,
+         {.resultDepth = MOX_DEPTH_32F, .tiledOneSize = true, .tiles = TilesInHand::ONE}},
         {"moxThreshold",
          PIXELS,
          2,
          [](Call &c) { moxThreshold(c.src(), c.dst(), c.number(100)); },
-         {.resultDepth = MOX_DEPTH_1U, .channels = 1}},
+         {.resultDepth = MOX_DEPTH_1U, .channels = 1, .tiles = TilesInHand::ONE}},
 
         fromRGB<moxRGB2HSV>("moxRGB2HSV", {.tool = "to-hsv"}),
         fromRGB<moxRGB2HLS>("moxRGB2HLS", {.tool = "to-hls"}),
@@ -176,7 +192,7 @@ std::vector<Example> colorExamples() {
         {"moxCreateColorTwist", NOTHING, 0, deleteTwist},
         {"moxSetColorTwist", NOTHING, 0, setTwist},
         {"moxDeleteColorTwist", NOTHING, 0, deleteTwist, {.reportsAs = "moxCreateColorTwist"}},
-        {"moxApplyColorTwist", PIXELS, 2, applyTwist, {.tool = "sepia"}},
-        {"moxColorTwistFP", PIXELS, 2, applyTwistFP, {.tool = "twist"}},
+        {"moxApplyColorTwist", PIXELS, 2, applyTwist, {.tiles = TilesInHand::ONE, .tool = "sepia"}},
+        {"moxColorTwistFP", PIXELS, 2, applyTwistFP, {.tiles = TilesInHand::ONE, .tool = "twist"}},
     };
 }

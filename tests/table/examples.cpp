@@ -53,6 +53,7 @@ Example exampleOf(const RefOperation &operation) {
                        [&operation](ExampleCall &call) { runPoint(operation, call); }};
     example.more.depth = operation.usualDepth();
     example.more.reportsAs = operation.becomes;
+    if (operation.copies == RefCopies::NEVER) example.more.tiles = TilesInHand::ONE;
     example.point = &operation;
     return example;
 }

@@ -44,6 +44,13 @@ enum class Touches {
     BITMAPS,  // the pixels of an image, to or from a bitmap
 };
 
+// How many tiles of an image are in hand at once, as MoxTileCallback has it.
+enum class TilesInHand {
+    ROW,    // a row of the image's tiles, and one more for each further part that it has in the call
+    ONE,    // one for each part
+    BLOCK,  // all that one of the largest tiles in the call touches
+};
+
 struct Example {
     const char *name;
     Touches touches;
@@ -63,12 +70,13 @@ struct Example {
         bool processDraws = false;        // draws from the C library's generator, which all threads share
         bool tiledOneSize = false;        // refuses tiled images whose regions differ in size
         bool plainOnly = false;           // refuses tiled images
-        bool readsOnly = false;           // its images stay as they are: it answers numbers
-        bool neighbours = false;          // a sample depends on others than the one in its place
-        bool wholeImages = false;         // regions are refused or mean nothing
-        bool sameSize = false;            // its images have one size
-        int leaks = 0;                    // blocks that stay behind, as promised, where memory runs out
-        const char *tool = nullptr;       // the tool's word for an operation on pixels, if it is not toolName's
+        TilesInHand tiles = TilesInHand::ROW;
+        bool readsOnly = false;      // its images stay as they are: it answers numbers
+        bool neighbours = false;     // a sample depends on others than the one in its place
+        bool wholeImages = false;    // regions are refused or mean nothing
+        bool sameSize = false;       // its images have one size
+        int leaks = 0;               // blocks that stay behind, as promised, where memory runs out
+        const char *tool = nullptr;  // the tool's word for an operation on pixels, if it is not toolName's
     } more = {};
     const RefOperation *point = nullptr;  // the model, where the operation is element-wise
     const char *family = nullptr;         // the name of the file that it stands in

@@ -7,8 +7,8 @@ namespace {
 using Call = ExampleCall;
 constexpr Touches NOTHING = Touches::NOTHING, PIXELS = Touches::PIXELS;
 
-// What is the same in tiles: sums of 32-bit samples have roundings of their own there. No number is equal to itself if it
-// is none.
+// What is the same in tiles: sums of 32-bit samples have roundings of their own there. No number is equal to itself if
+// it is none.
 void answer(Call &call, double value, bool exact = true) {
     const unsigned bits = call.src() ? call.src()->depth & ~MOX_DEPTH_SIGN : 0;
     if (exact || bits < 32) call.answers.push_back(value == value ? value : -1e300);
@@ -120,10 +120,11 @@ Example::More comparisonOf(unsigned depth) {
 std::vector<Example> statExamples() {
     const Example::More ofBytes = comparisonOf(MOX_DEPTH_8U), ofFloats = comparisonOf(MOX_DEPTH_32F);
     const Example::More measures = {.readsOnly = true};
-    const Example::More measuresOne = {.channels = 1, .within = "moxMoments", .readsOnly = true, .tool = "moments"};
+    const Example::More measuresOne = {
+        .channels = 1, .within = "moxMoments", .tiles = TilesInHand::ONE, .readsOnly = true, .tool = "moments"};
     return {
         {"moxNorm", PIXELS, 2, norm, measures},
-        {"moxMinMaxFP", PIXELS, 1, minMax, {.depth = MOX_DEPTH_32F, .readsOnly = true}},
+        {"moxMinMaxFP", PIXELS, 1, minMax, {.depth = MOX_DEPTH_32F, .tiles = TilesInHand::ONE, .readsOnly = true}},
 
         {"moxMoments", PIXELS, 1, moments, measuresOne},
         {"moxSpatialMoment", PIXELS, 1, oneMoment<moxSpatialMoment>, measuresOne},
@@ -147,8 +148,20 @@ std::vector<Example> statExamples() {
         {"moxEqualSFP", PIXELS, 2, compareReal<moxEqualSFP>, ofFloats},
         {"moxEqualSFPEps", PIXELS, 2, equalRealEps, ofFloats},
 
-        {"moxComputeHisto", PIXELS, 1, computeHisto, {.readsOnly = true, .tool = "histogram"}},
-        {"moxContrastStretch", PIXELS, 2, mapLevels<moxContrastStretch>, {.within = "moxMap", .tool = "stretch"}},
-        {"moxHistoEqualize", PIXELS, 2, mapLevels<moxHistoEqualize>, {.within = "moxMap", .tool = "equalize"}},
+        {"moxComputeHisto",
+         PIXELS,
+         1,
+         computeHisto,
+         {.tiles = TilesInHand::ONE, .readsOnly = true, .tool = "histogram"}},
+        {"moxContrastStretch",
+         PIXELS,
+         2,
+         mapLevels<moxContrastStretch>,
+         {.within = "moxMap", .tiles = TilesInHand::ONE, .tool = "stretch"}},
+        {"moxHistoEqualize",
+         PIXELS,
+         2,
+         mapLevels<moxHistoEqualize>,
+         {.within = "moxMap", .tiles = TilesInHand::ONE, .tool = "equalize"}},
     };
 }

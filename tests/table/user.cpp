@@ -105,7 +105,11 @@ std::vector<Example> userExamples() {
         {"moxNoiseUniformInitFP", NOTHING, 0, start<uniformFloats>},
         {"moxNoiseGaussianInit", NOTHING, 0, start<moxNoiseGaussianInit>},
         {"moxNoiseGaussianInitFP", NOTHING, 0, start<gaussianFloats>},
-        {"moxNoiseImage", PIXELS, 1, noise, {.releasesTiles = true, .byTiles = true, .tool = "noise"}},
+        {"moxNoiseImage",
+         PIXELS,
+         1,
+         noise,
+         {.releasesTiles = true, .byTiles = true, .tiles = TilesInHand::ONE, .tool = "noise"}},
         {"moxCreateImageJaehne", NOTHING, 0, rings},
     };
 }
