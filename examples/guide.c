@@ -97,6 +97,68 @@ static void tiled(void) {
     moxDeallocate(image, MOX_FreeHeader | MOX_FreeTile);
 }
 
+static void moving(void) {
+    MoxImage *photo = newPicture(3, 0, 640, 480), *page = newPicture(3, 0, 200, 100);
+    photo->roi = moxCreateROI(0, 200, 80, 64, 64); /* this piece ... */
+    page->roi = moxCreateROI(0, 10, 20, 64, 64);   /* ... goes here */
+    moxCopy(photo, page);
+    show("a piece", page, 10, 20);
+    show("where it was", photo, 200, 80);
+    moxSet(photo, 9);
+    moxExchange(photo, page); /* and now each has what the other had */
+    show("exchanged", page, 10, 20);
+    show("beside it", page, 9, 20);
+}
+
+static void channels(void) {
+    MoxImage *colour = newPicture(3, 0, 640, 480), *gray = newPicture(1, 0, 640, 480);
+    show("a colour", colour, 20, 30);
+    MoxROI green = {2, 0, 0, 640, 480}; /* channel 2; a region may stand anywhere */
+    colour->roi = &green;
+    moxCopy(colour, gray); /* gray has one channel */
+    moxSet(colour, 0);     /* and of colour red and blue are left */
+    show("its green", gray, 20, 30);
+    show("without it", colour, 20, 30);
+    colour->roi = NULL;
+    MoxImage *clone = moxCloneImage(colour);
+    show("a clone", clone, 20, 30);
+    moxDeallocate(clone, MOX_FreeHeader | MOX_FreeData | MOX_FreeRoi);
+}
+
+static void mean(void) {
+    MoxImage *a = newPicture(3, 0, 64, 48), *b = newPicture(3, 0, 64, 48), *mean = newPicture(3, 0, 64, 48);
+    moxMirror(b, b, 1);
+    moxRShiftS(a, a, 1); /* half of each ... */
+    moxRShiftS(b, b, 1);
+    moxAdd(a, b, mean); /* ... and white is not passed */
+    show("the mean", mean, 20, 30);
+}
+
+static void distance(void) {
+    MoxImage *a = newPicture(3, 0, 64, 48), *b = newPicture(3, 0, 64, 48), *more = newPicture(3, 0, 64, 48),
+             *less = newPicture(3, 0, 64, 48), *apart = newPicture(3, 0, 64, 48);
+    moxMirror(b, b, 1);
+    moxSubtract(a, b, more);  /* 0 where b is lighter */
+    moxSubtract(b, a, less);  /* 0 where a is */
+    moxOr(more, less, apart); /* how far apart: one of the two is 0 */
+    show("more", more, 20, 30);
+    show("less", less, 20, 30);
+    show("apart", apart, 20, 30);
+    moxAndS(apart, apart, 0xF0); /* in sixteen steps */
+    show("in steps", apart, 20, 30);
+}
+
+static void levels(void) {
+    MoxImage *gray = newPicture(1, 0, 64, 48), *dots = newImage(1, 0, MOX_DEPTH_1U, 64, 48);
+    MoxImage *photo = newPicture(3, 0, 64, 48), *poster = newPicture(3, 0, 64, 48);
+    moxReduceBits(gray, dots, 0, MOX_DITHER_FS, 2);       /* to 1U, for a printer */
+    moxReduceBits(photo, poster, 0, MOX_DITHER_BAYER, 4); /* five shades a channel, at the depth of photo */
+    printf("dots             %.0f, shades %.0f\n", moxNorm(dots, NULL, MOX_NORM_L1),
+           moxNorm(gray, NULL, MOX_NORM_L1) / 255);
+    show("a photo", photo, 20, 30);
+    show("a poster", poster, 20, 30);
+}
+
 /* By a third of the circle. */
 static void turnHues(MoxImage *image) {
     for (int y = 0; y < image->height; y++) {
@@ -148,6 +210,16 @@ static void turns(void) {
     show("its corner", canvas, 0, 0);
 }
 
+static void slants(void) {
+    MoxImage *image = newPicture(3, 0, 64, 48), *slanted = newPicture(3, 0, 64, 48);
+    double leaning[2][3] = {{1, 0.25, -5}, {0, 1, 0}}; /* x + 0.25 y - 5, y */
+    moxWarpAffine(image, slanted, leaning, MOX_INTER_LINEAR);
+    show("leaning", slanted, 20, 30);
+    moxSet(slanted, 0);
+    moxShear(image, slanted, 0.25, 0, -5, 0, MOX_INTER_LINEAR); /* the same */
+    show("and again", slanted, 20, 30);
+}
+
 static void quadrangles(void) {
     MoxImage *photo = newPicture(3, 0, 400, 400), *picture = newPicture(3, 0, 90, 120),
              *upright = newPicture(3, 0, 90, 120);
@@ -187,6 +259,24 @@ static void measures(void) {
     printf("moments          %.0f %.3f\n", area, centreX);
 }
 
+static void comparisons(void) {
+    MoxImage *image = newPicture(3, 0, 64, 48), *light = newImage(1, 0, MOX_DEPTH_1U, 64, 48);
+    moxGreaterS(image, 128, light); /* bits of the pixels that are light in all channels */
+    double count = moxNorm(light, NULL, MOX_NORM_L1);
+    image->maskROI = light;
+    moxSubtractS(image, image, 40, 0); /* and these alone get darker */
+    image->maskROI = NULL;
+    printf("light pixels     %.0f\n", count);
+    show("a dark one", image, 20, 30);
+    for (int y = 0, told = 0; y < 48 && !told; y++) {
+        for (int x = 0; x < 64 && !told; x++) {
+            unsigned char bit;
+            moxGetPixel(light, x, y, &bit);
+            if (bit) show("a light one", image, x, y), told = 1;
+        }
+    }
+}
+
 static _Thread_local int slope; /* a function is told the sample alone: what else it needs is the program's */
 static int MOX_CALL steepen(int sample) {
     return 128 + (sample - 128) * slope / 100;
@@ -220,11 +310,43 @@ static void noise(void) {
     show("grain", image, 20, 30);
 }
 
-int main(void) {
-    void (*const parts[])(void) = {headers,     operations, regions, tiled,    colours,   opacities, filters, turns,
-                                   quadrangles, sizes,      maps,    measures, callbacks, pixels,    noise};
+static void begin(void) {
     moxSetErrMode(MOX_ErrModeParent);  /* report, and let me go on */
     moxRedirectError(moxStdErrReport); /* or a function of your own */
+}
+
+static void addFrame(MoxImage *image, int width) {
+    if (width < 1) {
+        moxError(MOX_StatusBadArgument, "addFrame", "width < 1", __FILE__, __LINE__);
+        return;
+    }
+    /* ... */
+    (void)image;
+}
+
+static void errors(void) {
+    MoxImage *image = newPicture(3, 0, 64, 48);
+    MoxErrorCallback before = moxRedirectError(moxNulDevReport); /* for a while nobody is to hear of it */
+    addFrame(image, 0);
+    moxRedirectError(before);
+    if (moxGetErrStatus() < 0) puts(moxErrorStr(moxGetErrStatus()));
+    moxSetErrStatus(MOX_StatusNoError);
+}
+
+static void memory(void) {
+    float *weights = moxsMalloc(256);
+    if (!weights) return;
+    for (int i = 0; i < 256; i++)
+        weights[i] = (float)i / 255;
+    printf("a weight         %.3f\n", (double)weights[51]);
+    moxFree(weights);
+}
+
+int main(void) {
+    void (*const parts[])(void) = {headers, operations, regions,     tiled,     moving, channels, mean,        distance,
+                                   levels,  colours,    opacities,   filters,   turns,  slants,   quadrangles, sizes,
+                                   maps,    measures,   comparisons, callbacks, pixels, noise,    errors,      memory};
+    begin();
     for (int i = 0; i < (int)(sizeof parts / sizeof *parts); i++) {
         parts[i]();
         freeAll();

@@ -124,11 +124,13 @@ static void runOverlapping(Random &random, unsigned depth) {
         regions[i] = {0, random.below(4), random.below(2), 1000, 1000};
         if (random.oneIn(2)) image.roi = &regions[i];
     }
-    const WatchedBlock block(static_cast<size_t>(end), static_cast<uint8_t>(random.bits()));
+    const uint32_t bits = random.bits();
+    const WatchedBlock block(static_cast<size_t>(end), static_cast<uint8_t>(bits));
     MoxImage *headers[IMAGES];
     for (int i = 0; i < IMAGES; ++i) {
         // Some end where the memory ends.
         images[i].imageData = block.data() + (random.oneIn(3) ? end - images[i].imageSize : offsets[i]);
+        images[i].imageSize = drawImageSize(bits * (2u * static_cast<uint32_t>(i) + 1), images[i].imageSize);
         headers[i] = &images[i];
     }
     watchCall(random, Call(random, headers));

@@ -42,6 +42,11 @@ bool WatchedBlock::guardsStand() const {
     return true;
 }
 
+int drawImageSize(uint32_t bits, int size) {
+    if ((bits >> 8 & 7) != 0) return size;
+    return static_cast<int>(1 + (bits >> 11 >> (bits >> 27)));
+}
+
 // One of the usual values, or now and then anything.
 template <size_t COUNT>
 static int pick(Random &random, const int (&usual)[COUNT]) {

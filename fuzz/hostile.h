@@ -23,6 +23,10 @@ class WatchedBlock {
     std::unique_ptr<uint8_t[]> storage_;
 };
 
+// What a header says of that much memory in imageSize, which is nothing to rely on: now and then less or more. It takes
+// bits of which the lowest eight have served already, so that inputs stay what they are.
+int drawImageSize(uint32_t bits, int size);
+
 class HostileImages {
   public:
     // Images are of the depth that is given, but for masks and now and then one; of any depth without it.

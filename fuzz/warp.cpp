@@ -126,19 +126,20 @@ static void runFitting(Random &random) {
         image.height = random.between(1, 30);
         const int samples = image.width * (order == MOX_DATA_ORDER_PLANE ? 1 : image.nChannels);
         image.widthStep = (samples * static_cast<int>(image.depth) + 7) / 8 + random.below(5);
-        image.imageSize = image.widthStep * image.height * (order == MOX_DATA_ORDER_PLANE ? image.nChannels : 1);
+        const int size = image.widthStep * image.height * (order == MOX_DATA_ORDER_PLANE ? image.nChannels : 1);
         regions[i] = {0, random.below(image.width), random.below(image.height), random.between(1, 60),
                       random.between(1, 60)};
         if (random.oneIn(2)) image.roi = &regions[i];
-        pixels[i] =
-            std::make_unique<WatchedBlock>(static_cast<size_t>(image.imageSize), static_cast<uint8_t>(random.bits()));
+        const uint32_t bits = random.bits();
+        image.imageSize = drawImageSize(bits, size);
+        pixels[i] = std::make_unique<WatchedBlock>(static_cast<size_t>(size), static_cast<uint8_t>(bits));
         image.imageData = pixels[i]->data();
         if (i < 2) continue;
         // Positions, mostly within the source.
-        const int size = i == 2 ? images[0].width : images[0].height;
-        for (int k = 0; k < image.imageSize / 4; ++k) {
+        const int side = i == 2 ? images[0].width : images[0].height;
+        for (int k = 0; k < size / 4; ++k) {
             const float position = random.oneIn(16) ? static_cast<float>(drawNumber(random))
-                                                    : static_cast<float>(random.below(16 * size)) / 16;
+                                                    : static_cast<float>(random.below(16 * side)) / 16;
             memcpy(image.imageData + 4 * k, &position, sizeof position);
         }
     }

@@ -97,7 +97,6 @@ static_assert(offsetof(BITMAPINFOHEADER, biXPelsPerMeter) == 24);
 static_assert(offsetof(BITMAPINFOHEADER, biYPelsPerMeter) == 28);
 static_assert(offsetof(BITMAPINFOHEADER, biClrUsed) == 32);
 static_assert(offsetof(BITMAPINFOHEADER, biClrImportant) == 36);
-static_assert(sizeof(BITMAPINFOHEADER) == 40);
 #endif
 
 }  // namespace

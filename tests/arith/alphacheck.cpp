@@ -290,3 +290,27 @@ void expectAlphaReport(const std::vector<TestImage *> &images, const std::vector
     for (size_t i = 0; i < images.size(); ++i)
         EXPECT_TRUE(images[i]->holds(before[i]));
 }
+
+void fillChannel(TestImage &image, int channel, uint32_t value) {
+    for (int y = 0; y < image.layout().height; ++y) {
+        for (int x = 0; x < image.layout().width; ++x)
+            image.set(channel, x, y, value);
+    }
+}
+
+TestLayout coloursLayout(unsigned depth, int count, bool alpha) {
+    TestLayout layout = TestLayout::of(depth, 9, 4, count + (alpha ? 1 : 0));
+    layout.alpha = alpha ? layout.channels : 0;
+    return layout;
+}
+
+testing::AssertionResult channelIs(const TestImage &image, int channel, uint32_t value) {
+    for (int y = 0; y < image.layout().height; ++y) {
+        for (int x = 0; x < image.layout().width; ++x) {
+            if (image.get(channel, x, y) == value) continue;
+            return testing::AssertionFailure() << "channel " << channel << " is " << image.get(channel, x, y) << " at "
+                                               << x << ", " << y << ", expected " << value;
+        }
+    }
+    return testing::AssertionSuccess();
+}

@@ -83,3 +83,8 @@ void checkRefusedTile(const std::vector<TestImage *> &images, const RefWrites &w
 // Exactly this report, the status word that it leaves, and no image changed.
 void expectAlphaReport(const std::vector<TestImage *> &images, const std::vector<ReportExpected> &expected,
                        const std::function<void()> &call);
+
+// Small images in which each channel has one value: the channels' layout, the value, and whether it is there.
+TestLayout coloursLayout(unsigned depth, int count, bool alpha);
+void fillChannel(TestImage &image, int channel, uint32_t value);
+testing::AssertionResult channelIs(const TestImage &image, int channel, uint32_t value);

@@ -58,6 +58,48 @@ TEST(WarpGolden, affine) {
         });
 }
 
+TEST(WarpGolden, shear) {
+    const RefCoeffs coeffs = {1, 0.3125, -4.5, -0.40625, 1, 13.25};
+    checkGolden(
+        "moxShear", [&](auto &src, auto &dst, int kind) { return refWarpAffine(src, dst, coeffs, kind); },
+        [&](auto &src, auto &dst, int kind) {
+            moxShear(src.header(), dst.header(), coeffs[1], coeffs[3], coeffs[2], coeffs[5], kind);
+        });
+}
+
+// By coefficients: the quadrangle is where they take the source's region, or the destination's.
+void checkCoefficients(const char *name, RefMap map, int warpFlag, RefCoeffs coeffs) {
+    checkGolden(
+        name,
+        [&](auto &src, auto &dst, int kind) {
+            const RefQuad quad = refMappedQuad(map, coeffs, rectOf(warpFlag == 0 ? src : dst));
+            return refWarpQuad(map, src, dst, quad, warpFlag, kind);
+        },
+        [&](auto &src, auto &dst, int kind) {
+            if (map == RefMap::BILINEAR) {
+                moxWarpBilinear(src.header(), dst.header(), reinterpret_cast<double(*)[4]>(&coeffs), warpFlag, kind);
+            } else {
+                moxWarpPerspective(src.header(), dst.header(), reinterpret_cast<double(*)[3]>(&coeffs), warpFlag, kind);
+            }
+        });
+}
+
+const RefCoeffs bilinearMap = {0.001953125, 0.875, 0.25, 3.5, -0.00390625, -0.1875, 0.9375, 6.25};
+const RefCoeffs perspectiveMap = {0.875, 0.25, 3.5, -0.125, 0.9375, 6.25, 0.001953125, 0.0009765625, 1};
+
+TEST(WarpGolden, bilinearCoefficients) {
+    checkCoefficients("moxWarpBilinear", RefMap::BILINEAR, 0, bilinearMap);
+}
+TEST(WarpGolden, bilinearCoefficientsFromTheSource) {
+    checkCoefficients("moxWarpBilinear-from", RefMap::BILINEAR, 1, bilinearMap);
+}
+TEST(WarpGolden, perspectiveCoefficients) {
+    checkCoefficients("moxWarpPerspective", RefMap::PERSPECTIVE, 0, perspectiveMap);
+}
+TEST(WarpGolden, perspectiveCoefficientsFromTheSource) {
+    checkCoefficients("moxWarpPerspective-from", RefMap::PERSPECTIVE, 1, perspectiveMap);
+}
+
 void checkQuadrangle(const char *name, RefMap map, int warpFlag, RefQuad quad) {
     checkGolden(
         name, [&](auto &src, auto &dst, int kind) { return refWarpQuad(map, src, dst, quad, warpFlag, kind); },

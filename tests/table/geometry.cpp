@@ -225,7 +225,7 @@ std::vector<Example> geometryExamples() {
         {"moxGetPerspectiveTransform", HEADERS, 1, transformOf<3, 3, moxGetPerspectiveTransform>},
         {"moxGetPerspectiveTransformROI", NOTHING, 0, transformOfRegion<3, 3, moxGetPerspectiveTransformROI>},
         {"moxGetRotateShift", NOTHING, 0, rotateShift},
-        {"moxWarpAffine", PIXELS, 2, warpAffine, {.neighbours = true, .tool = "shear"}},
+        {"moxWarpAffine", PIXELS, 2, warpAffine, {.neighbours = true, .tool = "rotate"}},
         {"moxWarpBilinear",
          PIXELS,
          2,

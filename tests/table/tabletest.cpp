@@ -60,7 +60,7 @@ TEST(ExampleTable, hasEveryExportedFunctionOnce) {
         EXPECT_EQ(exported.count(name), 1u) << name << ": tests/table has it, src/exports.txt does not";
 }
 
-// Fuzz inputs have functions by their keys: those to come must find theirs free.
+// Fuzz inputs have functions by their keys.
 TEST(ExampleTable, namesHaveKeysOfTheirOwn) {
     std::map<uint32_t, std::string> keys;
     for (const std::string &name : namesIn("tests/api/contract_names.txt")) {

@@ -4,7 +4,6 @@
 
 #include "reference/user.h"
 #include "support/allocations.h"
-#include "support/golden.h"
 #include "support/reports.h"
 #include "support/scene.h"
 
@@ -161,55 +160,6 @@ TEST(Jaehne, sizesBeyondAllMemoryAreRefused) {
         window.close();
         EXPECT_EQ(window.live(), 0);
         EXPECT_TRUE(reports.are({{status, NAME, moxErrorStr(status)}}));
-    }
-}
-
-TEST(SynthGolden, rings) {
-    for (const unsigned depth : allDepths) {
-        forEachCpuLevel([&] {
-            const Owned owned(static_cast<int>(depth), 201, 77);
-            ASSERT_NE(owned.image, nullptr);
-            std::vector<uint8_t> bytes;
-            for (int k = 0; k < 201 * 77; ++k) {
-                const uint32_t sample = sampleAt(*owned.image, k % 201, k / 201);
-                for (int shift = 0; shift < 32; shift += 8)
-                    bytes.push_back(static_cast<uint8_t>(sample >> shift));
-            }
-            EXPECT_TRUE(digestIsGolden(std::string("user/moxCreateImageJaehne/") + depthName(depth), digestOf(bytes)));
-        });
-    }
-}
-
-TEST(SynthGolden, noise) {
-    for (const unsigned depth : allDepths) {
-        if (depth == MOX_DEPTH_1U) continue;
-        for (const int noise : {MOX_NOISE_UNIFORM, MOX_NOISE_GAUSSIAN}) {
-            for (const bool tiled : {false, true}) {
-                forEachCpuLevel([&] {
-                    TestLayout layout = TestLayout::of(depth, 67, 29, 3, tiled);
-                    if (tiled) {
-                        layout.tileWidth = 16;
-                        layout.tileHeight = 8;
-                    }
-                    TestImage image(layout, 1);
-                    for (int k = 0; k < 67 * 29 * 3; ++k)
-                        image.set(k % 3, k / 3 % 67, k / 201, depth == MOX_DEPTH_32F ? 0x42000000u + 977u * k : 77u);
-                    MoxNoiseParam param = {};
-                    param.noise = noise;
-                    param.seed = 20;
-                    param.lowInt = -19;
-                    param.highInt = 40;
-                    param.lowFlt = -0.75f;
-                    param.highFlt = 13.5f;
-                    const RefNoise wanted = refNoise(image, param);
-                    EXPECT_EQ(moxNoiseImage(image.header(), &param), 0);
-                    ASSERT_TRUE(image.holds(refAcceptOther(image, wanted))) << "no digest is taken of a wrong result";
-                    EXPECT_TRUE(digestIsGolden(std::string("user/moxNoiseImage/") + depthName(depth) + "/" +
-                                                   (noise ? "gaussian" : "uniform") + (tiled ? "/tiled" : "/plain"),
-                                               digestOfSamples(image, digestOf({}))));
-                });
-            }
-        }
     }
 }
 

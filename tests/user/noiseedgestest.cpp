@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "support/allocations.h"
-#include "support/golden.h"
 #include "support/reports.h"
 #include "support/scene.h"
 #include "support/tilelog.h"
@@ -375,28 +374,6 @@ TEST(NoiseEdges, theCallersRoundingIsNotTheNoises) {
                 EXPECT_EQ(after, mode);
                 EXPECT_TRUE(image.holds(expected)) << depthName(depth) << " kind " << kind << " mode " << mode;
             }
-        }
-    }
-}
-
-TEST(NoiseEdges, digests) {
-    for (const unsigned depth : allDepths) {
-        if (depth == MOX_DEPTH_1U) continue;
-        for (const int kind : {MOX_NOISE_UNIFORM, MOX_NOISE_GAUSSIAN}) {
-            Random random(2);
-            TestImage image(TestLayout::of(depth, 173, 40, 3), 1);
-            calm(image, random);
-            const TestBytes before = image.bytes();
-            MoxNoiseParam param = {kind, 20260101, -40, 90, -0.75f, 12.5f};
-            const TestBytes expected = withNoise(image, param);
-            forEachCpuLevel([&] {
-                image.setBytes(before);
-                moxNoiseImage(image.header(), &param);
-                ASSERT_TRUE(image.holds(expected)) << "no digest is taken of a wrong result";
-                const std::string name = std::string("synth/moxNoiseImage/") +
-                                         (kind == MOX_NOISE_UNIFORM ? "uniform/" : "gaussian/") + depthName(depth);
-                EXPECT_TRUE(digestIsGolden(name, digestOfSamples(image, digestOf({}))));
-            });
         }
     }
 }

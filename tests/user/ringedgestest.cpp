@@ -6,7 +6,6 @@
 #include "core/ownmath.h"
 #include "core/ownseries.h"
 #include "support/allocations.h"
-#include "support/golden.h"
 #include "support/reports.h"
 #include "support/scene.h"
 
@@ -182,24 +181,6 @@ TEST(RingEdges, onePixelIsTheMiddle) {
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(static_cast<unsigned char>(image->imageData[0]), 127);
     moxDeallocate(image, MOX_FreeHeader | MOX_FreeData);
-}
-
-TEST(RingEdges, digests) {
-    for (const unsigned depth : allDepths) {
-        forEachCpuLevel([&] {
-            for (const bool wide : {false, true}) {
-                MoxImage *image = moxCreateImageJaehne(static_cast<int>(depth), wide ? 9000 : 210, wide ? 1 : 160);
-                ASSERT_NE(image, nullptr);
-                // Padding is 0.
-                const auto *bytes = reinterpret_cast<const uint8_t *>(image->imageData);
-                const uint64_t digest = digestOf(std::vector<uint8_t>(bytes, bytes + image->imageSize));
-                EXPECT_TRUE(digestIsGolden(
-                    std::string("synth/moxCreateImageJaehne/") + depthName(depth) + (wide ? "/wide" : "/plain"),
-                    digest));
-                moxDeallocate(image, MOX_FreeHeader | MOX_FreeData);
-            }
-        });
-    }
 }
 
 TEST(RingEdges, failures) {

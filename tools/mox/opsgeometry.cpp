@@ -18,25 +18,22 @@ constexpr int longestCanvasSide = 1 << 20;
 
 using Quad = double[4][2];
 
-// An affine map on a canvas that takes all of the result, black beside it; the picture itself where its size has to
-// stay.
-void warpAffine(Call *call, double (*coeffs)[3], int interpolate) {
+// The canvas that takes all of an affine map's result, black beside it, and the map is shifted onto it; an image as
+// large as the picture where its size has to stay. Null where there is no such map, which has been reported.
+MoxImage *canvasOf(Call *call, double (*coeffs)[3]) {
     MoxImage *from = call->image;
     double bound[2][2];
     moxGetAffineBound(from, coeffs, bound);
-    if (moxGetErrStatus() < 0) return;
+    if (moxGetErrStatus() < 0) return nullptr;
     const double width = std::floor(bound[1][0]) - std::ceil(bound[0][0]) + 1;
     const double height = std::floor(bound[1][1]) - std::ceil(bound[0][1]) + 1;
     if (!(width <= longestCanvasSide && height <= longestCanvasSide))
         fail(exitOperation, "the result would be more than " + std::to_string(longestCanvasSide) + " pixels a side");
     MoxImage *to = call->canvas(std::max(static_cast<int>(width), 1), std::max(static_cast<int>(height), 1));
-    if (to) {
-        coeffs[0][2] -= std::ceil(bound[0][0]);
-        coeffs[1][2] -= std::ceil(bound[0][1]);
-    } else {
-        to = call->another(from->depth, from->nChannels);
-    }
-    moxWarpAffine(from, to, coeffs, interpolate);
+    if (!to) return call->another(from->depth, from->nChannels);
+    coeffs[0][2] -= std::ceil(bound[0][0]);
+    coeffs[1][2] -= std::ceil(bound[0][1]);
+    return to;
 }
 
 int cubic(const Argument &smooth) {
@@ -70,14 +67,16 @@ void rotate(Call *call) {
     // The map that the rotation is, to know how large its result is.
     const double angle = turned * 3.14159265358979323846 / 180, s = std::sin(angle), c = std::cos(angle);
     double coeffs[2][3] = {{c, s, shift[0]}, {-s, c, shift[1]}};
-    warpAffine(call, coeffs, cubic(call->arguments[1]));
+    MoxImage *const to = canvasOf(call, coeffs);
+    if (to) moxWarpAffine(from, to, coeffs, cubic(call->arguments[1]));
 }
 
 void shear(Call *call) {
     const auto across = static_cast<double>(call->arguments[0].real),
                down = static_cast<double>(call->arguments[1].real);
     double coeffs[2][3] = {{1, across, 0}, {down, 1, 0}};
-    warpAffine(call, coeffs, cubic(call->arguments[2]));
+    MoxImage *const from = call->image, *const to = canvasOf(call, coeffs);
+    if (to) moxShear(from, to, across, down, coeffs[0][2], coeffs[1][2], cubic(call->arguments[2]));
 }
 
 void readCorners(const Argument &corners, const char *operation, double (*quad)[2]) {
