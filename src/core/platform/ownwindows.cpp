@@ -2,6 +2,7 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
+#include "core/owncache.h"
 #include "core/owncore.h"
 #include "core/owncpu.h"
 #include "core/platform/ownplatform.h"
@@ -86,6 +87,7 @@ bool enter(DWORD reason) {
     switch (reason) {
         case DLL_PROCESS_ATTACH:
             ownChooseCpuLevel();
+            ownChooseStreamBounds();
             return ownOpenSlot() && attachThread();
         case DLL_THREAD_ATTACH:
             return attachThread();
