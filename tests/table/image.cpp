@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstring>
 
+#include "support/allocations.h"
 #include "table/examples.h"
 
 namespace {
@@ -39,9 +40,17 @@ double firstSample(unsigned depth, const char *pixel) {
     return depth == MOX_DEPTH_32F ? static_cast<double>(std::bit_cast<float>(bits)) : bits;
 }
 
+// Room for the samples of any header whose pixels are there. A system without memory of a thread's own takes it from the
+// heap, at the first use.
+char *roomForPixel() {
+    AllocationPause pause;
+    static thread_local char room[1 << 22];
+    room[0] = 0;
+    return room;
+}
+
 void movePixel(Call &call, bool get) {
-    // Room for the samples of any header whose pixels are there.
-    static thread_local char pixel[1 << 22];
+    char *pixel = roomForPixel();
     const int x = call.size(3) - 1, y = call.size(2) - 1;
     memset(pixel, get ? 0 : call.choice(0x5A, 256), 64);
     if (get) {
