@@ -60,6 +60,16 @@ class OwnLanes {
         const OwnVector bit = ownLoad(reinterpret_cast<const char *>(places.bit[v]));
         return OWN_VECTOR(cmpeq, epi8)(ownAnd(spread(v), bit), bit);
     }
+    // A vector's bytes under vector v of them.
+    [[gnu::always_inline]] OwnVector keep(size_t v, const char *bytes) const {
+#if defined(__AVX512BW__) && defined(__AVX512VL__)
+        static constexpr OwnBitPlaces<width> places = ownMakeBitPlaces<width>();
+        const OwnVector bit = ownLoad(reinterpret_cast<const char *>(places.bit[v]));
+        return _mm256_maskz_loadu_epi8(_mm256_test_epi8_mask(spread(v), bit), bytes);
+#else
+        return ownAnd(ownLoad(bytes), at(v));
+#endif
+    }
 
   private:
     [[gnu::always_inline]] OwnVector spread([[maybe_unused]] size_t v) const {

@@ -64,6 +64,7 @@ class MeasureRunner {
     void runChannels(const Area &area, int channel, int channels, int64_t width, int64_t height);
     void runRow(int64_t x, int64_t y, int64_t width);
     void foldStretch(const uint8_t *const *at, const uint8_t *maskBits, OwnFold *fold, int64_t pixels);
+    void foldGathered();
     void foldBits(const uint8_t *const *at, const uint8_t *maskBits, OwnFold *fold, int64_t bits);
 
     const OwnMeasure &measure_;
@@ -76,6 +77,10 @@ class MeasureRunner {
     bool direct_;  // nothing needs a scratch
     int channels_;
     int channel_;
+
+    // Stretches of several rows may be folded as one: what is in the scratch, and not folded yet.
+    bool gathers_;
+    OwnFold gathered_;
 
     uint8_t bits_[OWN_SCRATCH_BYTES + 8];
     alignas(64) uint8_t scratch_[MAX_IMAGES][OWN_SCRATCH_BYTES];
@@ -153,12 +158,15 @@ void MeasureRunner::runChannels(const Area &area, int channel, int channels, int
         width *= height;
         height = 1;
     }
+    gathers_ = measure_.anyRows && !direct_ && spans_[0].bytes > 0;
+    gathered_ = {};
     for (int64_t y = 0; y < height; ++y) {
         runRow(area.x, area.y + y, width);
         for (int i = 0; i < count_; ++i)
             spans_[i].start += spans_[i].rowStep;
         if (masked_) mask_.start += mask_.rowStep;
     }
+    if (gathered_.samples > 0) foldGathered();
 }
 
 void MeasureRunner::runRow(int64_t x, int64_t y, int64_t width) {
@@ -198,26 +206,41 @@ void MeasureRunner::runRow(int64_t x, int64_t y, int64_t width) {
 
 void MeasureRunner::foldStretch(const uint8_t *const *at, const uint8_t *maskBits, OwnFold *fold, int64_t pixels) {
     const OwnMoveRows &move = ownMoveRows();
+    const auto bytes = static_cast<size_t>(spans_[0].bytes);
     const OwnSampleSize size = ownSampleSize(spans_[0].bytes);
     const auto samples = static_cast<size_t>(pixels * channels_);
+    if ((gathered_.samples + samples) * bytes > OWN_SCRATCH_BYTES) foldGathered();
     const uint8_t *rows[MAX_IMAGES] = {};
     for (int i = 0; i < count_; ++i) {
         const OwnSpan &span = spans_[i];
-        rows[i] = at[i];
-        if (span.step != channels_) {
-            uint8_t *row = scratch_[i];
-            move.gather[size](at[i], span.step, channels_, row, static_cast<size_t>(pixels));
-            rows[i] = row;
-        }
+        uint8_t *row = scratch_[i] + gathered_.samples * bytes;
+        const bool contiguous = span.step == channels_;
+        rows[i] = contiguous ? at[i] : row;
+        if (!contiguous) move.gather[size](at[i], span.step, channels_, row, static_cast<size_t>(pixels));
         if (maskBits) {
-            move.keep[size](rows[i], maskBits, channels_, scratch_[i], static_cast<size_t>(pixels));
-            rows[i] = scratch_[i];
+            move.keep[size](rows[i], maskBits, channels_, row, static_cast<size_t>(pixels));
+            rows[i] = row;
+        } else if (gathers_ && contiguous) {
+            std::memcpy(row, at[i], samples * bytes);
         }
+    }
+    if (gathers_) {
+        if (gathered_.samples == 0) gathered_ = *fold;
+        gathered_.skipped += gathered_.samples > 0 ? fold->skipped : 0;
+        gathered_.samples += samples;
+        return;
     }
     fold->a = rows[0];
     fold->b = rows[1];
     fold->samples = samples;
     measure_.fold(measure_.state, *fold);
+}
+
+void MeasureRunner::foldGathered() {
+    gathered_.a = scratch_[0];
+    gathered_.b = count_ > 1 ? scratch_[1] : nullptr;
+    measure_.fold(measure_.state, gathered_);
+    gathered_ = {};
 }
 
 void MeasureRunner::foldBits(const uint8_t *const *at, const uint8_t *maskBits, OwnFold *fold, int64_t bits) {

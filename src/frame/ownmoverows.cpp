@@ -309,8 +309,7 @@ void keepUnderBits(const uint8_t *a, const uint8_t *bits, uint8_t *row, size_t c
         const OwnLanes<width> lanes(ownLoadGroup(bits + i / 8));
         for (size_t v = 0; v < width; ++v) {
             const size_t at = i * width + v * OWN_LANE_GROUP;
-            const OwnVector bytes = ownLoad(reinterpret_cast<const char *>(a + at));
-            ownStore(reinterpret_cast<char *>(row + at), ownAnd(bytes, lanes.at(v)));
+            ownStore(reinterpret_cast<char *>(row + at), lanes.keep(v, reinterpret_cast<const char *>(a + at)));
         }
     }
     if (i == count) return;
