@@ -29,7 +29,10 @@ class OrderRunner {
         const int64_t all = std::max(rows.whole, samples * (src_.bytes + dst_.bytes));
         streaming_ = all >= ownStreamBounds().bytes && width_ * dst_.bytes >= 4 * UNIT;
         joinRows();
-        most_ = streaming_ ? UNIT : OWN_SCRATCH_BYTES / (std::max(src_.bytes, dst_.bytes) * channels_) & -UNIT;
+        // What is neither converted nor stored past the caches goes by no scratch.
+        most_ = streaming_       ? UNIT
+                : kernel_.copies ? width_
+                                 : OWN_SCRATCH_BYTES / (std::max(src_.bytes, dst_.bytes) * channels_) & -UNIT;
     }
 
     void run() {
