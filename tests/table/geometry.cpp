@@ -243,7 +243,8 @@ std::vector<Example> geometryExamples() {
         {"moxMirror",
          PIXELS,
          2,
-         [](Call &c) { moxMirror(c.src(), c.dst(), c.choice(1, 3) - 1); },
+         // A choice may be any int.
+         [](Call &c) { moxMirror(c.src(), c.dst(), static_cast<int>(static_cast<unsigned>(c.choice(1, 3)) - 1)); },
          {.neighbours = true}},
         {"moxRemap", PIXELS, 2, remap, {.neighbours = true}},
         {"moxDecimateBlur", PIXELS, 2, decimateBlur, {.neighbours = true}},
