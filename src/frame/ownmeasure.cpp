@@ -225,8 +225,11 @@ void MeasureRunner::foldStretch(const uint8_t *const *at, const uint8_t *maskBit
         }
     }
     if (gathers_) {
-        if (gathered_.samples == 0) gathered_ = *fold;
-        gathered_.skipped += gathered_.samples > 0 ? fold->skipped : 0;
+        if (gathered_.samples > 0) {
+            gathered_.skipped += fold->skipped;
+        } else {
+            gathered_ = *fold;
+        }
         gathered_.samples += samples;
         return;
     }

@@ -7,6 +7,10 @@
 #include <fstream>
 #include <map>
 
+#include "support/cases.h"
+#include "support/reports.h"
+#include "support/scene.h"
+
 uint64_t digestOf(const std::vector<uint8_t> &bytes, uint64_t start) {
     uint64_t hash = start;
     for (uint8_t byte : bytes)
@@ -72,4 +76,23 @@ TestLayout GoldenLayout::of(unsigned depth, int width, int height, int shift, in
         layout.tileHeight = 8;
     }
     return layout;
+}
+
+GoldenPair::GoldenPair(const GoldenLayout &golden, unsigned depth)
+    : a(golden.of(depth, 61, 19, 0), 11), d(golden.of(depth, 61, 19, 2), 13) {
+    if (golden.masked) d.setMask(&mask);
+}
+
+void checkDigests(const std::string &name, unsigned depth,
+                  const std::function<uint64_t(const GoldenLayout &golden, uint64_t digest)> &body) {
+    for (const GoldenLayout &golden : goldenLayouts) {
+        forEachCpuLevel([&] {
+            ReportRecorder reports;
+            const uint64_t digest = body(golden, digestOf({}));
+            EXPECT_TRUE(reports.none());
+            if (testing::Test::HasFailure()) return;
+            EXPECT_TRUE(digestIsGolden(name + "/" + depthName(depth) + "/" + golden.name, digest));
+        });
+        if (testing::Test::HasFailure()) return;
+    }
 }

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,3 +36,14 @@ struct GoldenLayout {
     TestLayout of(unsigned depth, int width, int height, int shift, int count) const;
 };
 extern const std::array<GoldenLayout, 4> goldenLayouts;
+
+// A source, and a destination that may be under a mask, in a layout.
+struct GoldenPair {
+    TestImage a, d, mask{TestLayout::ofMask(60, 18), 14};
+    GoldenPair(const GoldenLayout &golden, unsigned depth);
+};
+
+// Compares digests "name/depth/layout" in every layout and at every CPU level. The body expects what it computes to be
+// right and adds it to the digest; a wrong result has none, and nothing is to be reported.
+void checkDigests(const std::string &name, unsigned depth,
+                  const std::function<uint64_t(const GoldenLayout &golden, uint64_t digest)> &body);
