@@ -36,7 +36,7 @@ void joinFrom(const void *const *rows, void *pixels, size_t i, size_t n) {
 
 // Vectors of two halves, each of 16 bytes with a turn of its own: three such vectors hold 3 x 16 bytes of pixels in
 // their lower halves, and those that follow in the upper ones.
-constexpr size_t HALF = 16, WHOLE = 32;
+constexpr size_t HALF = 16, WHOLE = 32, LINE = 64;
 
 inline __m256i load(const uint8_t *p) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
@@ -46,8 +46,18 @@ inline __m256i loadHalves(const uint8_t *low, const uint8_t *high) {
     return _mm256_inserti128_si256(_mm256_castsi128_si256(first),
                                    _mm_loadu_si128(reinterpret_cast<const __m128i *>(high)), 1);
 }
+template <int vectors>
+[[gnu::always_inline]] inline void loadInHalves(const uint8_t *p, __m256i *v) {
+    for (size_t k = 0; k < vectors; ++k)
+        v[k] = loadHalves(p + k * HALF, p + (k + vectors) * HALF);
+}
 inline void store(uint8_t *p, __m256i v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), v);
+}
+// Of several rows each is written a line at a time: stores that follow one another into a line leave together.
+inline void storeLine(uint8_t *p, __m256i first, __m256i second) {
+    store(p, first);
+    store(p + WHOLE, second);
 }
 
 // Of any place within the 16 bytes each of three samples in turn stands there in just one of the three vectors. So a
@@ -95,8 +105,8 @@ struct Triples {
     }
 
     template <int c>
-    [[gnu::always_inline]] static __m256i channel(__m256i first, __m256i second, __m256i third) {
-        return _mm256_shuffle_epi8(blend<2, c>(blend<1, c>(first, second), third), at(order.split[c]));
+    [[gnu::always_inline]] static __m256i channel(const __m256i *v) {
+        return _mm256_shuffle_epi8(blend<2, c>(blend<1, c>(v[0], v[1]), v[2]), at(order.split[c]));
     }
 
     // The k-th vector of pixels, from channels permuted by join.
@@ -108,15 +118,25 @@ struct Triples {
 
 template <int bytes>
 size_t splitTriples(const uint8_t *src, void *const *rows, size_t n) {
+    using T = Triples<bytes>;
     uint8_t *a = static_cast<uint8_t *>(rows[0]), *b = static_cast<uint8_t *>(rows[1]),
             *c = static_cast<uint8_t *>(rows[2]);
     size_t at = 0;
-    for (; at + WHOLE <= n * bytes; at += WHOLE, src += 3 * WHOLE) {
-        const __m256i first = loadHalves(src, src + 3 * HALF), second = loadHalves(src + HALF, src + 4 * HALF),
-                      third = loadHalves(src + 2 * HALF, src + 5 * HALF);
-        store(a + at, Triples<bytes>::template channel<0>(first, second, third));
-        store(b + at, Triples<bytes>::template channel<1>(first, second, third));
-        store(c + at, Triples<bytes>::template channel<2>(first, second, third));
+    for (; at + LINE <= n * bytes; at += LINE, src += 3 * LINE) {
+        __m256i v[3], next[3];
+        loadInHalves<3>(src, v);
+        loadInHalves<3>(src + 3 * WHOLE, next);
+        storeLine(a + at, T::template channel<0>(v), T::template channel<0>(next));
+        storeLine(b + at, T::template channel<1>(v), T::template channel<1>(next));
+        storeLine(c + at, T::template channel<2>(v), T::template channel<2>(next));
+    }
+    if (at + WHOLE <= n * bytes) {
+        __m256i v[3];
+        loadInHalves<3>(src, v);
+        store(a + at, T::template channel<0>(v));
+        store(b + at, T::template channel<1>(v));
+        store(c + at, T::template channel<2>(v));
+        at += WHOLE;
     }
     return at / bytes;
 }
@@ -164,28 +184,47 @@ size_t joinSame(const uint8_t *row, uint8_t *dst, size_t n) {
     return i;
 }
 
-// Pixels of four samples, four vectors at a time. Each half has the samples of a channel side by side first; then
+// Four vectors of pixels of four samples as channels. Each half has the samples of a channel side by side first; then
 // groups of four bytes change places with those of the other vectors.
 template <int bytes>
-size_t splitQuads(const uint8_t *src, void *const *rows, size_t n) {
+[[gnu::always_inline]] inline void splitQuad(const uint8_t *src, __m256i *channels) {
     const __m256i bytesTogether =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
     const __m256i wordsTogether =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    __m256i v[4];
+    loadInHalves<4>(src, v);
+    for (__m256i &one : v) {
+        if (bytes == 1) one = _mm256_shuffle_epi8(one, bytesTogether);
+        if (bytes == 2) one = _mm256_shuffle_epi8(one, wordsTogether);
+    }
+    const __m256i low0 = _mm256_unpacklo_epi32(v[0], v[1]), low1 = _mm256_unpacklo_epi32(v[2], v[3]);
+    const __m256i high0 = _mm256_unpackhi_epi32(v[0], v[1]), high1 = _mm256_unpackhi_epi32(v[2], v[3]);
+    channels[0] = _mm256_unpacklo_epi64(low0, low1);
+    channels[1] = _mm256_unpackhi_epi64(low0, low1);
+    channels[2] = _mm256_unpacklo_epi64(high0, high1);
+    channels[3] = _mm256_unpackhi_epi64(high0, high1);
+}
+
+template <int bytes>
+size_t splitQuads(const uint8_t *src, void *const *rows, size_t n) {
+    uint8_t *row[4];
+    for (int c = 0; c < 4; ++c)
+        row[c] = static_cast<uint8_t *>(rows[c]);
     size_t at = 0;
-    for (; at + WHOLE <= n * bytes; at += WHOLE, src += 4 * WHOLE) {
-        __m256i v[4];
-        for (size_t k = 0; k < 4; ++k) {
-            v[k] = loadHalves(src + k * HALF, src + (k + 4) * HALF);
-            if (bytes == 1) v[k] = _mm256_shuffle_epi8(v[k], bytesTogether);
-            if (bytes == 2) v[k] = _mm256_shuffle_epi8(v[k], wordsTogether);
-        }
-        const __m256i low0 = _mm256_unpacklo_epi32(v[0], v[1]), low1 = _mm256_unpacklo_epi32(v[2], v[3]);
-        const __m256i high0 = _mm256_unpackhi_epi32(v[0], v[1]), high1 = _mm256_unpackhi_epi32(v[2], v[3]);
-        store(static_cast<uint8_t *>(rows[0]) + at, _mm256_unpacklo_epi64(low0, low1));
-        store(static_cast<uint8_t *>(rows[1]) + at, _mm256_unpackhi_epi64(low0, low1));
-        store(static_cast<uint8_t *>(rows[2]) + at, _mm256_unpacklo_epi64(high0, high1));
-        store(static_cast<uint8_t *>(rows[3]) + at, _mm256_unpackhi_epi64(high0, high1));
+    for (; at + LINE <= n * bytes; at += LINE, src += 4 * LINE) {
+        __m256i channels[4], next[4];
+        splitQuad<bytes>(src, channels);
+        splitQuad<bytes>(src + 4 * WHOLE, next);
+        for (int c = 0; c < 4; ++c)
+            storeLine(row[c] + at, channels[c], next[c]);
+    }
+    if (at + WHOLE <= n * bytes) {
+        __m256i channels[4];
+        splitQuad<bytes>(src, channels);
+        for (int c = 0; c < 4; ++c)
+            store(row[c] + at, channels[c]);
+        at += WHOLE;
     }
     return at / bytes;
 }
