@@ -41,6 +41,35 @@ void askForNextRow(const OwnRows &rows, uint8_t *const *at) {
     }
 }
 
+// The rows of a plane, short ones: only the kernel is called.
+void runShortRows(const OwnRows &rows, uint8_t *const *start, OwnRow form, int height, size_t n,
+                  const OwnConstant &constant) {
+    const auto at = [&](int span, int row) { return start[span] + row * rows.spans[span].rowStep; };
+    if (rows.count == 1) {
+        for (int row = 0; row < height; ++row)
+            form(nullptr, nullptr, at(0, row), n, constant);
+    } else if (rows.count == 2) {
+        for (int row = 0; row < height; ++row)
+            form(at(0, row), nullptr, at(1, row), n, constant);
+    } else {
+        for (int row = 0; row < height; ++row)
+            form(at(0, row), at(1, row), at(2, row), n, constant);
+    }
+}
+
+// Longer ones, each asked for while the one before is at work.
+void runLongRows(const OwnRows &rows, uint8_t *const *start, OwnRow form, int height, size_t n,
+                 const OwnConstant &constant) {
+    uint8_t *at[OWN_MAX_SPANS];
+    std::copy_n(start, rows.count, at);
+    for (int row = 0; row < height; ++row) {
+        if (row + 1 < height) askForNextRow(rows, at);
+        ownCallPlain(form, at, rows.count, n, constant);
+        for (int i = 0; i < rows.count; ++i)
+            at[i] += rows.spans[i].rowStep;
+    }
+}
+
 void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnConstant &constant) {
     int64_t n = static_cast<int64_t>(rows.width) * rows.channels;
     int height = rows.height, planes = rows.planes;
@@ -63,15 +92,10 @@ void runContiguous(const OwnRows &rows, const OwnRowForms &kernel, const OwnCons
     const int64_t whole = std::max(rows.whole, n * bytes * height * planes);
     const bool streaming = shouldStream(kernel, at, rows.count, n * bytes, whole);
     const OwnRow form = streaming ? kernel.streamed : kernel.plain;
-    const bool ahead = n * bytes >= SHORTEST_AHEAD;
+    const auto runRows = n * bytes >= SHORTEST_AHEAD ? runLongRows : runShortRows;
     for (int plane = 0; plane < planes; ++plane) {
         ownStartOfRow(rows, plane, 0, at);
-        for (int row = 0; row < height; ++row) {
-            if (ahead && row + 1 < height) askForNextRow(rows, at);
-            ownCallPlain(form, at, rows.count, static_cast<size_t>(n), constant);
-            for (int i = 0; i < rows.count; ++i)
-                at[i] += rows.spans[i].rowStep;
-        }
+        runRows(rows, at, form, height, static_cast<size_t>(n), constant);
     }
     if (streaming) ownMoveRows().fence();
 }
