@@ -23,6 +23,10 @@ struct Cube {
     std::function<RefColor(const RefColor &)> model;
 };
 
+void PrintTo(const Cube &cube, std::ostream *out) {
+    *out << cube.name;
+}
+
 std::vector<Cube> allCubes() {
     std::vector<Cube> cubes;
     for (const RefModel &model : refModels()) {
