@@ -141,16 +141,23 @@ struct Samples {
     using Sample = typename D::Sample;
 
 #if defined(OWN_HAS_VECTORS)
+    // n is a number of whole vectors; two of them are a line of bytes.
     static void bitsOfVectors(const Sample *a, const Sample *b, size_t n, OwnVector constant, uint8_t *out) {
         constexpr size_t samples = sizeof(OwnVector) / sizeof(Sample);
-        for (size_t i = 0; i < n; i += sizeof(OwnVector)) {
+        const auto packAt = [&](size_t i) {
             const auto compareAt = [&](size_t k) {
                 const OwnVector u = ownLoad(reinterpret_cast<const char *>(a + i + k * samples));
                 const OwnVector v = two ? ownLoad(reinterpret_cast<const char *>(b + i + k * samples)) : constant;
                 return compareVectors<D, Relation>(u, v);
             };
             packVector(compareToBytes<D>(compareAt), out + i / 8);
+        };
+        size_t i = 0;
+        for (; i + 2 * sizeof(OwnVector) <= n; i += 2 * sizeof(OwnVector)) {
+            packAt(i);
+            packAt(i + sizeof(OwnVector));
         }
+        if (i < n) packAt(i);
     }
 #endif
 
