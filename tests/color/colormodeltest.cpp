@@ -14,6 +14,10 @@ struct ModelDepth {
     unsigned depth;
 };
 
+void PrintTo(const ModelDepth &one, std::ostream *out) {
+    *out << one.model->name << " of depth " << one.depth;
+}
+
 std::vector<ModelDepth> allModelDepths() {
     std::vector<ModelDepth> all;
     for (const RefModel &model : refModels()) {

@@ -34,6 +34,9 @@ struct RefModel {
 
     bool accepts(unsigned depth) const;
 };
+inline void PrintTo(const RefModel &model, std::ostream *out) {
+    *out << model.name;
+}
 
 const std::vector<RefModel> &refModels();
 const RefModel &refModel(const std::string &name);
