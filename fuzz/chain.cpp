@@ -71,8 +71,10 @@ void fuzzOne(Random &random) {
             if (&runner == &runners[0]) reports = now;
             const bool same = runner.tiled ? onTiles(now) == onTiles(reports) : now == reports;
             requireThat(same, what + "reports differ:\n" + now + "and\n" + reports);
-            for (size_t i = 0; i < IMAGES; ++i)
+            for (size_t i = 0; i < IMAGES; ++i) {
                 requireThat(sameSamples(runner.images[i], runners[0].images[i]), what);
+                takeNaNs(&runner.images[i], runners[0].images[i]);
+            }
         }
     }
 }

@@ -40,5 +40,8 @@ std::string runExample(const Example &example, const std::vector<TestImage *> &i
 // Whether two images hold the same samples; at 32F one NaN is as good as another.
 testing::AssertionResult sameSamples(const TestImage &one, const TestImage &other);
 
+// Takes the other image's NaN wherever both have one: what is done to their bits next then comes out the same.
+void takeNaNs(TestImage *image, const TestImage &from);
+
 // An example that works on pixels.
 const Example &drawPixelExample(Random &random);

@@ -19,6 +19,10 @@
  * headers over overlapping memory are not noticed: where equal positions coincide in memory, operations that compute a
  * sample from those at its own position have defined results all the same; filters and moxReduceBits have none.
  *
+ * Results are defined bit for bit and the same on every processor, and those in tiles are those of plain memory unless a
+ * function says otherwise. Only where a 32F sample that is computed from several (by a kernel, a matrix, a colour model,
+ * a transform) is not a number is it left open which NaN it is, sign and payload; arithmetic on two images says which.
+ *
  * Failures. An operation that cannot run calls moxError once and returns with its destination untouched; what it
  * returns is nothing, so read moxGetErrStatus(). The status word is sticky: only moxSetErrStatus(0) clears it. A new
  * thread starts in MOX_ErrModeLeaf, where a report may end the application: most applications begin with
